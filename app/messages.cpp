@@ -1,0 +1,55 @@
+#include "app/messages.h"
+
+#include "app/logging.h"
+
+#include <utility>
+
+namespace {
+
+BoxHandler &currentHandler()
+{
+    static BoxHandler handler;
+    return handler;
+}
+
+int show(QWidget *parent, const BoxRequest &request)
+{
+    if (!currentHandler())
+        return request.escapeButton;
+    return currentHandler()(parent, request);
+}
+
+} // namespace
+
+BoxHandler setBoxHandler(BoxHandler handler)
+{
+    return std::exchange(currentHandler(), std::move(handler));
+}
+
+void showWarning(QWidget *parent, const QString &text, bool showBox)
+{
+    if (showBox)
+        show(parent, {.kind = BoxKind::Warning, .text = text, .buttons = {}});
+    logMessage(text);
+}
+
+void showInformation(QWidget *parent, const QString &text)
+{
+    show(parent, {.kind = BoxKind::Information, .text = text, .buttons = {}});
+}
+
+int askQuestion(QWidget *parent, BoxRequest request)
+{
+    request.kind = BoxKind::Question;
+    return show(parent, request);
+}
+
+int askQuestion(QWidget *parent, const QString &text, const QStringList &buttons, int defaultButton,
+                int escapeButton)
+{
+    return show(parent, {.kind = BoxKind::Question,
+                         .text = text,
+                         .buttons = buttons,
+                         .defaultButton = defaultButton,
+                         .escapeButton = escapeButton});
+}

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+#include <functional>
+
+class QWidget;
+
+/// The one door for message boxes: all of them are titled "Lavkor" and pass through the installed
+/// handler. The program installs the real box, tests install one that answers and takes notes.
+
+enum class BoxKind { Information, Warning, Question };
+
+/// What a message box shows.
+struct BoxRequest
+{
+    BoxKind kind = BoxKind::Information;
+    QString text;
+    QStringList buttons;   ///< texts in order; a box without buttons gets a single "OK"
+    int defaultButton = 0; ///< index taken by Return
+    int escapeButton = 0;  ///< index taken by Escape and by closing the box
+    bool html = false;     ///< the text is our own markup; otherwise it is shown as it stands
+};
+
+/// Shows a box modally over a parent (may be null) and returns the index of the button taken.
+using BoxHandler = std::function<int(QWidget *parent, const BoxRequest &request)>;
+
+/// Installs the box handler and returns the former one. Without a handler no box is shown and
+/// every question is answered by its escape button.
+BoxHandler setBoxHandler(BoxHandler handler);
+
+/// Shows a warning box with the text when showBox is true; writes the text to the log always.
+void showWarning(QWidget *parent, const QString &text, bool showBox = true);
+
+/// Shows an information box with the text; nothing is logged.
+void showInformation(QWidget *parent, const QString &text);
+
+/// Asks a question as described by the request (its kind is set to Question) and returns the index
+/// of the chosen button.
+int askQuestion(QWidget *parent, BoxRequest request);
+
+/// Asks a plain-text question with the given buttons and returns the index of the chosen one.
+int askQuestion(QWidget *parent, const QString &text, const QStringList &buttons, int defaultButton,
+                int escapeButton);

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <QList>
+#include <QString>
+
+#include <functional>
+
+class QWidget;
+
+/// One row of the table of currencies.
+struct Currency
+{
+    qulonglong id = 0;
+    QString code;     ///< c_code, the key used everywhere else
+    QString symbol;   ///< shown beside amounts
+    double value = 1; ///< units of the main currency that one unit of this one is worth
+};
+
+/// Rounds a computed selling price in the main currency: whole numbers up to 20, then steps of 5,
+/// from 100 on steps of 10; the exact half goes down.
+double roundSellingPrice(double price);
+
+/// Writes anew the selling prices of all products with a fixed coefficient on a connection.
+/// progress(done, total) is called for every row. Failed rows are reported and passed over.
+/// Returns the number of prices changed, or -1 when the products could not be read.
+int recalculateSellingPrices(QWidget *parent, const QString &connectionName,
+                             const std::function<void(int done, int total)> &progress);

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <QList>
+#include <QPair>
+#include <QSqlQuery>
+#include <QString>
+#include <QVariant>
+
+#include "db/connections.h"
+
+class QWidget;
+
+using SqlBindings = QList<QPair<QString, QVariant>>;
+using SqlRow = QList<QVariant>;
+
+/// Runs one literal SQL text. The text is written in the common form (backquoted names, REPLACE,
+/// INSERT OR IGNORE, LIKE) and turned into the dialect of the connection. A lost connection is
+/// reopened silently a few times, any other failure is retried once on a reopened connection; then
+/// the error is shown over the parent (with a parent), the message and the statement are logged,
+/// and false is returned. Inside a transaction nothing is retried and no box is shown: the failure
+/// is logged and the caller rolls back.
+bool QueryExec(QWidget *parent, const QString &sqlText, QSqlQuery &query,
+               const QString &connectionName = mainConnection);
+
+/// The same for a statement with named placeholders.
+bool QueryExecPrepared(QWidget *parent, const QString &sqlText, QSqlQuery &query,
+                       const SqlBindings &bindings, const QString &connectionName = mainConnection);
+
+/// QueryExec() for a statement whose result is not read.
+bool QueryExec(QWidget *parent, const QString &sqlText,
+               const QString &connectionName = mainConnection);
+
+/// Runs a SELECT and reads all its rows, so that no statement stays open. False on failure.
+bool QueryRows(QWidget *parent, const QString &sqlText, QList<SqlRow> &rows,
+               const QString &connectionName = mainConnection);
+
+/// Runs a SELECT and returns the first column of its first row; an invalid QVariant when there is
+/// no row or the statement failed.
+QVariant QueryValue(QWidget *parent, const QString &sqlText,
+                    const QString &connectionName = mainConnection);
+
+/// What went wrong last on the connection, as shown to the user; empty after a success.
+QString lastQueryError(const QString &connectionName = mainConnection);
+
+/// Whether the last failure on the connection was its loss while a statement was under way, so
+/// that nobody knows whether the statement took effect.
+bool lastOutcomeUnknown(const QString &connectionName = mainConnection);

@@ -1,0 +1,96 @@
+#pragma once
+
+#include <QList>
+#include <QMap>
+#include <QString>
+
+#include <optional>
+
+#include "db/currencies.h"
+
+class QWidget;
+
+/// The bits of users.rights.
+enum class Right : int {
+    Sell = 1,
+    ReceiveGoods = 2,
+    EditProducts = 4,
+    ChangePrices = 8,
+    ManageOrders = 16,
+    AuditStock = 32,
+    ViewReports = 64,
+    OwnOrdersOnly = 128, ///< a restriction; the administrator does not carry it
+    ManageUsers = 256,
+    ChangeSettings = 512,
+};
+
+/// Who works at the station.
+struct SessionUser
+{
+    qulonglong id = 0;
+    QString login;
+    QString name;
+    int rights = 0;
+};
+
+enum class LoginResult {
+    Accepted,
+    PasswordNeeded, ///< right, but the user has no password yet and must set one
+    Refused,        ///< unknown login, wrong password or a disabled user
+    Failed,         ///< the database did not answer
+};
+
+/// What holds for the whole run: the user, the options and the currencies of the main database.
+class Session
+{
+public:
+    /// The process-wide session.
+    static Session &instance();
+
+    /// Forgets everything.
+    void reset();
+
+    /// Checks login and password against `users` and keeps the user on Accepted and
+    /// PasswordNeeded.
+    LoginResult logIn(QWidget *parent, const QString &login, const QString &password,
+                      const QString &connectionName);
+
+    /// Stores a new password for the session's user. False when the statement failed.
+    bool setPassword(QWidget *parent, const QString &password, const QString &connectionName);
+
+    const SessionUser &user() const;
+    void setUser(const SessionUser &user);
+    bool hasRight(Right right) const;
+
+    /// Reads the table `options` and the currencies. False when a query failed.
+    bool loadOptions(QWidget *parent, const QString &connectionName);
+
+    /// The value of an option, empty when there is none of this name.
+    QString option(const QString &name) const;
+
+    /// Reads the table of currencies in the order of ids; on failure the list is empty.
+    bool loadCurrencies(const QString &connectionName);
+
+    const QList<Currency> &currencies() const;
+
+    /// An amount of the named currency in the main currency, unrounded. An unknown code leaves
+    /// the amount unchanged and writes a debug line.
+    double convertCurrencyToMain(double amount, const QString &code) const;
+
+    /// An amount of the main currency in the named currency, unrounded; unknown code as above.
+    /// A currency of value 0 gives infinity.
+    double convertCurrencyFromMain(double amount, const QString &code) const;
+
+    /// The symbol of the main currency: the first by id whose value is 1; empty when there is none.
+    QString mainCurrencySymbol() const;
+
+    /// The number for the next receipt: MAX(id)+1 of `incomereports`.
+    std::optional<qulonglong> nextReportId(QWidget *parent, const QString &connectionName) const;
+
+private:
+    const Currency *findCurrency(const QString &code) const;
+
+    SessionUser m_user;
+    QMap<QString, QString> m_options;
+    QList<Currency> m_currencies;
+};
