@@ -8,13 +8,13 @@
 /// for `name`, whose key is "connection". Values are text as the user entered them.
 struct ConnectionEntry
 {
-    QString name;           ///< what the user calls it; entries are told apart by it
-    QString dbtype;         ///< "mysql", "postgresql" or "sqlite"
-    QString dbhostname;     ///< host or host:port
+    QString name;       ///< what the user calls it; entries are told apart by it
+    QString dbtype;     ///< "mysql", "postgresql" or "sqlite"
+    QString dbhostname; ///< host or host:port
     QString dbusername;
     QString dbpassword;
-    QString databasename;   ///< database, or for SQLite a file (without "/": in the config directory)
-    QString dbcacert;       ///< file paths of the TLS keys, MySQL only
+    QString databasename; ///< database, or for SQLite a file (without "/": in the config directory)
+    QString dbcacert;     ///< file paths of the TLS keys, MySQL only
     QString dbclientkey;
     QString dbclientcert;
     QMap<QString, QString> other; ///< keys of other programs, kept as they are
@@ -36,8 +36,8 @@ enum class SettingsKey {
     ImagesStorePort,
     ImagesStoreLogin,
     ImagesStorePassword,
-    ScalesPort,       ///< serial port name
-    ScalesType,       ///< empty: no scales
+    ScalesPort, ///< serial port name
+    ScalesType, ///< empty: no scales
 };
 
 /// The settings file "lavkor.settings": connections and single values, XML.

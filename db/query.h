@@ -34,6 +34,10 @@ bool QueryExec(QWidget *parent, const QString &sqlText,
 bool QueryRows(QWidget *parent, const QString &sqlText, QList<SqlRow> &rows,
                const QString &connectionName = mainConnection);
 
+/// After next() has returned false: whether it was the end of the rows and not a failure in the
+/// middle, which is reported like a failed statement.
+bool readToEnd(QWidget *parent, QSqlQuery &query, const QString &connectionName = mainConnection);
+
 /// Runs a SELECT and returns the first column of its first row; an invalid QVariant when there is
 /// no row or the statement failed.
 QVariant QueryValue(QWidget *parent, const QString &sqlText,

@@ -14,7 +14,7 @@ enum class SchemaState {
     Missing, ///< no `dbversion`: an empty database, or one of nobody's
     Older,   ///< may be upgraded
     Current,
-    Newer, ///< made by a later program; must not be used
+    Newer,   ///< made by a later program; must not be used
     Unknown, ///< the database did not answer
 };
 

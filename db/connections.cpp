@@ -1,0 +1,287 @@
+#include "db/connections.h"
+
+#include "app/configdir.h"
+#include "app/logging.h"
+#include "app/messages.h"
+#include "app/settings.h"
+#include "db/connectionstate.h"
+#include "db/dialect.h"
+#include "db/sqlitefunctions.h"
+
+#include <QCoreApplication>
+#include <QDebug>
+#include <QSqlDatabase>
+#include <QSqlDriver>
+#include <QSqlError>
+#include <QSqlQuery>
+#include <QStringList>
+#include <QVariant>
+
+#include <sqlite3.h>
+
+#include <map>
+#include <set>
+
+namespace {
+
+/// Texts of this file in the translations.
+QString tr(const char *text)
+{
+    return QCoreApplication::translate("Connections", text);
+}
+
+std::map<QString, ConnectionState> &states()
+{
+    static std::map<QString, ConnectionState> all;
+    return all;
+}
+
+std::set<QString> &registeredNames()
+{
+    static std::set<QString> names;
+    return names;
+}
+
+void addServerConnection(QSqlDatabase &database, const ConnectionEntry &entry)
+{
+    const QStringList hostAndPort = entry.dbhostname.split(u':');
+    database.setHostName(hostAndPort.first());
+    if (hostAndPort.size() > 1)
+        database.setPort(hostAndPort.at(1).toInt());
+    database.setUserName(entry.dbusername);
+    database.setPassword(entry.dbpassword);
+    database.setDatabaseName(entry.databasename);
+}
+
+QString tlsOptions(const ConnectionEntry &entry)
+{
+    const QPair<const char *, const QString &> keys[] = {{"SSL_KEY=", entry.dbclientkey},
+                                                         {"SSL_CERT=", entry.dbclientcert},
+                                                         {"SSL_CA=", entry.dbcacert}};
+    QStringList options;
+    for (const auto &[key, value] : keys) {
+        if (!value.isEmpty())
+            options += QLatin1String(key) + value;
+    }
+    return options.join(u';');
+}
+
+/// What belongs to the connection and is gone when it closes. The first failure ends it.
+QStringList setupStatements(Dialect dialect)
+{
+    switch (dialect) {
+    case Dialect::Sqlite:
+        return {QStringLiteral("PRAGMA busy_timeout=5000"),
+                QStringLiteral("PRAGMA journal_mode=WAL"),
+                QStringLiteral("PRAGMA foreign_keys=OFF")};
+    case Dialect::MySql:
+        // A backslash in a name must stay a backslash and must not end the text; next-key locks
+        // keep other stations from adding lines to a list that is being posted.
+        return {QStringLiteral("SET NAMES utf8mb4"),
+                QStringLiteral("SET SESSION sql_mode='STRICT_TRANS_TABLES,NO_BACKSLASH_ESCAPES,"
+                               "NO_ENGINE_SUBSTITUTION'"),
+                QStringLiteral("SET SESSION TRANSACTION ISOLATION LEVEL REPEATABLE READ"),
+                QStringLiteral("SET SESSION innodb_lock_wait_timeout=10")};
+    case Dialect::PostgreSql:
+        return {QStringLiteral("SET standard_conforming_strings=on"),
+                QStringLiteral("SET client_min_messages=warning"),
+                QStringLiteral("SET lock_timeout='10s'"),
+                QStringLiteral("SET SESSION CHARACTERISTICS AS TRANSACTION ISOLATION LEVEL READ "
+                               "COMMITTED")};
+    }
+    return {};
+}
+
+bool setUpSession(QSqlDatabase &database, const QString &connectionName, QString &error)
+{
+    const Dialect dialect = dialectOf(connectionName);
+    for (const QString &statement : setupStatements(dialect)) {
+        QSqlQuery query(database);
+        if (!query.exec(statement)) {
+            error = query.lastError().text();
+            return false;
+        }
+    }
+    if (dialect == Dialect::Sqlite && !registerSqliteFunctions(database)) {
+        error = QStringLiteral("SQLite functions are not available");
+        return false;
+    }
+    return true;
+}
+
+} // namespace
+
+ConnectionState &connectionState(const QString &connectionName)
+{
+    return states()[connectionName];
+}
+
+bool isConnectionLost(const QSqlDatabase &database, const QSqlError &error)
+{
+    const QString code = error.nativeErrorCode();
+    switch (dialectOf(database.connectionName())) {
+    case Dialect::Sqlite:
+        return false;
+    case Dialect::MySql: {
+        // Server gone, lost, shutting down, refused; connection killed or timed out.
+        static const std::set<int> lostCodes = {1053, 1152, 1184, 1927, 2002,
+                                                2003, 2006, 2013, 2055, 4031};
+        return lostCodes.count(code.toInt()) > 0;
+    }
+    case Dialect::PostgreSql:
+        return !database.isOpen() || code.startsWith(QLatin1String("08")) ||
+               code.startsWith(QLatin1String("57P0"));
+    }
+    return false;
+}
+
+bool mayHaveRun(const QSqlDatabase &database, const QSqlError &error)
+{
+    const QString code = error.nativeErrorCode();
+    switch (dialectOf(database.connectionName())) {
+    case Dialect::Sqlite:
+        return false;
+    case Dialect::MySql:
+        return code.toInt() == 2013 || code.toInt() == 2055;
+    case Dialect::PostgreSql:
+        // With a state the server has refused or ended the statement itself.
+        return code.isEmpty() || code.startsWith(QLatin1String("08"));
+    }
+    return false;
+}
+
+bool endsTransaction(const QSqlDatabase &database, const QSqlError &error)
+{
+    if (isConnectionLost(database, error))
+        return true;
+    switch (dialectOf(database.connectionName())) {
+    case Dialect::Sqlite: {
+        const QVariant handle = database.driver()->handle();
+        if (qstrcmp(handle.typeName(), "sqlite3*") != 0)
+            return true;
+        auto *sqlite = *static_cast<sqlite3 *const *>(handle.constData());
+        return !sqlite || sqlite3_get_autocommit(sqlite) != 0;
+    }
+    case Dialect::MySql: {
+        // A deadlock (or a refused certification in a cluster) rolls everything back; a lock
+        // wait time-out may, depending on the server's settings.
+        const int code = error.nativeErrorCode().toInt();
+        return code == 1213 || code == 1205 || code == 1047;
+    }
+    case Dialect::PostgreSql:
+        return true;
+    }
+    return true;
+}
+
+bool createConnection(QWidget *parent, const ConnectionEntry &entry, const QString &connectionName)
+{
+    removeConnection(connectionName);
+    const std::optional<Dialect> dialect = dialectOfDbType(entry.dbtype);
+    {
+        QSqlDatabase database = QSqlDatabase::addDatabase(
+            dialect ? driverName(*dialect) : entry.dbtype, connectionName);
+        if (dialect == Dialect::MySql) {
+            addServerConnection(database, entry);
+            const QString options = tlsOptions(entry);
+            debugLog(QStringLiteral("MySQL connect options: ") + options);
+            // An unreachable server must not hold the window for minutes.
+            database.setConnectOptions(
+                (options.isEmpty() ? QString() : options + u';') +
+                QStringLiteral("MYSQL_OPT_CONNECT_TIMEOUT=10;MYSQL_OPT_READ_TIMEOUT=120;"
+                               "MYSQL_OPT_WRITE_TIMEOUT=120"));
+        } else if (dialect == Dialect::PostgreSql) {
+            addServerConnection(database, entry);
+            database.setConnectOptions(QStringLiteral("connect_timeout=10"));
+        } else if (dialect == Dialect::Sqlite) {
+            QString path = entry.databasename;
+            if (!path.contains(u'/')) {
+                ensureConfigDir();
+                path = configDirPath() + u'/' + path;
+            }
+            database.setDatabaseName(path);
+        }
+        if (!database.isValid())
+            debugLog(QStringLiteral("addDatabase: db not valid. ") + database.lastError().text());
+    }
+    registeredNames().insert(connectionName);
+    connectionState(connectionName) = {};
+    if (openConnection(connectionName))
+        return true;
+    showWarning(
+        parent,
+        tr("Ошибка создания соединения: %1").arg(connectionState(connectionName).lastError));
+    return false;
+}
+
+bool ensureConnectionOpen(QWidget *parent, const QString &connectionName)
+{
+    while (!openConnection(connectionName)) {
+        if (!parent)
+            return false;
+        const QString text =
+            tr("Ошибка открытия базы данных: %1").arg(connectionState(connectionName).lastError);
+        if (askQuestion(parent, text, {tr("Повторить"), tr("Отмена")}, 0, 1) != 0)
+            return false;
+    }
+    return true;
+}
+
+void removeConnection(const QString &connectionName)
+{
+    if (QSqlDatabase::contains(connectionName)) {
+        QSqlDatabase::database(connectionName, false).close();
+        QSqlDatabase::removeDatabase(connectionName);
+    }
+    registeredNames().erase(connectionName);
+    states().erase(connectionName);
+}
+
+bool isConnectionRegistered(const QString &connectionName)
+{
+    return registeredNames().count(connectionName) > 0;
+}
+
+int idleCount(const QString &connectionName)
+{
+    return connectionState(connectionName).idle;
+}
+
+void countIdle(const QString &connectionName)
+{
+    ++connectionState(connectionName).idle;
+}
+
+void resetIdleCount(const QString &connectionName)
+{
+    connectionState(connectionName).idle = 0;
+}
+
+bool openConnection(const QString &connectionName)
+{
+    QSqlDatabase database = QSqlDatabase::database(connectionName, false);
+    if (database.isOpen())
+        return true;
+    ConnectionState &state = connectionState(connectionName);
+    if (!database.isValid()) {
+        state.lastError = database.lastError().text();
+        return false;
+    }
+    database.close(); // an unusable handle of a lost server must not be kept
+    if (!database.open()) {
+        state.lastError = database.lastError().text();
+        return false;
+    }
+    QString error;
+    if (!setUpSession(database, connectionName, error)) {
+        state.lastError = error;
+        database.close();
+        return false;
+    }
+    return true;
+}
+
+void closeConnection(const QString &connectionName)
+{
+    QSqlDatabase::database(connectionName, false).close();
+}

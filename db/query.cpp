@@ -1,0 +1,277 @@
+#include "db/query.h"
+
+#include "app/logging.h"
+#include "app/messages.h"
+#include "db/connectionstate.h"
+#include "db/dialect.h"
+#include "db/translator.h"
+
+#include <QCoreApplication>
+#include <QDebug>
+#include <QRegularExpression>
+#include <QSqlDatabase>
+#include <QSqlError>
+#include <QSqlRecord>
+
+namespace {
+
+/// A server that drops the connection on every try must not keep the window waiting for ever.
+constexpr int maxSilentReconnects = 3;
+
+QString tr(const char *text)
+{
+    return QCoreApplication::translate("Query", text);
+}
+
+/// Whether running the statement twice would change more than running it once.
+bool mustNotRunTwice(const QString &sqlText)
+{
+    static const QRegularExpression additive(
+        QStringLiteral("^\\s*(INSERT\\s+INTO\\b|UPDATE\\b.*\\b(\\w+)\\s*=\\s*\\2\\s*[-+])"),
+        QRegularExpression::CaseInsensitiveOption | QRegularExpression::DotMatchesEverythingOption);
+    return additive.match(sqlText).hasMatch();
+}
+
+/// One statement on its way through reconnects and the retry.
+class StatementRun
+{
+public:
+    StatementRun(QWidget *parent, const QString &sqlText, QSqlQuery &query,
+                 const SqlBindings *bindings, const QString &connectionName)
+        : m_parent(parent),
+          m_sqlText(sqlText),
+          m_query(query),
+          m_bindings(bindings),
+          m_connectionName(connectionName),
+          m_state(connectionState(connectionName)),
+          m_inTransaction(m_state.inTransaction)
+    {
+        m_state.lastError.clear();
+        m_state.outcomeUnknown = false;
+    }
+
+    bool run()
+    {
+        for (;;) {
+            if (!makeReady())
+                return false;
+            m_state.idle = 0;
+            if (execute())
+                return true;
+            const QSqlError error = m_query.lastError();
+            if (error.type() == QSqlError::NoError)
+                return true;
+            if (!shallRepeat(error))
+                return false;
+        }
+    }
+
+private:
+    QSqlDatabase database() const
+    {
+        return QSqlDatabase::database(m_connectionName, false);
+    }
+
+    /// Opens the connection when that is allowed and asks the user when it fails.
+    bool makeReady()
+    {
+        if (m_inTransaction) {
+            if (!m_state.broken && database().isOpen())
+                return true;
+            m_state.broken = true;
+            m_state.lastError = tr("Соединение с базой данных потеряно.");
+            logMessage(m_state.lastError);
+            return false;
+        }
+        for (;;) {
+            if (!ensureConnectionOpen(m_parent, m_connectionName))
+                return false;
+            if (isServer() && mustNotRunTwice(m_sqlText) && !m_pinged) {
+                // A connection that died while idle is found out before the statement is sent,
+                // so that it can be reopened without a doubt whether the statement has run.
+                m_pinged = true;
+                QSqlQuery ping(database());
+                if (!ping.exec(QStringLiteral("SELECT 1")) &&
+                    isConnectionLost(database(), ping.lastError())) {
+                    ping = QSqlQuery();
+                    closeConnection(m_connectionName);
+                    continue;
+                }
+            }
+            return true;
+        }
+    }
+
+    bool isServer() const
+    {
+        return dialectOf(m_connectionName) != Dialect::Sqlite;
+    }
+
+    bool execute()
+    {
+        QSqlDatabase db = database();
+        m_query = QSqlQuery(db);
+        // The SQLite driver would keep a copy of every row read. The server drivers have the
+        // whole result at hand anyway; forward-only would block the connection there.
+        if (!isServer())
+            m_query.setForwardOnly(true);
+        const QString statement = translateSql(m_sqlText, dialectOf(m_connectionName));
+        if (!m_bindings) {
+            debugLog(QStringLiteral("QueryExec: ") + m_sqlText);
+            return m_query.exec(statement);
+        }
+        debugLog(QStringLiteral("QueryExecPrepared: ") + m_sqlText);
+        if (!m_query.prepare(statement))
+            return false;
+        for (const auto &[name, value] : *m_bindings)
+            m_query.bindValue(name, value);
+        return m_query.exec();
+    }
+
+    bool shallRepeat(const QSqlError &error)
+    {
+        if (m_inTransaction) {
+            m_state.broken = endsTransaction(database(), error);
+            report(error, false);
+            return false;
+        }
+        if (isConnectionLost(database(), error))
+            return shallReconnect(error);
+        if (!m_retried) {
+            m_retried = true;
+            dropConnection();
+            return true;
+        }
+        report(error, true);
+        return false;
+    }
+
+    bool shallReconnect(const QSqlError &error)
+    {
+        const bool unknown = mustNotRunTwice(m_sqlText) && mayHaveRun(database(), error);
+        if (!unknown && ++m_reconnects <= maxSilentReconnects) {
+            dropConnection();
+            return true;
+        }
+        if (unknown) {
+            report(error, true);
+            m_state.outcomeUnknown = true;
+            dropConnection();
+            return false;
+        }
+        dropConnection();
+        if (m_parent) {
+            const QString text = tr("Ошибка открытия базы данных: %1").arg(error.text());
+            if (askQuestion(m_parent, text, {tr("Повторить"), tr("Отмена")}, 0, 1) == 0) {
+                m_reconnects = 0;
+                return true;
+            }
+        }
+        report(error, false);
+        return false;
+    }
+
+    void dropConnection()
+    {
+        m_query = QSqlQuery();
+        closeConnection(m_connectionName);
+    }
+
+    void report(const QSqlError &error, bool showBox)
+    {
+        const QString message =
+            tr("Ошибка SQL:") + QString::number(error.type()) + u' ' + error.text();
+        const QString statement = m_query.lastQuery().isEmpty() ? m_sqlText : m_query.lastQuery();
+        m_state.lastError = message;
+        // Nothing may hold the database while the user reads the box.
+        m_query = QSqlQuery();
+        showWarning(m_parent, message, showBox && m_parent);
+        showWarning(m_parent, statement, false);
+        qWarning().noquote() << message;
+    }
+
+    QWidget *m_parent;
+    const QString &m_sqlText;
+    QSqlQuery &m_query;
+    const SqlBindings *m_bindings;
+    const QString &m_connectionName;
+    ConnectionState &m_state;
+    bool m_inTransaction;
+    bool m_retried = false;
+    bool m_pinged = false;
+    int m_reconnects = 0;
+};
+
+} // namespace
+
+bool QueryExec(QWidget *parent, const QString &sqlText, QSqlQuery &query,
+               const QString &connectionName)
+{
+    return StatementRun(parent, sqlText, query, nullptr, connectionName).run();
+}
+
+bool QueryExecPrepared(QWidget *parent, const QString &sqlText, QSqlQuery &query,
+                       const SqlBindings &bindings, const QString &connectionName)
+{
+    return StatementRun(parent, sqlText, query, &bindings, connectionName).run();
+}
+
+bool QueryExec(QWidget *parent, const QString &sqlText, const QString &connectionName)
+{
+    QSqlQuery query;
+    return QueryExec(parent, sqlText, query, connectionName);
+}
+
+bool QueryRows(QWidget *parent, const QString &sqlText, QList<SqlRow> &rows,
+               const QString &connectionName)
+{
+    rows.clear();
+    QSqlQuery query;
+    if (!QueryExec(parent, sqlText, query, connectionName))
+        return false;
+    const int columns = query.record().count();
+    while (query.next()) {
+        SqlRow row;
+        row.reserve(columns);
+        for (int column = 0; column < columns; ++column)
+            row.append(query.value(column));
+        rows.append(std::move(row));
+    }
+    return readToEnd(parent, query, connectionName);
+}
+
+bool readToEnd(QWidget *parent, QSqlQuery &query, const QString &connectionName)
+{
+    const QSqlError error = query.lastError();
+    if (error.type() == QSqlError::NoError)
+        return true;
+    const QString message = tr("Ошибка SQL:") + QString::number(error.type()) + u' ' + error.text();
+    const QString statement = query.lastQuery();
+    ConnectionState &state = connectionState(connectionName);
+    state.lastError = message;
+    if (state.inTransaction)
+        state.broken = endsTransaction(QSqlDatabase::database(connectionName, false), error);
+    const bool showBox = parent && !state.inTransaction;
+    query = QSqlQuery();
+    showWarning(parent, message, showBox);
+    showWarning(parent, statement, false);
+    return false;
+}
+
+QVariant QueryValue(QWidget *parent, const QString &sqlText, const QString &connectionName)
+{
+    QSqlQuery query;
+    if (!QueryExec(parent, sqlText, query, connectionName) || !query.next())
+        return {};
+    return query.value(0);
+}
+
+QString lastQueryError(const QString &connectionName)
+{
+    return connectionState(connectionName).lastError;
+}
+
+bool lastOutcomeUnknown(const QString &connectionName)
+{
+    return connectionState(connectionName).outcomeUnknown;
+}
