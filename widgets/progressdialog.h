@@ -1,0 +1,23 @@
+#pragma once
+
+#include <QProgressDialog>
+
+/// A window-modal progress dialog that cannot be cancelled, neither by Escape nor by its frame:
+/// closing it would free the window below in the middle of the work. It appears at once.
+class ProgressDialog final : public QProgressDialog
+{
+    Q_OBJECT
+
+public:
+    /// labelText: what is being done; range 0 to maximum.
+    ProgressDialog(const QString &labelText, int maximum, QWidget *parent);
+
+    /// Shows how far the work is and lets the event loop process what is pending.
+    void advance(int value);
+
+    void reject() override;
+
+protected:
+    void closeEvent(QCloseEvent *event) override;
+    void keyPressEvent(QKeyEvent *event) override;
+};
