@@ -1,0 +1,377 @@
+#include "income/posting.h"
+
+#include "app/logging.h"
+#include "db/dialect.h"
+#include "db/session.h"
+#include "db/sqltext.h"
+#include "db/transaction.h"
+
+#include <QCoreApplication>
+
+#include <algorithm>
+#include <cmath>
+
+namespace {
+
+constexpr double priceTolerance = 0.0001;
+
+QString tr(const char *text)
+{
+    return QCoreApplication::translate("ReceiptPosting", text);
+}
+
+/// Everything of a working-list row that the posting writes, as one text. The columns come in the
+/// order product, quantity, purchase price, ratio, selling price, user, time stamp.
+QString lineKey(const SqlRow &row)
+{
+    QStringList parts;
+    for (int column = 0; column < 7; ++column)
+        parts += row.at(column).toString();
+    return parts.join(QChar(0x1f));
+}
+
+/// Keeps other workstations from changing the working list until the transaction ends. SQLite's
+/// transaction holds the only write lock already.
+QString lockStatement(Dialect dialect)
+{
+    return dialect == Dialect::PostgreSql
+               ? QStringLiteral("LOCK TABLE incomeinvoice IN SHARE ROW EXCLUSIVE MODE;")
+               : QString();
+}
+
+QString lockingSuffix(Dialect dialect)
+{
+    // Locks the rows and, under REPEATABLE READ, the gaps where new ones would go.
+    return dialect == Dialect::MySql ? QStringLiteral(" FOR UPDATE") : QString();
+}
+
+} // namespace
+
+ReceiptPosting::ReceiptPosting(QWidget *parent, const QString &connectionName)
+    : m_parent(parent),
+      m_connectionName(connectionName)
+{
+}
+
+PostingResult ReceiptPosting::post(PaymentType paymentType, const PostingCallbacks &callbacks)
+{
+    PostingResult result;
+    if (!readAlerts())
+        return failed(result, PostingOutcome::Failed, failureText());
+    const std::optional<qulonglong> reportId =
+        Session::instance().nextReportId(nullptr, m_connectionName);
+    if (!reportId)
+        return failed(result, PostingOutcome::Failed, failureText());
+    result.reportId = *reportId;
+
+    const QString zeroText = tr("В накладной имеются позиции с нулевым количеством.");
+    QList<SqlRow> rows;
+    if (!QueryRows(nullptr, QStringLiteral("SELECT id FROM incomeinvoice WHERE quantity=0;"), rows,
+                   m_connectionName))
+        return failed(result, PostingOutcome::Failed, failureText());
+    if (!rows.isEmpty())
+        return failed(result, PostingOutcome::ZeroQuantity, zeroText);
+
+    if (!QueryRows(nullptr, QStringLiteral("SELECT COUNT(id) FROM incomeinvoice;"), rows,
+                   m_connectionName))
+        return failed(result, PostingOutcome::Failed, failureText());
+    const int count = rows.isEmpty() ? 0 : rows.first().first().toInt();
+    if (count == 0)
+        return failed(result, PostingOutcome::EmptyList, {});
+    if (callbacks.started)
+        callbacks.started(count);
+
+    if (!readLines())
+        return failed(result, PostingOutcome::Failed, failureText());
+    // A line without any quantity would pass the test for zero.
+    if (std::any_of(m_lines.cbegin(), m_lines.cend(),
+                    [](const Line &line) { return line.quantity == 0.0; }))
+        return failed(result, PostingOutcome::ZeroQuantity, zeroText);
+
+    logMessage(QStringLiteral("Posting receipt %1 with %2 lines.")
+                   .arg(result.reportId)
+                   .arg(m_lines.size()));
+    TransactionGuard transaction(m_connectionName);
+    if (!transaction.isActive())
+        return failed(result, PostingOutcome::Failed, failureText());
+    if (!lockAndCompare(result) || !postLines(result, callbacks)) {
+        transaction.rollback();
+        return failed(result, result.outcome, result.message);
+    }
+    m_reportTimestamp = currentTimestamp();
+    if (result.lines > 0 && !writeReport(result, paymentType)) {
+        result.message = failureText();
+        transaction.rollback();
+        return failed(result, PostingOutcome::Failed, result.message);
+    }
+    if (!emptyList(result)) {
+        transaction.rollback();
+        return failed(result, result.outcome, result.message);
+    }
+    if (!transaction.commit()) {
+        if (!lastOutcomeUnknown(m_connectionName))
+            return failed(result, PostingOutcome::Failed, failureText());
+        settleLostCommit(result, paymentType);
+        if (result.outcome != PostingOutcome::Posted)
+            return failed(result, result.outcome, result.message);
+    }
+    result.outcome = PostingOutcome::Posted;
+    if (dialectOf(m_connectionName) == Dialect::PostgreSql) {
+        // The id was written by hand; the next one that the database gives must lie behind it.
+        run(QStringLiteral("SELECT setval(pg_get_serial_sequence('incomereports','id'),"
+                           "(SELECT MAX(id) FROM incomereports));"));
+    }
+    logMessage(QStringLiteral("Receipt %1 is posted.").arg(result.reportId));
+    return result;
+}
+
+bool ReceiptPosting::readAlerts()
+{
+    QList<SqlRow> rows;
+    if (!QueryRows(m_parent, QStringLiteral("SELECT id, wareid, phone FROM alerts;"), rows,
+                   m_connectionName))
+        return false;
+    m_alerts.clear();
+    for (const SqlRow &row : std::as_const(rows))
+        m_alerts += {row.at(0).toULongLong(), row.at(1).toULongLong(), row.at(2).toString()};
+    return true;
+}
+
+bool ReceiptPosting::readLines()
+{
+    QList<SqlRow> rows;
+    if (!QueryRows(
+            nullptr,
+            QStringLiteral("SELECT wareid, incomeinvoice.quantity, incomeinvoice.incost, "
+                           "incomeinvoice.inoutratio, incomeinvoice.outcost, incomeinvoice.userid, "
+                           "incomeinvoice.timestamp, warehouse.name, warehouse.quantity, "
+                           "warehouse.currency, warehouse.outcost FROM incomeinvoice LEFT JOIN "
+                           "warehouse ON warehouse.id=incomeinvoice.wareid;"),
+            rows, m_connectionName))
+        return false;
+    m_lines.clear();
+    m_lineKeys.clear();
+    m_lines.reserve(rows.size());
+    m_lineKeys.reserve(rows.size());
+    for (const SqlRow &row : std::as_const(rows)) {
+        m_lines += {.wareId = row.at(0).toULongLong(),
+                    .quantity = row.at(1).toDouble(),
+                    .incost = row.at(2).toDouble(),
+                    .inoutratio = row.at(3).toDouble(),
+                    .outcost = row.at(4).toDouble(),
+                    .userId = row.at(5).toULongLong(),
+                    .timestamp = row.at(6).toString(),
+                    .wareName = row.at(7).toString(),
+                    .stock = row.at(8).toDouble(),
+                    .currency = row.at(9).toString(),
+                    .oldOutcost = row.at(10).toDouble()};
+        m_lineKeys += lineKey(row);
+    }
+    m_lineKeys.sort();
+    return true;
+}
+
+bool ReceiptPosting::lockAndCompare(PostingResult &result)
+{
+    const Dialect dialect = dialectOf(m_connectionName);
+    const QString lock = lockStatement(dialect);
+    QList<SqlRow> rows;
+    if ((!lock.isEmpty() && !run(lock)) ||
+        !QueryRows(nullptr,
+                   QStringLiteral("SELECT wareid, quantity, incost, inoutratio, outcost, userid, "
+                                  "timestamp FROM incomeinvoice") +
+                       lockingSuffix(dialect) + u';',
+                   rows, m_connectionName)) {
+        result.message = failureText();
+        return false;
+    }
+    QStringList keys;
+    keys.reserve(rows.size());
+    for (const SqlRow &row : std::as_const(rows))
+        keys += lineKey(row);
+    keys.sort();
+    if (keys == m_lineKeys)
+        return true;
+    result.outcome = PostingOutcome::ListChanged;
+    result.message = tr("Список прихода изменён на другом рабочем месте. Накладная не проведена, "
+                        "проверьте список и повторите.");
+    return false;
+}
+
+bool ReceiptPosting::postLines(PostingResult &result, const PostingCallbacks &callbacks)
+{
+    for (const Line &line : std::as_const(m_lines)) {
+        if (callbacks.progress)
+            callbacks.progress(result.lines);
+        if (!postLine(line, result, callbacks)) {
+            if (result.message.isEmpty())
+                result.message = failureText();
+            return false;
+        }
+        result.total += line.quantity * line.incost;
+        ++result.lines;
+    }
+    return true;
+}
+
+bool ReceiptPosting::postLine(const Line &line, PostingResult &result,
+                              const PostingCallbacks &callbacks)
+{
+    const QString wareId = sql::id(line.wareId);
+    const QString outcost = sql::exact(line.outcost);
+    const QString quantity = sql::exact(line.quantity);
+    const double warehouseIncost =
+        Session::instance().convertCurrencyFromMain(line.incost, line.currency);
+    if (!std::isfinite(warehouseIncost)) {
+        result.message = tr("Курс валюты «%1» равен нулю: приходная цена наименования %2 не "
+                            "пересчитывается. Накладная не проведена.")
+                             .arg(line.currency, wareId);
+        return false;
+    }
+
+    if (!run(QStringLiteral("INSERT INTO income(reportid,wareid,incost,quantity,userid,timestamp) "
+                            "VALUES('") +
+             sql::id(result.reportId) + QStringLiteral("','") + wareId + QStringLiteral("','") +
+             sql::exact(line.incost) + QStringLiteral("','") + quantity + QStringLiteral("','") +
+             sql::id(line.userId) + QStringLiteral("',") + sql::text(line.timestamp) +
+             QStringLiteral(");")))
+        return false;
+    if (!run(QStringLiteral("UPDATE warehouse SET incost='") + sql::exact(warehouseIncost) +
+             QStringLiteral("',inoutratio='") + sql::exact(line.inoutratio) +
+             QStringLiteral("', outcost='") + outcost + QStringLiteral("', quantity=quantity+'") +
+             quantity + QStringLiteral("', orderquantity='0' WHERE id='") + wareId +
+             QStringLiteral("';")))
+        return false;
+    if (!run(QStringLiteral("UPDATE articles SET orderquantity='0' WHERE wareid='") + wareId +
+             QStringLiteral("';")))
+        return false;
+
+    if (std::abs(line.outcost - line.oldOutcost) >= priceTolerance && line.stock > 0)
+        markPriceChange(line);
+    run(QStringLiteral("UPDATE cart SET outcost='") + outcost + QStringLiteral("' WHERE wareid='") +
+        wareId + QStringLiteral("';"));
+    if (line.quantity > 0 && line.stock + line.quantity > 0 && !m_alerts.isEmpty() &&
+        !transactionBroken(m_connectionName))
+        tellCustomers(line, callbacks);
+    // The results above are not looked at one by one, but a failure among them that has ended the
+    // transaction on the database's side must end the posting.
+    return !transactionBroken(m_connectionName);
+}
+
+void ReceiptPosting::markPriceChange(const Line &line)
+{
+    const QString wareId = sql::id(line.wareId);
+    run(QStringLiteral("DELETE FROM changeoutcostinfo WHERE wareid='") + wareId +
+        QStringLiteral("';"));
+    run(QStringLiteral("INSERT INTO changeoutcostinfo(wareid,ctime) VALUES('") + wareId +
+        QStringLiteral("',") + sql::now() + QStringLiteral(");"));
+}
+
+void ReceiptPosting::tellCustomers(const Line &line, const PostingCallbacks &callbacks)
+{
+    if (!callbacks.sendSms)
+        return;
+    QString text = Session::instance().option(QStringLiteral("SMS_ONSALE_TEXT"));
+    text.replace(QStringLiteral("<PRODUCT>"), line.wareName);
+    for (qsizetype i = 0; i < m_alerts.size();) {
+        if (m_alerts.at(i).wareId != line.wareId ||
+            !callbacks.sendSms(m_alerts.at(i).phone, text)) {
+            ++i;
+            continue;
+        }
+        run(QStringLiteral("DELETE FROM alerts WHERE id='") + sql::id(m_alerts.at(i).id) +
+            QStringLiteral("';"));
+        m_alerts.removeAt(i);
+    }
+}
+
+bool ReceiptPosting::writeReport(const PostingResult &result, PaymentType paymentType)
+{
+    return run(QStringLiteral(
+                   "INSERT INTO incomereports(id,total,payment_type,userid,timestamp) VALUES(") +
+               sql::id(result.reportId) + QStringLiteral(", ") + sql::exact(result.total) +
+               QStringLiteral(", ") + sql::integer(static_cast<int>(paymentType)) +
+               QStringLiteral(", ") + sql::id(Session::instance().user().id) + QStringLiteral(",") +
+               sql::text(m_reportTimestamp) + QStringLiteral(");"));
+}
+
+bool ReceiptPosting::emptyList(PostingResult &result)
+{
+    QSqlQuery query;
+    if (!QueryExec(nullptr, QStringLiteral("DELETE FROM incomeinvoice;"), query,
+                   m_connectionName)) {
+        result.message = failureText();
+        return false;
+    }
+    if (query.numRowsAffected() == result.lines)
+        return true;
+    result.outcome = PostingOutcome::ListChanged;
+    result.message = tr("Список прихода изменён на другом рабочем месте. Накладная не проведена, "
+                        "проверьте список и повторите.");
+    return false;
+}
+
+void ReceiptPosting::settleLostCommit(PostingResult &result, PaymentType paymentType)
+{
+    logMessage(QStringLiteral("The connection was lost while receipt %1 was being committed; "
+                              "looking whether it is there.")
+                   .arg(result.reportId));
+    result.outcome = PostingOutcome::OutcomeUnknown;
+    result.message = tr("Связь с базой данных прервалась в конце проведения. Неизвестно, проведена "
+                        "ли накладная № %1. Не проводите список повторно, пока не проверите это.")
+                         .arg(result.reportId);
+    if (!ensureConnectionOpen(m_parent, m_connectionName))
+        return;
+    // Behind the lock on the list the lost session has either ended or has committed.
+    TransactionGuard transaction(m_connectionName);
+    const Dialect dialect = dialectOf(m_connectionName);
+    const QString lock = lockStatement(dialect);
+    QList<SqlRow> rows;
+    if (!transaction.isActive() || (!lock.isEmpty() && !run(lock)) ||
+        !QueryRows(nullptr,
+                   QStringLiteral("SELECT id FROM incomeinvoice") + lockingSuffix(dialect) + u';',
+                   rows, m_connectionName) ||
+        !QueryRows(nullptr,
+                   QStringLiteral("SELECT id FROM incomereports WHERE id='") +
+                       sql::id(result.reportId) + QStringLiteral("' AND payment_type='") +
+                       sql::integer(static_cast<int>(paymentType)) +
+                       QStringLiteral("' AND userid='") + sql::id(Session::instance().user().id) +
+                       QStringLiteral("' AND timestamp=") + sql::text(m_reportTimestamp) +
+                       QStringLiteral(";"),
+                   rows, m_connectionName))
+        return;
+    transaction.rollback();
+    if (!rows.isEmpty()) {
+        result.outcome = PostingOutcome::Posted;
+        result.message = tr("Связь с базой данных прервалась, но накладная № %1 проведена.")
+                             .arg(result.reportId);
+        return;
+    }
+    result.outcome = PostingOutcome::Failed;
+    result.message = tr("Связь с базой данных прервалась. Накладная не проведена, ничего не "
+                        "записано.");
+}
+
+bool ReceiptPosting::run(const QString &sqlText)
+{
+    return QueryExec(nullptr, sqlText, m_connectionName);
+}
+
+PostingResult ReceiptPosting::failed(PostingResult result, PostingOutcome outcome,
+                                     const QString &message) const
+{
+    result.outcome = outcome;
+    result.message = message;
+    result.lines = 0;
+    result.total = 0;
+    if (outcome != PostingOutcome::EmptyList)
+        logMessage(QStringLiteral("Receipt %1 is not posted: ").arg(result.reportId) + message);
+    return result;
+}
+
+QString ReceiptPosting::failureText() const
+{
+    const QString error = lastQueryError(m_connectionName);
+    return tr("Накладная не проведена, все изменения отменены.") +
+           (error.isEmpty() ? QString() : QStringLiteral("\n\n") + error);
+}

@@ -1,0 +1,67 @@
+#include "income/productlist.h"
+
+#include "db/sqltext.h"
+
+#include <QHash>
+#include <QSet>
+#include <QStringList>
+
+#include <functional>
+
+QString productListQuery(const ProductFilter &filter)
+{
+    QStringList conditions;
+    if (!filter.showDisabled)
+        conditions += QStringLiteral(" `warehouse`.`enabled`>0");
+    if (filter.groupId) {
+        const QString group = sql::id(*filter.groupId);
+        conditions += QStringLiteral(" (`warehouse`.`groupid`=") + group +
+                      QStringLiteral(" OR `groups`.`parent`=") + group + u')';
+    }
+    if (filter.brandId) {
+        conditions += QStringLiteral(" `warehouse`.`brandid`='") + sql::id(*filter.brandId) + u'\'';
+    }
+    if (!filter.text.isEmpty()) {
+        const QString pattern = sql::containing(filter.text);
+        conditions += QStringLiteral(" (`warehouse`.`article` LIKE ") + pattern +
+                      QStringLiteral(" OR `warehouse`.`name` LIKE ") + pattern + u')';
+    }
+    QString query = QStringLiteral(
+        "SELECT warehouse.id, warehouse.enabled, warehouse.article, warehouse.name, "
+        "warehouse.outcost, warehouse.quantity, units.name  FROM warehouse LEFT JOIN units ON "
+        "units.id=warehouse.unitid LEFT JOIN `groups` ON `groups`.`id`=`warehouse`.`groupid`");
+    if (!conditions.isEmpty())
+        query += QStringLiteral(" WHERE") + conditions.join(QStringLiteral(" AND"));
+    return query + QStringLiteral(" ORDER BY `warehouse`.`name`;");
+}
+
+QList<Choice> groupChoices(const QList<SqlRow> &rows)
+{
+    QSet<qulonglong> ids;
+    for (const SqlRow &row : rows)
+        ids += row.at(0).toULongLong();
+    QHash<qulonglong, QList<qsizetype>> children; // rows by parent, 0: the roots
+    for (qsizetype i = 0; i < rows.size(); ++i) {
+        const qulonglong parent = rows.at(i).at(1).toULongLong();
+        const bool isChild = ids.contains(parent) && parent != rows.at(i).at(0).toULongLong();
+        children[isChild ? parent : 0] += i;
+    }
+
+    QList<Choice> choices;
+    QSet<qsizetype> placed;
+    const std::function<void(qsizetype, int)> place = [&](qsizetype i, int depth) {
+        if (placed.contains(i))
+            return;
+        placed += i;
+        const qulonglong id = rows.at(i).at(0).toULongLong();
+        choices += {id, QStringLiteral(" - ").repeated(depth) + rows.at(i).at(2).toString()};
+        for (const qsizetype child : children.value(id))
+            place(child, depth + 1);
+    };
+    for (const qsizetype root : children.value(0))
+        place(root, 0);
+    // What hangs in a circle has no root of its own.
+    for (qsizetype i = 0; i < rows.size(); ++i)
+        place(i, 0);
+    return choices;
+}

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+#include "db/dialect.h"
+#include "widgets/sqltablemodel.h"
+
+/// The SELECT of the working list. Extended adds the ratio, the fixed coefficient and the purchase
+/// price and sum.
+QString receiptListQuery(bool extended, Dialect dialect);
+
+/// The working list `incomeinvoice` with its headers and totals.
+class ReceiptListModel final : public SqlTableModel
+{
+    Q_OBJECT
+
+public:
+    explicit ReceiptListModel(QObject *parent = nullptr);
+
+    /// Reads the list anew; false on failure, the old rows stay then.
+    bool refresh(QWidget *parent, bool extended, const QString &connectionName = mainConnection);
+
+    qulonglong lineId(int row) const;
+    qulonglong wareId(int row) const;
+
+    /// Sum of purchase price times quantity, main currency; 0 while the list is not extended.
+    double purchaseTotal() const;
+
+    /// Sum of the selling sums, main currency.
+    double sellingTotal() const;
+
+    /// Sum of the quantities.
+    double unitCount() const;
+};
+
+/// A cheap statement whose single row changes whenever the working list does.
+QString receiptListSignatureQuery();
