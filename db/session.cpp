@@ -1,0 +1,156 @@
+#include "db/session.h"
+
+#include "app/logging.h"
+#include "db/passwords.h"
+#include "db/query.h"
+#include "db/sqltext.h"
+
+Session &Session::instance()
+{
+    static Session session;
+    return session;
+}
+
+void Session::reset()
+{
+    m_user = {};
+    m_options.clear();
+    m_currencies.clear();
+}
+
+LoginResult Session::logIn(QWidget *parent, const QString &login, const QString &password,
+                           const QString &connectionName)
+{
+    QSqlQuery query;
+    if (!QueryExecPrepared(parent,
+                           "SELECT id, login, password, name, rights, enabled FROM users WHERE "
+                           "login=:login ORDER BY id;",
+                           query, {{":login", login}}, connectionName))
+        return LoginResult::Failed;
+    SessionUser user;
+    QString stored;
+    bool found = false;
+    while (query.next()) {
+        // A server's collation may take "Admin" or "admin " for "admin".
+        if (found || query.value(1).toString() != login || query.value(5).toInt() == 0)
+            continue;
+        found = true;
+        user = {.id = query.value(0).toULongLong(),
+                .login = login,
+                .name = query.value(3).toString(),
+                .rights = query.value(4).toInt()};
+        stored = query.value(2).toString();
+    }
+    if (!readToEnd(parent, query, connectionName))
+        return LoginResult::Failed;
+    if (!found || !verifyPassword(password, stored))
+        return LoginResult::Refused;
+    m_user = user;
+    return stored.isEmpty() ? LoginResult::PasswordNeeded : LoginResult::Accepted;
+}
+
+bool Session::setPassword(QWidget *parent, const QString &password, const QString &connectionName)
+{
+    QSqlQuery query;
+    return QueryExecPrepared(parent, "UPDATE users SET password=:password WHERE id=:id;", query,
+                             {{":password", hashPassword(password)}, {":id", m_user.id}},
+                             connectionName);
+}
+
+const SessionUser &Session::user() const
+{
+    return m_user;
+}
+
+void Session::setUser(const SessionUser &user)
+{
+    m_user = user;
+}
+
+bool Session::hasRight(Right right) const
+{
+    return (m_user.rights & static_cast<int>(right)) != 0;
+}
+
+bool Session::loadOptions(QWidget *parent, const QString &connectionName)
+{
+    m_options.clear();
+    QList<SqlRow> rows;
+    const bool read =
+        QueryRows(parent, "SELECT name, value FROM options ORDER BY id;", rows, connectionName);
+    for (const SqlRow &row : std::as_const(rows)) {
+        if (!m_options.contains(row.at(0).toString()))
+            m_options.insert(row.at(0).toString(), row.at(1).toString());
+    }
+    return loadCurrencies(connectionName) && read;
+}
+
+QString Session::option(const QString &name) const
+{
+    return m_options.value(name);
+}
+
+bool Session::loadCurrencies(const QString &connectionName)
+{
+    m_currencies.clear();
+    QList<SqlRow> rows;
+    if (!QueryRows(nullptr, "SELECT id, c_code, symbol, value FROM currencies ORDER BY id;", rows,
+                   connectionName))
+        return false;
+    for (const SqlRow &row : std::as_const(rows)) {
+        m_currencies.append({.id = row.at(0).toULongLong(),
+                             .code = row.at(1).toString(),
+                             .symbol = row.at(2).toString(),
+                             .value = row.at(3).toDouble()});
+    }
+    return true;
+}
+
+const QList<Currency> &Session::currencies() const
+{
+    return m_currencies;
+}
+
+const Currency *Session::findCurrency(const QString &code) const
+{
+    for (const Currency &currency : m_currencies) {
+        if (currency.code == code)
+            return &currency;
+    }
+    return nullptr;
+}
+
+double Session::convertCurrencyToMain(double amount, const QString &code) const
+{
+    if (const Currency *currency = findCurrency(code))
+        return amount * currency->value;
+    debugLog("convertCurrencyToMain: Not found currency " + code);
+    return amount;
+}
+
+double Session::convertCurrencyFromMain(double amount, const QString &code) const
+{
+    if (const Currency *currency = findCurrency(code))
+        return amount / currency->value;
+    debugLog("convertCurrencyFromMain: Not found currency " + code);
+    return amount;
+}
+
+QString Session::mainCurrencySymbol() const
+{
+    for (const Currency &currency : m_currencies) {
+        if (currency.value == 1)
+            return currency.symbol;
+    }
+    return {};
+}
+
+std::optional<qulonglong> Session::nextReportId(QWidget *parent,
+                                                const QString &connectionName) const
+{
+    QList<SqlRow> rows;
+    if (!QueryRows(parent, "SELECT MAX(id) FROM incomereports;", rows, connectionName) ||
+        rows.isEmpty())
+        return std::nullopt;
+    return rows.first().first().toULongLong() + 1;
+}

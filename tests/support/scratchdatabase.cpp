@@ -1,0 +1,72 @@
+#include "tests/support/scratchdatabase.h"
+
+#include "tests/support/servers.h"
+
+#include <QCoreApplication>
+#include <QDir>
+
+namespace {
+
+QString administrationDatabase(Dialect dialect)
+{
+    return dialect == Dialect::MySql ? QStringLiteral("mysql") : QStringLiteral("postgres");
+}
+
+} // namespace
+
+ScratchDatabase::ScratchDatabase(Dialect dialect)
+    : m_dialect(dialect)
+{
+    static int count = 0;
+    ++count;
+    if (dialect == Dialect::Sqlite) {
+        m_directory = std::make_unique<QTemporaryDir>(QDir::tempPath() + "/lavkor-test-XXXXXX");
+        if (!m_directory->isValid())
+            qFatal("No temporary directory for a database");
+        m_name = m_directory->filePath(QStringLiteral("scratch.sqlite"));
+        return;
+    }
+    m_name = QStringLiteral("scratch%1").arg(count);
+    TestServers::instance().client(dialect, administrationDatabase(dialect),
+                                   QStringLiteral("CREATE DATABASE ") + m_name +
+                                       (dialect == Dialect::MySql
+                                            ? QStringLiteral(" CHARACTER SET utf8 COLLATE "
+                                                             "utf8_general_ci;")
+                                            : QStringLiteral(" ENCODING 'UTF8';")));
+}
+
+ScratchDatabase::~ScratchDatabase()
+{
+    for (const QString &name : std::as_const(m_connections))
+        removeConnection(name);
+    if (m_dialect == Dialect::Sqlite)
+        return;
+    TestServers::instance().start(m_dialect); // a fault test may have stopped it
+    TestServers::instance().client(
+        m_dialect, administrationDatabase(m_dialect),
+        m_dialect == Dialect::MySql
+            ? QStringLiteral("SET lock_wait_timeout=10; DROP DATABASE ") + m_name + u';'
+            : QStringLiteral("DROP DATABASE ") + m_name + QStringLiteral(" WITH (FORCE);"));
+}
+
+Dialect ScratchDatabase::dialect() const
+{
+    return m_dialect;
+}
+
+ConnectionEntry ScratchDatabase::entry() const
+{
+    return TestServers::instance().entry(m_dialect, m_name);
+}
+
+bool ScratchDatabase::open(const QString &connectionName)
+{
+    if (!m_connections.contains(connectionName))
+        m_connections += connectionName;
+    return createConnection(nullptr, entry(), connectionName);
+}
+
+QString ScratchDatabase::client(const QString &statements) const
+{
+    return TestServers::instance().client(m_dialect, m_name, statements);
+}
