@@ -3,6 +3,10 @@
 #include <QList>
 #include <QMap>
 #include <QString>
+#include <QStringList>
+
+class QXmlStreamReader;
+class QXmlStreamWriter;
 
 /// One database connection of the settings file. The keys of the file are the member names, except
 /// for `name`, whose key is "connection". Values are text as the user entered them.
@@ -75,7 +79,14 @@ public:
     static ConnectionEntry localConnection();
 
 private:
+    bool read(QXmlStreamReader &xml);
+    void readConnection(QXmlStreamReader &xml);
+    void readSection(QXmlStreamReader &xml);
+    void write(QXmlStreamWriter &xml) const;
+
     QString m_path;
     QList<ConnectionEntry> m_connections;
     QMap<QString, QMap<QString, QString>> m_sections; ///< section, key, value
+    QStringList m_foreign; ///< elements of other programs that are no plain keys, as XML
+    mutable bool m_setAsideFirst = false; ///< a broken file still stands at the path
 };
