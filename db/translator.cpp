@@ -87,14 +87,14 @@ QString translateSql(const QString &sqlText, Dialect dialect)
     }
 
     if (ignore.hasMatch()) {
-        return QStringLiteral("INSERT INTO") +
+        return QStringLiteral("INSERT INTO ") +
                toPostgreSqlWords(withoutEnd(sqlText.mid(ignore.capturedEnd()))) +
                QStringLiteral(" ON CONFLICT DO NOTHING;");
     }
     const QRegularExpressionMatch replace = replaceInto.match(sqlText);
     if (replace.hasMatch()) {
         const QString rest = toPostgreSqlWords(withoutEnd(sqlText.mid(replace.capturedEnd())));
-        return QStringLiteral("INSERT INTO") + rest + conflictUpdate(rest) + u';';
+        return QStringLiteral("INSERT INTO ") + rest + conflictUpdate(rest) + u';';
     }
     return toPostgreSqlWords(sqlText);
 }
