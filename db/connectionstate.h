@@ -26,3 +26,6 @@ bool mayHaveRun(const QSqlDatabase &database, const QSqlError &error);
 
 /// Whether the database has ended its transaction because of this error.
 bool endsTransaction(const QSqlDatabase &database, const QSqlError &error);
+
+/// Tells the statement observer, if there is one.
+void observeStatement(const QString &sqlText, const QString &connectionName);

@@ -15,6 +15,12 @@
 
 namespace {
 
+StatementObserver &statementObserver()
+{
+    static StatementObserver observer;
+    return observer;
+}
+
 /// A server that drops the connection on every try must not keep the window waiting for ever.
 constexpr int maxSilentReconnects = 3;
 
@@ -109,6 +115,7 @@ private:
 
     bool execute()
     {
+        observeStatement(m_sqlText, m_connectionName);
         QSqlDatabase db = database();
         m_query = QSqlQuery(db);
         // The SQLite driver would keep a copy of every row read. The server drivers have the
@@ -203,6 +210,17 @@ private:
 };
 
 } // namespace
+
+void setStatementObserver(StatementObserver observer)
+{
+    statementObserver() = std::move(observer);
+}
+
+void observeStatement(const QString &sqlText, const QString &connectionName)
+{
+    if (statementObserver())
+        statementObserver()(sqlText, connectionName);
+}
 
 bool QueryExec(QWidget *parent, const QString &sqlText, QSqlQuery &query,
                const QString &connectionName)

@@ -8,6 +8,8 @@
 
 #include "db/connections.h"
 
+#include <functional>
+
 class QWidget;
 
 using SqlBindings = QList<QPair<QString, QVariant>>;
@@ -45,6 +47,12 @@ QVariant QueryValue(QWidget *parent, const QString &sqlText,
 
 /// What went wrong last on the connection, as shown to the user; empty after a success.
 QString lastQueryError(const QString &connectionName = mainConnection);
+
+/// Sees every statement just before it goes to its connection, also "BEGIN", "COMMIT" and
+/// "ROLLBACK" of the transaction helpers. For diagnosis; an empty function takes it off.
+using StatementObserver =
+    std::function<void(const QString &sqlText, const QString &connectionName)>;
+void setStatementObserver(StatementObserver observer);
 
 /// Whether the last failure on the connection was its loss while a statement was under way, so
 /// that nobody knows whether the statement took effect.

@@ -24,6 +24,7 @@ bool runWord(QSqlDatabase &database, const char *word, QSqlError &error)
 
 bool begin(QSqlDatabase &database, QSqlError &error)
 {
+    observeStatement(QStringLiteral("BEGIN"), database.connectionName());
     if (dialectOf(database.connectionName()) == Dialect::Sqlite)
         return runWord(database, "BEGIN IMMEDIATE", error);
     const bool done = database.transaction();
@@ -33,6 +34,7 @@ bool begin(QSqlDatabase &database, QSqlError &error)
 
 bool commit(QSqlDatabase &database, QSqlError &error)
 {
+    observeStatement(QStringLiteral("COMMIT"), database.connectionName());
     if (dialectOf(database.connectionName()) == Dialect::Sqlite)
         return runWord(database, "COMMIT", error);
     const bool done = database.commit();
@@ -42,6 +44,7 @@ bool commit(QSqlDatabase &database, QSqlError &error)
 
 bool rollback(QSqlDatabase &database, QSqlError &error)
 {
+    observeStatement(QStringLiteral("ROLLBACK"), database.connectionName());
     if (dialectOf(database.connectionName()) == Dialect::Sqlite)
         return runWord(database, "ROLLBACK", error);
     const bool done = database.rollback();

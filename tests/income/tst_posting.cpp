@@ -1,0 +1,360 @@
+// Posting is all or nothing, and what is deleted from the working list is what was posted, on each
+// of the three databases, whatever other stations do meanwhile.
+#include "db/query.h"
+#include "db/session.h"
+#include "db/sqltext.h"
+#include "db/transaction.h"
+#include "income/posting.h"
+#include "tests/support/scratchdatabase.h"
+#include "tests/support/servers.h"
+#include "tests/support/shop.h"
+#include "tests/support/testhome.h"
+
+#include <QTest>
+
+#include <memory>
+
+namespace {
+
+const QString otherStation = QStringLiteral("other station");
+
+} // namespace
+
+class TestPosting : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase_data();
+    void init();
+    void cleanup();
+    void posting_writesEverythingAndEmptiesTheList();
+    void posting_tellsWaitingCustomersOnce();
+    void posting_refusesWhatItCannotPost();
+    void posting_keepsAmountsWhole();
+    void posting_stopsWhenTheListHasChanged_data();
+    void posting_stopsWhenTheListHasChanged();
+    void posting_keepsLinesThatOthersAddMeanwhile();
+    void posting_withALostConnection_leavesNothing();
+    void posting_withAnUnknownRate_leavesNothing();
+    void secondStation_doesNotPostTheSameListAgain();
+    void posting_movesTheSequenceOn();
+
+private:
+    PostingResult post(const PostingCallbacks &callbacks = {});
+    QString rows(const QString &statement) const
+    {
+        return m_database->client(statement);
+    }
+    QString everything() const;
+
+    Dialect m_dialect = Dialect::Sqlite;
+    std::unique_ptr<TestHome> m_home;
+    std::unique_ptr<ScratchDatabase> m_database;
+};
+
+void TestPosting::initTestCase_data()
+{
+    addDialectRows();
+}
+
+void TestPosting::init()
+{
+    QFETCH_GLOBAL(Dialect, dialect);
+    m_dialect = dialect;
+    m_home = std::make_unique<TestHome>();
+    m_database = std::make_unique<ScratchDatabase>(dialect);
+    QVERIFY(m_database->open());
+    QVERIFY(shop::create());
+    QVERIFY(QueryExec(nullptr, "UPDATE currencies SET value='90' WHERE c_code='USD'"));
+    QVERIFY(Session::instance().loadOptions(nullptr, mainConnection));
+    Session::instance().setUser({.id = 3, .login = "anna", .name = "Анна", .rights = 0});
+}
+
+void TestPosting::cleanup()
+{
+    m_database.reset();
+    Session::instance().reset();
+    m_home.reset();
+}
+
+PostingResult TestPosting::post(const PostingCallbacks &callbacks)
+{
+    return ReceiptPosting(nullptr, mainConnection).post(PaymentType::Cash, callbacks);
+}
+
+/// All that a posting may touch, as the database's own client sees it.
+QString TestPosting::everything() const
+{
+    QString all;
+    for (const char *table : {"incomeinvoice", "income", "incomereports", "warehouse", "articles",
+                              "cart", "changeoutcostinfo", "alerts"})
+        all += rows(QStringLiteral("SELECT * FROM ") + QLatin1String(table) +
+                    QStringLiteral(" ORDER BY id")) +
+               QStringLiteral("\n--\n");
+    return all;
+}
+
+void TestPosting::posting_writesEverythingAndEmptiesTheList()
+{
+    shop::addProduct({.id = 11, .name = "О'Нил \\ `x` %1 <b>", .stock = 4, .outcost = 20});
+    shop::addProduct({.id = 12, .stock = 0, .outcost = 20});
+    shop::addProduct({.id = 13, .stock = 9, .incost = 1, .outcost = 50, .currency = "USD"});
+    QVERIFY(QueryExec(nullptr, "INSERT INTO articles(wareid,name,orderquantity) "
+                               "VALUES('11','a','5'),('99','b','5')"));
+    QVERIFY(QueryExec(nullptr, "INSERT INTO cart(wareid,outcost) VALUES('11','1'),('99','1')"));
+    shop::addLine({.wareId = 11, .quantity = 2.5, .incost = 10, .outcost = 25, .inoutratio = 2});
+    shop::addLine({.wareId = 12, .quantity = 3, .incost = 7, .outcost = 30, .userId = 6});
+    shop::addLine({.wareId = 13, .quantity = -2, .incost = 180, .outcost = 50.00005});
+
+    int announced = 0;
+    QList<int> progress;
+    PostingCallbacks callbacks;
+    callbacks.started = [&](int lines) {
+        announced = lines;
+    };
+    callbacks.progress = [&](int done) {
+        progress += done;
+    };
+    const PostingResult result =
+        ReceiptPosting(nullptr, mainConnection).post(PaymentType::Cashless, callbacks);
+
+    QCOMPARE(result.outcome, PostingOutcome::Posted);
+    QCOMPARE(result.reportId, 1ULL);
+    QCOMPARE(announced, 3);
+    QCOMPARE(progress, QList<int>({0, 1, 2}));
+    QCOMPARE(rows("SELECT COUNT(*) FROM incomeinvoice"), "0");
+    QCOMPARE(rows("SELECT wareid FROM income WHERE reportid=1 AND timestamp='2026-01-02 03:04:05' "
+                  "ORDER BY wareid"),
+             "11\n12\n13");
+    QCOMPARE(rows("SELECT userid FROM income ORDER BY wareid"), "5\n6\n5");
+    QCOMPARE(rows("SELECT id FROM incomereports WHERE total=-314 AND payment_type=4 AND userid=3"),
+             "1");
+    QCOMPARE(rows("SELECT id FROM warehouse WHERE (id=11 AND quantity=6.5 AND incost=10 AND "
+                  "outcost=25 AND inoutratio=2) OR (id=12 AND quantity=3 AND incost=7 AND "
+                  "outcost=30) OR (id=13 AND quantity=7 AND incost=2) ORDER BY id"),
+             "11\n12\n13");
+    QCOMPARE(rows("SELECT COUNT(*) FROM warehouse WHERE orderquantity=0"), "3");
+    QCOMPARE(rows("SELECT wareid FROM articles WHERE orderquantity=0"), "11");
+    QCOMPARE(rows("SELECT wareid FROM cart WHERE outcost=25"), "11");
+    // New labels only for goods that stood on the shelf with another price.
+    QCOMPARE(rows("SELECT wareid FROM changeoutcostinfo"), "11");
+}
+
+void TestPosting::posting_tellsWaitingCustomersOnce()
+{
+    shop::addProduct({.id = 11, .name = "Чайник \"Искра\" %1"});
+    shop::addProduct({.id = 12, .stock = -5});
+    shop::addProduct({.id = 13, .stock = 5});
+    for (const int line : {11, 11, 12, 13})
+        shop::addLine({.wareId = qulonglong(line), .quantity = line == 13 ? -1.0 : 2.0});
+    shop::addAlert(11, "+7 900 111-11-11");
+    shop::addAlert(12, "+7 900 222-22-22");
+    shop::addAlert(11, "+7 900 333-33-33");
+    shop::addAlert(11, "bad");
+    shop::addAlert(13, "+7 900 444-44-44");
+    QVERIFY(QueryExec(nullptr, "UPDATE options SET value='Есть <PRODUCT>, <PRODUCT>!' WHERE "
+                               "name='SMS_ONSALE_TEXT'"));
+    QVERIFY(Session::instance().loadOptions(nullptr, mainConnection));
+    QStringList sent;
+    PostingCallbacks callbacks;
+    callbacks.sendSms = [&](const QString &phone, const QString &text) {
+        sent += phone + '|' + text;
+        return phone != "bad";
+    };
+    QCOMPARE(post(callbacks).outcome, PostingOutcome::Posted);
+    const QString text = "|Есть Чайник \"Искра\" %1, Чайник \"Искра\" %1!";
+    // The refused one is tried again with the second line of the product.
+    QCOMPARE(sent, QStringList({"+7 900 111-11-11" + text, "+7 900 333-33-33" + text, "bad" + text,
+                                "bad" + text}));
+    QCOMPARE(rows("SELECT phone FROM alerts ORDER BY id"),
+             "+7 900 222-22-22\nbad\n+7 900 444-44-44");
+}
+
+void TestPosting::posting_refusesWhatItCannotPost()
+{
+    shop::addProduct({.id = 11});
+    const QString before = everything();
+    PostingResult result = post();
+    QCOMPARE(result.outcome, PostingOutcome::EmptyList);
+    QVERIFY(result.message.isEmpty());
+    QCOMPARE(everything(), before);
+
+    shop::addLine({.wareId = 11});
+    shop::addLine({.wareId = 11, .quantity = 0});
+    const QString withZero = everything();
+    result = post();
+    QCOMPARE(result.outcome, PostingOutcome::ZeroQuantity);
+    QCOMPARE(result.message, "В накладной имеются позиции с нулевым количеством.");
+    QCOMPARE(everything(), withZero);
+    QVERIFY(QueryExec(nullptr, "UPDATE incomeinvoice SET quantity=NULL WHERE quantity='0'"));
+    QCOMPARE(post().outcome, PostingOutcome::ZeroQuantity);
+}
+
+void TestPosting::posting_keepsAmountsWhole()
+{
+    shop::addProduct({.id = 11});
+    shop::addProduct({.id = 12});
+    shop::addLine({.wareId = 11, .quantity = 0.125, .incost = 8, .outcost = 1234567.89});
+    shop::addLine({.wareId = 12, .quantity = 1, .incost = 1234567.89, .outcost = 0.01});
+    const PostingResult result = post();
+    QCOMPARE(result.outcome, PostingOutcome::Posted);
+    const double tolerance = m_dialect == Dialect::PostgreSql ? 1 : 1e-6;
+    QVERIFY(qAbs(rows("SELECT total FROM incomereports").toDouble() - 1234568.89) < tolerance);
+    QVERIFY(qAbs(rows("SELECT outcost FROM warehouse WHERE id=11").toDouble() - 1234567.89) <
+            tolerance);
+    QCOMPARE(rows("SELECT quantity FROM warehouse WHERE id=11"), "0.125");
+    QCOMPARE(rows("SELECT quantity FROM income WHERE wareid=11"), "0.125");
+}
+
+void TestPosting::posting_stopsWhenTheListHasChanged_data()
+{
+    QTest::addColumn<QString>("change");
+    QTest::newRow("line added")
+        << "INSERT INTO incomeinvoice(wareid,quantity,incost,outcost) VALUES('12','1','1','1')";
+    QTest::newRow("line deleted") << "DELETE FROM incomeinvoice WHERE wareid='11'";
+    QTest::newRow("quantity") << "UPDATE incomeinvoice SET quantity='9' WHERE wareid='12'";
+    QTest::newRow("price") << "UPDATE incomeinvoice SET outcost='9' WHERE wareid='12'";
+    QTest::newRow("posted by another") << "DELETE FROM incomeinvoice";
+}
+
+void TestPosting::posting_stopsWhenTheListHasChanged()
+{
+    QFETCH(QString, change);
+    QVERIFY(m_database->open(otherStation));
+    shop::addProduct({.id = 11});
+    shop::addProduct({.id = 12});
+    shop::addLine({.wareId = 11});
+    shop::addLine({.wareId = 12});
+    // Behind the count, before the lock: the lines are read by then.
+    QString before;
+    bool changed = false;
+    const auto changeOnce = [&] {
+        if (changed)
+            return;
+        changed = true;
+        QVERIFY(QueryExec(nullptr, change, otherStation));
+        before = everything();
+    };
+    setStatementObserver([&](const QString &sqlText, const QString &connection) {
+        if (connection == mainConnection && sqlText == "BEGIN")
+            changeOnce();
+    });
+    const PostingResult result = post();
+    setStatementObserver({});
+    QVERIFY(changed);
+    QCOMPARE(result.outcome, PostingOutcome::ListChanged);
+    QVERIFY(!result.message.isEmpty());
+    QCOMPARE(everything(), before);
+}
+
+void TestPosting::posting_keepsLinesThatOthersAddMeanwhile()
+{
+    QVERIFY(m_database->open(otherStation));
+    switch (m_dialect) {
+    case Dialect::Sqlite:
+        QVERIFY(QueryExec(nullptr, "PRAGMA busy_timeout=10", otherStation));
+        break;
+    case Dialect::MySql:
+        QVERIFY(QueryExec(nullptr, "SET SESSION innodb_lock_wait_timeout=1", otherStation));
+        break;
+    case Dialect::PostgreSql:
+        QVERIFY(QueryExec(nullptr, "SET lock_timeout='10ms'", otherStation));
+        break;
+    }
+    for (const qulonglong id : {11, 12, 13})
+        shop::addProduct({.id = id});
+    shop::addLine({.wareId = 11});
+    shop::addLine({.wareId = 12});
+    bool added = true;
+    PostingCallbacks callbacks;
+    callbacks.progress = [&](int done) {
+        if (done != 1)
+            return;
+        // In a transaction the failed statement is not tried again on a connection with the
+        // ordinary waiting time.
+        added = transactionBegin(otherStation) &&
+                QueryExec(nullptr,
+                          "INSERT INTO incomeinvoice(wareid,quantity,incost,outcost,timestamp) "
+                          "VALUES('13','1','1','1','x')",
+                          otherStation);
+        transactionRollback(otherStation);
+    };
+    QCOMPARE(post(callbacks).outcome, PostingOutcome::Posted);
+    QVERIFY(!added); // it had to wait for the posting and gave up
+    shop::addLine({.wareId = 13}, otherStation);
+    QCOMPARE(rows("SELECT wareid FROM incomeinvoice"), "13");
+    QCOMPARE(rows("SELECT wareid FROM income ORDER BY wareid"), "11\n12");
+}
+
+void TestPosting::posting_withALostConnection_leavesNothing()
+{
+    if (m_dialect == Dialect::Sqlite)
+        return;
+    shop::addProduct({.id = 11});
+    shop::addProduct({.id = 12});
+    shop::addLine({.wareId = 11});
+    shop::addLine({.wareId = 12});
+    const QString before = everything();
+    PostingCallbacks callbacks;
+    callbacks.progress = [&](int done) {
+        if (done == 1)
+            TestServers::instance().killClients(m_dialect);
+    };
+    const PostingResult result = post(callbacks);
+    QCOMPARE(result.outcome, PostingOutcome::Failed);
+    QCOMPARE(everything(), before);
+    QCOMPARE(post().outcome, PostingOutcome::Posted);
+    QCOMPARE(rows("SELECT COUNT(*) FROM income"), "2");
+    QCOMPARE(rows("SELECT id FROM incomereports"), "1");
+}
+
+void TestPosting::posting_withAnUnknownRate_leavesNothing()
+{
+    QVERIFY(QueryExec(nullptr, "UPDATE currencies SET value='0' WHERE c_code='EUR'"));
+    QVERIFY(Session::instance().loadCurrencies(mainConnection));
+    shop::addProduct({.id = 11});
+    shop::addProduct({.id = 12, .currency = "EUR"});
+    shop::addLine({.wareId = 11});
+    shop::addLine({.wareId = 12});
+    const QString before = everything();
+    const PostingResult result = post();
+    QCOMPARE(result.outcome, PostingOutcome::Failed);
+    QVERIFY2(result.message.contains("«EUR»"), qPrintable(result.message));
+    QCOMPARE(everything(), before);
+}
+
+void TestPosting::secondStation_doesNotPostTheSameListAgain()
+{
+    QVERIFY(m_database->open(otherStation));
+    shop::addProduct({.id = 11});
+    shop::addLine({.wareId = 11, .quantity = 4});
+    PostingResult second;
+    bool posted = false;
+    setStatementObserver([&](const QString &sqlText, const QString &connection) {
+        if (connection != mainConnection || sqlText != "BEGIN" || posted)
+            return;
+        posted = true;
+        second = ReceiptPosting(nullptr, otherStation).post(PaymentType::Cashless, {});
+    });
+    const PostingResult first = post();
+    setStatementObserver({});
+    QCOMPARE(second.outcome, PostingOutcome::Posted);
+    QCOMPARE(first.outcome, PostingOutcome::ListChanged);
+    QCOMPARE(rows("SELECT quantity FROM warehouse WHERE id=11"), "4");
+    QCOMPARE(rows("SELECT payment_type FROM incomereports"), "4");
+    QCOMPARE(rows("SELECT COUNT(*) FROM income"), "1");
+}
+
+void TestPosting::posting_movesTheSequenceOn()
+{
+    shop::addProduct({.id = 11});
+    shop::addLine({.wareId = 11});
+    QCOMPARE(post().outcome, PostingOutcome::Posted);
+    QVERIFY(QueryExec(nullptr, "INSERT INTO incomereports(total) VALUES('1')"));
+    shop::addLine({.wareId = 11});
+    QCOMPARE(post().reportId, 3ULL);
+}
+
+QTEST_GUILESS_MAIN(TestPosting)
+#include "tst_posting.moc"
