@@ -1,0 +1,39 @@
+#pragma once
+
+#include <QPair>
+#include <QSet>
+#include <QString>
+
+#include <optional>
+
+#include "db/dialect.h"
+
+class QWidget;
+
+/// What a database holds, as far as the schema asks. Internal to db/.
+class DatabaseContents
+{
+public:
+    /// Asks a database for its tables, columns and indexes, one statement each. Nothing when a
+    /// statement failed.
+    static std::optional<DatabaseContents> read(QWidget *parent, const QString &connectionName);
+
+    bool hasTable(const QString &table) const;
+    bool hasColumn(const QString &table, const QString &column) const;
+
+    /// Whether an index, under whatever name, has the column in front and covers all rows.
+    bool hasIndexOn(const QString &table, const QString &column) const;
+
+private:
+    using Names = QSet<QPair<QString, QString>>;
+
+    explicit DatabaseContents(Dialect dialect);
+    static bool readNames(QWidget *parent, const QString &connectionName, const QString &statement,
+                          const DatabaseContents &contents, Names &names);
+    QPair<QString, QString> folded(const QString &table, const QString &column) const;
+
+    Dialect m_dialect;
+    Names m_tables; ///< with an empty second name
+    Names m_columns;
+    Names m_indexes;
+};

@@ -1,0 +1,53 @@
+#pragma once
+
+#include <QList>
+#include <QString>
+
+#include <span>
+
+#include "db/dialect.h"
+
+/// The tables, columns and indexes of the suite's shared database as data. Internal to db/.
+
+/// One table: its key column and the list of columns behind it, as every program of the suite
+/// declares them. Names, order and types are a contract with the other programs.
+struct TableDescription
+{
+    const char *name;
+    bool backquoted; ///< the name stands in backquotes in the CREATE statement
+    const char *key;
+    const char *columns;
+};
+
+/// A column that came after the tables; it stands behind the listed ones.
+struct ColumnAddition
+{
+    const char *table;
+    const char *name;
+    const char *type;
+};
+
+/// An index on one column.
+struct IndexDescription
+{
+    const char *table;
+    const char *column;
+    bool isText = false; ///< TEXT columns need a prefix length on MySQL
+};
+
+/// The tables in the order of their creation, `dbversion` first.
+std::span<const TableDescription> schemaTables();
+
+/// Tables that came later; the other programs of the suite do not need them.
+std::span<const TableDescription> laterTables();
+
+std::span<const ColumnAddition> laterColumns();
+
+std::span<const IndexDescription> schemaIndexes();
+
+/// The name of an index, the same on all databases.
+QString indexName(const IndexDescription &index);
+
+QString createTableStatement(const TableDescription &table, Dialect dialect);
+QString addColumnStatement(const ColumnAddition &column, Dialect dialect);
+QString createIndexStatement(const IndexDescription &index, Dialect dialect);
