@@ -1,0 +1,50 @@
+#include "login/passworddialog.h"
+
+#include "app/messages.h"
+#include "ui_passworddialog.h"
+
+QString newPasswordFault(const QString &password, const QString &repeated)
+{
+    if (password.isEmpty())
+        return PasswordDialog::tr("Пароль не может быть пустым.");
+    if (password != repeated)
+        return PasswordDialog::tr("Пароли не совпадают. Введите новый пароль ещё раз.");
+    return {};
+}
+
+PasswordDialog::PasswordDialog(const QString &login, QWidget *parent)
+    : QDialog(parent),
+      m_ui(std::make_unique<Ui::PasswordDialog>())
+{
+    m_ui->setupUi(this);
+    m_ui->introLabel->setText(
+        tr("У пользователя «%1» ещё нет пароля. Придумайте пароль и введите его дважды.")
+            .arg(login));
+    m_ui->newPasswordLineEdit->setFocus();
+}
+
+PasswordDialog::~PasswordDialog() = default;
+
+QString PasswordDialog::password() const
+{
+    return m_ui->newPasswordLineEdit->text();
+}
+
+void PasswordDialog::on_okPushButton_clicked()
+{
+    const QString fault =
+        newPasswordFault(m_ui->newPasswordLineEdit->text(), m_ui->repeatPasswordLineEdit->text());
+    if (fault.isEmpty()) {
+        accept();
+        return;
+    }
+    showWarning(this, fault);
+    m_ui->newPasswordLineEdit->clear();
+    m_ui->repeatPasswordLineEdit->clear();
+    m_ui->newPasswordLineEdit->setFocus();
+}
+
+void PasswordDialog::on_cancelPushButton_clicked()
+{
+    reject();
+}
