@@ -341,7 +341,7 @@ void TestPosting::secondStation_doesNotPostTheSameListAgain()
     setStatementObserver({});
     QCOMPARE(second.outcome, PostingOutcome::Posted);
     QCOMPARE(first.outcome, PostingOutcome::ListChanged);
-    QCOMPARE(rows("SELECT quantity FROM warehouse WHERE id=11"), "4");
+    QCOMPARE(rows("SELECT quantity FROM warehouse WHERE id=11").toDouble(), 4.0);
     QCOMPARE(rows("SELECT payment_type FROM incomereports"), "4");
     QCOMPARE(rows("SELECT COUNT(*) FROM income"), "1");
 }

@@ -16,7 +16,7 @@ struct Product
     double incost = 10;
     double outcost = 20;
     QString currency = QStringLiteral("RUB");
-    QString article;
+    QString article = {};
     int enabled = 1;
 };
 
