@@ -87,7 +87,6 @@ bool IncomeInvoiceWindow::isReady() const
 
 void IncomeInvoiceWindow::start()
 {
-    // Cards that were given up before they had a product leave their barcodes behind.
     fillFilters();
     refreshAll();
     m_ui->codeLineEdit->setFocus();
@@ -353,21 +352,22 @@ void IncomeInvoiceWindow::on_codeLineEdit_returnPressed()
 {
     m_ui->codeLineEdit->selectAll();
     const QString text = m_ui->codeLineEdit->text().trimmed();
-    const CodeLookup found = lookUpCode(this, text);
+    const CodeResult found = findProduct(this, text);
     switch (found.kind) {
-    case CodeLookup::Kind::Nothing:
-        if (!text.isEmpty())
+    case CodeKind::Nothing:
+        if (!text.isEmpty()) {
+            playSound(Sound::NotFound);
             showScan(tr("Не номер наименования и не штрих-код: %1").arg(text), false);
+        }
         break;
-    case CodeLookup::Kind::Product:
-        playSound(Sound::Found);
-        addProduct(found.wareId, found.packQuantity);
+    case CodeKind::Product:
+        addProduct(found.wareid, found.packQuantity);
         break;
-    case CodeLookup::Kind::NotFound:
+    case CodeKind::NotFound:
         playSound(Sound::NotFound);
         showScan(tr("Не найдено: %1").arg(text), false);
         break;
-    case CodeLookup::Kind::Failed:
+    case CodeKind::Failed:
         playSound(Sound::NotFound);
         showScan(tr("Ошибка базы данных при поиске кода %1").arg(text), false);
         break;
@@ -378,36 +378,35 @@ void IncomeInvoiceWindow::on_codeLineEdit_returnPressed()
 
 void IncomeInvoiceWindow::addProduct(qulonglong wareId, double packQuantity)
 {
-    QuantityRestRequest request;
-    request.wareId = wareId;
-    request.addedQuantity = packQuantity * m_ui->multiplierSpinBox->value();
-    request.startInPrice = m_ui->incostCheckBox->isChecked();
-    QuantityRestDialog dialog(request, this);
-    const bool accepted = dialog.exec() == QDialog::Accepted;
-    finishLine(accepted, dialog.resultText());
+    const bool accepted =
+        enterLine({.wareid = wareId,
+                   .addedQuantity = packQuantity * m_ui->multiplierSpinBox->value(),
+                   .startInPrice = m_ui->incostCheckBox->isChecked()});
     if (accepted && !m_ui->lockPushButton->isChecked())
         m_ui->multiplierSpinBox->setValue(1);
 }
 
-void IncomeInvoiceWindow::editLine(int row)
+bool IncomeInvoiceWindow::enterLine(const ReceiptRequest &request)
 {
-    QuantityRestRequest request;
-    request.wareId = m_receipt->wareId(row);
-    request.lineId = m_receipt->lineId(row);
-    request.editLine = true;
-    request.startInPrice = m_ui->incostCheckBox->isChecked();
     QuantityRestDialog dialog(request, this);
+    if (dialog.loadState() == LoadState::Loaded)
+        playSound(Sound::Found);
+    else
+        playSound(Sound::NotFound);
     const bool accepted = dialog.exec() == QDialog::Accepted;
-    finishLine(accepted, dialog.resultText());
-}
-
-void IncomeInvoiceWindow::finishLine(bool accepted, const QString &text)
-{
-    if (accepted)
-        showScan(text, true);
+    if (accepted) {
+        showScan(tr("%1 %2, в приходе: %3 %4")
+                     .arg(dialog.product().article, dialog.product().name,
+                          formatQuantity(dialog.acceptedQuantity()), dialog.product().unit)
+                     .trimmed(),
+                 true);
+    } else if (dialog.loadState() == LoadState::NotFound) {
+        showScan(tr("Наименование %1 не найдено").arg(request.wareid), false);
+    }
     refreshReceipt();
     m_ui->codeLineEdit->setFocus();
     m_ui->codeLineEdit->selectAll();
+    return accepted;
 }
 
 void IncomeInvoiceWindow::on_namefilterLineEdit_textChanged()
@@ -450,8 +449,12 @@ void IncomeInvoiceWindow::on_warehouseTableView_doubleClicked(const QModelIndex 
 
 void IncomeInvoiceWindow::on_incomeinvoiceTableView_doubleClicked(const QModelIndex &index)
 {
-    if (index.isValid())
-        editLine(index.row());
+    if (!index.isValid())
+        return;
+    enterLine({.wareid = m_receipt->wareId(index.row()),
+               .lineId = m_receipt->lineId(index.row()),
+               .editLine = true,
+               .startInPrice = m_ui->incostCheckBox->isChecked()});
 }
 
 void IncomeInvoiceWindow::on_warehouseTableView_customContextMenuRequested(const QPoint &position)

@@ -14,6 +14,7 @@ class QLabel;
 class QModelIndex;
 class QTableView;
 class ReceiptListModel;
+struct ReceiptRequest;
 
 namespace Ui {
 class IncomeInvoiceWindow;
@@ -89,8 +90,7 @@ private:
     /// Opens QuantityRestDialog to add so many units of a product, and afterwards gives the code
     /// field back to the scanner.
     void addProduct(qulonglong wareId, double packQuantity);
-    void editLine(int row);
-    void finishLine(bool accepted, const QString &text);
+    bool enterLine(const ReceiptRequest &request);
     void forwardToCodeField(QEvent *event);
     QList<qulonglong> selectedProductIds() const;
     QTableView *focusedTable() const;
