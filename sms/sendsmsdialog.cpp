@@ -1,0 +1,232 @@
+#include "sms/sendsmsdialog.h"
+
+#include "ui_sendsmsdialog.h"
+
+#include "app/logging.h"
+#include "app/messages.h"
+#include "app/settings.h"
+#include "db/session.h"
+
+#include <QPointer>
+#include <QSslSocket>
+
+#include <utility>
+
+namespace {
+
+using namespace std::chrono_literals;
+
+std::chrono::milliseconds stageTimeout = 30s;
+std::chrono::milliseconds refusalTimeout = 2s;
+
+/// A refusal is shown in a small window and kept in the log; a whole error page is of no use there.
+constexpr qsizetype shownReplySize = 400;
+
+} // namespace
+
+SendSmsDialog::SendSmsDialog(QWidget *parent, const QString &phone, const QString &text)
+    : QDialog(parent),
+      m_ui(std::make_unique<Ui::SendSmsDialog>()),
+      m_sslSocket(new QSslSocket(this))
+{
+    m_ui->setupUi(this);
+    m_timer.setSingleShot(true);
+    debugLog(QStringLiteral("SendSmsDialog(%1, %2)").arg(phone, text));
+
+    m_message.phone = sms::cleanPhone(phone);
+    m_message.text = text;
+    if (!sms::isMobilePhone(m_message.phone)) {
+        showInformation(parent, tr("СМС не отправлена, неправильный телефонный номер: %1 размер %2")
+                                    .arg(m_message.phone, QString::number(m_message.phone.size())));
+        done(Rejected);
+        return;
+    }
+    start();
+}
+
+SendSmsDialog::~SendSmsDialog()
+{
+    // The socket says good-bye while it is destroyed; by then there is no dialog to listen.
+    m_sslSocket->disconnect(this);
+}
+
+int SendSmsDialog::exec()
+{
+    if (m_over)
+        return result();
+    if (m_sslSocket->state() != QAbstractSocket::ConnectedState)
+        m_ui->statusLabel->setText(tr("Соединение с SMS-шлюзом"));
+    return QDialog::exec();
+}
+
+QByteArray SendSmsDialog::gatewayAnswer() const
+{
+    return m_reply.isAccepted() ? m_reply.body() : QByteArray();
+}
+
+void SendSmsDialog::setTimeouts(std::chrono::milliseconds stage, std::chrono::milliseconds refusal)
+{
+    stageTimeout = stage;
+    refusalTimeout = refusal;
+}
+
+void SendSmsDialog::done(int result)
+{
+    if (m_over)
+        return;
+    m_over = true;
+    m_timer.stop();
+    m_sslSocket->disconnect(this);
+    // Queued: done() is called from the socket's own signals.
+    QMetaObject::invokeMethod(
+        m_sslSocket, [socket = m_sslSocket] { socket->abort(); }, Qt::QueuedConnection);
+    QDialog::done(result);
+}
+
+void SendSmsDialog::start()
+{
+    const QString address = Settings::instance().value(SettingsKey::SmsGateHost);
+    if (address.trimmed().isEmpty()) {
+        fail(tr("СМС не отправлена: адрес SMS-шлюза не задан."));
+        return;
+    }
+    const std::optional<sms::Gateway> gateway = sms::parseGateway(address);
+    if (!gateway) {
+        fail(tr("СМС не отправлена: неправильный адрес SMS-шлюза: %1").arg(address));
+        return;
+    }
+    m_gateway = *gateway;
+
+    const Session &session = Session::instance();
+    m_message.login = session.option(QStringLiteral("SMS_GATE_LOGIN"));
+    m_message.password = session.option(QStringLiteral("SMS_GATE_PASSWORD"));
+    m_message.sender = session.option(QStringLiteral("SMS_GATE_SENDER"));
+
+    connect(m_sslSocket, &QSslSocket::connected, this,
+            [this] { beginStage(tr("Установка защищённого соединения")); });
+    connect(m_sslSocket, &QSslSocket::encrypted, this, &SendSmsDialog::On_sslSocket_encrypted);
+    connect(m_sslSocket, &QSslSocket::sslErrors, this, &SendSmsDialog::On_sslSocket_sslErrors);
+    connect(m_sslSocket, &QSslSocket::readyRead, this, &SendSmsDialog::On_sslSocket_readyRead);
+    connect(m_sslSocket, &QSslSocket::disconnected, this,
+            &SendSmsDialog::On_sslSocket_disconnected);
+    connect(m_sslSocket, &QSslSocket::errorOccurred, this, &SendSmsDialog::On_sslSocket_error);
+    connect(&m_timer, &QTimer::timeout, this,
+            [this] { endWithoutReply(tr("время ожидания истекло")); });
+
+    // The handshake rests while the question about certificate errors is open.
+    m_sslSocket->setPauseMode(QAbstractSocket::PauseOnSslErrors);
+    m_timer.start(stageTimeout);
+    m_sslSocket->connectToHostEncrypted(m_gateway.host, m_gateway.port);
+}
+
+void SendSmsDialog::beginStage(const QString &status)
+{
+    m_ui->statusLabel->setText(status);
+    m_timer.start(stageTimeout);
+}
+
+void SendSmsDialog::on_cancelPushButton_clicked()
+{
+    reject();
+}
+
+void SendSmsDialog::On_sslSocket_encrypted()
+{
+    m_sslSocket->write(sms::requestBytes(m_gateway, m_message));
+    beginStage(tr("Ожидание ответа"));
+}
+
+void SendSmsDialog::On_sslSocket_sslErrors(const QList<QSslError> &errors)
+{
+    m_timer.stop();
+    // Queued: the question runs an event loop, and the socket is in the midst of its handshake.
+    QMetaObject::invokeMethod(
+        this, [this, errors] { askAboutErrors(errors); }, Qt::QueuedConnection);
+}
+
+void SendSmsDialog::askAboutErrors(const QList<QSslError> &errors)
+{
+    if (m_over)
+        return;
+    QString errorTexts;
+    for (const QSslError &error : errors)
+        errorTexts += error.errorString() + QStringLiteral("\r\n");
+    m_ui->statusLabel->setText(tr("Ошибки ssl: ") + errorTexts.trimmed());
+
+    const QPointer<SendSmsDialog> guard(this);
+    const int button =
+        askQuestion(this, tr("Обнаружены ошибки ssl:\r\n%1Продолжить?").arg(errorTexts),
+                    {tr("Продолжить"), tr("Отмена")}, /*defaultButton=*/1, /*escapeButton=*/1);
+    if (!guard || m_over)
+        return;
+    if (button != 0) {
+        reject();
+        return;
+    }
+    m_sslSocket->ignoreSslErrors(errors);
+    m_sslSocket->resume();
+    beginStage(tr("Установка защищённого соединения"));
+}
+
+void SendSmsDialog::On_sslSocket_readyRead()
+{
+    takeReply();
+    if (m_over)
+        return;
+    // A reply in pieces is no refusal until its header is whole. Then the rest is awaited for a
+    // moment only, for the caller holds a transaction open.
+    if (m_reply.isFull()) {
+        fail(refusalText());
+    } else if (m_reply.hasHeader()) {
+        m_ui->statusLabel->setText(refusalText());
+        if (!std::exchange(m_refused, true))
+            m_timer.start(refusalTimeout);
+    }
+}
+
+void SendSmsDialog::On_sslSocket_disconnected()
+{
+    endWithoutReply(tr("соединение закрыто SMS-шлюзом"));
+}
+
+void SendSmsDialog::On_sslSocket_error()
+{
+    endWithoutReply(m_sslSocket->errorString());
+}
+
+void SendSmsDialog::takeReply()
+{
+    m_reply.append(m_sslSocket->readAll());
+    if (m_reply.isAccepted())
+        accept();
+}
+
+/// The connection or the patience has ended: what has come so far decides.
+void SendSmsDialog::endWithoutReply(const QString &reason)
+{
+    takeReply();
+    if (m_over)
+        return;
+    fail(m_reply.bytes().isEmpty() ? tr("Ошибка отправки SMS: ") + reason : refusalText());
+}
+
+void SendSmsDialog::fail(const QString &status)
+{
+    m_ui->statusLabel->setText(status);
+    logMessage(status.simplified());
+    reject();
+}
+
+QString SendSmsDialog::refusalText() const
+{
+    QString reply = sms::withoutSecrets(QString::fromUtf8(m_reply.bytes()), m_message).trimmed();
+    if (reply.size() > shownReplySize)
+        reply = reply.left(shownReplySize) + u'…';
+    return tr("Ошибка отправки SMS: ") + reply;
+}
+
+bool sendSms(QWidget *parent, const QString &phone, const QString &text)
+{
+    SendSmsDialog dialog(parent, phone, text);
+    return dialog.exec() == QDialog::Accepted;
+}

@@ -1,0 +1,608 @@
+#include "sms/sendsmsdialog.h"
+
+#include "app/configdir.h"
+#include "app/logging.h"
+#include "app/settings.h"
+#include "db/query.h"
+#include "db/session.h"
+#include "db/sqltext.h"
+#include "sms/smsrequest.h"
+#include "tests/support/queuedboxes.h"
+#include "tests/support/scratchdatabase.h"
+#include "tests/support/testhome.h"
+
+#include <QFile>
+#include <QLabel>
+#include <QProcess>
+#include <QPushButton>
+#include <QSslCertificate>
+#include <QSslConfiguration>
+#include <QSslKey>
+#include <QSslServer>
+#include <QSslSocket>
+#include <QTest>
+#include <QTimer>
+
+using namespace std::chrono_literals;
+
+namespace {
+
+const QString phone = QStringLiteral("+7 (912) 345-67-89");
+const QString login = QStringLiteral("лавка&login");
+const QString password = QStringLiteral("p@ss=%20 word+/?");
+const QString question = QStringLiteral("Обнаружены ошибки ssl:");
+
+QString seenOutput;
+
+void keepOutput(QtMsgType, const QMessageLogContext &, const QString &text)
+{
+    seenOutput += text + u'\n';
+}
+
+QString fileText(const QString &name)
+{
+    QFile file(configDirPath() + u'/' + name);
+    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
+}
+
+/// A gateway on the loopback: keeps the requests and answers each as the test says.
+class GatewayServer : public QSslServer
+{
+public:
+    explicit GatewayServer(const QSslConfiguration &configuration)
+    {
+        setSslConfiguration(configuration);
+        connect(this, &QTcpServer::pendingConnectionAvailable, this, &GatewayServer::serve);
+        if (!listen(QHostAddress::LocalHost))
+            qFatal("The test gateway cannot listen");
+        Settings::instance().setValue(SettingsKey::SmsGateHost,
+                                      QStringLiteral("127.0.0.1:") + QString::number(serverPort()));
+    }
+
+    std::function<void(QTcpSocket *)> onConnection = [](QTcpSocket *) {
+    };
+    std::function<void(QTcpSocket *)> onRequest = [](QTcpSocket *) {
+    };
+    QByteArray received;
+
+    void reply(const QByteArray &bytes)
+    {
+        onRequest = [bytes](QTcpSocket *socket) {
+            socket->write(bytes);
+            socket->disconnectFromHost();
+        };
+    }
+
+    /// A value of the received query, taken apart by hand.
+    QString queryValue(const QByteArray &name) const
+    {
+        const QByteArray path = received.split(' ').value(1);
+        for (const QByteArray &pair : path.mid(path.indexOf('?') + 1).split('&')) {
+            if (pair.startsWith(name + '='))
+                return QString::fromUtf8(
+                    QByteArray::fromPercentEncoding(pair.mid(name.size() + 1)));
+        }
+        return {};
+    }
+
+private:
+    void serve()
+    {
+        QTcpSocket *socket = nextPendingConnection();
+        const auto read = [this, socket] {
+            received += socket->readAll();
+            if (received.endsWith("\r\n\r\n"))
+                onRequest(socket);
+        };
+        connect(socket, &QTcpSocket::readyRead, this, read);
+        read();
+    }
+};
+
+} // namespace
+
+class TestSendSms : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void init();
+    void cleanup();
+
+    void phoneNumbers_data();
+    void phoneNumbers();
+    void gatewayAddresses_data();
+    void gatewayAddresses();
+    void splitReplyIsFoundByteByByte();
+
+    void requestIsExact();
+    void textArrivesIntact_data();
+    void textArrivesIntact();
+    void replyDecides_data();
+    void replyDecides();
+    void unknownCertificateAsks_data();
+    void unknownCertificateAsks();
+    void silenceEndsTheWait_data();
+    void silenceEndsTheWait();
+    void nobodyListens();
+    void withoutGatewayNothingIsSent_data();
+    void withoutGatewayNothingIsSent();
+    void cancelEndsTheWait();
+    void secretsStayInside();
+    void dialogMayGoAtAnyTime();
+
+private:
+    static QString status(const SendSmsDialog &dialog)
+    {
+        return dialog.findChild<QLabel *>("statusLabel")->text();
+    }
+
+    TestHome m_home;
+    QTemporaryDir m_keys;
+    QSslConfiguration m_untrusting;
+    QSslConfiguration m_trusting;
+    QSslConfiguration m_serverConfiguration;
+    std::unique_ptr<QueuedBoxes> m_boxes;
+};
+
+void TestSendSms::initTestCase()
+{
+    const QString keyFile = m_keys.filePath("key.pem");
+    const QString certificateFile = m_keys.filePath("certificate.pem");
+    QProcess openssl;
+    openssl.start("openssl",
+                  {"req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:prime256v1",
+                   "-nodes", "-days", "2", "-subj", "/CN=gateway", "-addext",
+                   "subjectAltName=IP:127.0.0.1", "-keyout", keyFile, "-out", certificateFile});
+    QVERIFY(openssl.waitForFinished());
+    QCOMPARE(openssl.exitCode(), 0);
+    QFile key(keyFile);
+    QVERIFY(key.open(QIODevice::ReadOnly));
+    const QSslCertificate certificate = QSslCertificate::fromPath(certificateFile).value(0);
+    m_serverConfiguration = QSslConfiguration::defaultConfiguration();
+    m_serverConfiguration.setLocalCertificate(certificate);
+    m_serverConfiguration.setPrivateKey(QSslKey(&key, QSsl::Ec));
+    m_untrusting = QSslConfiguration::defaultConfiguration();
+    m_trusting = m_untrusting;
+    m_trusting.addCaCertificate(certificate);
+
+    ScratchDatabase database(Dialect::Sqlite);
+    QVERIFY(database.open());
+    QVERIFY(QueryExec(nullptr, "CREATE TABLE currencies(id INTEGER, c_code, symbol, value);"));
+    QVERIFY(QueryExec(nullptr, "CREATE TABLE options(id INTEGER, name TEXT, value TEXT);"));
+    QVERIFY(QueryExec(nullptr, "INSERT INTO options(name,value) VALUES('SMS_GATE_LOGIN'," +
+                                   sql::text(login) + "),('SMS_GATE_PASSWORD'," +
+                                   sql::text(password) + "),('SMS_GATE_SENDER','Лавка');"));
+    QVERIFY(Session::instance().loadOptions(nullptr, mainConnection));
+}
+
+void TestSendSms::init()
+{
+    QTest::failOnWarning(QRegularExpression("connectSlotsByName"));
+    QSslConfiguration::setDefaultConfiguration(m_trusting);
+    SendSmsDialog::setTimeouts(30s, 30s);
+    QFile::remove(configDirPath() + "/Lavkor_log.txt");
+    m_boxes = std::make_unique<QueuedBoxes>();
+}
+
+void TestSendSms::cleanup()
+{
+    const bool expected = m_boxes->verify();
+    m_boxes.reset();
+    QVERIFY(expected);
+}
+
+void TestSendSms::phoneNumbers_data()
+{
+    QTest::addColumn<QString>("written");
+    QTest::addColumn<QString>("cleaned");
+    QTest::addColumn<bool>("good");
+
+    QTest::newRow("signs around the digits") << "+7 (912) 345-67-89"
+                                             << "79123456789" << true;
+    QTest::newRow("bare") << "79123456789"
+                          << "79123456789" << true;
+    QTest::newRow("begins with 8") << "8 912 345-67-89"
+                                   << "89123456789" << false;
+    QTest::newRow("10 digits") << "7912345678"
+                               << "7912345678" << false;
+    QTest::newRow("12 digits") << "791234567890"
+                               << "791234567890" << false;
+    QTest::newRow("empty") << ""
+                           << "" << false;
+    QTest::newRow("no digit") << "нет %1 %2"
+                              << "12" << false;
+    QTest::newRow("digits of another script") << "7912345678٩"
+                                              << "7912345678" << false;
+}
+
+void TestSendSms::phoneNumbers()
+{
+    QFETCH(QString, written);
+    QFETCH(QString, cleaned);
+    QFETCH(bool, good);
+
+    GatewayServer server(m_serverConfiguration);
+    server.reply("HTTP/1.1 200 OK\r\n\r\n");
+    if (!good)
+        m_boxes->answer("OK");
+    QCOMPARE(sendSms(nullptr, written, "Текст"), good);
+    if (good) {
+        QCOMPARE(server.queryValue("target"), cleaned);
+    } else {
+        QCOMPARE(m_boxes->lastText(), "СМС не отправлена, неправильный телефонный номер: " +
+                                          cleaned + " размер " + QString::number(cleaned.size()));
+        QCoreApplication::processEvents();
+        QCOMPARE(server.received, QByteArray());
+    }
+}
+
+void TestSendSms::gatewayAddresses_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QString>("host"); // empty: not an address
+    QTest::addColumn<quint16>("port");
+
+    QTest::newRow("name") << " sms.example "
+                          << "sms.example" << quint16(443);
+    QTest::newRow("name and port") << "sms.example:8443"
+                                   << "sms.example" << quint16(8443);
+    QTest::newRow("Cyrillic name") << "смс.рф"
+                                   << "xn--l1ajb.xn--p1ai" << quint16(443);
+    QTest::newRow("IPv6") << "::1"
+                          << "::1" << quint16(443);
+    QTest::newRow("IPv6 in brackets") << "[::1]"
+                                      << "::1" << quint16(443);
+    QTest::newRow("IPv6 and port") << "[::1]:8443"
+                                   << "::1" << quint16(8443);
+    QTest::newRow("empty") << " "
+                           << "" << quint16(0);
+    QTest::newRow("port without name") << ":443"
+                                       << "" << quint16(0);
+    QTest::newRow("port 0") << "sms.example:0"
+                            << "" << quint16(0);
+    QTest::newRow("port too great") << "sms.example:65536"
+                                    << "" << quint16(0);
+    QTest::newRow("port is a word") << "sms.example:https"
+                                    << "" << quint16(0);
+    QTest::newRow("URL") << "https://sms.example/"
+                         << "" << quint16(0);
+    QTest::newRow("a second header line") << "sms.example\r\nX: y"
+                                          << "" << quint16(0);
+}
+
+void TestSendSms::gatewayAddresses()
+{
+    QFETCH(QString, text);
+    QFETCH(QString, host);
+    QFETCH(quint16, port);
+
+    const std::optional<sms::Gateway> gateway = sms::parseGateway(text);
+    QCOMPARE(gateway.has_value(), !host.isEmpty());
+    if (gateway) {
+        QCOMPARE(gateway->host, host);
+        QCOMPARE(gateway->port, port);
+    }
+}
+
+void TestSendSms::splitReplyIsFoundByteByByte()
+{
+    const QByteArray bytes = "HTTP/1.1 200 OK\r\nServer: x\r\n\r\nid=7\r\n\r\nend";
+    sms::Reply reply;
+    for (qsizetype i = 0; i < bytes.size(); ++i) {
+        QCOMPARE(reply.isAccepted(), i >= 15);
+        QCOMPARE(reply.hasHeader(), i >= 30);
+        reply.append(bytes.mid(i, 1));
+    }
+    QCOMPARE(reply.body(), "id=7\r\n\r\nend");
+}
+
+void TestSendSms::requestIsExact()
+{
+    GatewayServer server(m_serverConfiguration);
+    server.reply("HTTP/1.1 200 OK\r\nContent-Type: text/plain\r\n\r\n12345: accepted");
+    SendSmsDialog dialog(nullptr, phone, "Чай & кофе");
+    QCOMPARE(dialog.windowTitle(), "Отправка SMS");
+    QCOMPARE(status(dialog), "Состояние");
+    QCOMPARE(dialog.exec(), 1);
+    QCOMPARE(dialog.gatewayAnswer(), "12345: accepted");
+    QCOMPARE(server.received,
+             "GET /outbox/send/?login=%D0%BB%D0%B0%D0%B2%D0%BA%D0%B0%26login"
+             "&password=p%40ss%3D%2520%20word%2B%2F%3F&target=79123456789"
+             "&sender=%D0%9B%D0%B0%D0%B2%D0%BA%D0%B0"
+             "&message=%D0%A7%D0%B0%D0%B9%20%26%20%D0%BA%D0%BE%D1%84%D0%B5 HTTP/1.1\r\n"
+             "Host: 127.0.0.1:" +
+                 QByteArray::number(server.serverPort()) +
+                 "\r\n"
+                 "Accept:*/*\r\n"
+                 "User-agent:Opera 10.00\r\n"
+                 "Connection:Close\r\n"
+                 "\r\n");
+    const sms::Message message{"l", "p", "7", "s", "t"};
+    QVERIFY(
+        sms::requestBytes({.host = "sms.example"}, message).contains("\r\nHost: sms.example\r\n"));
+    QVERIFY(sms::requestBytes({.host = "::1"}, message).contains("\r\nHost: [::1]\r\n"));
+}
+
+void TestSendSms::textArrivesIntact_data()
+{
+    QTest::addColumn<QString>("text");
+
+    QTest::newRow("ampersand and equals sign") << "a&target=70000000000&b=c";
+    QTest::newRow("blanks") << " два  слова ";
+    QTest::newRow("percent signs") << "100% %20 %1 %2";
+    QTest::newRow("plus, hash, question mark") << "1+1 #2 a/b? ;,:@$!*'()";
+    QTest::newRow("line break") << "первая\r\nвторая";
+    QTest::newRow("end of a header") << "x\r\n\r\nGET / HTTP/1.1\r\n\r\n";
+    QTest::newRow("quotes and beyond the basic plane") << "«ёлка» \"\\ 🎄";
+    QTest::newRow("empty") << "";
+    QTest::newRow("long") << QString(2000, u'ж');
+}
+
+void TestSendSms::textArrivesIntact()
+{
+    QFETCH(QString, text);
+
+    GatewayServer server(m_serverConfiguration);
+    server.reply("HTTP/1.1 200 OK\r\n\r\n");
+    QVERIFY(sendSms(nullptr, phone, text));
+    QCOMPARE(server.queryValue("message"), text);
+    QCOMPARE(server.queryValue("target"), "79123456789");
+    QCOMPARE(server.queryValue("login"), login);
+    QCOMPARE(server.queryValue("password"), password);
+    QCOMPARE(server.received.count("\r\n"), 6);
+}
+
+void TestSendSms::replyDecides_data()
+{
+    QTest::addColumn<QByteArrayList>("pieces");
+    QTest::addColumn<bool>("closes");
+    QTest::addColumn<bool>("accepted");
+    QTest::addColumn<QString>("shown"); // status at the end when not accepted
+
+    QByteArrayList bytewise;
+    for (const char c : QByteArray("HTTP/1.1 200 OK\r\n\r\n"))
+        bytewise += QByteArray(1, c);
+    const QByteArray error = "HTTP/1.1 403 Forbidden\r\nServer: x\r\n\r\nнет денег";
+    const QString failed = QStringLiteral("Ошибка отправки SMS: ");
+
+    QTest::newRow("accepted, connection stays")
+        << QByteArrayList{"HTTP/1.1 200 OK\r\n\r\n1"} << false << true << QString();
+    QTest::newRow("accepted in two packets")
+        << QByteArrayList{"HTTP/1.1 20", "0 OK\r\n\r\n"} << false << true << QString();
+    QTest::newRow("accepted byte by byte") << bytewise << false << true << QString();
+    QTest::newRow("error") << QByteArrayList{error} << true << false
+                           << failed + QString::fromUtf8(error);
+    QTest::newRow("error in two packets, connection stays")
+        << QByteArrayList{error.left(35), error.mid(35)} << false << false
+        << failed + "HTTP/1.1 403 Forbidden\r\nServer: x";
+    QTest::newRow("closed at once") << QByteArrayList{} << true << false << failed;
+    QTest::newRow("closed within the reply")
+        << QByteArrayList{"HTTP/1.1 200 O"} << true << false << failed + "HTTP/1.1 200 O";
+    QTest::newRow("endless rubbish")
+        << QByteArrayList{QByteArray(300000, 'x')} << false << false << failed + "xxx";
+}
+
+void TestSendSms::replyDecides()
+{
+    QFETCH(QByteArrayList, pieces);
+    QFETCH(bool, closes);
+    QFETCH(bool, accepted);
+    QFETCH(QString, shown);
+
+    GatewayServer server(m_serverConfiguration);
+    server.onRequest = [&](QTcpSocket *socket) {
+        // One piece per turn of the event loop, so that they leave in packets of their own.
+        auto *timer = new QTimer(socket);
+        connect(timer, &QTimer::timeout, socket, [=]() mutable {
+            if (!pieces.isEmpty()) {
+                socket->write(pieces.takeFirst());
+                socket->flush();
+                return;
+            }
+            timer->stop();
+            if (closes)
+                socket->disconnectFromHost();
+        });
+        timer->start(0);
+    };
+    if (!closes)
+        SendSmsDialog::setTimeouts(30s, 50ms);
+
+    SendSmsDialog dialog(nullptr, phone, "Текст");
+    QCOMPARE(dialog.exec(), accepted ? 1 : 0);
+    if (!accepted) {
+        QVERIFY2(status(dialog).startsWith(shown), qPrintable(status(dialog)));
+        QVERIFY(status(dialog).size() < 500);
+        QCOMPARE(dialog.gatewayAnswer(), QByteArray());
+        QCOMPARE(fileText("Lavkor_log.txt").count("\r\n"), 1);
+    }
+}
+
+void TestSendSms::unknownCertificateAsks_data()
+{
+    QTest::addColumn<QString>("button");
+    QTest::addColumn<bool>("sent");
+    QTest::newRow("go on") << "Продолжить" << true;
+    QTest::newRow("refuse") << "Отмена" << false;
+}
+
+void TestSendSms::unknownCertificateAsks()
+{
+    QFETCH(QString, button);
+    QFETCH(bool, sent);
+
+    QSslConfiguration::setDefaultConfiguration(m_untrusting);
+    GatewayServer server(m_serverConfiguration);
+    server.reply("HTTP/1.1 200 OK\r\n\r\n");
+    SendSmsDialog dialog(nullptr, phone, "Текст");
+    QString statusMeanwhile;
+    m_boxes->answer(button, [&] { statusMeanwhile = status(dialog); });
+    QCOMPARE(dialog.exec(), sent ? 1 : 0);
+    QCOMPARE(!server.received.isEmpty(), sent);
+
+    const BoxRequest request = m_boxes->requests().value(0);
+    QCOMPARE(request.buttons, QStringList({"Продолжить", "Отмена"}));
+    QCOMPARE(request.buttons.value(request.escapeButton), "Отмена");
+    QVERIFY(!request.html);
+    const QString errors =
+        request.text.mid(question.size(), request.text.indexOf("Продолжить?") - question.size());
+    QVERIFY(errors.startsWith("\r\n") && errors.endsWith("\r\n") && errors.size() > 10);
+    QCOMPARE(statusMeanwhile, "Ошибки ssl: " + errors.trimmed());
+}
+
+void TestSendSms::silenceEndsTheWait_data()
+{
+    QTest::addColumn<bool>("encrypts");
+    QTest::newRow("after the request") << true;
+    QTest::newRow("before the handshake") << false;
+}
+
+void TestSendSms::silenceEndsTheWait()
+{
+    QFETCH(bool, encrypts);
+
+    GatewayServer server(m_serverConfiguration);
+    QTcpServer deaf;
+    if (!encrypts) {
+        QVERIFY(deaf.listen(QHostAddress::LocalHost));
+        Settings::instance().setValue(SettingsKey::SmsGateHost,
+                                      "127.0.0.1:" + QString::number(deaf.serverPort()));
+        SendSmsDialog::setTimeouts(50ms, 30s);
+    }
+    SendSmsDialog dialog(nullptr, phone, "Текст");
+    // The stages before the reply keep their long time-out.
+    connect(dialog.findChild<QSslSocket *>(), &QSslSocket::connected, this,
+            [] { SendSmsDialog::setTimeouts(50ms, 30s); });
+    QCOMPARE(dialog.exec(), 0);
+    QCOMPARE(status(dialog), "Ошибка отправки SMS: время ожидания истекло");
+    QCOMPARE(fileText("Lavkor_log.txt").count("время ожидания истекло\r\n"), 1);
+    if (encrypts)
+        QTRY_COMPARE(server.queryValue("message"), "Текст");
+}
+
+void TestSendSms::nobodyListens()
+{
+    quint16 port = 0;
+    {
+        QTcpServer gone;
+        QVERIFY(gone.listen(QHostAddress::LocalHost));
+        port = gone.serverPort();
+    }
+    Settings::instance().setValue(SettingsKey::SmsGateHost, "127.0.0.1:" + QString::number(port));
+    SendSmsDialog dialog(nullptr, phone, "Текст");
+    QCOMPARE(dialog.exec(), 0);
+    QVERIFY(status(dialog).startsWith("Ошибка отправки SMS: "));
+    QCOMPARE(fileText("Lavkor_log.txt").count("\r\n"), 1);
+}
+
+void TestSendSms::withoutGatewayNothingIsSent_data()
+{
+    QTest::addColumn<QString>("address");
+    QTest::addColumn<QString>("logged");
+    QTest::newRow("none") << ""
+                          << "адрес SMS-шлюза не задан";
+    QTest::newRow("nonsense") << "https://sms.example/"
+                              << "неправильный адрес SMS-шлюза: https://sms.example/";
+}
+
+void TestSendSms::withoutGatewayNothingIsSent()
+{
+    QFETCH(QString, address);
+    QFETCH(QString, logged);
+
+    Settings::instance().setValue(SettingsKey::SmsGateHost, address);
+    QVERIFY(!sendSms(nullptr, phone, "Текст"));
+    const QString log = fileText("Lavkor_log.txt");
+    QCOMPARE(log.count("\r\n"), 1);
+    QVERIFY2(log.contains("СМС не отправлена: " + logged), qPrintable(log));
+}
+
+void TestSendSms::cancelEndsTheWait()
+{
+    GatewayServer server(m_serverConfiguration);
+    SendSmsDialog dialog(nullptr, phone, "Текст");
+    QString statusMeanwhile;
+    server.onRequest = [&](QTcpSocket *socket) {
+        statusMeanwhile = status(dialog);
+        QTest::mouseClick(dialog.findChild<QPushButton *>("cancelPushButton"), Qt::LeftButton);
+        socket->write("HTTP/1.1 200 OK\r\n\r\n");
+        socket->flush();
+    };
+    QCOMPARE(dialog.exec(), 0);
+    QCOMPARE(statusMeanwhile, "Ожидание ответа");
+    QCoreApplication::processEvents();
+    QCOMPARE(dialog.result(), 0);
+    QCOMPARE(dialog.exec(), 0);
+}
+
+void TestSendSms::secretsStayInside()
+{
+    GatewayServer server(m_serverConfiguration);
+    server.onRequest = [&](QTcpSocket *socket) {
+        socket->write("HTTP/1.1 401 Unauthorized\r\n\r\nwrong request: " + server.received +
+                      " user " + login.toUtf8() + " password " + password.toUtf8());
+        socket->disconnectFromHost();
+    };
+    seenOutput.clear();
+    const QtMessageHandler former = qInstallMessageHandler(keepOutput);
+    setConsoleDebug(true);
+    setFileDebug(true);
+    SendSmsDialog dialog(nullptr, phone, "Текст %1");
+    const int result = dialog.exec();
+    setConsoleDebug(false);
+    setFileDebug(false);
+    qInstallMessageHandler(former);
+
+    QCOMPARE(result, 0);
+    const QString debugFile = fileText("debug.txt");
+    const QString log = fileText("Lavkor_log.txt");
+    QVERIFY(seenOutput.contains("SendSmsDialog(+7 (912) 345-67-89, Текст %1)"));
+    QVERIFY(debugFile.contains("SendSmsDialog(+7 (912) 345-67-89, Текст %1)\r\n"));
+    QVERIFY(log.contains("Ошибка отправки SMS: HTTP/1.1 401 Unauthorized"));
+    for (const QString &text : {seenOutput, debugFile, log, status(dialog)}) {
+        for (const QString &secret : {login, password}) {
+            QVERIFY2(!text.contains(secret), qPrintable(text));
+            QVERIFY2(!text.contains(QString::fromLatin1(QUrl::toPercentEncoding(secret))),
+                     qPrintable(text));
+        }
+    }
+}
+
+void TestSendSms::dialogMayGoAtAnyTime()
+{
+    GatewayServer server(m_serverConfiguration);
+    { // right after the connection was begun
+        SendSmsDialog dialog(nullptr, phone, "Текст");
+    }
+    QCoreApplication::processEvents();
+
+    { // with an encrypted connection and a reply on its way
+        SendSmsDialog dialog(nullptr, phone, "Текст");
+        bool requested = false;
+        server.onRequest = [&](QTcpSocket *socket) {
+            socket->write("HTTP/1.1 200 OK\r\n\r\n");
+            socket->flush();
+            requested = true;
+        };
+        QTRY_VERIFY(requested);
+    }
+    QCoreApplication::processEvents();
+
+    { // with the question about the certificate on its way
+        QSslConfiguration::setDefaultConfiguration(m_untrusting);
+        SendSmsDialog dialog(nullptr, phone, "Текст");
+        bool asked = false;
+        connect(dialog.findChild<QSslSocket *>(), &QSslSocket::sslErrors, this, [&] {
+            dialog.reject();
+            asked = true;
+        });
+        QTRY_VERIFY(asked);
+    }
+    QCoreApplication::processEvents();
+    QCOMPARE(m_boxes->requests().size(), 0);
+}
+
+QTEST_MAIN(TestSendSms)
+#include "tst_sendsms.moc"
