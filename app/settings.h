@@ -12,16 +12,17 @@ class QXmlStreamWriter;
 /// for `name`, whose key is "connection". Values are text as the user entered them.
 struct ConnectionEntry
 {
-    QString name;       ///< what the user calls it; entries are told apart by it
-    QString dbtype;     ///< "mysql", "postgresql" or "sqlite"
-    QString dbhostname; ///< host or host:port
-    QString dbusername;
-    QString dbpassword;
-    QString databasename; ///< database, or for SQLite a file (without "/": in the config directory)
-    QString dbcacert;     ///< file paths of the TLS keys, MySQL only
-    QString dbclientkey;
-    QString dbclientcert;
-    QMap<QString, QString> other; ///< keys of other programs, kept as they are
+    QString name = {};       ///< what the user calls it; entries are told apart by it
+    QString dbtype = {};     ///< "mysql", "postgresql" or "sqlite"
+    QString dbhostname = {}; ///< host or host:port
+    QString dbusername = {};
+    QString dbpassword = {};
+    QString databasename =
+        {}; ///< database, or for SQLite a file (without "/": in the config directory)
+    QString dbcacert = {}; ///< file paths of the TLS keys, MySQL only
+    QString dbclientkey = {};
+    QString dbclientcert = {};
+    QMap<QString, QString> other = {}; ///< keys of other programs, kept as they are
 
     bool operator==(const ConnectionEntry &) const = default;
 };

@@ -27,5 +27,5 @@ bool mayHaveRun(const QSqlDatabase &database, const QSqlError &error);
 /// Whether the database has ended its transaction because of this error.
 bool endsTransaction(const QSqlDatabase &database, const QSqlError &error);
 
-/// Tells the statement observer, if there is one.
-void observeStatement(const QString &sqlText, const QString &connectionName);
+/// Shows a statement to the observer, if there is one; returns what is to be run.
+QString observeStatement(const QString &sqlText, const QString &connectionName);

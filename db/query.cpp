@@ -115,14 +115,14 @@ private:
 
     bool execute()
     {
-        observeStatement(m_sqlText, m_connectionName);
         QSqlDatabase db = database();
         m_query = QSqlQuery(db);
         // The SQLite driver would keep a copy of every row read. The server drivers have the
         // whole result at hand anyway; forward-only would block the connection there.
         if (!isServer())
             m_query.setForwardOnly(true);
-        const QString statement = translateSql(m_sqlText, dialectOf(m_connectionName));
+        const QString statement = translateSql(observeStatement(m_sqlText, m_connectionName),
+                                               dialectOf(m_connectionName));
         if (!m_bindings) {
             debugLog(QStringLiteral("QueryExec: ") + m_sqlText);
             return m_query.exec(statement);
@@ -216,10 +216,12 @@ void setStatementObserver(StatementObserver observer)
     statementObserver() = std::move(observer);
 }
 
-void observeStatement(const QString &sqlText, const QString &connectionName)
+QString observeStatement(const QString &sqlText, const QString &connectionName)
 {
+    QString statement = sqlText;
     if (statementObserver())
-        statementObserver()(sqlText, connectionName);
+        statementObserver()(statement, connectionName);
+    return statement;
 }
 
 bool QueryExec(QWidget *parent, const QString &sqlText, QSqlQuery &query,

@@ -49,9 +49,9 @@ QVariant QueryValue(QWidget *parent, const QString &sqlText,
 QString lastQueryError(const QString &connectionName = mainConnection);
 
 /// Sees every statement just before it goes to its connection, also "BEGIN", "COMMIT" and
-/// "ROLLBACK" of the transaction helpers. For diagnosis; an empty function takes it off.
-using StatementObserver =
-    std::function<void(const QString &sqlText, const QString &connectionName)>;
+/// "ROLLBACK" of the transaction helpers, and may exchange all but those three. For diagnosis and
+/// for making faults in tests; an empty function takes it off.
+using StatementObserver = std::function<void(QString &sqlText, const QString &connectionName)>;
 void setStatementObserver(StatementObserver observer);
 
 /// Whether the last failure on the connection was its loss while a statement was under way, so

@@ -236,7 +236,7 @@ void TestPosting::posting_stopsWhenTheListHasChanged()
         QVERIFY(QueryExec(nullptr, change, otherStation));
         before = everything();
     };
-    setStatementObserver([&](const QString &sqlText, const QString &connection) {
+    setStatementObserver([&](QString &sqlText, const QString &connection) {
         if (connection == mainConnection && sqlText == "BEGIN")
             changeOnce();
     });
@@ -331,7 +331,7 @@ void TestPosting::secondStation_doesNotPostTheSameListAgain()
     shop::addLine({.wareId = 11, .quantity = 4});
     PostingResult second;
     bool posted = false;
-    setStatementObserver([&](const QString &sqlText, const QString &connection) {
+    setStatementObserver([&](QString &sqlText, const QString &connection) {
         if (connection != mainConnection || sqlText != "BEGIN" || posted)
             return;
         posted = true;

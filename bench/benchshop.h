@@ -1,0 +1,47 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+#include <sqlite3.h>
+
+#include <memory>
+
+/// An SQLite shop of a given size in a file, written past the program for speed.
+class BenchShop
+{
+public:
+    /// Creates the schema in the file and that many products, each with one barcode, and carts.
+    BenchShop(const QString &path, int products, int cartRows);
+
+    QString path() const;
+
+    /// The barcode of a product.
+    static QString code(int product);
+
+    /// Names for products: of the goods list that LAVKOR_GOODS_TSV names, else generated.
+    static QString name(int product);
+
+    /// Statements that put that many products into the working list, spread over the catalogue,
+    /// and take away the traces of the posting before.
+    static QStringList fillList(int lines, int products);
+
+private:
+    QString m_path;
+};
+
+/// A plain connection of the SQLite C interface.
+class RawSqlite
+{
+public:
+    explicit RawSqlite(const QString &path);
+    ~RawSqlite();
+    RawSqlite(const RawSqlite &) = delete;
+    RawSqlite &operator=(const RawSqlite &) = delete;
+
+    /// Runs one statement to its end; a failure ends the program.
+    void run(const QByteArray &sqlText);
+
+private:
+    sqlite3 *m_database = nullptr;
+};

@@ -1,0 +1,384 @@
+// Speed and size, each figure as a ratio of two measurements in one run.
+#include "bench/benchshop.h"
+#include "bench/benchwindow.h"
+#include "bench/children.h"
+#include "db/dialect.h"
+#include "db/query.h"
+#include "db/schema.h"
+#include "db/session.h"
+#include "income/incomeinvoicewindow.h"
+#include "income/productlist.h"
+#include "income/receiptlist.h"
+#include "tests/support/scratchdatabase.h"
+#include "tests/support/testhome.h"
+#include "widgets/sound.h"
+
+#include "ui_quantityrestdialog.h"
+
+#include <QApplication>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QDialog>
+#include <QElapsedTimer>
+#include <QLineEdit>
+#include <QSqlDatabase>
+#include <QSqlRecord>
+#include <QTableView>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QTimer>
+
+#include <algorithm>
+#include <cstdio>
+#include <functional>
+#include <vector>
+
+namespace {
+
+constexpr int repetitions = 5;
+
+double milliseconds(const std::function<void()> &work)
+{
+    QElapsedTimer clock;
+    clock.start();
+    work();
+    return double(clock.nsecsElapsed()) / 1e6;
+}
+
+double median(std::vector<double> values)
+{
+    std::sort(values.begin(), values.end());
+    return values.at(values.size() / 2);
+}
+
+/// The table that is printed; remembers whether a limit was missed.
+class Table
+{
+public:
+    Table()
+    {
+        std::printf("%-58s %11s %11s %7s %7s\n", "figure", "measured", "against", "ratio", "limit");
+    }
+
+    void row(const QString &figure, double measured, double against, double limit,
+             const char *unit = "ms")
+    {
+        const double ratio = measured / against;
+        const bool missed = ratio > limit;
+        m_missed = m_missed || missed;
+        std::printf("%-58s %8.2f %2s %8.2f %2s %7.2f %7.2f%s\n", qPrintable(figure), measured, unit,
+                    against, unit, ratio, limit, missed ? "  MISSED" : "");
+        std::fflush(stdout);
+    }
+
+    void note(const QString &text)
+    {
+        std::printf("%s\n", qPrintable(text));
+        std::fflush(stdout);
+    }
+
+    int exitCode() const
+    {
+        return m_missed ? 1 : 0;
+    }
+
+private:
+    bool m_missed = false;
+};
+
+ConnectionEntry sqliteEntry(const QString &path)
+{
+    return {.name = "bench", .dbtype = "sqlite", .databasename = path};
+}
+
+void runAll(const QStringList &statements)
+{
+    if (!QueryExec(nullptr, "BEGIN"))
+        qFatal("no transaction");
+    for (const QString &statement : statements) {
+        if (!QueryExec(nullptr, statement))
+            qFatal("%s", qPrintable(statement));
+    }
+    QueryExec(nullptr, "COMMIT");
+}
+
+/// Posts the list through the window and returns the statements that it took.
+QStringList postRecorded(IncomeInvoiceWindow &window, double &time)
+{
+    QStringList statements;
+    setStatementObserver([&](QString &sqlText, const QString &) { statements += sqlText; });
+    time = milliseconds([&] {
+        if (window.postReceipt(PaymentType::Cash).outcome != PostingOutcome::Posted)
+            qFatal("the posting failed");
+    });
+    setStatementObserver({});
+    return statements;
+}
+
+/// The same statements as a posting, past the program; the receipt of the posting is taken away.
+void undoPosting(const std::function<void(const QString &)> &run, const QStringList &fill)
+{
+    for (const QString &statement : fill)
+        run(statement);
+}
+
+struct PostingTimes
+{
+    double program = 0;
+    double floor = 0;
+    double statementsPerLine = 0;
+};
+
+/// Times a posting on SQLite against its statements through the C interface, in turns.
+PostingTimes timeSqlitePosting(const QString &path, int lines, int products)
+{
+    const auto window = openBenchWindow(sqliteEntry(path));
+    const QStringList fill = BenchShop::fillList(lines, products);
+    std::vector<double> program;
+    std::vector<double> floor;
+    PostingTimes times;
+    for (int i = 0; i < repetitions; ++i) {
+        runAll(fill);
+        double time = 0;
+        const QStringList statements = postRecorded(*window, time);
+        program.push_back(time);
+        times.statementsPerLine = double(statements.size()) / lines;
+
+        runAll(fill);
+        QList<QByteArray> texts;
+        for (const QString &statement : statements)
+            texts += statement == "BEGIN" ? QByteArray("BEGIN IMMEDIATE") : statement.toUtf8();
+        RawSqlite raw(path);
+        floor.push_back(milliseconds([&] {
+            for (const QByteArray &text : std::as_const(texts))
+                raw.run(text);
+        }));
+    }
+    times.program = median(program);
+    times.floor = median(floor);
+    return times;
+}
+
+void benchSqlitePosting(Table &table, const QString &directory)
+{
+    const BenchShop small(directory + "/small.sqlite", 10000, 100);
+    const BenchShop middle(directory + "/middle.sqlite", 100000, 10000);
+    const BenchShop large(directory + "/large.sqlite", 1000000, 100000);
+    for (const BenchShop *shop : {&small, &middle, &large})
+        prepareLogin(sqliteEntry(shop->path()));
+
+    for (const int lines : {1000, 10000}) {
+        const PostingTimes times = timeSqlitePosting(middle.path(), lines, 100000);
+        table.row(QString("SQLite: posting %1 lines, 100,000 products / C interface").arg(lines),
+                  times.program, times.floor, 2);
+        table.note(QString("    statements per line: %1").arg(times.statementsPerLine, 0, 'f', 2));
+    }
+    const PostingTimes few = timeSqlitePosting(small.path(), 1000, 10000);
+    const PostingTimes many = timeSqlitePosting(large.path(), 1000, 1000000);
+    table.row("SQLite: posting 1000 lines, 1,000,000 products / 10,000", many.program, few.program,
+              1.5);
+}
+
+void benchServerPosting(Table &table, Dialect dialect)
+{
+    constexpr int lines = 1000;
+    ScratchDatabase database(dialect);
+    ConnectionEntry entry = database.entry();
+    entry.name = "bench";
+    const QString filling = QStringLiteral("filling");
+    if (!createConnection(nullptr, entry, filling) || !createSchema(nullptr, filling))
+        qFatal("no schema");
+    removeConnection(filling);
+    prepareLogin(entry);
+    const auto window = openBenchWindow(entry);
+    QStringList products;
+    for (int i = 1; i <= 10000; ++i)
+        products += "INSERT INTO warehouse(id,name,quantity,incost,outcost,currency) VALUES('" +
+                    QString::number(i) + "','x','5','10','20','RUB')";
+    runAll(products);
+    const QStringList fill = BenchShop::fillList(lines, 10000);
+
+    std::vector<double> program;
+    std::vector<double> floor;
+    double perLine = 0;
+    for (int i = 0; i < repetitions; ++i) {
+        runAll(fill);
+        double time = 0;
+        const QStringList statements = postRecorded(*window, time);
+        program.push_back(time);
+        perLine = double(statements.size()) / lines;
+        runAll(fill);
+        floor.push_back(milliseconds([&] {
+            for (const QString &statement : statements) {
+                QSqlQuery query(QSqlDatabase::database(mainConnection));
+                if (!query.exec(statement))
+                    qFatal("%s", qPrintable(statement));
+                while (query.next()) {
+                }
+            }
+        }));
+    }
+    const QString name = dialect == Dialect::MySql ? "MariaDB" : "PostgreSQL";
+    table.row(name + ": posting 1000 lines / bare QSqlQuery", median(program), median(floor), 1.5);
+    table.note(QString("    statements per line: %1").arg(perLine, 0, 'f', 2));
+}
+
+/// Waits for the first painting of a dialog of a class, then closes it.
+class FirstPaint : public QObject
+{
+public:
+    explicit FirstPaint(const char *className)
+        : m_className(className)
+    {
+        qApp->installEventFilter(this);
+    }
+
+    double elapsed(const std::function<void()> &work)
+    {
+        m_clock.start();
+        work();
+        return m_shown;
+    }
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override
+    {
+        auto *dialog = qobject_cast<QDialog *>(watched);
+        if (event->type() == QEvent::Paint && dialog && dialog->inherits(m_className) &&
+            dialog != m_seen) {
+            m_seen = dialog;
+            m_shown = double(m_clock.nsecsElapsed()) / 1e6;
+            QMetaObject::invokeMethod(dialog, &QDialog::reject, Qt::QueuedConnection);
+        }
+        return false;
+    }
+
+private:
+    const char *m_className;
+    QElapsedTimer m_clock;
+    QObject *m_seen = nullptr;
+    double m_shown = 0;
+};
+
+void benchScan(Table &table, const QString &path)
+{
+    const auto window = openBenchWindow(sqliteEntry(path));
+    auto *field = window->findChild<QLineEdit *>("codeLineEdit");
+    std::vector<double> scans;
+    std::vector<double> empties;
+    for (int i = 0; i < 15; ++i) {
+        field->setText(BenchShop::code(1 + i * 66666));
+        scans.push_back(FirstPaint("QuantityRestDialog").elapsed([&] {
+            QTest::keyClick(field, Qt::Key_Return);
+        }));
+        empties.push_back(FirstPaint("QDialog").elapsed([&] {
+            QDialog dialog(window.get());
+            Ui::QuantityRestDialog form;
+            form.setupUi(&dialog);
+            dialog.exec();
+        }));
+    }
+    table.row("Return to QuantityRestDialog, 1,000,000 codes / empty form", median(scans),
+              median(empties), 3);
+}
+
+double readBare(const QString &statement)
+{
+    return milliseconds([&] {
+        QSqlQuery query(QSqlDatabase::database(mainConnection));
+        if (!query.exec(statement))
+            qFatal("%s", qPrintable(statement));
+        const int columns = query.record().count();
+        while (query.next()) {
+            for (int column = 0; column < columns; ++column)
+                query.value(column);
+        }
+    });
+}
+
+void benchLists(Table &table, const QString &path)
+{
+    const auto window = openBenchWindow(sqliteEntry(path));
+    runAll(BenchShop::fillList(10000, 100000));
+    auto *ratio = window->findChild<QCheckBox *>("ratioCheckBox");
+    std::vector<double> refreshes;
+    std::vector<double> bare;
+    for (int i = 0; i < repetitions; ++i) {
+        ratio->setChecked(false);
+        QCoreApplication::processEvents();
+        refreshes.push_back(milliseconds([&] {
+            ratio->setChecked(true);
+            QCoreApplication::processEvents();
+        }));
+        bare.push_back(readBare(receiptListQuery(true, Dialect::Sqlite)));
+    }
+    table.row("working list of 10,000 lines refreshed / bare QSqlQuery", median(refreshes),
+              median(bare), 3);
+
+    auto *filter = window->findChild<QLineEdit *>("namefilterLineEdit");
+    auto *groups = window->findChild<QComboBox *>("groupfilterComboBox");
+    for (const QString &text : {QString(), QString("О"), QString("№ 99")}) {
+        filter->setText(text);
+        QTest::qWait(300); // the filter's own delay is over
+        std::vector<double> filterings;
+        std::vector<double> reads;
+        for (int i = 0; i < repetitions; ++i) {
+            filterings.push_back(milliseconds([&] {
+                emit groups->activated(0);
+                QCoreApplication::processEvents();
+            }));
+            ProductFilter productFilter;
+            productFilter.text = text;
+            reads.push_back(readBare(productListQuery(productFilter)));
+        }
+        const int rows = window->findChild<QTableView *>("warehouseTableView")->model()->rowCount();
+        table.row(QString("100,000 products filtered by '%1' (%2 rows) / bare").arg(text).arg(rows),
+                  median(filterings), median(reads), 2);
+    }
+}
+
+void benchStart(Table &table, const QString &emptyShop, const QString &largeShop)
+{
+    std::vector<double> shop;
+    std::vector<double> empty;
+    for (int i = 0; i < repetitions; ++i) {
+        empty.push_back(startChild({"--empty-window"}).milliseconds);
+        shop.push_back(startChild({"--shop-window", emptyShop}).milliseconds);
+    }
+    table.row("process start to shown window / empty Qt window", median(shop), median(empty), 3);
+    const double memory = startChild({"--shop-window", largeShop}).megabytes;
+    table.row("resident memory with 100,000 products / 200 MB", memory, 200, 1, "MB");
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    QCoreApplication::setOrganizationName("LavkorBench");
+    QCoreApplication::setApplicationName("Lavkor");
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    qInstallMessageHandler([](QtMsgType type, const QMessageLogContext &, const QString &text) {
+        if (type == QtFatalMsg)
+            std::fprintf(stderr, "%s\n", qPrintable(text));
+    });
+    QApplication application(argc, argv);
+    setSoundHandler([](Sound) {});
+    const int child = runChild(QCoreApplication::arguments());
+    if (child >= 0)
+        return child;
+
+    const TestHome home;
+    const QTemporaryDir directory;
+    Settings::instance().load(home.path() + "/none");
+    Table table;
+    benchSqlitePosting(table, directory.path());
+    benchScan(table, directory.filePath("large.sqlite"));
+    benchLists(table, directory.filePath("middle.sqlite"));
+    const BenchShop empty(directory.filePath("empty.sqlite"), 1, 1);
+    prepareLogin(sqliteEntry(empty.path()));
+    benchStart(table, empty.path(), directory.filePath("middle.sqlite"));
+    benchServerPosting(table, Dialect::MySql);
+    benchServerPosting(table, Dialect::PostgreSql);
+    return table.exitCode();
+}
