@@ -19,9 +19,8 @@ constexpr int currentVersion = 2;
 class UnhurriedWrites
 {
 public:
-    UnhurriedWrites(QWidget *parent, const QString &connectionName)
-        : m_parent(parent),
-          m_connectionName(connectionName)
+    explicit UnhurriedWrites(const QString &connectionName)
+        : m_connectionName(connectionName)
     {
         run("PRAGMA synchronous=NORMAL;", "SET synchronous_commit=off;");
     }
@@ -39,11 +38,10 @@ private:
     {
         const Dialect dialect = dialectOf(m_connectionName);
         if (dialect != Dialect::MySql)
-            QueryExec(m_parent, dialect == Dialect::Sqlite ? onSqlite : onPostgreSql,
+            QueryExec(nullptr, dialect == Dialect::Sqlite ? onSqlite : onPostgreSql,
                       m_connectionName);
     }
 
-    QWidget *m_parent;
     QString m_connectionName;
 };
 
@@ -109,8 +107,12 @@ public:
 private:
     void run(const QString &statement)
     {
-        if (!QueryExec(m_parent, statement, m_connectionName))
-            m_succeeded = false;
+        // A failed statement does not stop the rest, but a server that is gone must not be asked
+        // about, statement by statement, once the user has given up.
+        if (m_gone || QueryExec(m_parent, statement, m_connectionName))
+            return;
+        m_succeeded = false;
+        m_gone = !openConnection(m_connectionName);
     }
 
     /// Rows written with their ids leave PostgreSQL's sequences behind; the next row without one
@@ -131,6 +133,7 @@ private:
     const DatabaseContents &m_contents;
     QSet<QString> m_created;
     bool m_succeeded = true;
+    bool m_gone = false;
 };
 
 /// Whether there is a table `dbversion`; nothing when the database did not answer.
@@ -146,12 +149,12 @@ std::optional<bool> hasVersionTable(QWidget *parent, const QString &connectionNa
         probe = "SHOW TABLES LIKE 'dbversion'";
         break;
     case Dialect::PostgreSql:
-        probe = "SELECT relname FROM pg_catalog.pg_class WHERE oid=to_regclass('dbversion');";
+        probe = "SELECT to_regclass('dbversion');";
         break;
     }
     if (!QueryRows(parent, probe, rows, connectionName))
         return std::nullopt;
-    return !rows.isEmpty();
+    return !rows.isEmpty() && !rows.first().first().isNull();
 }
 
 /// One row for each version reached.
@@ -177,7 +180,7 @@ bool bringUpToDate(QWidget *parent, const QString &connectionName, bool writeAll
     {
         // No transaction: MySQL ends it at each CREATE, PostgreSQL at the first failed statement,
         // after which the rest must still be done.
-        const UnhurriedWrites unhurried(parent, connectionName);
+        const UnhurriedWrites unhurried(connectionName);
         run.createTables(schemaTables());
         run.writeRows(writeAllRows);
         run.createTables(laterTables());

@@ -1,0 +1,210 @@
+#include "db/currencies.h"
+#include "db/money.h"
+#include "db/passwords.h"
+
+#include <QRegularExpression>
+#include <QTest>
+
+#include <cmath>
+#include <limits>
+
+namespace {
+
+constexpr double infinity = std::numeric_limits<double>::infinity();
+constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
+
+} // namespace
+
+/// Amounts, quantities, prices and passwords: rules that need no database.
+class TestValues : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void money_data();
+    void money();
+    void quantity_data();
+    void quantity();
+    void typedNumber_data();
+    void typedNumber();
+    void sellingPrice_data();
+    void sellingPrice();
+    void password_fitsOnlyItself();
+    void password_storedText_data();
+    void password_storedText();
+};
+
+void TestValues::money_data()
+{
+    QTest::addColumn<double>("amount");
+    QTest::addColumn<double>("rounded");
+    QTest::addColumn<QString>("shown");
+
+    QTest::newRow("zero") << 0.0 << 0.0 << "0";
+    QTest::newRow("minus zero") << -0.0 << 0.0 << "0";
+    QTest::newRow("whole") << 120.0 << 120.0 << "120";
+    QTest::newRow("one decimal") << 12.5 << 12.5 << "12.50";
+    QTest::newRow("two decimals") << 1234567.89 << 1234567.89 << "1234567.89";
+    QTest::newRow("half up, stored as less") << 2.675 << 2.68 << "2.68";
+    QTest::newRow("half up, stored as less, small") << 1.005 << 1.01 << "1.01";
+    QTest::newRow("half of a cent below zero") << -0.005 << -0.01 << "-0.01";
+    QTest::newRow("less than half a cent") << -0.004 << 0.0 << "0";
+    QTest::newRow("carry over the point") << 9.995 << 10.0 << "10";
+    QTest::newRow("carry to a new digit") << 99.999 << 100.0 << "100";
+    QTest::newRow("noise of a sum") << 0.1 + 0.2 << 0.3 << "0.30";
+    QTest::newRow("tiny") << 1e-300 << 0.0 << "0";
+    QTest::newRow("1e15") << 1e15 << 1e15 << "1000000000000000";
+    QTest::newRow("beyond whole precision") << 1e22 << 1e22 << "10000000000000000000000";
+    QTest::newRow("price divided by nothing") << infinity << infinity << "—";
+}
+
+void TestValues::money()
+{
+    QFETCH(double, amount);
+    QFETCH(double, rounded);
+    QFETCH(QString, shown);
+    QVERIFY(roundMoney(amount) == rounded);
+    QCOMPARE(formatMoney(amount), shown);
+}
+
+void TestValues::quantity_data()
+{
+    QTest::addColumn<double>("value");
+    QTest::addColumn<QString>("shown");
+
+    QTest::newRow("zero") << 0.0 << "0";
+    QTest::newRow("pieces") << 100.0 << "100";
+    QTest::newRow("weight") << 0.125 << "0.125";
+    QTest::newRow("trailing zeros") << 1.5 << "1.5";
+    QTest::newRow("half a gram") << 2.0005 << "2.001";
+    QTest::newRow("rounds to nothing") << -0.0004 << "0";
+    QTest::newRow("return") << -12.25 << "-12.25";
+    QTest::newRow("not a number") << notANumber << "—";
+}
+
+void TestValues::quantity()
+{
+    QFETCH(double, value);
+    QFETCH(QString, shown);
+    QCOMPARE(formatQuantity(value), shown);
+}
+
+void TestValues::typedNumber_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<bool>("valid");
+    QTest::addColumn<double>("value");
+
+    QTest::newRow("point") << "12.5" << true << 12.5;
+    QTest::newRow("comma") << "12,5" << true << 12.5;
+    QTest::newRow("blanks") << " 1 234 567,89 " << true << 1234567.89;
+    QTest::newRow("no-break blanks") << "1\u00a0234\u202f567" << true << 1234567.0;
+    QTest::newRow("minus") << "-3" << true << -3.0;
+    QTest::newRow("typographic minus") << "−3" << true << -3.0;
+    QTest::newRow("no whole part") << ",5" << true << 0.5;
+    QTest::newRow("no decimals") << "5," << true << 5.0;
+    QTest::newRow("empty") << "" << false << 0.0;
+    QTest::newRow("only a comma") << "," << false << 0.0;
+    QTest::newRow("two commas") << "1,234,567" << false << 0.0;
+    QTest::newRow("exponent") << "1e5" << false << 0.0;
+    QTest::newRow("hexadecimal") << "0x10" << false << 0.0;
+    QTest::newRow("infinity") << "inf" << false << 0.0;
+    QTest::newRow("beyond all numbers") << QString(400, '9') << false << 0.0;
+    QTest::newRow("words") << "12 шт" << false << 0.0;
+}
+
+void TestValues::typedNumber()
+{
+    QFETCH(QString, text);
+    QFETCH(bool, valid);
+    QFETCH(double, value);
+    bool ok = !valid;
+    QCOMPARE(parseNumber(text, &ok), value);
+    QCOMPARE(ok, valid);
+    QCOMPARE(parseNumber(text, nullptr), value);
+}
+
+void TestValues::sellingPrice_data()
+{
+    QTest::addColumn<double>("price");
+    QTest::addColumn<double>("rounded");
+
+    const QList<QPair<double, double>> prices = {
+        {0, 0},       {0.99, 0},     {19, 19},       {19.99, 19},      {20, 20},
+        {20.4, 20},   {22.9, 20},    {23, 25},       {23.7, 25},       {24, 25},
+        {27.99, 25},  {28, 30},      {49.95, 50},    {97.9, 95},       {99.9, 100},
+        {100, 100},   {105.99, 100}, {106, 110},     {115, 110},       {117, 120},
+        {125, 120},   {126, 130},    {999, 1000},    {-5.7, -5},       {-300.5, -300},
+        {1e10, 1e10}, {1e19, 1e19},  {1e300, 1e300}, {-1e300, -1e300}, {infinity, infinity}};
+    for (const auto &[price, rounded] : prices)
+        QTest::addRow("%g", price) << price << rounded;
+}
+
+void TestValues::sellingPrice()
+{
+    QFETCH(double, price);
+    QFETCH(double, rounded);
+    QVERIFY2(roundSellingPrice(price) == rounded,
+             QByteArray::number(roundSellingPrice(price)).constData());
+    QVERIFY(std::isnan(roundSellingPrice(notANumber)));
+}
+
+void TestValues::password_fitsOnlyItself()
+{
+    const QString password = "Пароль №1 ё";
+    const QString stored = hashPassword(password);
+    static const QRegularExpression form(
+        "^pbkdf2-sha256\\$\\d{5,}\\$[\\w+/=]{20,}\\$[\\w+/=]{40,}$");
+    QVERIFY2(form.match(stored).hasMatch(), qPrintable(stored));
+    QVERIFY(verifyPassword(password, stored));
+    QVERIFY(verifyPassword("Пароль №1 е\u0308", stored)); // the same letter, typed as two
+    QVERIFY(!verifyPassword("пароль №1 ё", stored));
+    QVERIFY(!verifyPassword("Пароль №1 ё ", stored));
+    QVERIFY(!verifyPassword("", stored));
+    QVERIFY(hashPassword(password) != stored); // salted
+}
+
+void TestValues::password_storedText_data()
+{
+    QTest::addColumn<QString>("stored");
+    QTest::addColumn<QString>("password");
+    QTest::addColumn<bool>("fits");
+
+    // The published test vectors of PBKDF2 with SHA-256: password "password", salt "salt".
+    QTest::newRow("1 round") << "pbkdf2-sha256$1$c2FsdA==$"
+                                "Eg+2z/z4syxD5yJSVsT4N6hlSMkszDVICAWYfLcL4Xs="
+                             << "password" << true;
+    QTest::newRow("4096 rounds") << "pbkdf2-sha256$4096$c2FsdA==$"
+                                    "xeR41ZKIyEGqUw22hFxMjZYok6ABzk4RpJY4c6qYE0o="
+                                 << "password" << true;
+    QTest::newRow("other password") << "pbkdf2-sha256$1$c2FsdA==$"
+                                       "Eg+2z/z4syxD5yJSVsT4N6hlSMkszDVICAWYfLcL4Xs="
+                                    << "Password" << false;
+    QTest::newRow("no password yet") << ""
+                                     << "" << true;
+    QTest::newRow("no password yet, one given") << ""
+                                                << "x" << false;
+    QTest::newRow("plain text") << "secret"
+                                << "secret" << false;
+    QTest::newRow("other method") << "md5$1$c2FsdA==$AAAA"
+                                  << "" << false;
+    QTest::newRow("no key") << "pbkdf2-sha256$1$c2FsdA==$"
+                            << "password" << false;
+    QTest::newRow("no rounds") << "pbkdf2-sha256$0$c2FsdA==$"
+                                  "Eg+2z/z4syxD5yJSVsT4N6hlSMkszDVICAWYfLcL4Xs="
+                               << "password" << false;
+    QTest::newRow("rounds for hours") << "pbkdf2-sha256$2000000000$c2FsdA==$"
+                                         "Eg+2z/z4syxD5yJSVsT4N6hlSMkszDVICAWYfLcL4Xs="
+                                      << "password" << false;
+}
+
+void TestValues::password_storedText()
+{
+    QFETCH(QString, stored);
+    QFETCH(QString, password);
+    QFETCH(bool, fits);
+    QCOMPARE(verifyPassword(password, stored), fits);
+}
+
+QTEST_GUILESS_MAIN(TestValues)
+#include "tst_values.moc"
