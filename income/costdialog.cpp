@@ -1,0 +1,147 @@
+#include "income/costdialog.h"
+#include "ui_costdialog.h"
+
+#include "app/messages.h"
+#include "db/money.h"
+#include "db/session.h"
+#include "income/productprices.h"
+
+#include <QHeaderView>
+
+#include <algorithm>
+
+namespace {
+
+enum Column { IdColumn, NameColumn, RatioColumn, OutcostColumn };
+
+} // namespace
+
+CostDialog::CostDialog(const QList<qulonglong> &ids, QWidget *parent)
+    : QDialog(parent),
+      m_ui(std::make_unique<Ui::CostDialog>()),
+      m_ids(ids)
+{
+    m_ui->setupUi(this);
+    const QString currency = Session::instance().mainCurrencySymbol();
+    m_ui->incostCurrencyLabel->setText(currency);
+    m_ui->outcostCurrencyLabel->setText(currency);
+    constexpr int moneyDecimals = 2;
+    m_ui->incostDoubleSpinBox->setLeastDecimals(moneyDecimals);
+    m_ui->outcostDoubleSpinBox->setLeastDecimals(moneyDecimals);
+
+    QList<ProductPrice> prices;
+    if (!readProductPrices(parent, ids, prices) || prices.isEmpty()) {
+        m_ui->acceptPushButton->setEnabled(false);
+        return;
+    }
+    showProducts(prices);
+    proposeValues(prices);
+    focusValue();
+}
+
+CostDialog::~CostDialog() = default;
+
+void CostDialog::on_acceptPushButton_clicked()
+{
+    PriceChange change;
+    if (m_ui->incostGroupBox->isChecked()) {
+        if (!checkField(m_ui->incostDoubleSpinBox, true, tr("Проверьте приходную цену.")))
+            return;
+        change.incost = m_ui->incostDoubleSpinBox->exact();
+    }
+    if (m_ui->ratioRadioButton->isChecked()) {
+        if (!checkField(m_ui->ratioDoubleSpinBox, false, tr("Введите коэффициент больше нуля.")))
+            return;
+        change.ratio = m_ui->ratioDoubleSpinBox->exact();
+    } else {
+        if (!checkField(m_ui->outcostDoubleSpinBox, false,
+                        tr("Введите расходную цену больше нуля.")))
+            return;
+        change.outcost = m_ui->outcostDoubleSpinBox->exact();
+    }
+    // What failed has been told, and the rest is written: the list has to be read again.
+    changePrices(this, m_ids, change);
+    accept();
+}
+
+void CostDialog::on_cancelPushButton_clicked()
+{
+    reject();
+}
+
+void CostDialog::on_incostGroupBox_toggled(bool checked)
+{
+    if (checked) {
+        m_ui->incostDoubleSpinBox->setFocus();
+        m_ui->incostDoubleSpinBox->selectAll();
+    }
+}
+
+void CostDialog::on_ratioRadioButton_toggled(bool checked)
+{
+    m_ui->ratioDoubleSpinBox->setEnabled(checked);
+    m_ui->outcostDoubleSpinBox->setEnabled(!checked);
+    focusValue();
+}
+
+void CostDialog::showProducts(const QList<ProductPrice> &prices)
+{
+    QTableWidget *table = m_ui->productsTableWidget;
+    table->setRowCount(int(prices.size()));
+    const auto addNumber = [table](int row, Column column, const QString &text) {
+        auto *item = new QTableWidgetItem(text);
+        item->setTextAlignment(Qt::AlignRight | Qt::AlignVCenter);
+        table->setItem(row, column, item);
+    };
+    for (int row = 0; row < prices.size(); ++row) {
+        const ProductPrice &price = prices.at(row);
+        addNumber(row, IdColumn, QString::number(price.id));
+        table->setItem(row, NameColumn, new QTableWidgetItem(price.name.simplified()));
+        addNumber(row, RatioColumn, formatQuantity(price.inoutratio));
+        addNumber(row, OutcostColumn, formatMoney(price.outcost));
+    }
+    QHeaderView *header = table->horizontalHeader();
+    header->setSectionResizeMode(QHeaderView::ResizeToContents);
+    header->setSectionResizeMode(NameColumn, QHeaderView::Stretch);
+    m_ui->productsLabel->setText(tr("&Наименования (%1):").arg(prices.size()));
+}
+
+/// What all the products have in common; where they differ, the field is left at 0, which is not
+/// accepted.
+void CostDialog::proposeValues(const QList<ProductPrice> &prices)
+{
+    const ProductPrice &first = prices.first();
+    const auto common = [&](double ProductPrice::*member) {
+        const bool same = std::all_of(prices.begin(), prices.end(), [&](const ProductPrice &p) {
+            return p.*member == first.*member;
+        });
+        return same ? first.*member : 0;
+    };
+    m_ui->ratioDoubleSpinBox->setExact(std::max(0.0, common(&ProductPrice::inoutratio)));
+    m_ui->outcostDoubleSpinBox->setExact(common(&ProductPrice::outcost));
+    const bool allFixed = std::all_of(prices.begin(), prices.end(),
+                                      [](const ProductPrice &p) { return !(p.inoutratio > 0); });
+    m_ui->fixedRadioButton->setChecked(allFixed);
+    if (prices.size() == 1) {
+        if (const auto price = readProductPrice(parentWidget(), first.id))
+            m_ui->incostDoubleSpinBox->setExact(price->incost);
+    }
+}
+
+void CostDialog::focusValue()
+{
+    NumberSpinBox *field =
+        m_ui->ratioRadioButton->isChecked() ? m_ui->ratioDoubleSpinBox : m_ui->outcostDoubleSpinBox;
+    field->setFocus();
+    field->selectAll();
+}
+
+bool CostDialog::checkField(NumberSpinBox *field, bool zeroAllowed, const QString &text)
+{
+    if (field->hasAcceptableInput() && (zeroAllowed || field->value() > 0))
+        return true;
+    showInformation(this, text);
+    field->setFocus();
+    field->selectAll();
+    return false;
+}

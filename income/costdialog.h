@@ -1,0 +1,38 @@
+#pragma once
+
+#include <QDialog>
+#include <QList>
+
+#include <memory>
+
+namespace Ui {
+class CostDialog;
+}
+class NumberSpinBox;
+struct ProductPrice;
+
+/// Changes the prices of the selected products: the selling price by a coefficient or as a fixed
+/// amount, and with it, if wanted, the purchase price. Amounts are in the main currency.
+class CostDialog final : public QDialog
+{
+    Q_OBJECT
+
+public:
+    explicit CostDialog(const QList<qulonglong> &ids, QWidget *parent = nullptr);
+    ~CostDialog() override;
+
+private slots:
+    void on_acceptPushButton_clicked();
+    void on_cancelPushButton_clicked();
+    void on_incostGroupBox_toggled(bool checked);
+    void on_ratioRadioButton_toggled(bool checked);
+
+private:
+    void showProducts(const QList<ProductPrice> &prices);
+    void proposeValues(const QList<ProductPrice> &prices);
+    void focusValue();
+    bool checkField(NumberSpinBox *field, bool zeroAllowed, const QString &text);
+
+    std::unique_ptr<Ui::CostDialog> m_ui;
+    QList<qulonglong> m_ids;
+};

@@ -1,0 +1,66 @@
+#include "income/pricerules.h"
+
+#include "db/currencies.h"
+#include "db/query.h"
+#include "db/sqltext.h"
+
+#include <cmath>
+
+bool pricesEqual(double a, double b)
+{
+    return std::abs(a - b) < 0.0001;
+}
+
+double sellingPrice(double incost, double coefficient)
+{
+    return roundSellingPrice(finiteOrZero(incost * coefficient));
+}
+
+double finiteOrZero(double value)
+{
+    return std::isfinite(value) ? value : 0;
+}
+
+bool markPriceChange(QWidget *parent, qulonglong wareid, const QString &connectionName)
+{
+    return QueryExec(parent,
+                     "DELETE FROM changeoutcostinfo WHERE wareid='" + sql::id(wareid) + "';",
+                     connectionName) &&
+           QueryExec(parent,
+                     "INSERT INTO changeoutcostinfo(wareid,ctime) VALUES('" + sql::id(wareid) +
+                         "'," + sql::now() + ");",
+                     connectionName);
+}
+
+QuietStatements::QuietStatements(const QString &connectionName)
+    : m_connectionName(connectionName)
+{
+}
+
+bool QuietStatements::run(const QString &sqlText)
+{
+    return QueryExec(nullptr, sqlText, m_connectionName) || fail(lastQueryError(m_connectionName));
+}
+
+bool QuietStatements::markPriceChange(qulonglong wareid)
+{
+    return ::markPriceChange(nullptr, wareid, m_connectionName) ||
+           fail(lastQueryError(m_connectionName));
+}
+
+bool QuietStatements::fail(const QString &reason)
+{
+    if (m_reason.isEmpty())
+        m_reason = reason;
+    return false;
+}
+
+QString QuietStatements::reason() const
+{
+    return m_reason;
+}
+
+bool QuietStatements::isReachable() const
+{
+    return openConnection(m_connectionName);
+}

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <QString>
+
+#include "db/connections.h"
+
+class QWidget;
+
+/// Whether two prices are the same: they differ by less than 0.0001.
+bool pricesEqual(double a, double b);
+
+/// The selling price that follows from a purchase price (main currency) and a fixed coefficient.
+double sellingPrice(double incost, double coefficient);
+
+/// The number when it is one, 0 for infinities and NaN.
+double finiteOrZero(double value);
+
+/// Notes that goods of a product on the shelf need new price labels. False when a statement failed.
+bool markPriceChange(QWidget *parent, qulonglong wareid,
+                     const QString &connectionName = mainConnection);
+
+/// Statements of a long loop: they fail without a box, and the first failure is kept, so that the
+/// user is told once at the end.
+class QuietStatements
+{
+public:
+    explicit QuietStatements(const QString &connectionName);
+
+    /// Runs a statement; false when it failed.
+    bool run(const QString &sqlText);
+
+    /// markPriceChange() in the same way.
+    bool markPriceChange(qulonglong wareid);
+
+    /// Keeps a reason for the user unless there is one already. Always false.
+    bool fail(const QString &reason);
+
+    /// The first failure; empty when there was none.
+    QString reason() const;
+
+    /// Whether the connection can be had. In a loop it is asked after a failure: every further
+    /// statement would wait for a server that is gone.
+    bool isReachable() const;
+
+private:
+    QString m_connectionName;
+    QString m_reason;
+};

@@ -1,0 +1,69 @@
+#pragma once
+
+#include <QDialog>
+
+#include <memory>
+
+#include "income/receiptline.h"
+
+namespace Ui {
+class QuantityRestDialog;
+}
+class NumberSpinBox;
+
+/// Takes quantity, prices, expiry date and stock audit of one product and writes them into the
+/// working list.
+///
+/// Return accepts; only when the dialog was opened in the purchase price, Return there goes on to
+/// the quantity. A barcode that a scanner fires into a number field is asked about, not taken.
+class QuantityRestDialog final : public QDialog
+{
+    Q_OBJECT
+
+public:
+    explicit QuantityRestDialog(const ReceiptRequest &request, QWidget *parent = nullptr);
+    ~QuantityRestDialog() override;
+
+    /// Whether the product could be read. When not, nothing was shown about a missing product, and
+    /// exec() returns as rejected at once.
+    LoadState loadState() const;
+
+    const ReceiptProduct &product() const;
+
+    /// The quantity of the line, as accepted.
+    double acceptedQuantity() const;
+
+    int exec() override;
+
+protected:
+    void keyPressEvent(QKeyEvent *event) override;
+
+private slots:
+    void on_acceptPushButton_clicked();
+    void on_cancelPushButton_clicked();
+    void on_incostDoubleSpinBox_valueChanged(double value);
+    void on_ratioDoubleSpinBox_valueChanged(double value);
+    void on_ratioCheckBox_toggled(bool checked);
+    void on_expireCheckBox_toggled(bool checked);
+
+private:
+    void showProduct();
+    void showPrices();
+    void showQuantity();
+    void updateOutcost();
+    void focusField(NumberSpinBox *field);
+    QString expiretime() const;
+    ReceiptInput input() const;
+    bool checkQuantity();
+    bool checkPrice(NumberSpinBox *field, const QString &question);
+    bool checkPrices();
+    bool refuse(NumberSpinBox *field, const QString &text);
+    bool confirm(NumberSpinBox *field, const QString &question);
+
+    std::unique_ptr<Ui::QuantityRestDialog> m_ui;
+    ReceiptEntry m_entry;
+    LoadState m_loadState = LoadState::Failed;
+    bool m_startInPrice = false;
+    bool m_filled = false;
+    bool m_expireTouched = false;
+};

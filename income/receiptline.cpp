@@ -1,0 +1,365 @@
+#include "income/receiptline.h"
+
+#include "app/messages.h"
+#include "db/money.h"
+#include "db/query.h"
+#include "db/session.h"
+#include "db/sqltext.h"
+#include "income/pricerules.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace {
+
+/// Decimals of a product without a unit: anything weighed or measured fits.
+constexpr int decimalsWithoutUnit = 3;
+constexpr int mostDecimals = 6;
+
+double number(const QVariant &value)
+{
+    return finiteOrZero(value.toDouble());
+}
+
+QString quoted(double value)
+{
+    return u'\'' + sql::exact(value) + u'\'';
+}
+
+QString quotedId(qulonglong id)
+{
+    return u'\'' + sql::id(id) + u'\'';
+}
+
+/// Sums and differences without the dust of binary fractions (0.1 + 0.2).
+double tidy(double quantity)
+{
+    return QString::number(quantity, 'f', mostDecimals).toDouble();
+}
+
+/// PostgreSQL keeps quantities in four bytes, so one read back may differ in the eighth digit.
+bool sameQuantity(double a, double b)
+{
+    return std::abs(a - b) <= 2e-7 * std::max({1.0, std::abs(a), std::abs(b)});
+}
+
+} // namespace
+
+LoadState loadProduct(QWidget *parent, qulonglong wareid, ReceiptProduct &product)
+{
+    QList<SqlRow> rows;
+    if (!QueryRows(parent,
+                   "SELECT warehouse.wuid, warehouse.article, warehouse.name, warehouse.currency, "
+                   "warehouse.inoutratio, warehouse.outcost, warehouse.quantity, "
+                   "warehouse.expiretime, units.name, units.decimals FROM warehouse LEFT JOIN "
+                   "units ON units.id=warehouse.unitid WHERE warehouse.id=" +
+                       quotedId(wareid) + ";",
+                   rows))
+        return LoadState::Failed;
+    if (rows.isEmpty())
+        return LoadState::NotFound;
+    const SqlRow &row = rows.first();
+    product.id = wareid;
+    product.wuid = row.at(0).toString();
+    product.article = row.at(1).toString();
+    product.name = row.at(2).toString();
+    product.currency = row.at(3).toString();
+    product.inoutratio = number(row.at(4));
+    product.outcost = number(row.at(5));
+    product.stock = number(row.at(6));
+    product.expiretime = row.at(7).toString();
+    product.unit = row.at(8).toString();
+    product.decimals =
+        row.at(9).isNull() ? decimalsWithoutUnit : std::clamp(row.at(9).toInt(), 0, mostDecimals);
+    return LoadState::Loaded;
+}
+
+LoadState ReceiptEntry::load(QWidget *parent, const ReceiptRequest &request)
+{
+    const LoadState state = loadProduct(parent, request.wareid, m_product);
+    if (state != LoadState::Loaded)
+        return state;
+    QList<ReceiptLine> lines;
+    if (!readLines(parent, lines))
+        return LoadState::Failed;
+
+    auto wanted = std::find_if(lines.cbegin(), lines.cend(), [&request](const ReceiptLine &line) {
+        return line.id == request.lineId;
+    });
+    if (wanted == lines.cend()) {
+        if (request.editLine)
+            return LoadState::NotFound;
+        wanted = lines.cbegin();
+    }
+    for (auto line = lines.cbegin(); line != lines.cend(); ++line) {
+        if (line != wanted)
+            m_otherLines += line->quantity;
+    }
+    m_added = request.editLine ? 0 : finiteOrZero(request.addedQuantity);
+    if (wanted != lines.cend()) {
+        // Its prices may have been entered a minute ago; the catalogue's would undo that.
+        m_line = *wanted;
+        return LoadState::Loaded;
+    }
+
+    QSqlQuery query;
+    if (!QueryExec(parent,
+                   "SELECT incost FROM warehouse WHERE id=" + quotedId(request.wareid) + ";",
+                   query))
+        return LoadState::Failed;
+    const double incost = query.next() ? number(query.value(0)) : 0;
+    m_productIncost =
+        finiteOrZero(Session::instance().convertCurrencyToMain(incost, m_product.currency));
+    return LoadState::Loaded;
+}
+
+const ReceiptProduct &ReceiptEntry::product() const
+{
+    return m_product;
+}
+
+const std::optional<ReceiptLine> &ReceiptEntry::line() const
+{
+    return m_line;
+}
+
+double ReceiptEntry::otherLinesQuantity() const
+{
+    return m_otherLines;
+}
+
+double ReceiptEntry::addedQuantity() const
+{
+    return m_added;
+}
+
+double ReceiptEntry::proposedQuantity() const
+{
+    return m_line ? tidy(m_line->quantity + m_added) : m_added;
+}
+
+double ReceiptEntry::proposedIncost() const
+{
+    return m_line ? m_line->incost : m_productIncost;
+}
+
+double ReceiptEntry::proposedInoutratio() const
+{
+    return std::max(0.0, m_line ? m_line->inoutratio : m_product.inoutratio);
+}
+
+double ReceiptEntry::proposedOutcost() const
+{
+    return m_line ? m_line->outcost : m_product.outcost;
+}
+
+SaveState ReceiptEntry::save(QWidget *parent, const ReceiptInput &input)
+{
+    // One time stamp for the whole entry: a line is found again by it.
+    const QString stamp = currentTimestamp();
+    if (m_pending && !settlePending(parent))
+        return SaveState::Failed;
+    const SaveState state = writeLine(parent, input, stamp);
+    if (state != SaveState::Saved)
+        return state;
+    if (!writePrices(parent, input, stamp))
+        return SaveState::Failed;
+    if (!QueryExec(parent, "UPDATE warehouse SET expiretime=" + sql::text(input.expiretime) +
+                               " WHERE id=" + quotedId(m_product.id) + ";"))
+        return SaveState::Failed;
+    // The receipt stands by now; a reference database that does not answer has been reported and
+    // must not hold it up.
+    if (input.passToReference)
+        passPriceToReference(parent, input.outcost);
+    if (input.audited && !writeAudit(parent, stamp))
+        return SaveState::Failed;
+    return SaveState::Saved;
+}
+
+bool ReceiptEntry::readLines(QWidget *parent, QList<ReceiptLine> &lines) const
+{
+    QList<SqlRow> rows;
+    if (!QueryRows(parent,
+                   "SELECT id, quantity, incost, inoutratio, outcost FROM incomeinvoice WHERE "
+                   "wareid=" +
+                       quotedId(m_product.id) + " ORDER BY id;",
+                   rows))
+        return false;
+    for (const SqlRow &row : std::as_const(rows)) {
+        lines.append({.id = row.at(0).toULongLong(),
+                      .quantity = number(row.at(1)),
+                      .incost = number(row.at(2)),
+                      .inoutratio = number(row.at(3)),
+                      .outcost = number(row.at(4))});
+    }
+    return true;
+}
+
+/// Finds the line of an earlier save that was cut off. False while the database does not answer.
+bool ReceiptEntry::settlePending(QWidget *parent)
+{
+    QList<SqlRow> rows;
+    if (!QueryRows(parent,
+                   "SELECT id FROM incomeinvoice WHERE wareid=" + quotedId(m_product.id) +
+                       " AND userid=" + quotedId(Session::instance().user().id) +
+                       " AND timestamp=" + sql::text(m_pending->stamp) +
+                       " AND quantity=" + quoted(m_pending->quantity) + ";",
+                   rows))
+        return false;
+    if (!rows.isEmpty()) {
+        m_line =
+            ReceiptLine{.id = rows.first().at(0).toULongLong(), .quantity = m_pending->quantity};
+    } else if (m_pending->certain) {
+        // Written, and posted or deleted since: what is entered now is counted against it.
+        m_line = ReceiptLine{.id = 0, .quantity = m_pending->quantity};
+    }
+    m_pending.reset();
+    return true;
+}
+
+SaveState ReceiptEntry::writeLine(QWidget *parent, const ReceiptInput &input, const QString &stamp)
+{
+    if (m_line)
+        return writeExistingLine(parent, input, stamp);
+    return insertLine(parent, input, stamp, tidy(input.quantity - m_goneQuantity))
+               ? SaveState::Saved
+               : SaveState::Failed;
+}
+
+/// The quantity is written as a whole, so the line must still be what the user saw.
+SaveState ReceiptEntry::writeExistingLine(QWidget *parent, const ReceiptInput &input,
+                                          const QString &stamp)
+{
+    QList<ReceiptLine> lines;
+    if (!readLines(parent, lines))
+        return SaveState::Failed;
+    const double quantity = tidy(input.quantity - m_goneQuantity);
+    const double added = tidy(quantity - m_line->quantity);
+    const auto current = std::find_if(lines.cbegin(), lines.cend(),
+                                      [this](const ReceiptLine &l) { return l.id == m_line->id; });
+    if (current == lines.cend()) {
+        return lines.isEmpty() ? lineGone(parent, input, stamp, added)
+                               : lineChanged(parent, lines.first(), added);
+    }
+    if (!sameQuantity(current->quantity, m_line->quantity))
+        return lineChanged(parent, *current, added);
+
+    if (!QueryExec(parent, "UPDATE incomeinvoice SET quantity=" + quoted(quantity) +
+                               " WHERE id=" + quotedId(m_line->id) + ";"))
+        return SaveState::Failed;
+    m_line->quantity = quantity;
+    return SaveState::Saved;
+}
+
+/// Proposes the user's units on top of what the other workstation has made of the line.
+SaveState ReceiptEntry::lineChanged(QWidget *parent, const ReceiptLine &current, double added)
+{
+    const double before = m_line->quantity;
+    m_line = current;
+    m_added = added;
+    m_goneQuantity = 0;
+    showInformation(parent,
+                    tr("Количество этого товара в приходе изменили на другом рабочем месте: было "
+                       "%1, стало %2. Проверьте новое количество и примите его ещё раз.")
+                        .arg(formatQuantity(before), formatQuantity(current.quantity)));
+    return SaveState::Changed;
+}
+
+/// The units of the lost line are in stock or were struck out on purpose: only what the user has
+/// put on top of them goes into a new line.
+SaveState ReceiptEntry::lineGone(QWidget *parent, const ReceiptInput &input, const QString &stamp,
+                                 double added)
+{
+    const QString told =
+        tr("Строку этого товара провели или удалили на другом рабочем месте.") + u' ';
+    const double gone = m_line->quantity;
+    m_line.reset();
+    m_otherLines = 0;
+    if (added <= 0) {
+        m_added = 0;
+        m_goneQuantity = 0;
+        showInformation(parent,
+                        told + tr("Введите количество для новой строки или отмените ввод."));
+        return SaveState::Changed;
+    }
+    m_goneQuantity += gone;
+    if (!insertLine(parent, input, stamp, added))
+        return SaveState::Failed;
+    showInformation(
+        parent,
+        told + tr("Новой строкой записано добавленное количество: %1.").arg(formatQuantity(added)));
+    return SaveState::Saved;
+}
+
+bool ReceiptEntry::insertLine(QWidget *parent, const ReceiptInput &input, const QString &stamp,
+                              double quantity)
+{
+    if (!ensureConnectionOpen(parent, mainConnection))
+        return false;
+    // Without a parent: whether a lost connection is a failure is known only after a look.
+    const bool inserted = QueryExec(
+        nullptr,
+        "INSERT INTO incomeinvoice(wareid,incost,inoutratio,outcost,quantity,userid,timestamp) "
+        "VALUES(" +
+            quotedId(m_product.id) + "," + quoted(input.incost) + "," + quoted(input.inoutratio) +
+            "," + quoted(input.outcost) + "," + quoted(quantity) + "," +
+            quotedId(Session::instance().user().id) + "," + sql::text(stamp) + ");");
+    if (inserted) {
+        m_pending = PendingInsert{.stamp = stamp, .quantity = quantity, .certain = true};
+        return true;
+    }
+    const QString error = lastQueryError();
+    if (lastOutcomeUnknown()) {
+        const PendingInsert doubtful{.stamp = stamp, .quantity = quantity, .certain = false};
+        m_pending = doubtful;
+        if (!settlePending(parent))
+            return false;
+        if (m_line)
+            return true;
+        m_pending = doubtful; // the server may still be at it
+    }
+    showWarning(parent, error.isEmpty() ? tr("Строка прихода не записана.") : error);
+    return false;
+}
+
+/// All lines of a product carry one price.
+bool ReceiptEntry::writePrices(QWidget *parent, const ReceiptInput &input, const QString &stamp)
+{
+    return QueryExec(parent, "UPDATE incomeinvoice SET incost=" + quoted(input.incost) +
+                                 ", inoutratio=" + quoted(input.inoutratio) +
+                                 ", outcost=" + quoted(input.outcost) +
+                                 ", userid=" + quotedId(Session::instance().user().id) +
+                                 ", timestamp=" + sql::text(stamp) +
+                                 " WHERE wareid=" + quotedId(m_product.id) + ";");
+}
+
+bool ReceiptEntry::passPriceToReference(QWidget *parent, double outcost)
+{
+    // Products that never had an identifier must not be taken for one another.
+    if (m_product.wuid.isEmpty() || !isConnectionRegistered(friendConnection))
+        return false;
+    QList<SqlRow> rows;
+    if (!QueryRows(parent,
+                   "SELECT id, quantity FROM warehouse WHERE wuid=" + sql::text(m_product.wuid) +
+                       ";",
+                   rows, friendConnection) ||
+        rows.isEmpty())
+        return false;
+    const qulonglong id = rows.first().at(0).toULongLong();
+    if (!QueryExec(parent,
+                   "UPDATE warehouse SET outcost=" + quoted(outcost) + " WHERE id=" + quotedId(id) +
+                       ";",
+                   friendConnection))
+        return false;
+    return !(number(rows.first().at(1)) > 0) || markPriceChange(parent, id, friendConnection);
+}
+
+bool ReceiptEntry::writeAudit(QWidget *parent, const QString &stamp)
+{
+    if (!Session::instance().hasRight(Right::AuditStock)) {
+        showWarning(parent, tr("У Вас недостаточно прав для проверки."));
+        return true;
+    }
+    return QueryExec(parent, "UPDATE warehouse SET latime=" + sql::text(stamp) +
+                                 " WHERE id=" + quotedId(m_product.id) + ";");
+}
