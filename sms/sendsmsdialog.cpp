@@ -7,6 +7,7 @@
 #include "app/settings.h"
 #include "db/session.h"
 
+#include <QLayout>
 #include <QPointer>
 #include <QSslSocket>
 
@@ -55,7 +56,7 @@ int SendSmsDialog::exec()
     if (m_over)
         return result();
     if (m_sslSocket->state() != QAbstractSocket::ConnectedState)
-        m_ui->statusLabel->setText(tr("Соединение с SMS-шлюзом"));
+        showStatus(tr("Соединение с SMS-шлюзом"));
     return QDialog::exec();
 }
 
@@ -119,9 +120,16 @@ void SendSmsDialog::start()
     m_sslSocket->connectToHostEncrypted(m_gateway.host, m_gateway.port);
 }
 
-void SendSmsDialog::beginStage(const QString &status)
+void SendSmsDialog::showStatus(const QString &status)
 {
     m_ui->statusLabel->setText(status);
+    // A window that is open already does not grow with its text by itself.
+    resize(width(), qMax(height(), layout()->totalHeightForWidth(width())));
+}
+
+void SendSmsDialog::beginStage(const QString &status)
+{
+    showStatus(status);
     m_timer.start(stageTimeout);
 }
 
@@ -151,7 +159,7 @@ void SendSmsDialog::askAboutErrors(const QList<QSslError> &errors)
     QString errorTexts;
     for (const QSslError &error : errors)
         errorTexts += error.errorString() + QStringLiteral("\r\n");
-    m_ui->statusLabel->setText(tr("Ошибки ssl: ") + errorTexts.trimmed());
+    showStatus(tr("Ошибки ssl: ") + errorTexts.trimmed());
 
     const QPointer<SendSmsDialog> guard(this);
     const int button =
@@ -178,7 +186,7 @@ void SendSmsDialog::On_sslSocket_readyRead()
     if (m_reply.isFull()) {
         fail(refusalText());
     } else if (m_reply.hasHeader()) {
-        m_ui->statusLabel->setText(refusalText());
+        showStatus(refusalText());
         if (!std::exchange(m_refused, true))
             m_timer.start(refusalTimeout);
     }
@@ -212,7 +220,7 @@ void SendSmsDialog::endWithoutReply(const QString &reason)
 
 void SendSmsDialog::fail(const QString &status)
 {
-    m_ui->statusLabel->setText(status);
+    showStatus(status);
     logMessage(status.simplified());
     reject();
 }

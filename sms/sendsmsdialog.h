@@ -51,6 +51,7 @@ private slots:
 
 private:
     void start();
+    void showStatus(const QString &status);
     void beginStage(const QString &status);
     void askAboutErrors(const QList<QSslError> &errors);
     void takeReply();

@@ -1,4 +1,4 @@
-#include "income/numberspinbox.h"
+#include "widgets/numberspinbox.h"
 
 #include <QFocusEvent>
 #include <QKeyEvent>

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <QDialog>
+
+#include <memory>
+
+namespace Ui {
+class CodeDialog;
+}
+
+/// Edits one barcode of a product, or with id 0 creates one for the product wareid. A wareid of 0
+/// stands for a product that is not saved yet.
+class CodeDialog : public QDialog
+{
+    Q_OBJECT
+
+public:
+    CodeDialog(qulonglong id, qulonglong wareid, QWidget *parent);
+    ~CodeDialog() override;
+
+    /// The id of the row; after a new code was saved, the id that it got.
+    qulonglong id() const;
+
+private slots:
+    void on_generateCodeButton_clicked();
+    void on_okPushButton_clicked();
+    void on_cancelPushButton_clicked();
+
+private:
+    bool load();
+    void showProduct();
+    bool save();
+    bool insertRow();
+    bool updateRow();
+
+    std::unique_ptr<Ui::CodeDialog> m_ui;
+    qulonglong m_id;
+    qulonglong m_wareid;
+};

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <QDialog>
+
+#include <memory>
+
+namespace Ui {
+class CurrencyDialog;
+}
+
+/// Edits one row of the table of currencies, or with id 0 adds one.
+class CurrencyDialog : public QDialog
+{
+    Q_OBJECT
+
+public:
+    CurrencyDialog(qulonglong id, QWidget *parent);
+    ~CurrencyDialog() override;
+
+private slots:
+    void on_savePushButton_clicked();
+    void on_cancelPushButton_clicked();
+
+private:
+    bool load();
+    bool save();
+
+    std::unique_ptr<Ui::CurrencyDialog> m_ui;
+    qulonglong m_id;
+};
