@@ -21,6 +21,7 @@
 #include <QLineEdit>
 #include <QListWidget>
 #include <QPushButton>
+#include <QTemporaryDir>
 #include <QTest>
 #include <QTimer>
 
@@ -97,19 +98,34 @@ QByteArray settingsFile()
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("cannot be read");
 }
 
-/// Makes the database of an entry, with a password for its administrator, and runs a statement.
-bool makeDatabase(const ConnectionEntry &entry, const QString &statement = {})
+/// Makes the database of an entry, with the password "secret" for its administrator.
+bool makeDatabase(const ConnectionEntry &entry)
 {
     const QString name = QStringLiteral("preparation");
-    bool made =
+    const bool made =
         createConnection(nullptr, entry, name) && createSchema(nullptr, name) &&
         Session::instance().logIn(nullptr, "admin", {}, name) == LoginResult::PasswordNeeded &&
         Session::instance().setPassword(nullptr, "secret", name);
-    if (!statement.isEmpty())
-        made = made && QueryExec(nullptr, statement, name);
     removeConnection(name);
     Session::instance().reset();
     return made;
+}
+
+/// The same in an SQLite file, copied from one that is made once, and runs a statement there.
+bool copyDatabase(const ConnectionEntry &entry, const QString &statement = {})
+{
+    static const QTemporaryDir directory;
+    static const ConnectionEntry original =
+        sqliteEntry("original", directory.filePath("original.sqlite"));
+    static const bool made = makeDatabase(original);
+    if (!made || !ensureConfigDir() || !QFile::copy(original.databasename, sqliteFilePath(entry)))
+        return false;
+    if (statement.isEmpty())
+        return true;
+    const QString name = QStringLiteral("preparation");
+    const bool done = createConnection(nullptr, entry, name) && QueryExec(nullptr, statement, name);
+    removeConnection(name);
+    return done;
 }
 
 QVariant valueOf(const ConnectionEntry &entry, const QString &sqlText)
@@ -268,7 +284,7 @@ void TestSelectConnection::firstPassword_mayBePutOff()
 
 void TestSelectConnection::wrongPassword_leavesTheDialogOpen()
 {
-    QVERIFY(makeDatabase(Settings::localConnection()));
+    QVERIFY(copyDatabase(Settings::localConnection()));
     SelectConnectionDialog dialog;
     dialog.show();
     auto *password = child<QLineEdit>(dialog, "passwordLineEdit");
@@ -314,7 +330,7 @@ void TestSelectConnection::refusedLogins_leaveNothingBehind()
     QFETCH(QString, statement);
     QFETCH(QString, login);
     QFETCH(QString, password);
-    QVERIFY(makeDatabase(Settings::localConnection(), statement));
+    QVERIFY(copyDatabase(Settings::localConnection(), statement));
     m_boxes->answer(QStringLiteral("OK"));
     QCOMPARE(runLogin(nullptr, {Settings::localConnection(), login, password}, noPassword),
              LoginStep::LogIn);
@@ -348,7 +364,7 @@ void TestSelectConnection::databaseVersions_areCompared()
     QFETCH(bool, accepted);
     const ConnectionEntry entry = Settings::localConnection();
     const int version = schemaVersion() + step;
-    QVERIFY(makeDatabase(entry,
+    QVERIFY(copyDatabase(entry,
                          QStringLiteral("UPDATE dbversion SET version=") + sql::integer(version)));
     if (!answer.isEmpty())
         m_boxes->answer(answer);
@@ -378,7 +394,7 @@ void TestSelectConnection::choiceIsRemembered_andNeverThePassword()
                                          sqliteEntry(strangeName, "b.sqlite"),
                                          sqliteEntry("C", "c.sqlite")};
     useConnections(entries);
-    QVERIFY(makeDatabase(entries.at(1), "UPDATE users SET login='Зина <i>%1'"));
+    QVERIFY(copyDatabase(entries.at(1), "UPDATE users SET login='Зина <i>%1'"));
     {
         SelectConnectionDialog dialog;
         dialog.show();
@@ -415,7 +431,7 @@ void TestSelectConnection::referenceIsNotTheMainDatabase()
 
 void TestSelectConnection::unwritableSettings_areToldButDoNotStopTheWork()
 {
-    QVERIFY(makeDatabase(Settings::localConnection()));
+    QVERIFY(copyDatabase(Settings::localConnection()));
     Settings::instance().load(QStringLiteral("/dev/null/lavkor.settings"));
     SelectConnectionDialog dialog;
     dialog.show();
@@ -674,7 +690,7 @@ void TestSelectConnection::check_tellsTheResultAndLeavesNothing()
     QFETCH(QString, dbtype);
     QFETCH(QString, place);
     QFETCH(QString, text);
-    QVERIFY(makeDatabase(Settings::localConnection()));
+    QVERIFY(copyDatabase(Settings::localConnection()));
     QFile other(configDirPath() + QStringLiteral("/text.txt"));
     QVERIFY(other.open(QIODevice::WriteOnly) && other.write(QByteArray(5000, 'x')) == 5000);
     other.close();
