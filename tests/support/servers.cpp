@@ -216,6 +216,7 @@ void TestServers::initializeMariaDb(Server &one)
                            QStringLiteral("--auth-root-authentication-method=normal"),
                            QStringLiteral("--skip-test-db"),
                            QStringLiteral("--skip-log-bin"),
+                           QStringLiteral("--sync-frm=OFF"),
                            QStringLiteral("--innodb-flush-method=nosync")};
     if (geteuid() == 0)
         command += QStringLiteral("--user=root");
@@ -266,6 +267,7 @@ bool TestServers::launch(Dialect dialect)
                    QStringLiteral("--port=%1").arg(one.port),
                    QStringLiteral("--skip-name-resolve"),
                    QStringLiteral("--skip-log-bin"),
+                   QStringLiteral("--sync-frm=OFF"),
                    QStringLiteral("--performance-schema=OFF"),
                    QStringLiteral("--innodb-buffer-pool-size=64M"),
                    QStringLiteral("--innodb-log-file-size=32M"),
