@@ -115,13 +115,6 @@ QStringList postRecorded(IncomeInvoiceWindow &window, double &time)
     return statements;
 }
 
-/// The same statements as a posting, past the program; the receipt of the posting is taken away.
-void undoPosting(const std::function<void(const QString &)> &run, const QStringList &fill)
-{
-    for (const QString &statement : fill)
-        run(statement);
-}
-
 struct PostingTimes
 {
     double program = 0;

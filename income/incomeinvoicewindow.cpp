@@ -8,12 +8,14 @@
 #include "db/money.h"
 #include "db/session.h"
 #include "db/sqltext.h"
+#include "db/transaction.h"
 #include "income/codelookup.h"
 #include "income/colorsqlquerymodel.h"
 #include "income/costdialog.h"
 #include "income/manual.h"
 #include "income/productlist.h"
 #include "income/quantityrestdialog.h"
+#include "income/receiptline.h"
 #include "income/receiptlist.h"
 #include "income/receiptprices.h"
 #include "login/euladialog.h"
@@ -32,6 +34,12 @@
 #include <QMenu>
 #include <QScopeGuard>
 #include <QSettings>
+
+// Outside of any namespace, as the macro wants it.
+static void initializeImages()
+{
+    Q_INIT_RESOURCE(images);
+}
 
 namespace {
 
@@ -52,6 +60,7 @@ IncomeInvoiceWindow::IncomeInvoiceWindow(QWidget *parent)
       m_receipt(new ReceiptListModel(this)),
       m_products(new ColorSqlQueryModel(this))
 {
+    initializeImages();
     m_ui->setupUi(this);
     setUpTables();
     setUpStatusBar();

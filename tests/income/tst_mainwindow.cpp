@@ -19,10 +19,12 @@
 #include <QClipboard>
 #include <QComboBox>
 #include <QDialog>
+#include <QElapsedTimer>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QPushButton>
+#include <QScrollBar>
 #include <QSettings>
 #include <QSpinBox>
 #include <QTableView>
@@ -35,6 +37,8 @@
 
 namespace {
 
+constexpr int patienceMs = 15000;
+
 /// Serves modal dialogs one after another: each step runs once a dialog of its class is open.
 class DialogSteps
 {
@@ -42,7 +46,7 @@ public:
     DialogSteps()
     {
         QObject::connect(&m_timer, &QTimer::timeout, [this] { serve(); });
-        m_timer.start(0);
+        m_timer.start(5);
     }
 
     void add(const char *className, std::function<void(QDialog *)> step)
@@ -59,6 +63,14 @@ private:
     void serve()
     {
         auto *dialog = qobject_cast<QDialog *>(QApplication::activeModalWidget());
+        if (dialog != m_waiting) {
+            m_waiting = dialog;
+            m_since.start();
+        } else if (dialog && m_since.elapsed() > patienceMs) {
+            m_stuck = true; // a case must end red, not hang
+            dialog->reject();
+            return;
+        }
         if (m_steps.empty() || !dialog || dialog == m_served || !dialog->isVisible() ||
             !dialog->inherits(m_steps.front().className))
             return;
@@ -77,6 +89,9 @@ private:
     QTimer m_timer;
     std::deque<Step> m_steps;
     QPointer<QDialog> m_served;
+    QPointer<QDialog> m_waiting;
+    QElapsedTimer m_since;
+    bool m_stuck = false;
 };
 
 } // namespace
@@ -113,6 +128,7 @@ private:
         return found;
     }
     void openWindow();
+    void activate();
     void scan(const QString &code);
     void accept(const QString &quantity = {});
     QString cell(const char *table, int row, const QString &header) const;
@@ -210,7 +226,14 @@ void TestMainWindow::openWindow()
     m_window = std::make_unique<IncomeInvoiceWindow>();
     QVERIFY(m_window->isReady());
     m_window->show();
-    QVERIFY(QTest::qWaitForWindowExposed(m_window.get()));
+    activate();
+}
+
+/// Shortcuts belong to the active window, and no window manager gives that back after a dialog.
+void TestMainWindow::activate()
+{
+    m_window->activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(m_window.get()));
 }
 
 void TestMainWindow::scan(const QString &code)
@@ -264,7 +287,8 @@ void TestMainWindow::scans_becomeLinesAndAPostedReceipt()
 
     accept();
     scan("4600000000015");
-    QTest::keyClick(m_window.get(), Qt::Key_F7);
+    activate();
+    QTest::keyClick(child<QLineEdit>("codeLineEdit"), Qt::Key_F7);
     QCOMPARE(child<QSpinBox>("multiplierSpinBox")->value(), 2);
     accept();
     scan("4600000000022"); // a pack of 12, twice
@@ -326,7 +350,7 @@ void TestMainWindow::secondScanOfAProduct_changesItsLine()
 {
     accept("2");
     scan("4600000000015");
-    accept("7.5");
+    accept("7");
     scan("101"); // by its number
     QCOMPARE(rows("incomeinvoiceTableView"), 1);
     QCOMPARE(read("SELECT COUNT(*) FROM incomeinvoice"), "1");
@@ -347,7 +371,7 @@ void TestMainWindow::filters_narrowTheProducts()
 {
     auto *filter = child<QLineEdit>("namefilterLineEdit");
     QCOMPARE(rows("warehouseTableView"), 2);
-    QTest::keyClicks(filter, "топлёно");
+    filter->setText("топлёно");
     QTRY_COMPARE(rows("warehouseTableView"), 1);
     QCOMPARE(cell("warehouseTableView", 0, "Код"), "101");
     filter->setText("ABC");
@@ -402,6 +426,7 @@ void TestMainWindow::deletedLines_areGone()
     accept();
     scan("4600000000022");
     auto *view = child<QTableView>("incomeinvoiceTableView");
+    activate();
     view->setFocus();
     view->selectRow(0);
     m_boxes->answer("Нет");
