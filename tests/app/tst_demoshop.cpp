@@ -1,0 +1,84 @@
+// The goods of the demonstration: whoever scans them must find them, whatever their names hold.
+#include "app/demo/demoshop.h"
+#include "catalogue/barcode.h"
+#include "db/query.h"
+#include "tests/support/scratchdatabase.h"
+#include "tests/support/shop.h"
+#include "tests/support/testhome.h"
+
+#include <QFile>
+#include <QTemporaryDir>
+#include <QTest>
+
+class TestDemoShop : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void goods_areFilledOnceAndHaveValidCodes();
+    void brokenTable_leavesNothingBehind_data();
+    void brokenTable_leavesNothingBehind();
+
+private:
+    TestHome m_home;
+};
+
+void TestDemoShop::goods_areFilledOnceAndHaveValidCodes()
+{
+    const QString goods = QFINDTESTDATA("../../resources/demo/goods.tsv");
+    ScratchDatabase database(Dialect::Sqlite);
+    QVERIFY(database.open() && shop::create());
+    QString error;
+    QVERIFY2(fillDemoShop(goods, mainConnection, &error), qPrintable(error));
+    QFile table(goods);
+    QVERIFY(table.open(QIODevice::ReadOnly));
+    const QString count = QString::number(table.readAll().count('\n') - 1);
+    QCOMPARE(database.client("SELECT COUNT(*) FROM warehouse;"), count);
+    QVERIFY(fillDemoShop(goods, mainConnection));
+    QCOMPARE(database.client("SELECT COUNT(*) FROM warehouse;"), count);
+
+    QCOMPARE(database.client("SELECT w.name, u.name, g.name, p.name, w.incost, w.quantity "
+                             "FROM codes c JOIN warehouse w ON w.id=c.wareid "
+                             "JOIN units u ON u.id=w.unitid JOIN `groups` g ON g.id=w.groupid "
+                             "JOIN `groups` p ON p.id=g.parent "
+                             "WHERE c.code='2100900000105' AND c.packquantity=12;"),
+             "Крупа гречневая ядрица «Полянка» 800 г\tшт\tКрупы\tБакалея\t62.4\t14.0");
+    const QStringList codes = database.client("SELECT code FROM codes;").split(u'\n');
+    QVERIFY(codes.size() >= count.toInt());
+    for (const QString &code : codes) {
+        QVERIFY2(isInternalCode(code), qPrintable(code));
+        QCOMPARE(code.back().digitValue(), ean13CheckDigit(code));
+    }
+    QCOMPARE(QSet<QString>(codes.begin(), codes.end()).size(), codes.size());
+}
+
+void TestDemoShop::brokenTable_leavesNothingBehind_data()
+{
+    const QByteArray good = "А-1\tТовар\tГруппа\tМарка\tшт\t1\t0\t2\t3\t2000000000008\n";
+    QTest::addColumn<QByteArray>("second");
+    QTest::newRow("a column too few") << good.mid(good.indexOf('\t') + 1);
+    QTest::newRow("a unit that is not there") << QByteArray(good).replace("шт", "пуд");
+    QTest::newRow("no group") << QByteArray(good).replace("Группа", "");
+}
+
+void TestDemoShop::brokenTable_leavesNothingBehind()
+{
+    QFETCH(QByteArray, second);
+    QTemporaryDir directory;
+    const QString path = directory.filePath(QStringLiteral("goods.tsv"));
+    QFile table(path);
+    QVERIFY(table.open(QIODevice::WriteOnly));
+    table.write("header\nА-0\tПервый\tГруппа\tМарка\tшт\t1\t0\t2\t3\t2000000000015\n" + second);
+    table.close();
+    ScratchDatabase database(Dialect::Sqlite);
+    QVERIFY(database.open() && shop::create());
+    QString error;
+    QVERIFY(!fillDemoShop(path, mainConnection, &error));
+    QVERIFY2(error.contains(QStringLiteral("goods.tsv:3:")), qPrintable(error));
+    QCOMPARE(database.client("SELECT (SELECT COUNT(*) FROM warehouse) + "
+                             "(SELECT COUNT(*) FROM codes) + (SELECT COUNT(*) FROM `groups`);"),
+             "0");
+}
+
+QTEST_GUILESS_MAIN(TestDemoShop)
+#include "tst_demoshop.moc"
