@@ -51,7 +51,7 @@ struct ReceiptInput
     double incost = 0;
     double inoutratio = 0; ///< 0: the selling price is fixed by hand
     double outcost = 0;
-    QString expiretime; ///< "yyyy-MM-dd" or empty
+    QString expiretime = {}; ///< "yyyy-MM-dd" or empty
     bool audited = false;
     bool passToReference = false; ///< write the selling price to the reference database too
 };

@@ -280,7 +280,7 @@ void TestPostingFaults::lostCommit_isLookedUp()
     ConnectionEntry entry = m_database->entry();
     entry.dbhostname = "127.0.0.1:" + QString::number(proxy.port());
     QVERIFY(createConnection(nullptr, entry, mainConnection));
-    proxy.cutNext(committed ? CuttingProxy::Cut::AfterCommit : CuttingProxy::Cut::BeforeCommit);
+    proxy.cutNext(committed ? CuttingProxy::Cut::Answer : CuttingProxy::Cut::Request);
     PostingCallbacks callbacks;
     callbacks.sendSms = [](const QString &, const QString &) {
         return true;

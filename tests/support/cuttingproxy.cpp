@@ -1,6 +1,5 @@
 #include "tests/support/cuttingproxy.h"
 
-#include <QByteArray>
 #include <QDebug>
 
 #include <arpa/inet.h>
@@ -56,10 +55,17 @@ quint16 CuttingProxy::port() const
     return m_port;
 }
 
-void CuttingProxy::cutNext(Cut cut)
+void CuttingProxy::cutNext(Cut cut, const QByteArray &text, bool refuseAfterwards)
 {
     m_hasCut = false;
+    m_refuseAfterwards = refuseAfterwards;
+    m_text = text;
     m_cut = cut;
+}
+
+void CuttingProxy::setRefusing(bool refusing)
+{
+    m_refusing = refusing;
 }
 
 bool CuttingProxy::hasCut() const
@@ -75,14 +81,16 @@ void CuttingProxy::run()
         if (poll(&waiting, 1, pollMs) <= 0)
             continue;
         const int client = accept(m_listener, nullptr, nullptr);
-        if (client >= 0)
+        if (client >= 0 && m_refusing)
+            close(client);
+        else if (client >= 0)
             sessions.emplace_back([this, client] { serve(client); });
     }
     for (std::thread &session : sessions)
         session.join();
 }
 
-void CuttingProxy::serve(int client) const
+void CuttingProxy::serve(int client)
 {
     const int server = socket(AF_INET, SOCK_STREAM, 0);
     const sockaddr_in address = loopback(m_serverPort);
@@ -100,15 +108,18 @@ void CuttingProxy::serve(int client) const
     close(client);
 }
 
-bool CuttingProxy::forward(int from, int to, bool fromClient, int server) const
+bool CuttingProxy::forward(int from, int to, bool fromClient, int server)
 {
     char buffer[65536];
     const ssize_t size = read(from, buffer, sizeof buffer);
     if (size <= 0)
         return false;
-    const bool commit = fromClient && QByteArrayView(buffer, size).contains("COMMIT");
-    const Cut cut = commit ? m_cut.exchange(Cut::None) : Cut::None;
-    if (cut == Cut::BeforeCommit) {
+    const bool meant =
+        fromClient && m_cut.load() != Cut::None && QByteArrayView(buffer, size).contains(m_text);
+    const Cut cut = meant ? m_cut.exchange(Cut::None) : Cut::None;
+    if (cut != Cut::None && m_refuseAfterwards)
+        m_refusing = true;
+    if (cut == Cut::Request) {
         m_hasCut = true;
         return false;
     }
@@ -118,7 +129,7 @@ bool CuttingProxy::forward(int from, int to, bool fromClient, int server) const
             return false;
         done += written;
     }
-    if (cut == Cut::AfterCommit) {
+    if (cut == Cut::Answer) {
         // The answer proves that the server is done; it goes no further.
         const ssize_t answer = read(server, buffer, sizeof buffer);
         m_hasCut = answer > 0;

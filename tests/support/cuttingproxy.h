@@ -1,19 +1,19 @@
 #pragma once
 
-#include <QtGlobal>
+#include <QByteArray>
 
 #include <atomic>
 #include <thread>
 
 /// Stands between the program and a database server on loopback, in a thread of its own, and cuts
-/// the connection at a COMMIT.
+/// the connection at a chosen statement.
 class CuttingProxy
 {
 public:
     enum class Cut {
         None,
-        BeforeCommit, ///< the server never hears of it
-        AfterCommit,  ///< the server has done it, the program never hears the answer
+        Request, ///< the server never hears of it
+        Answer,  ///< the server has done it, the program never hears the answer
     };
 
     explicit CuttingProxy(quint16 serverPort);
@@ -24,22 +24,29 @@ public:
     /// Where the program connects to on 127.0.0.1.
     quint16 port() const;
 
-    /// Cuts the next COMMIT that passes, once.
-    void cutNext(Cut cut);
+    /// Cuts the next statement that passes with this text in it, once. After that new connections
+    /// are let through, or refused as by a server that is gone.
+    void cutNext(Cut cut, const QByteArray &text = "COMMIT", bool refuseAfterwards = false);
+
+    /// Hangs up on new connections, or lets them through again.
+    void setRefusing(bool refusing);
 
     /// Whether a cut was made.
     bool hasCut() const;
 
 private:
     void run();
-    void serve(int client) const;
-    bool forward(int from, int to, bool fromClient, int server) const;
+    void serve(int client);
+    bool forward(int from, int to, bool fromClient, int server);
 
     quint16 m_serverPort;
     quint16 m_port = 0;
     int m_listener = -1;
-    mutable std::atomic<Cut> m_cut = Cut::None;
-    mutable std::atomic<bool> m_hasCut = false;
+    QByteArray m_text; ///< read by the sessions only after m_cut was set
+    std::atomic<Cut> m_cut = Cut::None;
+    std::atomic<bool> m_hasCut = false;
+    std::atomic<bool> m_refuseAfterwards = false;
+    std::atomic<bool> m_refusing = false;
     std::atomic<bool> m_stop = false;
     std::thread m_thread;
 };

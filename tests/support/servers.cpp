@@ -213,6 +213,9 @@ void TestServers::initializeMariaDb(Server &one)
     QStringList command = {QStringLiteral("mariadb-install-db"),
                            QStringLiteral("--no-defaults"),
                            QStringLiteral("--datadir=") + directory + QStringLiteral("/data"),
+                           // A starting server clears its temporary tables away, and in a shared
+                           // directory those of the others.
+                           QStringLiteral("--tmpdir=") + directory,
                            QStringLiteral("--auth-root-authentication-method=normal"),
                            QStringLiteral("--skip-test-db"),
                            QStringLiteral("--skip-log-bin"),
@@ -260,6 +263,7 @@ bool TestServers::launch(Dialect dialect)
         command = {QStringLiteral("mariadbd"),
                    QStringLiteral("--no-defaults"),
                    QStringLiteral("--datadir=") + directory + QStringLiteral("/data"),
+                   QStringLiteral("--tmpdir=") + directory,
                    QStringLiteral("--socket=") + directory + QStringLiteral("/socket"),
                    QStringLiteral("--pid-file=") + directory + QStringLiteral("/pid"),
                    QStringLiteral("--init-file=") + directory + QStringLiteral("/init.sql"),

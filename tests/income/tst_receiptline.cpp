@@ -1,0 +1,489 @@
+// What the entry of a product proposes and writes. Units may neither be doubled nor lost, whatever
+// other stations and the connection do meanwhile.
+#include "db/query.h"
+#include "db/session.h"
+#include "db/sqltext.h"
+#include "income/receiptline.h"
+#include "tests/support/cuttingproxy.h"
+#include "tests/support/queuedboxes.h"
+#include "tests/support/scratchdatabase.h"
+#include "tests/support/servers.h"
+#include "tests/support/shop.h"
+#include "tests/support/testhome.h"
+
+#include <QTest>
+#include <QWidget>
+
+#include <memory>
+
+namespace {
+
+const QString nastyName = QStringLiteral("О'Нил \\ `x` 100% %1 <img src=x> «ё»");
+const QString otherStation = QStringLiteral("other station");
+const QRegularExpression sqlError(QStringLiteral("^Ошибка SQL:"));
+
+/// The statements of its life that are not questions to the server, times replaced by "now".
+class Statements
+{
+public:
+    Statements()
+    {
+        setStatementObserver([this](const QString &sqlText, const QString &connectionName) {
+            static const QRegularExpression stamp("\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d");
+            if (!sqlText.startsWith("SELECT 1"))
+                m_seen += connectionName + ": " + QString(sqlText).replace(stamp, "now");
+        });
+    }
+    ~Statements()
+    {
+        setStatementObserver({});
+    }
+    QStringList take()
+    {
+        return std::exchange(m_seen, {});
+    }
+
+private:
+    QStringList m_seen;
+};
+
+} // namespace
+
+class TestReceiptLine : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase_data();
+    void init();
+    void cleanup();
+    void newLine_isProposedInTheMainCurrency();
+    void existingLine_isProposedWithItsOwnPrices();
+    void missingProductOrLine_isNotFound();
+    void newLine_isWrittenStatementByStatement();
+    void existingLine_isWrittenStatementByStatement();
+    void amounts_arriveWhole_data();
+    void amounts_arriveWhole();
+    void otherStation_neverDoublesOrLosesUnits_data();
+    void otherStation_neverDoublesOrLosesUnits();
+    void lostConnection_neverDoublesTheLine_data();
+    void lostConnection_neverDoublesTheLine();
+    void failedPrices_canBeSavedAgain();
+    void failedInsertForALostLine_keepsOnlyTheAddedUnits();
+    void audit_needsItsRight_data();
+    void audit_needsItsRight();
+    void referencePrice_isPassedOn_data();
+    void referencePrice_isPassedOn();
+
+private:
+    QString rows(const QString &statement) const
+    {
+        return m_database->client(statement);
+    }
+    /// The quantities of all lines, as the database's own client sees them.
+    QString quantities() const
+    {
+        QStringList texts;
+        for (const QString &text :
+             rows("SELECT quantity FROM incomeinvoice ORDER BY id").split('\n'))
+            texts += text.isEmpty() ? QString() : QString::number(text.toDouble());
+        return texts.join(' ');
+    }
+    void failStatement(const QString &beginning);
+    void heal()
+    {
+        rows("ALTER TABLE lost RENAME TO incomeinvoice");
+    }
+    bool load(ReceiptEntry &entry, const ReceiptRequest &request)
+    {
+        return entry.load(nullptr, request) == LoadState::Loaded;
+    }
+
+    Dialect m_dialect = Dialect::Sqlite;
+    std::unique_ptr<TestHome> m_home;
+    std::unique_ptr<QueuedBoxes> m_boxes;
+    std::unique_ptr<QWidget> m_window;
+    std::unique_ptr<ScratchDatabase> m_database;
+};
+
+void TestReceiptLine::initTestCase_data()
+{
+    addDialectRows();
+}
+
+void TestReceiptLine::init()
+{
+    QFETCH_GLOBAL(Dialect, dialect);
+    m_dialect = dialect;
+    m_home = std::make_unique<TestHome>();
+    m_boxes = std::make_unique<QueuedBoxes>();
+    m_window = std::make_unique<QWidget>();
+    m_database = std::make_unique<ScratchDatabase>(dialect);
+    QVERIFY(m_database->open());
+    QVERIFY(shop::create());
+    QVERIFY(QueryExec(nullptr, "UPDATE currencies SET value='90' WHERE c_code='USD'"));
+    QVERIFY(Session::instance().loadOptions(nullptr, mainConnection));
+    Session::instance().setUser(
+        {.id = 3, .login = "anna", .name = "Анна", .rights = int(Right::AuditStock)});
+    shop::addProduct({.id = 11, .name = nastyName, .stock = 4, .article = "А'1"});
+}
+
+void TestReceiptLine::cleanup()
+{
+    setStatementObserver({});
+    QVERIFY(m_boxes->verify());
+    removeConnection(otherStation);
+    m_database.reset();
+    Session::instance().reset();
+    m_window.reset();
+    m_boxes.reset();
+    m_home.reset();
+}
+
+void TestReceiptLine::newLine_isProposedInTheMainCurrency()
+{
+    shop::addProduct({.id = 12, .incost = 2.5, .outcost = 300, .currency = "USD"});
+    QVERIFY(QueryExec(nullptr, "UPDATE warehouse SET inoutratio='1.5', expiretime='2027-02-28', "
+                               "unitid='2' WHERE id='12'"));
+    ReceiptEntry entry;
+    QVERIFY(load(entry, {.wareid = 12, .addedQuantity = 24}));
+    QVERIFY(!entry.line());
+    QCOMPARE(entry.proposedQuantity(), 24.0);
+    QCOMPARE(entry.proposedIncost(), 225.0);
+    QCOMPARE(entry.proposedInoutratio(), 1.5);
+    QCOMPARE(entry.proposedOutcost(), 300.0);
+    QCOMPARE(entry.product().expiretime, "2027-02-28");
+    QCOMPARE(entry.product().unit, "кг");
+    QCOMPARE(entry.product().decimals, 3);
+
+    ReceiptEntry nasty;
+    QVERIFY(load(nasty, {.wareid = 11}));
+    QCOMPARE(nasty.product().name, nastyName);
+    QCOMPARE(nasty.product().article, "А'1");
+    QCOMPARE(nasty.product().stock, 4.0);
+    QCOMPARE(nasty.product().decimals, 0);
+
+    // Without a unit anything may be weighed; without numbers all is 0.
+    QVERIFY(QueryExec(nullptr, "INSERT INTO warehouse(id,name) VALUES('13','Голый')"));
+    ReceiptEntry bare;
+    QVERIFY(load(bare, {.wareid = 13}));
+    QCOMPARE(bare.product().decimals, 3);
+    QCOMPARE(bare.proposedIncost(), 0.0);
+    QCOMPARE(bare.product().expiretime, "");
+}
+
+void TestReceiptLine::existingLine_isProposedWithItsOwnPrices()
+{
+    shop::addLine({.wareId = 11, .quantity = 5, .incost = 7, .outcost = 15, .inoutratio = 2});
+    shop::addLine({.wareId = 11, .quantity = 0.5, .incost = 7, .outcost = 15});
+    const qulonglong second = rows("SELECT MAX(id) FROM incomeinvoice").toULongLong();
+
+    ReceiptEntry scanned;
+    QVERIFY(load(scanned, {.wareid = 11, .addedQuantity = 12}));
+    QCOMPARE(scanned.line()->quantity, 5.0);
+    QCOMPARE(scanned.proposedQuantity(), 17.0);
+    QCOMPARE(scanned.otherLinesQuantity(), 0.5);
+    QCOMPARE(scanned.proposedIncost(), 7.0);
+    QCOMPARE(scanned.proposedInoutratio(), 2.0);
+    QCOMPARE(scanned.proposedOutcost(), 15.0);
+
+    ReceiptEntry edited;
+    QVERIFY(load(edited, {.wareid = 11, .addedQuantity = 12, .lineId = second, .editLine = true}));
+    QCOMPARE(edited.proposedQuantity(), 0.5);
+    QCOMPARE(edited.otherLinesQuantity(), 5.0);
+}
+
+void TestReceiptLine::missingProductOrLine_isNotFound()
+{
+    ReceiptEntry entry;
+    QCOMPARE(entry.load(nullptr, {.wareid = 99}), LoadState::NotFound);
+    QCOMPARE(entry.load(nullptr, {.wareid = 11, .lineId = 77, .editLine = true}),
+             LoadState::NotFound);
+}
+
+void TestReceiptLine::newLine_isWrittenStatementByStatement()
+{
+    ReceiptEntry entry;
+    QVERIFY(load(entry, {.wareid = 11}));
+    Statements statements;
+    QCOMPARE(entry.save(nullptr, {.quantity = 1.5,
+                                  .incost = 10,
+                                  .inoutratio = 2,
+                                  .outcost = 20,
+                                  .expiretime = "2027-02-28",
+                                  .audited = true}),
+             SaveState::Saved);
+    QCOMPARE(
+        statements.take(),
+        QStringList({"default: INSERT INTO incomeinvoice(wareid,incost,inoutratio,outcost,quantity,"
+                     "userid,timestamp) VALUES('11','10','2','20','1.5','3','now');",
+                     "default: UPDATE incomeinvoice SET incost='10', inoutratio='2', outcost='20', "
+                     "userid='3', timestamp='now' WHERE wareid='11';",
+                     "default: UPDATE warehouse SET expiretime='2027-02-28' WHERE id='11';",
+                     "default: UPDATE warehouse SET latime='now' WHERE id='11';"}));
+    QCOMPARE(rows("SELECT wareid FROM incomeinvoice WHERE incost=10 AND inoutratio=2 AND "
+                  "outcost=20 AND quantity=1.5 AND userid=3"),
+             "11");
+    QCOMPARE(rows("SELECT expiretime FROM warehouse WHERE latime LIKE '20__-__-__ __:__:__'"),
+             "2027-02-28");
+}
+
+void TestReceiptLine::existingLine_isWrittenStatementByStatement()
+{
+    shop::addLine({.wareId = 11, .quantity = 5});
+    shop::addLine({.wareId = 11, .quantity = 2});
+    shop::addLine({.wareId = 12, .quantity = 3});
+    ReceiptEntry entry;
+    QVERIFY(load(entry, {.wareid = 11}));
+    Statements statements;
+    QCOMPARE(entry.save(nullptr, {.quantity = -6, .incost = 11, .outcost = 33.25}),
+             SaveState::Saved);
+    const QStringList seen = statements.take().mid(1); // after the look at the line
+    const QString line = QString::number(entry.line()->id);
+    QCOMPARE(seen, QStringList(
+                       {"default: UPDATE incomeinvoice SET quantity='-6' WHERE id='" + line + "';",
+                        "default: UPDATE incomeinvoice SET incost='11', inoutratio='0', "
+                        "outcost='33.25', userid='3', timestamp='now' WHERE wareid='11';",
+                        "default: UPDATE warehouse SET expiretime='' WHERE id='11';"}));
+    QCOMPARE(quantities(), "-6 2 3");
+    QCOMPARE(rows("SELECT wareid FROM incomeinvoice WHERE outcost=33.25"), "11\n11");
+}
+
+void TestReceiptLine::amounts_arriveWhole_data()
+{
+    QTest::addColumn<double>("amount");
+    QTest::newRow("millions with kopecks") << 1234567.89;
+    QTest::newRow("grams") << 0.125;
+    QTest::newRow("tiny") << 0.000001;
+    QTest::newRow("huge") << 123456789012.0;
+}
+
+void TestReceiptLine::amounts_arriveWhole()
+{
+    QFETCH(double, amount);
+    ReceiptEntry entry;
+    QVERIFY(load(entry, {.wareid = 11}));
+    QCOMPARE(entry.save(nullptr, {.quantity = amount, .incost = amount, .outcost = amount}),
+             SaveState::Saved);
+    // PostgreSQL's REAL has four bytes.
+    const QString expected = "CAST(" + sql::text(sql::exact(amount)) + " AS " +
+                             (m_dialect == Dialect::MySql ? "DOUBLE" : "REAL") + ")";
+    QCOMPARE(rows("SELECT wareid FROM incomeinvoice WHERE quantity=" + expected +
+                  " AND incost=" + expected + " AND outcost=" + expected),
+             "11");
+}
+
+void TestReceiptLine::otherStation_neverDoublesOrLosesUnits_data()
+{
+    QTest::addColumn<double>("before"); // in the line when the entry is opened
+    QTest::addColumn<double>("typed");  // the quantity accepted
+    QTest::addColumn<QString>("meanwhile");
+    QTest::addColumn<SaveState>("state");
+    QTest::addColumn<QString>("after");   // quantities of the lines
+    QTest::addColumn<double>("proposed"); // where the entry goes on
+    const QString deleted = "DELETE FROM incomeinvoice";
+    QTest::newRow("more scanned there") << 5.0 << 17.0 << "UPDATE incomeinvoice SET quantity='8'"
+                                        << SaveState::Changed << "8" << 20.0;
+    QTest::newRow("less there") << 5.0 << 6.0 << "UPDATE incomeinvoice SET quantity='1'"
+                                << SaveState::Changed << "1" << 2.0;
+    QTest::newRow("prices changed there") << 5.0 << 17.0 << "UPDATE incomeinvoice SET outcost='99'"
+                                          << SaveState::Saved << "17" << 17.0;
+    QTest::newRow("posted, units added")
+        << 5.0 << 17.0 << deleted << SaveState::Saved << "12" << 0.0;
+    QTest::newRow("posted, nothing added")
+        << 5.0 << 5.0 << deleted << SaveState::Changed << "" << 0.0;
+    QTest::newRow("posted, less typed") << 5.0 << 3.0 << deleted << SaveState::Changed << "" << 0.0;
+    QTest::newRow("posted, begun anew there")
+        << 5.0 << 17.0 << "UPDATE incomeinvoice SET id='50', quantity='2'" << SaveState::Changed
+        << "2" << 14.0;
+    QTest::newRow("binary fractions") << 0.1 << 0.3 << deleted << SaveState::Saved << "0.2" << 0.0;
+}
+
+void TestReceiptLine::otherStation_neverDoublesOrLosesUnits()
+{
+    QFETCH(double, before);
+    QFETCH(double, typed);
+    QFETCH(QString, meanwhile);
+    QFETCH(SaveState, state);
+    QFETCH(QString, after);
+    QFETCH(double, proposed);
+    shop::addLine({.wareId = 11, .quantity = before});
+    ReceiptEntry entry;
+    QVERIFY(load(entry, {.wareid = 11, .addedQuantity = typed - before}));
+    QVERIFY(m_database->open(otherStation));
+    QVERIFY(QueryExec(nullptr, meanwhile, otherStation));
+
+    const bool told = !meanwhile.contains("outcost");
+    if (told)
+        m_boxes->answer("OK");
+    QCOMPARE(entry.save(nullptr, {.quantity = typed, .incost = 10, .outcost = 20}), state);
+    QCOMPARE(quantities(), after);
+    if (state != SaveState::Changed)
+        return;
+    QCOMPARE(entry.proposedQuantity(), proposed);
+    QCOMPARE(rows("SELECT COUNT(*) FROM incomeinvoice WHERE userid=3"), "0");
+    if (proposed == 0)
+        return;
+    QCOMPARE(entry.save(nullptr, {.quantity = proposed, .incost = 10, .outcost = 20}),
+             SaveState::Saved);
+    QCOMPARE(quantities(), QString::number(proposed));
+}
+
+void TestReceiptLine::lostConnection_neverDoublesTheLine_data()
+{
+    QTest::addColumn<CuttingProxy::Cut>("cut");
+    QTest::addColumn<bool>("serverGone");
+    QTest::addColumn<SaveState>("first");
+    QTest::newRow("reply lost") << CuttingProxy::Cut::Answer << false << SaveState::Saved;
+    QTest::newRow("request lost") << CuttingProxy::Cut::Request << false << SaveState::Failed;
+    QTest::newRow("reply lost, server gone")
+        << CuttingProxy::Cut::Answer << true << SaveState::Failed;
+    QTest::newRow("request lost, server gone")
+        << CuttingProxy::Cut::Request << true << SaveState::Failed;
+}
+
+void TestReceiptLine::lostConnection_neverDoublesTheLine()
+{
+    QFETCH(CuttingProxy::Cut, cut);
+    QFETCH(bool, serverGone);
+    QFETCH(SaveState, first);
+    if (m_dialect == Dialect::Sqlite)
+        return; // no connection that could be lost
+    CuttingProxy proxy(TestServers::instance().port(m_dialect));
+    ConnectionEntry proxied = m_database->entry();
+    proxied.dbhostname = QStringLiteral("127.0.0.1:%1").arg(proxy.port());
+    QVERIFY(createConnection(nullptr, proxied, mainConnection));
+    ReceiptEntry entry;
+    QVERIFY(load(entry, {.wareid = 11}));
+    proxy.cutNext(cut, "INSERT INTO incomeinvoice", serverGone);
+
+    QTest::ignoreMessage(QtWarningMsg, sqlError);
+    if (serverGone)
+        m_boxes->answer("Отмена"); // reconnect?
+    else if (first == SaveState::Failed)
+        m_boxes->answer("OK");
+    const ReceiptInput input = {.quantity = 12, .incost = 10, .outcost = 20};
+    QCOMPARE(entry.save(m_window.get(), input), first);
+    QVERIFY(proxy.hasCut());
+    if (first == SaveState::Saved) {
+        QCOMPARE(quantities(), "12");
+    } else {
+        // The user corrects the quantity and presses Return again.
+        proxy.setRefusing(false);
+        QCOMPARE(entry.save(m_window.get(), {.quantity = 13, .incost = 10, .outcost = 20}),
+                 SaveState::Saved);
+        QCOMPARE(quantities(), "13");
+    }
+    removeConnection(mainConnection);
+}
+
+/// From the next statement with this beginning on, the working list cannot be reached until heal().
+void TestReceiptLine::failStatement(const QString &beginning)
+{
+    setStatementObserver(
+        [this, beginning, done = false](const QString &sqlText, const QString &) mutable {
+            if (!done && sqlText.startsWith(beginning))
+                rows("ALTER TABLE incomeinvoice RENAME TO lost");
+            done = done || sqlText.startsWith(beginning);
+        });
+    QTest::ignoreMessage(QtWarningMsg, sqlError);
+}
+
+void TestReceiptLine::failedPrices_canBeSavedAgain()
+{
+    ReceiptEntry entry;
+    QVERIFY(load(entry, {.wareid = 11}));
+    failStatement("UPDATE incomeinvoice SET incost");
+    const ReceiptInput input = {.quantity = 12, .incost = 10, .outcost = 25};
+    QCOMPARE(entry.save(nullptr, input), SaveState::Failed);
+    heal();
+    QCOMPARE(entry.save(nullptr, input), SaveState::Saved);
+    QCOMPARE(quantities(), "12");
+    QCOMPARE(rows("SELECT wareid FROM incomeinvoice WHERE outcost=25"), "11");
+}
+
+void TestReceiptLine::failedInsertForALostLine_keepsOnlyTheAddedUnits()
+{
+    shop::addLine({.wareId = 11, .quantity = 5});
+    ReceiptEntry entry;
+    QVERIFY(load(entry, {.wareid = 11, .addedQuantity = 12}));
+    rows("DELETE FROM incomeinvoice");
+    failStatement("INSERT INTO incomeinvoice");
+    m_boxes->answer("OK"); // the failure
+    m_boxes->answer("OK"); // what became of the line
+    const ReceiptInput input = {.quantity = 17, .incost = 10, .outcost = 25};
+    QCOMPARE(entry.save(nullptr, input), SaveState::Failed);
+    heal();
+    QCOMPARE(entry.save(nullptr, input), SaveState::Saved);
+    QCOMPARE(quantities(), "12");
+}
+
+void TestReceiptLine::audit_needsItsRight_data()
+{
+    QTest::addColumn<int>("rights");
+    QTest::addColumn<bool>("audited");
+    QTest::addColumn<QString>("stamped");
+    QTest::newRow("right and tick") << int(Right::AuditStock) << true << "11";
+    QTest::newRow("right without tick") << int(Right::AuditStock) << false << "";
+    QTest::newRow("tick without right") << (1023 & ~int(Right::AuditStock)) << true << "";
+}
+
+void TestReceiptLine::audit_needsItsRight()
+{
+    QFETCH(int, rights);
+    QFETCH(bool, audited);
+    Session::instance().setUser({.id = 3, .login = "a", .name = "A", .rights = rights});
+    const bool refused = audited && (rights & int(Right::AuditStock)) == 0;
+    if (refused)
+        m_boxes->answer("OK");
+    ReceiptEntry entry;
+    QVERIFY(load(entry, {.wareid = 11}));
+    QCOMPARE(entry.save(nullptr, {.quantity = 1, .audited = audited}), SaveState::Saved);
+    QTEST(rows("SELECT id FROM warehouse WHERE latime<>''"), "stamped");
+    QCOMPARE(quantities(), "1");
+    if (refused)
+        QCOMPARE(m_boxes->lastText(), "У Вас недостаточно прав для проверки.");
+}
+
+void TestReceiptLine::referencePrice_isPassedOn_data()
+{
+    QTest::addColumn<QString>("wuid");
+    QTest::addColumn<double>("stock");
+    QTest::addColumn<bool>("wanted");
+    QTest::addColumn<QString>("statements");
+    const QString price = "UPDATE warehouse SET outcost='25.5' WHERE id='501';";
+    const QString look = "SELECT id, quantity FROM warehouse WHERE wuid='u''1';";
+    QTest::newRow("on the shelf")
+        << "u'1" << 2.0 << true
+        << look + price +
+               "DELETE FROM changeoutcostinfo WHERE wareid='501';"
+               "INSERT INTO changeoutcostinfo(wareid,ctime) VALUES('501','now');";
+    QTest::newRow("not in stock") << "u'1" << 0.0 << true << look + price;
+    QTest::newRow("not wanted") << "u'1" << 2.0 << false << "";
+    QTest::newRow("empty identifier") << "" << 2.0 << true << "";
+}
+
+void TestReceiptLine::referencePrice_isPassedOn()
+{
+    QFETCH(QString, wuid);
+    QFETCH(double, stock);
+    QFETCH(bool, wanted);
+    ScratchDatabase reference(m_dialect);
+    QVERIFY(reference.open(friendConnection));
+    QVERIFY(shop::create(friendConnection));
+    shop::addProduct({.id = 501, .stock = stock}, friendConnection);
+    const QString identify = "UPDATE warehouse SET wuid=" + sql::text(wuid);
+    QVERIFY(QueryExec(nullptr, identify, friendConnection) && QueryExec(nullptr, identify));
+    ReceiptEntry entry;
+    QVERIFY(load(entry, {.wareid = 11}));
+    Statements statements;
+    QCOMPARE(entry.save(nullptr, {.quantity = 1, .outcost = 25.5, .passToReference = wanted}),
+             SaveState::Saved);
+    QString passed;
+    for (QString statement : statements.take().filter("friend: "))
+        passed += statement.remove("friend: ");
+    QTEST(passed, "statements");
+}
+
+QTEST_MAIN(TestReceiptLine)
+#include "tst_receiptline.moc"
