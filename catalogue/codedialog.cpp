@@ -47,7 +47,7 @@ bool CodeDialog::load()
     const SqlRow &row = rows.first();
     m_wareid = row.at(0).toULongLong();
     m_ui->codeLineEdit->setText(row.at(1).toString());
-    m_ui->packquantityDoubleSpinBox->setValue(row.at(2).toDouble());
+    m_ui->packquantityDoubleSpinBox->setExact(row.at(2).toDouble());
     m_ui->madeinLineEdit->setText(row.at(3).toString());
     return true;
 }
@@ -94,6 +94,13 @@ bool CodeDialog::save()
         m_ui->codeLineEdit->setFocus();
         return false;
     }
+    NumberSpinBox *packQuantity = m_ui->packquantityDoubleSpinBox;
+    if (!packQuantity->hasAcceptableInput() || packQuantity->exact() <= 0) {
+        showInformation(this, tr("Пожалуйста, введите количество в упаковке."));
+        packQuantity->setFocus();
+        packQuantity->selectAll();
+        return false;
+    }
     QList<SqlRow> holders;
     if (!QueryRows(this,
                    "SELECT wareid FROM codes WHERE code=" + sql::text(code) + " AND id!='" +
@@ -114,7 +121,7 @@ bool CodeDialog::insertRow()
                          "VALUES('" +
                              sql::id(m_wareid) + "'," +
                              sql::text(m_ui->codeLineEdit->text().trimmed()) + ",'" +
-                             sql::number(m_ui->packquantityDoubleSpinBox->value()) + "'," +
+                             sql::number(m_ui->packquantityDoubleSpinBox->exact()) + "'," +
                              sql::text(m_ui->madeinLineEdit->text()) + ",'" +
                              sql::id(Session::instance().user().id) + "'," + sql::now() + ");"))
         return false;
@@ -126,7 +133,7 @@ bool CodeDialog::updateRow()
 {
     return QueryExec(
         this, "UPDATE codes SET code=" + sql::text(m_ui->codeLineEdit->text().trimmed()) +
-                  ", packquantity='" + sql::number(m_ui->packquantityDoubleSpinBox->value()) +
+                  ", packquantity='" + sql::number(m_ui->packquantityDoubleSpinBox->exact()) +
                   "', madein=" + sql::text(m_ui->madeinLineEdit->text()) + " WHERE id='" +
                   sql::id(m_id) + "';");
 }

@@ -2,6 +2,7 @@
 
 #include "ui_currencydialog.h"
 
+#include "app/messages.h"
 #include "db/query.h"
 #include "db/sqltext.h"
 
@@ -33,7 +34,7 @@ bool CurrencyDialog::load()
     const SqlRow &row = rows.first();
     m_ui->cCodeLineEdit->setText(row.at(0).toString());
     m_ui->symbolLineEdit->setText(row.at(1).toString());
-    m_ui->valueDoubleSpinBox->setValue(row.at(2).toDouble());
+    m_ui->valueDoubleSpinBox->setExact(row.at(2).toDouble());
     return true;
 }
 
@@ -50,9 +51,17 @@ void CurrencyDialog::on_cancelPushButton_clicked()
 
 bool CurrencyDialog::save()
 {
+    if (!m_ui->valueDoubleSpinBox->hasAcceptableInput()) {
+        showInformation(this, tr("Пожалуйста, введите курс валюты больше нуля, не более %1 знаков "
+                                 "после запятой.")
+                                  .arg(m_ui->valueDoubleSpinBox->decimals()));
+        m_ui->valueDoubleSpinBox->setFocus();
+        m_ui->valueDoubleSpinBox->selectAll();
+        return false;
+    }
     const QString code = sql::text(m_ui->cCodeLineEdit->text());
     const QString symbol = sql::text(m_ui->symbolLineEdit->text());
-    const QString value = sql::number(m_ui->valueDoubleSpinBox->value());
+    const QString value = sql::number(m_ui->valueDoubleSpinBox->exact());
     if (m_id == 0)
         return QueryExec(this, "INSERT INTO currencies(c_code,symbol,value) VALUES(" + code + ", " +
                                    symbol + ", '" + value + "');");

@@ -57,6 +57,9 @@ private slots:
     void newCode_isStoredAsEntered();
     void savedCode_isLoadedAndChanged();
     void emptyCode_keepsTheDialogOpen();
+    void impossiblePackQuantity_keepsTheDialogOpen_data();
+    void impossiblePackQuantity_keepsTheDialogOpen();
+    void otherChange_keepsAnExactPackQuantity();
     void takenCode_isRefused_data();
     void takenCode_isRefused();
     void missingRow_endsTheDialog();
@@ -219,6 +222,41 @@ void TestCodeDialog::emptyCode_keepsTheDialogOpen()
     click(dialog, "cancelPushButton");
     QVERIFY(!dialog.isVisible());
     QCOMPARE(rows("SELECT COUNT(*) FROM codes"), "0");
+}
+
+void TestCodeDialog::impossiblePackQuantity_keepsTheDialogOpen_data()
+{
+    QTest::addColumn<QString>("typed");
+    QTest::newRow("emptied") << "";
+    QTest::newRow("zero") << "0";
+    QTest::newRow("too many decimals") << "1.2345";
+}
+
+void TestCodeDialog::impossiblePackQuantity_keepsTheDialogOpen()
+{
+    QFETCH(QString, typed);
+
+    CodeDialog dialog(0, 7, nullptr);
+    dialog.show();
+    codeEdit(dialog)->setText("4006381333931");
+    packEdit(dialog)->selectAll();
+    QTest::keyClick(packEdit(dialog), Qt::Key_Delete);
+    QTest::keyClicks(packEdit(dialog), typed);
+    m_boxes->answer("OK");
+    QTest::keyClick(packEdit(dialog), Qt::Key_Return);
+    QCOMPARE(m_boxes->lastText(), "Пожалуйста, введите количество в упаковке.");
+    QVERIFY(dialog.isVisible());
+    QCOMPARE(rows("SELECT COUNT(*) FROM codes"), "0");
+}
+
+void TestCodeDialog::otherChange_keepsAnExactPackQuantity()
+{
+    // Another program of the shop stored more decimals than the field shows.
+    shop::addCode(7, "4006381333931", 0.12345);
+    CodeDialog dialog(rows("SELECT id FROM codes").toULongLong(), 0, nullptr);
+    madeinEdit(dialog)->setText("Китай");
+    click(dialog, "okPushButton");
+    QCOMPARE(rows("SELECT packquantity, madein FROM codes"), "0.12345\tКитай");
 }
 
 void TestCodeDialog::takenCode_isRefused_data()

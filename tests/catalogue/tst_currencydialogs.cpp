@@ -53,6 +53,8 @@ private slots:
     void savedCurrency_isLoadedAndChanged();
     void missingCurrency_endsTheDialog();
     void rate_keepsItsSmallDecimals();
+    void impossibleRate_keepsTheDialogOpen_data();
+    void impossibleRate_keepsTheDialogOpen();
     void list_opensRowsAndRefreshes_data();
     void list_opensRowsAndRefreshes();
     void cancelledEdit_changesNothing();
@@ -169,6 +171,31 @@ void TestCurrencyDialogs::rate_keepsItsSmallDecimals()
     CurrencyDialog dialog(3, nullptr);
     click(dialog, "savePushButton");
     QCOMPARE(rows("SELECT value FROM currencies WHERE id=3"), "0.003527");
+}
+
+void TestCurrencyDialogs::impossibleRate_keepsTheDialogOpen_data()
+{
+    QTest::addColumn<QString>("typed");
+    QTest::newRow("emptied") << "";
+    QTest::newRow("zero") << "0";
+    QTest::newRow("too many decimals") << "0.0000001";
+}
+
+void TestCurrencyDialogs::impossibleRate_keepsTheDialogOpen()
+{
+    QFETCH(QString, typed);
+
+    CurrencyDialog dialog(2, nullptr);
+    dialog.show();
+    valueEdit(dialog)->selectAll();
+    QTest::keyClick(valueEdit(dialog), Qt::Key_Delete);
+    QTest::keyClicks(valueEdit(dialog), typed);
+    m_boxes->answer("OK");
+    QTest::keyClick(valueEdit(dialog), Qt::Key_Return);
+    QCOMPARE(m_boxes->lastText(), "Пожалуйста, введите курс валюты больше нуля, не более 6 знаков "
+                                  "после запятой.");
+    QVERIFY(dialog.isVisible());
+    QCOMPARE(rows("SELECT value FROM currencies WHERE id=2"), "92.5");
 }
 
 void TestCurrencyDialogs::list_opensRowsAndRefreshes_data()
