@@ -30,9 +30,14 @@ void logMessage(const QString &text)
     appendLine(QStringLiteral("Lavkor_log.txt"), line);
 }
 
+bool debugLogEnabled()
+{
+    return consoleDebug || fileDebug;
+}
+
 void debugLog(const QString &text)
 {
-    if (!consoleDebug && !fileDebug)
+    if (!debugLogEnabled())
         return;
     const QString line =
         QDateTime::currentDateTime().toString(QStringLiteral("hh:mm:ss.zzz")) + u' ' + text;

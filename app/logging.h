@@ -10,6 +10,9 @@ void logMessage(const QString &text);
 /// configuration directory, each only while its flag is set.
 void debugLog(const QString &text);
 
+/// Whether debugLog() goes anywhere, for those who would have to build a long text for it.
+bool debugLogEnabled();
+
 /// Switches the debug channel output of debugLog() on or off; off at start.
 void setConsoleDebug(bool on);
 

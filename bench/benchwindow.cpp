@@ -11,6 +11,7 @@
 #include <QSettings>
 #include <QTest>
 #include <QTimer>
+#include <QWindow>
 
 namespace {
 
@@ -26,6 +27,23 @@ void prepareLogin(const ConnectionEntry &entry)
     Session::instance().logIn(nullptr, "admin", {}, connection);
     Session::instance().setPassword(nullptr, password, connection);
     removeConnection(connection);
+}
+
+void openBenchWindowUpToLogin(const ConnectionEntry &entry, const std::function<void()> &shown)
+{
+    QSettings().setValue("acceptedEula", true);
+    Settings::instance().setConnections({entry});
+    QTimer look;
+    QObject::connect(&look, &QTimer::timeout, [&] {
+        auto *dialog = qobject_cast<QDialog *>(QApplication::activeModalWidget());
+        if (!dialog || !dialog->windowHandle() || !dialog->windowHandle()->isExposed())
+            return;
+        look.stop();
+        shown();
+        dialog->reject();
+    });
+    look.start(0);
+    const IncomeInvoiceWindow window;
 }
 
 std::unique_ptr<IncomeInvoiceWindow> openBenchWindow(const ConnectionEntry &entry)

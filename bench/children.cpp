@@ -47,6 +47,11 @@ int runChild(const QStringList &arguments)
         tellShown();
         return 0;
     }
+    if (arguments.contains("--first-window")) {
+        openBenchWindowUpToLogin(
+            {.name = "bench", .dbtype = "sqlite", .databasename = arguments.last()}, tellShown);
+        return 0;
+    }
     const qsizetype shop = arguments.indexOf("--shop-window");
     if (shop < 0)
         return -1;

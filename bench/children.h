@@ -4,8 +4,8 @@
 #include <QStringList>
 
 /// Runs this program as a child of another kind when the arguments say so; -1 when they do not.
-/// "--empty-window": shows an empty window; "--shop-window FILE": the main window on a shop;
-/// both print "shown" and the memory used, and end.
+/// "--empty-window": shows an empty window; "--first-window FILE": what the program shows first;
+/// "--shop-window FILE": the main window on a shop; all print "shown" and the memory used, and end.
 int runChild(const QStringList &arguments);
 
 /// What a child told.

@@ -257,6 +257,16 @@ void resetIdleCount(const QString &connectionName)
     connectionState(connectionName).idle = 0;
 }
 
+void checkpointWhenIdle(const QString &connectionName)
+{
+    const QSqlDatabase database = QSqlDatabase::database(connectionName, false);
+    if (!database.isOpen() || dialectOf(connectionName) != Dialect::Sqlite)
+        return;
+    // Other stations are not waited for: what they still read stays in the log until later.
+    QSqlQuery query(database);
+    query.exec(QStringLiteral("PRAGMA wal_checkpoint(PASSIVE)"));
+}
+
 bool openConnection(const QString &connectionName)
 {
     QSqlDatabase database = QSqlDatabase::database(connectionName, false);

@@ -30,6 +30,10 @@ int idleCount(const QString &connectionName);
 void countIdle(const QString &connectionName);
 void resetIdleCount(const QString &connectionName);
 
+/// On SQLite: moves what was written from the log into the file, without waiting for anybody. For
+/// quiet moments, since COMMIT itself leaves that work undone for a long while. Nothing elsewhere.
+void checkpointWhenIdle(const QString &connectionName);
+
 /// Opens a closed connection and runs the session set-up of its driver (busy time-out, sql_mode,
 /// the LIKE that knows Cyrillic case…). Without any question. Returns whether it is open.
 bool openConnection(const QString &connectionName);

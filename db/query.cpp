@@ -124,7 +124,8 @@ private:
         const QString statement = translateSql(observeStatement(m_sqlText, m_connectionName),
                                                dialectOf(m_connectionName));
         if (!m_bindings) {
-            debugLog(QStringLiteral("QueryExec: ") + m_sqlText);
+            if (debugLogEnabled())
+                debugLog(QStringLiteral("QueryExec: ") + m_sqlText);
             return m_query.exec(statement);
         }
         debugLog(QStringLiteral("QueryExecPrepared: ") + m_sqlText);

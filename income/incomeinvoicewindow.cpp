@@ -551,6 +551,7 @@ PostingResult IncomeInvoiceWindow::postReceipt(PaymentType paymentType)
     if (progress)
         progress->setValue(progress->maximum());
     progress.reset();
+    m_checkpointDue = true;
 
     if (result.outcome == PostingOutcome::Posted) {
         showScan(tr("Накладная № %1 проведена, строк: %2, приходная сумма: %3")
@@ -575,6 +576,10 @@ void IncomeInvoiceWindow::On_timer_timeout()
     if (!m_ready || m_busy || QApplication::activeModalWidget() || inTransaction())
         return;
     countIdle(mainConnection);
+    if (m_checkpointDue) {
+        m_checkpointDue = false;
+        checkpointWhenIdle(mainConnection);
+    }
     if (m_timerRest > 0) {
         --m_timerRest;
         return;

@@ -110,6 +110,7 @@ private:
     bool m_ready = false;
     bool m_busy = false; ///< a posting or a recomputation runs
     bool m_online = true;
+    bool m_checkpointDue = false; ///< a posting has filled SQLite's log
     bool m_productColumnsSized = false;
     int m_timerRest = 0;  ///< seconds that the timer still keeps still after a failure
     int m_timerDelay = 0; ///< how long it rests after the next failure

@@ -20,8 +20,10 @@ ProgressDialog::ProgressDialog(const QString &labelText, int maximum, QWidget *p
 
 void ProgressDialog::advance(int value)
 {
-    setValue(value);
-    QCoreApplication::processEvents();
+    if (value == this->value())
+        QCoreApplication::processEvents();
+    else
+        setValue(value); // processes events itself, being modal
 }
 
 void ProgressDialog::reject()
