@@ -547,7 +547,7 @@ PostingResult IncomeInvoiceWindow::postReceipt(PaymentType paymentType)
     callbacks.sendSms = [&](const QString &phone, const QString &text) {
         return sendSms(progress.get(), phone, text);
     };
-    const PostingResult result = ReceiptPosting(this, mainConnection).post(paymentType, callbacks);
+    PostingResult result = ReceiptPosting(this, mainConnection).post(paymentType, callbacks);
     if (progress)
         progress->setValue(progress->maximum());
     progress.reset();
