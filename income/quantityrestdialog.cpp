@@ -5,6 +5,7 @@
 #include "db/connections.h"
 #include "db/money.h"
 #include "db/session.h"
+#include "income/codelookup.h"
 #include "income/pricerules.h"
 
 #include <QDate>
@@ -18,7 +19,6 @@ namespace {
 
 constexpr double largestUnquestioned = 99999;
 constexpr double largestUnquestionedRatio = 100;
-constexpr int shortestBarcode = 8;
 constexpr int longestName = 240;
 constexpr int mostQuantityDecimals = 6;
 
@@ -74,13 +74,6 @@ int decimalsOf(double quantity)
     while (end > 0 && text.at(end - 1) == u'0')
         --end;
     return int(end - text.indexOf(u'.') - 1);
-}
-
-/// Eight digits or more and nothing else: what a scanner fires into a field that has the focus.
-bool looksLikeBarcode(const QString &text)
-{
-    return text.size() >= shortestBarcode &&
-           std::all_of(text.begin(), text.end(), [](QChar c) { return c >= u'0' && c <= u'9'; });
 }
 
 } // namespace

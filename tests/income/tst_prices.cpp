@@ -340,6 +340,9 @@ void TestPrices::priceDialog_writesWhatIsTyped()
 
     QTest::mouseClick(dialog.findChild<QRadioButton *>("ratioRadioButton"), Qt::LeftButton, {},
                       QPoint(8, 8));
+    QTest::keyClicks(dialog.focusWidget(), "40063813");
+    m_boxes->answer("Отмена"); // not a coefficient but a scan
+    press(Qt::Key_Return);
     QTest::keyClicks(dialog.focusWidget(), "2,5");
     auto *incost = dialog.findChild<QGroupBox *>("incostGroupBox");
     incost->setFocus();
