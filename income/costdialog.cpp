@@ -4,6 +4,7 @@
 #include "app/messages.h"
 #include "db/money.h"
 #include "db/session.h"
+#include "income/codelookup.h"
 #include "income/productprices.h"
 
 #include <QHeaderView>
@@ -45,17 +46,19 @@ void CostDialog::on_acceptPushButton_clicked()
 {
     PriceChange change;
     if (m_ui->incostGroupBox->isChecked()) {
-        if (!checkField(m_ui->incostDoubleSpinBox, true, tr("Проверьте приходную цену.")))
+        if (!checkField(m_ui->incostDoubleSpinBox, tr("Введите приходную цену больше нуля."),
+                        tr("Подтвердите приходную цену: ")))
             return;
         change.incost = m_ui->incostDoubleSpinBox->exact();
     }
     if (m_ui->ratioRadioButton->isChecked()) {
-        if (!checkField(m_ui->ratioDoubleSpinBox, false, tr("Введите коэффициент больше нуля.")))
+        if (!checkField(m_ui->ratioDoubleSpinBox, tr("Введите коэффициент больше нуля."),
+                        tr("Подтвердите коэффициент: ")))
             return;
         change.ratio = m_ui->ratioDoubleSpinBox->exact();
     } else {
-        if (!checkField(m_ui->outcostDoubleSpinBox, false,
-                        tr("Введите расходную цену больше нуля.")))
+        if (!checkField(m_ui->outcostDoubleSpinBox, tr("Введите расходную цену больше нуля."),
+                        tr("Подтвердите расходную цену: ")))
             return;
         change.outcost = m_ui->outcostDoubleSpinBox->exact();
     }
@@ -136,11 +139,17 @@ void CostDialog::focusValue()
     field->selectAll();
 }
 
-bool CostDialog::checkField(NumberSpinBox *field, bool zeroAllowed, const QString &text)
+/// Refuses what was not entered, and asks about a barcode that a scanner has left in the field.
+bool CostDialog::checkField(NumberSpinBox *field, const QString &refusal, const QString &question)
 {
-    if (field->hasAcceptableInput() && (zeroAllowed || field->value() > 0))
+    bool good = field->hasAcceptableInput() && field->value() > 0;
+    if (!good)
+        showInformation(this, refusal);
+    else if (field->isChanged() && looksLikeBarcode(field->text()))
+        good = askQuestion(this, question + field->text(), {tr("Подтвердить"), tr("Отмена")}, 1,
+                           1) == 0;
+    if (good)
         return true;
-    showInformation(this, text);
     field->setFocus();
     field->selectAll();
     return false;

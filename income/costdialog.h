@@ -31,7 +31,7 @@ private:
     void showProducts(const QList<ProductPrice> &prices);
     void proposeValues(const QList<ProductPrice> &prices);
     void focusValue();
-    bool checkField(NumberSpinBox *field, bool zeroAllowed, const QString &text);
+    bool checkField(NumberSpinBox *field, const QString &refusal, const QString &question);
 
     std::unique_ptr<Ui::CostDialog> m_ui;
     QList<qulonglong> m_ids;

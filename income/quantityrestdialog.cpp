@@ -5,10 +5,12 @@
 #include "db/connections.h"
 #include "db/money.h"
 #include "db/session.h"
+#include "income/codelookup.h"
 #include "income/pricerules.h"
 
 #include <QDate>
 #include <QKeyEvent>
+#include <QRegularExpression>
 
 #include <algorithm>
 #include <cmath>
@@ -17,11 +19,27 @@ namespace {
 
 constexpr double largestUnquestioned = 99999;
 constexpr double largestUnquestionedRatio = 100;
-constexpr int shortestBarcode = 8;
 constexpr int longestName = 240;
 constexpr int mostQuantityDecimals = 6;
 
 const QString storedDate = QStringLiteral("yyyy-MM-dd");
+const QString shownDate = QStringLiteral("dd.MM.yyyy");
+
+/// Reads a date as a person types it: 31.12.2027, 31.12.27, 31122027, 311227, other signs between.
+/// A date field would correct the 31st away before the month is typed.
+QDate dateOf(const QString &text)
+{
+    QStringList parts =
+        text.split(QRegularExpression(QStringLiteral("[^0-9]+")), Qt::SkipEmptyParts);
+    if (parts.size() == 1 && (parts.first().size() == 6 || parts.first().size() == 8)) {
+        const QString digits = parts.first();
+        parts = {digits.left(2), digits.mid(2, 2), digits.mid(4)};
+    }
+    if (parts.size() != 3 || (parts.at(2).size() != 2 && parts.at(2).size() != 4))
+        return {};
+    const int year = parts.at(2).toInt() + (parts.at(2).size() == 2 ? 2000 : 0);
+    return QDate(year, parts.at(1).toInt(), parts.at(0).toInt());
+}
 
 /// A name that a label can break anywhere, also one long word; the end of a very long one is left
 /// out with an ellipsis.
@@ -56,13 +74,6 @@ int decimalsOf(double quantity)
     while (end > 0 && text.at(end - 1) == u'0')
         --end;
     return int(end - text.indexOf(u'.') - 1);
-}
-
-/// Eight digits or more and nothing else: what a scanner fires into a field that has the focus.
-bool looksLikeBarcode(const QString &text)
-{
-    return text.size() >= shortestBarcode &&
-           std::all_of(text.begin(), text.end(), [](QChar c) { return c >= u'0' && c <= u'9'; });
 }
 
 } // namespace
@@ -120,7 +131,7 @@ void QuantityRestDialog::keyPressEvent(QKeyEvent *event)
 
 void QuantityRestDialog::on_acceptPushButton_clicked()
 {
-    if (!checkQuantity() || !checkPrices())
+    if (!checkQuantity() || !checkPrices() || !checkExpiry())
         return;
     switch (m_entry.save(this, input())) {
     case SaveState::Saved:
@@ -165,16 +176,6 @@ void QuantityRestDialog::on_ratioCheckBox_toggled(bool checked)
         focusField(m_ui->ratioDoubleSpinBox);
 }
 
-void QuantityRestDialog::on_expireCheckBox_toggled(bool checked)
-{
-    m_ui->expireDateEdit->setEnabled(checked);
-    m_expireTouched = true;
-    if (checked && m_filled) {
-        m_ui->expireDateEdit->setFocus();
-        m_ui->expireDateEdit->setSelectedSection(QDateTimeEdit::DaySection);
-    }
-}
-
 void QuantityRestDialog::showProduct()
 {
     const ReceiptProduct &product = m_entry.product();
@@ -186,11 +187,11 @@ void QuantityRestDialog::showProduct()
         QStringLiteral("%1 %2").arg(formatQuantity(product.stock), product.unit));
     m_ui->unitLabel->setText(product.unit);
 
+    // A stored text that is no date is shown as it is.
     const QDate expires = QDate::fromString(product.expiretime.left(storedDate.size()), storedDate);
-    const bool known = expires.isValid() && expires >= m_ui->expireDateEdit->minimumDate();
-    m_ui->expireDateEdit->setDate(known ? expires : QDate::currentDate());
-    m_ui->expireCheckBox->setChecked(known);
-    m_expireTouched = false;
+    m_ui->expireLineEdit->setText(expires.isValid() ? expires.toString(shownDate)
+                                                    : product.expiretime);
+    m_shownExpiry = m_ui->expireLineEdit->text();
 
     m_ui->friendOutcostCheckBox->setVisible(isConnectionRegistered(friendConnection));
     m_ui->friendOutcostCheckBox->setEnabled(!product.wuid.isEmpty());
@@ -245,18 +246,26 @@ void QuantityRestDialog::updateOutcost()
     }
 }
 
-void QuantityRestDialog::focusField(NumberSpinBox *field)
+void QuantityRestDialog::focusField(QWidget *field)
 {
     field->setFocus();
-    field->selectAll();
+    if (auto *spinBox = qobject_cast<QAbstractSpinBox *>(field))
+        spinBox->selectAll();
+    else if (auto *lineEdit = qobject_cast<QLineEdit *>(field))
+        lineEdit->selectAll();
 }
 
-/// Without a date nothing is invented, and a stored text that is no date stays as it was.
-QString QuantityRestDialog::expiretime() const
+/// What is to be stored: as it was while nobody changed it, empty without a date; nothing when the
+/// text is no date.
+std::optional<QString> QuantityRestDialog::expiretime() const
 {
-    if (m_ui->expireCheckBox->isChecked())
-        return m_ui->expireDateEdit->date().toString(storedDate);
-    return m_expireTouched ? QString() : m_entry.product().expiretime;
+    const QString text = m_ui->expireLineEdit->text();
+    if (text == m_shownExpiry)
+        return m_entry.product().expiretime;
+    if (text.trimmed().isEmpty())
+        return QString();
+    const QDate date = dateOf(text);
+    return date.isValid() ? std::optional(date.toString(storedDate)) : std::nullopt;
 }
 
 ReceiptInput QuantityRestDialog::input() const
@@ -265,7 +274,7 @@ ReceiptInput QuantityRestDialog::input() const
             .incost = m_ui->incostDoubleSpinBox->exact(),
             .inoutratio = m_ui->ratioCheckBox->isChecked() ? m_ui->ratioDoubleSpinBox->exact() : 0,
             .outcost = m_ui->outcostDoubleSpinBox->exact(),
-            .expiretime = expiretime(),
+            .expiretime = expiretime().value_or(QString()),
             .audited = m_ui->auditCheckBox->isChecked(),
             .passToReference = m_ui->friendOutcostCheckBox->isVisibleTo(this) &&
                                m_ui->friendOutcostCheckBox->isChecked()};
@@ -329,8 +338,15 @@ bool QuantityRestDialog::checkPrices()
            ratio->value() <= largestUnquestionedRatio || confirm(ratio, question + ratio->text());
 }
 
+bool QuantityRestDialog::checkExpiry()
+{
+    return expiretime() || refuse(m_ui->expireLineEdit,
+                                  tr("Введите срок годности в виде 31.12.2027 или оставьте поле "
+                                     "пустым."));
+}
+
 /// Tells what is wrong with a field and leads the user there.
-bool QuantityRestDialog::refuse(NumberSpinBox *field, const QString &text)
+bool QuantityRestDialog::refuse(QWidget *field, const QString &text)
 {
     showInformation(this, text);
     focusField(field);

@@ -3,6 +3,7 @@
 #include <QDialog>
 
 #include <memory>
+#include <optional>
 
 #include "income/receiptline.h"
 
@@ -44,20 +45,20 @@ private slots:
     void on_incostDoubleSpinBox_valueChanged(double value);
     void on_ratioDoubleSpinBox_valueChanged(double value);
     void on_ratioCheckBox_toggled(bool checked);
-    void on_expireCheckBox_toggled(bool checked);
 
 private:
     void showProduct();
     void showPrices();
     void showQuantity();
     void updateOutcost();
-    void focusField(NumberSpinBox *field);
-    QString expiretime() const;
+    void focusField(QWidget *field);
+    std::optional<QString> expiretime() const;
     ReceiptInput input() const;
     bool checkQuantity();
     bool checkPrice(NumberSpinBox *field, const QString &question);
     bool checkPrices();
-    bool refuse(NumberSpinBox *field, const QString &text);
+    bool checkExpiry();
+    bool refuse(QWidget *field, const QString &text);
     bool confirm(NumberSpinBox *field, const QString &question);
 
     std::unique_ptr<Ui::QuantityRestDialog> m_ui;
@@ -65,5 +66,5 @@ private:
     LoadState m_loadState = LoadState::Failed;
     bool m_startInPrice = false;
     bool m_filled = false;
-    bool m_expireTouched = false;
+    QString m_shownExpiry; ///< the expiry date as the user first saw it
 };

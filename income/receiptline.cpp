@@ -219,11 +219,21 @@ bool ReceiptEntry::settlePending(QWidget *parent)
 
 SaveState ReceiptEntry::writeLine(QWidget *parent, const ReceiptInput &input, const QString &stamp)
 {
-    if (m_line)
-        return writeExistingLine(parent, input, stamp);
-    return insertLine(parent, input, stamp, tidy(input.quantity - m_goneQuantity))
-               ? SaveState::Saved
-               : SaveState::Failed;
+    return m_line ? writeExistingLine(parent, input, stamp) : writeNewLine(parent, input, stamp);
+}
+
+SaveState ReceiptEntry::writeNewLine(QWidget *parent, const ReceiptInput &input,
+                                     const QString &stamp)
+{
+    const double quantity = tidy(input.quantity - m_goneQuantity);
+    if (!insertLine(parent, input, stamp, quantity))
+        return SaveState::Failed;
+    if (m_goneQuantity != 0) {
+        showInformation(parent, lineGoneText() + u' ' +
+                                    tr("Новой строкой записано добавленное количество: %1.")
+                                        .arg(formatQuantity(quantity)));
+    }
+    return SaveState::Saved;
 }
 
 /// The quantity is written as a whole, so the line must still be what the user saw.
@@ -270,25 +280,23 @@ SaveState ReceiptEntry::lineChanged(QWidget *parent, const ReceiptLine &current,
 SaveState ReceiptEntry::lineGone(QWidget *parent, const ReceiptInput &input, const QString &stamp,
                                  double added)
 {
-    const QString told =
-        tr("Строку этого товара провели или удалили на другом рабочем месте.") + u' ';
     const double gone = m_line->quantity;
     m_line.reset();
     m_otherLines = 0;
-    if (added <= 0) {
-        m_added = 0;
-        m_goneQuantity = 0;
-        showInformation(parent,
-                        told + tr("Введите количество для новой строки или отмените ввод."));
-        return SaveState::Changed;
+    m_added = 0;
+    if (added > 0) {
+        m_goneQuantity += gone;
+        return writeNewLine(parent, input, stamp);
     }
-    m_goneQuantity += gone;
-    if (!insertLine(parent, input, stamp, added))
-        return SaveState::Failed;
-    showInformation(
-        parent,
-        told + tr("Новой строкой записано добавленное количество: %1.").arg(formatQuantity(added)));
-    return SaveState::Saved;
+    m_goneQuantity = 0;
+    showInformation(parent, lineGoneText() + u' ' +
+                                tr("Введите количество для новой строки или отмените ввод."));
+    return SaveState::Changed;
+}
+
+QString ReceiptEntry::lineGoneText()
+{
+    return tr("Строку этого товара провели или удалили на другом рабочем месте.");
 }
 
 bool ReceiptEntry::insertLine(QWidget *parent, const ReceiptInput &input, const QString &stamp,

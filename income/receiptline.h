@@ -114,10 +114,12 @@ private:
     bool readLines(QWidget *parent, QList<ReceiptLine> &lines) const;
     bool settlePending(QWidget *parent);
     SaveState writeLine(QWidget *parent, const ReceiptInput &input, const QString &stamp);
+    SaveState writeNewLine(QWidget *parent, const ReceiptInput &input, const QString &stamp);
     SaveState writeExistingLine(QWidget *parent, const ReceiptInput &input, const QString &stamp);
     SaveState lineChanged(QWidget *parent, const ReceiptLine &current, double added);
     SaveState lineGone(QWidget *parent, const ReceiptInput &input, const QString &stamp,
                        double added);
+    static QString lineGoneText();
     bool insertLine(QWidget *parent, const ReceiptInput &input, const QString &stamp,
                     double quantity);
     bool writePrices(QWidget *parent, const ReceiptInput &input, const QString &stamp);

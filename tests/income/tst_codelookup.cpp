@@ -1,11 +1,12 @@
 // What a scanned or typed text means: readings under other keyboard layouts, ids, pack codes, and
 // the offer to look into the reference database.
+#include "keptshops.h"
+
 #include "db/query.h"
 #include "db/session.h"
 #include "db/sqltext.h"
 #include "income/codelookup.h"
 #include "tests/support/queuedboxes.h"
-#include "tests/support/scratchdatabase.h"
 #include "tests/support/servers.h"
 #include "tests/support/shop.h"
 #include "tests/support/testhome.h"
@@ -46,8 +47,8 @@ private:
 
     std::unique_ptr<TestHome> m_home;
     std::unique_ptr<QueuedBoxes> m_boxes;
-    std::unique_ptr<ScratchDatabase> m_database;
-    std::unique_ptr<ScratchDatabase> m_reference;
+    KeptShops m_shops;
+    ScratchDatabase *m_database = nullptr;
 };
 
 void TestCodeLookup::initTestCase_data()
@@ -60,9 +61,7 @@ void TestCodeLookup::init()
     QFETCH_GLOBAL(Dialect, dialect);
     m_home = std::make_unique<TestHome>();
     m_boxes = std::make_unique<QueuedBoxes>();
-    m_database = std::make_unique<ScratchDatabase>(dialect);
-    QVERIFY(m_database->open());
-    QVERIFY(shop::create());
+    m_database = &m_shops.open(dialect);
     Session::instance().setUser({.id = 3, .login = "anna", .name = "Анна", .rights = 0});
     shop::addProduct({.id = 11, .name = nastyName});
     shop::addProduct({.id = 12});
@@ -78,20 +77,19 @@ void TestCodeLookup::init()
 
 void TestCodeLookup::cleanup()
 {
-    QVERIFY(m_boxes->verify());
-    m_reference.reset();
-    m_database.reset();
+    const bool noSurprise = m_boxes->verify();
+    removeConnection(friendConnection);
+    removeConnection(mainConnection);
     Session::instance().reset();
     m_boxes.reset();
     m_home.reset();
+    QVERIFY(noSurprise);
 }
 
 void TestCodeLookup::openReference()
 {
     QFETCH_GLOBAL(Dialect, dialect);
-    m_reference = std::make_unique<ScratchDatabase>(dialect);
-    QVERIFY(m_reference->open(friendConnection));
-    QVERIFY(shop::create(friendConnection));
+    m_shops.open(dialect, friendConnection);
 }
 
 void TestCodeLookup::readings_areTheKeysPressed_data()
@@ -271,6 +269,7 @@ void TestCodeLookup::failedStatement_isReported()
     QVERIFY(QueryExec(nullptr, "ALTER TABLE codes RENAME TO lost;"));
     QTest::ignoreMessage(QtWarningMsg, QRegularExpression("^Ошибка SQL:"));
     QCOMPARE(findProduct(nullptr, "4006381333931").kind, CodeKind::Failed);
+    QVERIFY(QueryExec(nullptr, "ALTER TABLE lost RENAME TO codes;"));
 }
 
 QTEST_GUILESS_MAIN(TestCodeLookup)

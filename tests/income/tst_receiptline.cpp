@@ -1,12 +1,13 @@
 // What the entry of a product proposes and writes. Units may neither be doubled nor lost, whatever
 // other stations and the connection do meanwhile.
+#include "keptshops.h"
+
 #include "db/query.h"
 #include "db/session.h"
 #include "db/sqltext.h"
 #include "income/receiptline.h"
 #include "tests/support/cuttingproxy.h"
 #include "tests/support/queuedboxes.h"
-#include "tests/support/scratchdatabase.h"
 #include "tests/support/servers.h"
 #include "tests/support/shop.h"
 #include "tests/support/testhome.h"
@@ -103,7 +104,8 @@ private:
     std::unique_ptr<TestHome> m_home;
     std::unique_ptr<QueuedBoxes> m_boxes;
     std::unique_ptr<QWidget> m_window;
-    std::unique_ptr<ScratchDatabase> m_database;
+    KeptShops m_shops;
+    ScratchDatabase *m_database = nullptr;
 };
 
 void TestReceiptLine::initTestCase_data()
@@ -118,10 +120,7 @@ void TestReceiptLine::init()
     m_home = std::make_unique<TestHome>();
     m_boxes = std::make_unique<QueuedBoxes>();
     m_window = std::make_unique<QWidget>();
-    m_database = std::make_unique<ScratchDatabase>(dialect);
-    QVERIFY(m_database->open());
-    QVERIFY(shop::create());
-    QVERIFY(QueryExec(nullptr, "UPDATE currencies SET value='90' WHERE c_code='USD'"));
+    m_database = &m_shops.open(dialect);
     QVERIFY(Session::instance().loadOptions(nullptr, mainConnection));
     Session::instance().setUser(
         {.id = 3, .login = "anna", .name = "Анна", .rights = int(Right::AuditStock)});
@@ -131,13 +130,15 @@ void TestReceiptLine::init()
 void TestReceiptLine::cleanup()
 {
     setStatementObserver({});
-    QVERIFY(m_boxes->verify());
+    const bool noSurprise = m_boxes->verify();
     removeConnection(otherStation);
-    m_database.reset();
+    removeConnection(friendConnection);
+    removeConnection(mainConnection);
     Session::instance().reset();
     m_window.reset();
     m_boxes.reset();
     m_home.reset();
+    QVERIFY(noSurprise);
 }
 
 void TestReceiptLine::newLine_isProposedInTheMainCurrency()
@@ -374,7 +375,6 @@ void TestReceiptLine::lostConnection_neverDoublesTheLine()
                  SaveState::Saved);
         QCOMPARE(quantities(), "13");
     }
-    removeConnection(mainConnection);
 }
 
 /// From the next statement with this beginning on, the working list cannot be reached until heal().
@@ -468,9 +468,7 @@ void TestReceiptLine::referencePrice_isPassedOn()
     QFETCH(QString, wuid);
     QFETCH(double, stock);
     QFETCH(bool, wanted);
-    ScratchDatabase reference(m_dialect);
-    QVERIFY(reference.open(friendConnection));
-    QVERIFY(shop::create(friendConnection));
+    m_shops.open(m_dialect, friendConnection);
     shop::addProduct({.id = 501, .stock = stock}, friendConnection);
     const QString identify = "UPDATE warehouse SET wuid=" + sql::text(wuid);
     QVERIFY(QueryExec(nullptr, identify, friendConnection) && QueryExec(nullptr, identify));
