@@ -39,7 +39,7 @@ SendSmsDialog::SendSmsDialog(QWidget *parent, const QString &phone, const QStrin
     if (!sms::isMobilePhone(m_message.phone)) {
         showInformation(parent, tr("СМС не отправлена, неправильный телефонный номер: %1 размер %2")
                                     .arg(m_message.phone, QString::number(m_message.phone.size())));
-        done(Rejected);
+        SendSmsDialog::done(Rejected);
         return;
     }
     start();
