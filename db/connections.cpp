@@ -10,6 +10,7 @@
 
 #include <QCoreApplication>
 #include <QDebug>
+#include <QFile>
 #include <QSqlDatabase>
 #include <QSqlDriver>
 #include <QSqlError>
@@ -66,6 +67,12 @@ QString tlsOptions(const ConnectionEntry &entry)
     return options.join(u';');
 }
 
+QString sqlitePath(const ConnectionEntry &entry)
+{
+    return entry.databasename.contains(u'/') ? entry.databasename
+                                             : configDirPath() + u'/' + entry.databasename;
+}
+
 /// What belongs to the connection and is gone when it closes. The first failure ends it.
 QStringList setupStatements(Dialect dialect)
 {
@@ -81,11 +88,13 @@ QStringList setupStatements(Dialect dialect)
                 QStringLiteral("SET SESSION sql_mode='STRICT_TRANS_TABLES,NO_BACKSLASH_ESCAPES,"
                                "NO_ENGINE_SUBSTITUTION'"),
                 QStringLiteral("SET SESSION TRANSACTION ISOLATION LEVEL REPEATABLE READ"),
-                QStringLiteral("SET SESSION innodb_lock_wait_timeout=10")};
+                QStringLiteral("SET SESSION innodb_lock_wait_timeout=10"),
+                QStringLiteral("SET SESSION lock_wait_timeout=10")};
     case Dialect::PostgreSql:
         return {QStringLiteral("SET standard_conforming_strings=on"),
                 QStringLiteral("SET client_min_messages=warning"),
                 QStringLiteral("SET lock_timeout='10s'"),
+                QStringLiteral("SET statement_timeout='120s'"),
                 QStringLiteral("SET SESSION CHARACTERISTICS AS TRANSACTION ISOLATION LEVEL READ "
                                "COMMITTED")};
     }
@@ -102,8 +111,14 @@ bool setUpSession(QSqlDatabase &database, const QString &connectionName, QString
             return false;
         }
     }
-    if (dialect == Dialect::Sqlite && !registerSqliteFunctions(database)) {
-        error = QStringLiteral("SQLite functions are not available");
+    if (dialect != Dialect::Sqlite)
+        return true;
+    // A read-only file, or one that another program holds, can be used without it.
+    QSqlQuery journal(database);
+    if (!journal.exec(QStringLiteral("PRAGMA journal_mode=WAL")))
+        debugLog(QStringLiteral("No write-ahead log: ") + journal.lastError().text());
+    if (!registerSqliteFunctions(database)) {
+        error = tr("Функции SQLite недоступны.");
         return false;
     }
     return true;
@@ -192,14 +207,14 @@ bool createConnection(QWidget *parent, const ConnectionEntry &entry, const QStri
                                "MYSQL_OPT_WRITE_TIMEOUT=120"));
         } else if (dialect == Dialect::PostgreSql) {
             addServerConnection(database, entry);
-            database.setConnectOptions(QStringLiteral("connect_timeout=10"));
+            // A server that has gone without a word is given up after as long as on MySQL.
+            database.setConnectOptions(
+                QStringLiteral("connect_timeout=10;keepalives=1;keepalives_idle=30;"
+                               "keepalives_interval=10;keepalives_count=3;"
+                               "tcp_user_timeout=120000"));
         } else if (dialect == Dialect::Sqlite) {
-            QString path = entry.databasename;
-            if (!path.contains(u'/')) {
-                ensureConfigDir();
-                path = configDirPath() + u'/' + path;
-            }
-            database.setDatabaseName(path);
+            ensureConfigDir();
+            database.setDatabaseName(sqlitePath(entry));
         }
         if (!database.isValid())
             debugLog(QStringLiteral("addDatabase: db not valid. ") + database.lastError().text());
@@ -212,6 +227,11 @@ bool createConnection(QWidget *parent, const ConnectionEntry &entry, const QStri
         parent,
         tr("Ошибка создания соединения: %1").arg(connectionState(connectionName).lastError));
     return false;
+}
+
+bool isDatabaseFileMissing(const ConnectionEntry &entry)
+{
+    return dialectOfDbType(entry.dbtype) == Dialect::Sqlite && !QFile::exists(sqlitePath(entry));
 }
 
 bool ensureConnectionOpen(QWidget *parent, const QString &connectionName)
@@ -250,11 +270,6 @@ int idleCount(const QString &connectionName)
 void countIdle(const QString &connectionName)
 {
     ++connectionState(connectionName).idle;
-}
-
-void resetIdleCount(const QString &connectionName)
-{
-    connectionState(connectionName).idle = 0;
 }
 
 void checkpointWhenIdle(const QString &connectionName)

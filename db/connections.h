@@ -14,6 +14,9 @@ inline const QString friendConnection = QStringLiteral("friend"); ///< the refer
 /// returns false.
 bool createConnection(QWidget *parent, const ConnectionEntry &entry, const QString &connectionName);
 
+/// Whether the entry names an SQLite file that is not there; opening it would make an empty one.
+bool isDatabaseFileMissing(const ConnectionEntry &entry);
+
 /// Makes sure that a connection is open. While it cannot be opened, the user is asked whether to
 /// try again; false when the user gives up, or at once without a parent.
 bool ensureConnectionOpen(QWidget *parent, const QString &connectionName);
@@ -28,7 +31,6 @@ bool isConnectionRegistered(const QString &connectionName);
 /// that runs on the open connection sets it to 0.
 int idleCount(const QString &connectionName);
 void countIdle(const QString &connectionName);
-void resetIdleCount(const QString &connectionName);
 
 /// On SQLite: moves what was written from the log into the file, without waiting for anybody. For
 /// quiet moments, since COMMIT itself leaves that work undone for a long while. Nothing elsewhere.

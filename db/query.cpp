@@ -50,7 +50,8 @@ public:
           m_bindings(bindings),
           m_connectionName(connectionName),
           m_state(connectionState(connectionName)),
-          m_inTransaction(m_state.inTransaction)
+          m_inTransaction(m_state.inTransaction),
+          m_formerError(m_state.lastError)
     {
         m_state.lastError.clear();
         m_state.outcomeUnknown = false;
@@ -84,9 +85,13 @@ private:
         if (m_inTransaction) {
             if (!m_state.broken && database().isOpen())
                 return true;
-            m_state.broken = true;
-            m_state.lastError = tr("Соединение с базой данных потеряно.");
-            logMessage(m_state.lastError);
+            // The first failure is the reason; what follows it only finds the transaction ended.
+            if (!m_state.broken) {
+                m_state.broken = true;
+                m_formerError = tr("Соединение с базой данных потеряно.");
+                logMessage(m_formerError);
+            }
+            m_state.lastError = m_formerError;
             return false;
         }
         for (;;) {
@@ -116,7 +121,9 @@ private:
     bool execute()
     {
         QSqlDatabase db = database();
-        m_query = QSqlQuery(db);
+        // A query used again on the same connection is as good as a fresh one, and cheaper.
+        if (m_bindings || m_query.driver() != db.driver())
+            m_query = QSqlQuery(db);
         // The SQLite driver would keep a copy of every row read. The server drivers have the
         // whole result at hand anyway; forward-only would block the connection there.
         if (!isServer())
@@ -205,6 +212,7 @@ private:
     const QString &m_connectionName;
     ConnectionState &m_state;
     bool m_inTransaction;
+    QString m_formerError;
     bool m_retried = false;
     bool m_pinged = false;
     int m_reconnects = 0;

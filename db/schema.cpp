@@ -209,7 +209,9 @@ SchemaState schemaState(QWidget *parent, const QString &connectionName)
     if (!QueryRows(parent, "SELECT MAX(version) FROM dbversion;", rows, connectionName) ||
         rows.isEmpty())
         return SchemaState::Unknown;
-    const int version = rows.first().first().toInt(); // NULL in an empty table: 0
+    if (rows.first().first().isNull())
+        return SchemaState::Missing; // a creation that was broken off before it recorded itself
+    const int version = rows.first().first().toInt();
     if (version == currentVersion)
         return SchemaState::Current;
     return version < currentVersion ? SchemaState::Older : SchemaState::Newer;

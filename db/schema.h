@@ -11,7 +11,7 @@ class QWidget;
 int schemaVersion();
 
 enum class SchemaState {
-    Missing, ///< no `dbversion`: an empty database, or one of nobody's
+    Missing, ///< no version recorded: an empty database, or a creation that was broken off
     Older,   ///< may be upgraded
     Current,
     Newer,   ///< made by a later program; must not be used

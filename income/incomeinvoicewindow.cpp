@@ -119,6 +119,11 @@ void IncomeInvoiceWindow::connectFriendDatabase()
     const Settings &settings = Settings::instance();
     const QString name = settings.value(SettingsKey::FriendConnection);
     const ConnectionEntry *entry = name.isEmpty() ? nullptr : settings.findConnection(name);
+    // SQLite would make an empty file of a mistyped name.
+    if (entry && isDatabaseFileMissing(*entry)) {
+        showWarning(this, tr("Файл справочной базы данных не найден: %1").arg(entry->databasename));
+        entry = nullptr;
+    }
     if (!entry || !createConnection(this, *entry, friendConnection)) {
         qDebug() << "No friend connection.";
         return;
@@ -135,8 +140,8 @@ void IncomeInvoiceWindow::setUpTables()
         view->installEventFilter(this);
         view->verticalHeader()->setDefaultSectionSize(view->fontMetrics().height() + 8);
         view->horizontalHeader()->setMaximumSectionSize(520);
-        // Widths follow the rows in sight; measuring all of them would make long lists slow.
-        view->horizontalHeader()->setResizeContentsPrecision(0);
+        // Measuring all rows of a long list for the widths would make it slow.
+        view->horizontalHeader()->setResizeContentsPrecision(100);
     }
 }
 
@@ -696,7 +701,8 @@ void IncomeInvoiceWindow::fillFilters()
 void IncomeInvoiceWindow::showScan(const QString &text, bool found)
 {
     m_scanLabel->setText(text);
-    m_scanLabel->setToolTip(text.toHtmlEscaped());
+    m_scanLabel->setToolTip(QStringLiteral("<qt>") + text.toHtmlEscaped() +
+                            QStringLiteral("</qt>"));
     QPalette colours = palette();
     if (!found)
         colours.setColor(QPalette::WindowText, QColor(200, 40, 30));

@@ -11,7 +11,7 @@ namespace {
 
 /// Where the manual lies seen from the program: installed, or in the source tree of a build.
 constexpr const char *manualPlaces[] = {"/../share/doc/lavkor/manual/index.html",
-                                        "/../../../docs/manual/index.html"};
+                                        "/../../docs/manual/index.html"};
 
 } // namespace
 

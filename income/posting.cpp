@@ -20,16 +20,6 @@ QString tr(const char *text)
     return QCoreApplication::translate("ReceiptPosting", text);
 }
 
-/// Everything of a working-list row that the posting writes, as one text. The columns come in the
-/// order product, quantity, purchase price, ratio, selling price, user, time stamp.
-QString lineKey(const SqlRow &row)
-{
-    QStringList parts;
-    for (int column = 0; column < 7; ++column)
-        parts += row.at(column).toString();
-    return parts.join(QChar(0x1f));
-}
-
 /// Keeps other workstations from changing the working list until the transaction ends. SQLite's
 /// transaction holds the only write lock already.
 QString lockStatement(Dialect dialect)
@@ -150,25 +140,35 @@ bool ReceiptPosting::readLines()
             rows, m_connectionName))
         return false;
     m_lines.clear();
-    m_lineKeys.clear();
     m_lines.reserve(rows.size());
-    m_lineKeys.reserve(rows.size());
     for (const SqlRow &row : std::as_const(rows)) {
-        m_lines += {.wareId = row.at(0).toULongLong(),
-                    .quantity = row.at(1).toDouble(),
-                    .incost = row.at(2).toDouble(),
-                    .inoutratio = row.at(3).toDouble(),
-                    .outcost = row.at(4).toDouble(),
-                    .userId = row.at(5).toULongLong(),
-                    .timestamp = row.at(6).toString(),
-                    .wareName = row.at(7).toString(),
-                    .stock = row.at(8).toDouble(),
-                    .currency = row.at(9).toString(),
-                    .oldOutcost = row.at(10).toDouble()};
-        m_lineKeys += lineKey(row);
+        Line line = lineOf(row);
+        line.wareName = row.at(7).toString();
+        line.stock = row.at(8).toDouble();
+        line.currency = row.at(9).toString();
+        line.oldOutcost = row.at(10).toDouble();
+        m_lines += std::move(line);
     }
-    m_lineKeys.sort();
     return true;
+}
+
+/// The columns product, quantity, purchase price, ratio, selling price, user, time stamp.
+ReceiptPosting::Line ReceiptPosting::lineOf(const SqlRow &row)
+{
+    return {.wareId = row.at(0).toULongLong(),
+            .quantity = row.at(1).toDouble(),
+            .incost = row.at(2).toDouble(),
+            .inoutratio = row.at(3).toDouble(),
+            .outcost = row.at(4).toDouble(),
+            .userId = row.at(5).toULongLong(),
+            .timestamp = row.at(6).toString()};
+}
+
+QList<ReceiptPosting::Line> ReceiptPosting::sorted(QList<Line> lines)
+{
+    std::sort(lines.begin(), lines.end(),
+              [](const Line &a, const Line &b) { return a.key() < b.key(); });
+    return lines;
 }
 
 bool ReceiptPosting::lockAndCompare(PostingResult &result)
@@ -185,12 +185,14 @@ bool ReceiptPosting::lockAndCompare(PostingResult &result)
         result.message = failureText();
         return false;
     }
-    QStringList keys;
-    keys.reserve(rows.size());
+    QList<Line> lines;
+    lines.reserve(rows.size());
     for (const SqlRow &row : std::as_const(rows))
-        keys += lineKey(row);
-    keys.sort();
-    if (keys == m_lineKeys)
+        lines += lineOf(row);
+    const QList<Line> found = sorted(std::move(lines));
+    const QList<Line> posted = sorted(m_lines);
+    if (std::equal(found.cbegin(), found.cend(), posted.cbegin(), posted.cend(),
+                   [](const Line &a, const Line &b) { return a.key() == b.key(); }))
         return true;
     result.outcome = PostingOutcome::ListChanged;
     result.message = tr("Список прихода изменён на другом рабочем месте. Накладная не проведена, "
@@ -273,7 +275,7 @@ void ReceiptPosting::tellCustomers(const Line &line, const PostingCallbacks &cal
         return;
     QString text = Session::instance().option(QStringLiteral("SMS_ONSALE_TEXT"));
     text.replace(QStringLiteral("<PRODUCT>"), line.wareName);
-    for (qsizetype i = 0; i < m_alerts.size();) {
+    for (qsizetype i = 0; i < m_alerts.size() && !transactionBroken(m_connectionName);) {
         if (m_alerts.at(i).wareId != line.wareId ||
             !callbacks.sendSms(m_alerts.at(i).phone, text)) {
             ++i;
@@ -354,7 +356,7 @@ void ReceiptPosting::settleLostCommit(PostingResult &result, PaymentType payment
 
 bool ReceiptPosting::run(const QString &sqlText)
 {
-    return QueryExec(nullptr, sqlText, m_connectionName);
+    return QueryExec(nullptr, sqlText, m_query, m_connectionName);
 }
 
 PostingResult ReceiptPosting::failed(PostingResult result, PostingOutcome outcome,

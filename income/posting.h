@@ -2,9 +2,9 @@
 
 #include <QList>
 #include <QString>
-#include <QVariant>
 
 #include <functional>
+#include <tuple>
 
 #include "db/query.h"
 
@@ -64,18 +64,27 @@ private:
     };
     struct Line
     {
-        qulonglong wareId;
-        double quantity;
-        double incost;
-        double inoutratio;
-        double outcost;
-        qulonglong userId;
-        QString timestamp;
-        QString wareName;
-        double stock;
-        QString currency;
-        double oldOutcost;
+        qulonglong wareId = 0;
+        double quantity = 0;
+        double incost = 0;
+        double inoutratio = 0;
+        double outcost = 0;
+        qulonglong userId = 0;
+        QString timestamp = {};
+        // Of the product; not compared with what is in the list later.
+        QString wareName = {};
+        double stock = 0;
+        QString currency = {};
+        double oldOutcost = 0;
+
+        auto key() const
+        {
+            return std::tie(wareId, quantity, incost, inoutratio, outcost, userId, timestamp);
+        }
     };
+
+    static Line lineOf(const SqlRow &row);
+    static QList<Line> sorted(QList<Line> lines);
 
     bool readAlerts();
     bool readLines();
@@ -97,6 +106,6 @@ private:
     QString m_connectionName;
     QList<Alert> m_alerts;
     QList<Line> m_lines;
-    QStringList m_lineKeys; ///< what a line must still look like when it is posted
+    QSqlQuery m_query; ///< used again for every statement
     QString m_reportTimestamp;
 };

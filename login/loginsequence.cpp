@@ -41,7 +41,13 @@ bool prepareDatabase(QWidget *parent)
                upgrade(parent);
     }
     case SchemaState::Current:
-        return upgrade(parent); // a database made by another program may lack our indexes
+        // A database made by another program may lack our indexes. Without the right to create
+        // them the work is slower, but it must go on.
+        if (!upgradeSchema(parent, mainConnection))
+            showWarning(parent, tr("Не удалось дополнить базу данных. Работать можно, но поиск и "
+                                   "проведение могут быть медленными. Подробности записаны в "
+                                   "журнал."));
+        return true;
     case SchemaState::Newer:
         showWarning(parent, tr("База данных имеет более новую версию, чем программа. "
                                "Пожалуйста, обновите Лавкор."));

@@ -210,15 +210,13 @@ void TestServers::ensureRunning(Dialect dialect)
 void TestServers::initializeMariaDb(Server &one)
 {
     const QString directory = one.directory->path();
-    QStringList command = {QStringLiteral("mariadb-install-db"),
-                           QStringLiteral("--no-defaults"),
+    QStringList command = {QStringLiteral("mariadb-install-db"), QStringLiteral("--no-defaults"),
                            QStringLiteral("--datadir=") + directory + QStringLiteral("/data"),
                            // A starting server clears its temporary tables away, and in a shared
                            // directory those of the others.
                            QStringLiteral("--tmpdir=") + directory,
                            QStringLiteral("--auth-root-authentication-method=normal"),
-                           QStringLiteral("--skip-test-db"),
-                           QStringLiteral("--skip-log-bin"),
+                           QStringLiteral("--skip-test-db"), QStringLiteral("--skip-log-bin"),
                            QStringLiteral("--sync-frm=OFF"),
                            QStringLiteral("--innodb-flush-method=nosync")};
     if (geteuid() == 0)
