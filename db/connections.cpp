@@ -113,14 +113,15 @@ bool setUpSession(QSqlDatabase &database, const QString &connectionName, QString
     }
     if (dialect != Dialect::Sqlite)
         return true;
-    // A read-only file, or one that another program holds, can be used without it.
-    QSqlQuery journal(database);
-    if (!journal.exec(QStringLiteral("PRAGMA journal_mode=WAL")))
-        debugLog(QStringLiteral("No write-ahead log: ") + journal.lastError().text());
+    // No statement may be active while functions are registered.
     if (!registerSqliteFunctions(database)) {
         error = tr("Функции SQLite недоступны.");
         return false;
     }
+    // A read-only file, or one that another program holds, can be used without it.
+    QSqlQuery journal(database);
+    if (!journal.exec(QStringLiteral("PRAGMA journal_mode=WAL")))
+        debugLog(QStringLiteral("No write-ahead log: ") + journal.lastError().text());
     return true;
 }
 

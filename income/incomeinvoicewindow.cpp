@@ -21,10 +21,12 @@
 #include "login/euladialog.h"
 #include "login/selectconnectiondialog.h"
 #include "sms/sendsmsdialog.h"
+#include "widgets/colors.h"
 #include "widgets/progressdialog.h"
 #include "widgets/sound.h"
 #include "widgets/tableplace.h"
 
+#include <QAbstractButton>
 #include <QApplication>
 #include <QClipboard>
 #include <QCloseEvent>
@@ -45,7 +47,20 @@ namespace {
 
 constexpr int timerPeriodMs = 1000;
 constexpr int filterDelayMs = 150; ///< typing goes on before the list is read again
+constexpr int shortestBarcode = 8; ///< digits
 constexpr int maxTimerRest = 30;   ///< seconds between two looks for a lost server
+
+constexpr int nameColumn = 3; ///< in both tables
+constexpr int leastNameWidth = 160;
+
+/// Takes from a wide column what the table lacks to show all its columns.
+void fitColumn(QTableView *view, int column)
+{
+    const QHeaderView *header = view->horizontalHeader();
+    const int missing = header->length() - view->viewport()->width();
+    if (missing > 0)
+        view->setColumnWidth(column, qMax(leastNameWidth, view->columnWidth(column) - missing));
+}
 
 const QString geometryKey = QStringLiteral("incomegeometry");
 const QString stateKey = QStringLiteral("incomestate");
@@ -63,6 +78,7 @@ IncomeInvoiceWindow::IncomeInvoiceWindow(QWidget *parent)
     initializeImages();
     m_ui->setupUi(this);
     setUpTables();
+    guardCodeField();
     setUpStatusBar();
     createContextActions();
     for (QAction *action : {m_ui->wareBaseAction, m_ui->syncArticlesAction, m_ui->syncImagesAction})
@@ -98,7 +114,7 @@ void IncomeInvoiceWindow::start()
 {
     fillFilters();
     refreshAll();
-    m_ui->codeLineEdit->setFocus();
+    focusCodeField();
 }
 
 bool IncomeInvoiceWindow::chooseConnection()
@@ -137,12 +153,26 @@ void IncomeInvoiceWindow::setUpTables()
     m_ui->incomeinvoiceTableView->setModel(m_receipt);
     m_ui->warehouseTableView->setModel(m_products);
     for (QTableView *view : {m_ui->incomeinvoiceTableView, m_ui->warehouseTableView}) {
-        view->installEventFilter(this);
         view->verticalHeader()->setDefaultSectionSize(view->fontMetrics().height() + 8);
         view->horizontalHeader()->setMaximumSectionSize(520);
         // Measuring all rows of a long list for the widths would make it slow.
         view->horizontalHeader()->setResizeContentsPrecision(100);
     }
+}
+
+void IncomeInvoiceWindow::guardCodeField()
+{
+    // Wherever the focus is on the receipt page, but for the fields where people write.
+    const QList<QWidget *> widgets = m_ui->invoicePage->findChildren<QWidget *>();
+    for (QWidget *widget : widgets) {
+        const bool guarded = qobject_cast<QAbstractButton *>(widget) ||
+                             qobject_cast<QComboBox *>(widget) ||
+                             qobject_cast<QTableView *>(widget);
+        if (guarded || widget == m_ui->codeLineEdit || widget == m_ui->multiplierSpinBox)
+            widget->installEventFilter(this);
+    }
+    // A whole barcode must be legible, also in a large font and a narrow window.
+    m_ui->codeLineEdit->setMinimumWidth(m_ui->codeLineEdit->fontMetrics().averageCharWidth() * 17);
 }
 
 void IncomeInvoiceWindow::setUpStatusBar()
@@ -157,6 +187,7 @@ void IncomeInvoiceWindow::setUpStatusBar()
         label->setTextFormat(Qt::PlainText);
     // A long name must not widen the window.
     m_scanLabel->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    m_scanLabel->setIndent(8);
     m_ui->statusbar->addWidget(m_scanLabel, 1);
     m_ui->statusbar->addPermanentWidget(m_countLabel);
     m_ui->statusbar->addPermanentWidget(m_connectionLabel);
@@ -227,12 +258,38 @@ void IncomeInvoiceWindow::closeEvent(QCloseEvent *event)
     QMainWindow::closeEvent(event);
 }
 
+void IncomeInvoiceWindow::focusCodeField()
+{
+    m_ui->codeLineEdit->setFocus();
+    m_ui->codeLineEdit->selectAll();
+    m_codeTaken = true;
+}
+
 bool IncomeInvoiceWindow::eventFilter(QObject *watched, QEvent *event)
 {
+    if (watched == m_ui->multiplierSpinBox && event->type() == QEvent::FocusIn) {
+        m_multiplierBefore = m_ui->multiplierSpinBox->value();
+        m_multiplierTyped.clear();
+    }
     if (event->type() != QEvent::KeyPress)
         return QMainWindow::eventFilter(watched, event);
     const auto *key = static_cast<QKeyEvent *>(event);
-    if (key->key() == Qt::Key_Return || key->key() == Qt::Key_Enter) {
+    const bool isReturn = key->key() == Qt::Key_Return || key->key() == Qt::Key_Enter;
+    const bool unmodified = !(key->modifiers() & ~(Qt::ShiftModifier | Qt::KeypadModifier));
+    const bool isText = unmodified && !key->text().isEmpty() && key->text().at(0).isPrint();
+
+    if (watched == m_ui->codeLineEdit) {
+        // What was looked up already is replaced by the next scan, wherever the cursor stands;
+        // only who moves the cursor wants to correct it.
+        if (isText && m_codeTaken)
+            m_ui->codeLineEdit->selectAll();
+        if (!isReturn && !key->text().isEmpty())
+            m_codeTaken = false;
+        return false;
+    }
+    if (watched == m_ui->multiplierSpinBox)
+        return filterMultiplierKey(*key, isReturn, isText);
+    if (isReturn) {
         auto *view = qobject_cast<QTableView *>(watched);
         if (view && view->currentIndex().isValid()) {
             if (view == m_ui->warehouseTableView)
@@ -240,24 +297,36 @@ bool IncomeInvoiceWindow::eventFilter(QObject *watched, QEvent *event)
             else
                 on_incomeinvoiceTableView_doubleClicked(view->currentIndex());
         }
-        return true;
+        return view != nullptr;
     }
-    // A scan while a table has the focus belongs into the code field, not into the search of the
-    // table, whose Return would open whatever row stands there.
-    const bool plain = !(key->modifiers() & ~(Qt::ShiftModifier | Qt::KeypadModifier));
-    if (plain && !key->text().isEmpty() && key->text().at(0).isPrint() &&
-        key->key() != Qt::Key_Space) {
-        forwardToCodeField(event);
+    // A scan while a table, a choice or a button has the focus belongs into the code field, not
+    // into the search of a list, whose Return would take whatever stands there.
+    if (isText && key->key() != Qt::Key_Space) {
+        focusCodeField();
+        QCoreApplication::sendEvent(m_ui->codeLineEdit, event);
         return true;
     }
     return QMainWindow::eventFilter(watched, event);
 }
 
-void IncomeInvoiceWindow::forwardToCodeField(QEvent *event)
+bool IncomeInvoiceWindow::filterMultiplierKey(const QKeyEvent &key, bool isReturn, bool isText)
 {
-    m_ui->codeLineEdit->setFocus();
-    m_ui->codeLineEdit->selectAll();
-    QCoreApplication::sendEvent(m_ui->codeLineEdit, event);
+    if (isText)
+        m_multiplierTyped += key.text();
+    if (!isReturn)
+        return false;
+    const QString typed = std::exchange(m_multiplierTyped, {});
+    // More digits than any multiplier has: a scan that went astray.
+    if (typed.size() >= shortestBarcode) {
+        m_ui->multiplierSpinBox->setValue(m_multiplierBefore);
+        focusCodeField();
+        m_ui->codeLineEdit->setText(typed);
+        on_codeLineEdit_returnPressed();
+    } else {
+        m_ui->multiplierSpinBox->interpretText();
+        focusCodeField();
+    }
+    return true;
 }
 
 void IncomeInvoiceWindow::on_exitAction_triggered()
@@ -271,16 +340,18 @@ void IncomeInvoiceWindow::on_deletewareAction_triggered()
     if (rows.isEmpty())
         return;
     if (askQuestion(this, tr("Вы действительно хотите удалить из прихода выделенные позиции?"),
-                    {tr("Да"), tr("Нет")}, 0, 1) != 0)
+                    {tr("Да"), tr("Нет")}, 1, 1) != 0)
         return;
     QList<qulonglong> ids;
     for (const QModelIndex &index : rows)
         ids += m_receipt->lineId(index.row());
-    for (const qulonglong id : std::as_const(ids))
-        QueryExec(this, QStringLiteral("DELETE FROM incomeinvoice WHERE id='") + sql::id(id) +
-                            QStringLiteral("';"));
+    for (const qulonglong id : std::as_const(ids)) {
+        if (!QueryExec(this, QStringLiteral("DELETE FROM incomeinvoice WHERE id='") + sql::id(id) +
+                                 QStringLiteral("';")))
+            break; // reported; the rest would fail alike
+    }
     refreshReceipt();
-    m_ui->codeLineEdit->setFocus();
+    focusCodeField();
 }
 
 void IncomeInvoiceWindow::on_increaseMultiplierAction_triggered()
@@ -366,7 +437,13 @@ void IncomeInvoiceWindow::on_codeLineEdit_returnPressed()
 {
     m_ui->codeLineEdit->selectAll();
     const QString text = m_ui->codeLineEdit->text().trimmed();
-    const CodeResult found = findProduct(this, text);
+    CodeResult found = lookUpCode(this, text);
+    if (found.kind == CodeKind::NotFound) {
+        // Heard and seen before any question about the reference database.
+        playSound(Sound::NotFound);
+        showScan(tr("Не найдено: %1").arg(text), false);
+        found = lookUpReferenceCode(this, text);
+    }
     switch (found.kind) {
     case CodeKind::Nothing:
         if (!text.isEmpty()) {
@@ -378,16 +455,13 @@ void IncomeInvoiceWindow::on_codeLineEdit_returnPressed()
         addProduct(found.wareid, found.packQuantity);
         break;
     case CodeKind::NotFound:
-        playSound(Sound::NotFound);
-        showScan(tr("Не найдено: %1").arg(text), false);
         break;
     case CodeKind::Failed:
         playSound(Sound::NotFound);
         showScan(tr("Ошибка базы данных при поиске кода %1").arg(text), false);
         break;
     }
-    m_ui->codeLineEdit->setFocus();
-    m_ui->codeLineEdit->selectAll();
+    focusCodeField();
 }
 
 void IncomeInvoiceWindow::addProduct(qulonglong wareId, double packQuantity)
@@ -403,10 +477,12 @@ void IncomeInvoiceWindow::addProduct(qulonglong wareId, double packQuantity)
 bool IncomeInvoiceWindow::enterLine(const ReceiptRequest &request)
 {
     QuantityRestDialog dialog(request, this);
-    if (dialog.loadState() == LoadState::Loaded)
+    if (dialog.loadState() == LoadState::Loaded) {
         playSound(Sound::Found);
-    else
+        showScan(tr("%1 %2").arg(dialog.product().article, dialog.product().name).trimmed(), true);
+    } else {
         playSound(Sound::NotFound);
+    }
     const bool accepted = dialog.exec() == QDialog::Accepted;
     if (accepted) {
         showScan(tr("%1 %2, в приходе: %3 %4")
@@ -418,8 +494,7 @@ bool IncomeInvoiceWindow::enterLine(const ReceiptRequest &request)
         showScan(tr("Наименование %1 не найдено").arg(request.wareid), false);
     }
     refreshReceipt();
-    m_ui->codeLineEdit->setFocus();
-    m_ui->codeLineEdit->selectAll();
+    focusCodeField();
     return accepted;
 }
 
@@ -441,11 +516,13 @@ void IncomeInvoiceWindow::on_namefilterLineEdit_returnPressed()
 void IncomeInvoiceWindow::on_groupfilterComboBox_activated(int)
 {
     refreshProducts();
+    focusCodeField();
 }
 
 void IncomeInvoiceWindow::on_brandfilterComboBox_activated(int)
 {
     refreshProducts();
+    focusCodeField();
 }
 
 void IncomeInvoiceWindow::on_ratioCheckBox_toggled(bool)
@@ -534,7 +611,7 @@ void IncomeInvoiceWindow::on_applyIncomeInvoicePushButton_clicked()
         return;
     postReceipt(choice == 0 ? PaymentType::Cash : PaymentType::Cashless);
     refreshAll();
-    m_ui->codeLineEdit->setFocus();
+    focusCodeField();
 }
 
 PostingResult IncomeInvoiceWindow::postReceipt(PaymentType paymentType)
@@ -635,6 +712,7 @@ void IncomeInvoiceWindow::refreshReceipt()
         return;
     view->resizeColumnsToContents();
     view->setColumnWidth(1, 0);
+    fitColumn(view, nameColumn);
     place.restore();
     showTotals();
 }
@@ -668,7 +746,10 @@ void IncomeInvoiceWindow::refreshProducts()
     if (!m_productColumnsSized && m_products->rowCount() > 0) {
         m_productColumnsSized = true;
         view->resizeColumnsToContents();
-        view->horizontalHeader()->restoreState(QSettings().value(productTableKey).toByteArray());
+        view->setColumnHidden(1, true);
+        if (!view->horizontalHeader()->restoreState(
+                QSettings().value(productTableKey).toByteArray()))
+            fitColumn(view, nameColumn);
     }
     view->setColumnHidden(1, true);
     place.restore();
@@ -705,6 +786,6 @@ void IncomeInvoiceWindow::showScan(const QString &text, bool found)
                             QStringLiteral("</qt>"));
     QPalette colours = palette();
     if (!found)
-        colours.setColor(QPalette::WindowText, QColor(200, 40, 30));
+        colours.setColor(QPalette::WindowText, warningTextColor(colours));
     m_scanLabel->setPalette(colours);
 }

@@ -10,6 +10,7 @@
 #include "income/posting.h"
 
 class ColorSqlQueryModel;
+class QKeyEvent;
 class QLabel;
 class QModelIndex;
 class QTableView;
@@ -91,7 +92,9 @@ private:
     /// field back to the scanner.
     void addProduct(qulonglong wareId, double packQuantity);
     bool enterLine(const ReceiptRequest &request);
-    void forwardToCodeField(QEvent *event);
+    void guardCodeField();
+    void focusCodeField();
+    bool filterMultiplierKey(const QKeyEvent &key, bool isReturn, bool isText);
     QList<qulonglong> selectedProductIds() const;
     QTableView *focusedTable() const;
 
@@ -106,7 +109,11 @@ private:
     QLabel *m_connectionLabel = nullptr;
     QTimer m_filterTimer;
     QTimer m_timer;
-    SqlRow m_signature; ///< of the working list at the last refresh
+    SqlRow m_signature;        ///< of the working list at the last refresh
+    QString m_multiplierTyped; ///< since the multiplier has the focus
+    int m_multiplierBefore = 1;
+    bool m_codeTaken =
+        false; ///< the text of the code field was looked up, the next one replaces it
     bool m_ready = false;
     bool m_busy = false; ///< a posting or a recomputation runs
     bool m_online = true;

@@ -46,8 +46,8 @@ ReceiptPosting::ReceiptPosting(QWidget *parent, const QString &connectionName)
 PostingResult ReceiptPosting::post(PaymentType paymentType, const PostingCallbacks &callbacks)
 {
     PostingResult result;
-    if (!readAlerts())
-        return failed(result, PostingOutcome::Failed, failureText());
+    if (!readAlerts()) // with a parent the user has been told
+        return failed(result, PostingOutcome::Failed, m_parent ? QString() : failureText());
     const std::optional<qulonglong> reportId =
         Session::instance().nextReportId(nullptr, m_connectionName);
     if (!reportId)

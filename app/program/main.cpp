@@ -5,6 +5,7 @@
 #include "widgets/messagebox.h"
 
 #include <QApplication>
+#include <QFont>
 #include <QIcon>
 #include <QLibraryInfo>
 #include <QLocale>
@@ -20,6 +21,17 @@ void installQtTranslation(QTranslator &translator)
     if (translator.load(QStringLiteral("qtbase_ru"),
                         QLibraryInfo::path(QLibraryInfo::TranslationsPath)))
         QCoreApplication::installTranslator(&translator);
+}
+
+/// The interface font size of the settings, also for the dialogs before the main window.
+void applyFontSize()
+{
+    const int points = Settings::instance().intValue(SettingsKey::FontSize);
+    if (points <= 0)
+        return;
+    QFont font = QApplication::font();
+    font.setPointSize(points);
+    QApplication::setFont(font);
 }
 
 } // namespace
@@ -43,6 +55,7 @@ int main(int argc, char *argv[])
     QApplication::setWindowIcon(QIcon(QStringLiteral(":/images/lavkor.svg")));
     installMessageBox();
     Settings::instance().load(settingsFilePath());
+    applyFontSize();
 
     auto window = std::make_unique<IncomeInvoiceWindow>();
     window->show();

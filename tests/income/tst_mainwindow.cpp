@@ -110,6 +110,7 @@ private slots:
     void wrongInput_neverBlocksTheNextScan();
     void secondScanOfAProduct_changesItsLine();
     void filters_narrowTheProducts();
+    void scansFindTheCodeField();
     void extendedColumns_comeAndGo();
     void deletedLines_areGone();
     void otherStation_isSeenByTheTimer();
@@ -167,6 +168,7 @@ void TestMainWindow::init()
     QFETCH_GLOBAL(Dialect, dialect);
     m_dialect = dialect;
     m_home = std::make_unique<TestHome>();
+    m_boxes.reset(); // of a case that ended before its time
     m_boxes = std::make_unique<QueuedBoxes>();
     m_steps = std::make_unique<DialogSteps>();
     QSettings().clear();
@@ -400,6 +402,48 @@ void TestMainWindow::filters_narrowTheProducts()
     brands->setCurrentIndex(0);
     child<QAction>("showDisabledProductsAction")->trigger();
     QCOMPARE(rows("warehouseTableView"), 3);
+}
+
+/// A scanner knows nothing of the focus: its keys arrive wherever that is.
+void TestMainWindow::scansFindTheCodeField()
+{
+    auto *field = child<QLineEdit>("codeLineEdit");
+    const auto scanAtFocus = [&](const QString &code) {
+        for (const QChar c : code)
+            QTest::keyClick(QApplication::focusWidget(), c.toLatin1());
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Return);
+    };
+    const QList<QWidget *> places = {child<QTableView>("incomeinvoiceTableView"),
+                                     child<QTableView>("warehouseTableView"),
+                                     child<QComboBox>("groupfilterComboBox"),
+                                     child<QComboBox>("brandfilterComboBox"),
+                                     child<QCheckBox>("ratioCheckBox"),
+                                     child<QCheckBox>("incostCheckBox"),
+                                     child<QPushButton>("lockPushButton"),
+                                     child<QPushButton>("applyIncomeInvoicePushButton"),
+                                     child<QSpinBox>("multiplierSpinBox"),
+                                     field};
+    int expected = 0;
+    for (QWidget *place : places) {
+        activate();
+        place->setFocus(Qt::MouseFocusReason);
+        if (place == field)
+            QTest::mouseClick(field, Qt::LeftButton); // takes the selection away
+        accept();
+        scanAtFocus("4600000000015");
+        QCOMPARE(field->text(), "4600000000015");
+        QCOMPARE(cell("incomeinvoiceTableView", 0, "Кол-во"), QString::number(++expected));
+        QCOMPARE(child<QSpinBox>("multiplierSpinBox")->value(), 1);
+    }
+    // A multiplier can be typed all the same.
+    activate();
+    auto *multiplier = child<QSpinBox>("multiplierSpinBox");
+    multiplier->setFocus();
+    multiplier->selectAll();
+    QTest::keyClicks(multiplier, "12");
+    QTest::keyClick(multiplier, Qt::Key_Return);
+    QCOMPARE(multiplier->value(), 12);
+    QCOMPARE(QApplication::focusWidget(), field);
 }
 
 void TestMainWindow::extendedColumns_comeAndGo()
