@@ -10,7 +10,8 @@ ScratchDatabase &KeptShops::open(Dialect dialect, const QString &connectionName)
     if (isNew)
         kept = std::make_unique<ScratchDatabase>(dialect);
     bool ready = kept->open(connectionName) && (!isNew || shop::create(connectionName));
-    for (const char *table : {"warehouse", "codes", "incomeinvoice", "changeoutcostinfo"})
+    for (const char *table : {"warehouse", "codes", "articles", "alerts", "cart", "incomeinvoice",
+                              "income", "incomereports", "changeoutcostinfo", "`groups`", "brands"})
         ready = ready && QueryExec(nullptr, QLatin1String("DELETE FROM ") + QLatin1String(table),
                                    connectionName);
     ready =

@@ -13,7 +13,7 @@ class KeptShops
 {
 public:
     /// Connects to the shop that belongs to a dialect and a connection name, emptied of products
-    /// and all that hangs on them. A failure is fatal.
+    /// and receipts and all that hangs on them. A failure is fatal.
     ScratchDatabase &open(Dialect dialect, const QString &connectionName = mainConnection);
 
 private:

@@ -6,9 +6,9 @@
 #include "db/session.h"
 #include "db/sqltext.h"
 #include "income/incomeinvoicewindow.h"
+#include "keptshops.h"
 #include "tests/support/dialogsteps.h"
 #include "tests/support/queuedboxes.h"
-#include "tests/support/scratchdatabase.h"
 #include "tests/support/servers.h"
 #include "tests/support/shop.h"
 #include "tests/support/testhome.h"
@@ -83,7 +83,8 @@ private:
     Dialect m_dialect = Dialect::Sqlite;
     std::unique_ptr<TestHome> m_home;
     std::unique_ptr<QueuedBoxes> m_boxes;
-    std::unique_ptr<ScratchDatabase> m_database;
+    KeptShops m_shops;
+    ScratchDatabase *m_database = nullptr;
     std::unique_ptr<IncomeInvoiceWindow> m_window;
     std::unique_ptr<DialogSteps> m_steps;
     QStringList m_sounds;
@@ -113,12 +114,10 @@ void TestMainWindow::init()
     m_sounds.clear();
     setSoundHandler([this](Sound sound) { m_sounds += sound == Sound::Found ? "+" : "-"; });
 
-    m_database = std::make_unique<ScratchDatabase>(dialect);
-    QVERIFY(m_database->open("filling"));
-    QVERIFY(shop::create("filling"));
-    QVERIFY(Session::instance().logIn(nullptr, "admin", "", "filling") ==
-            LoginResult::PasswordNeeded);
-    QVERIFY(Session::instance().setPassword(nullptr, "secret", "filling"));
+    m_database = &m_shops.open(dialect, "filling");
+    // A shop that is new to this run has no password yet.
+    if (Session::instance().logIn(nullptr, "admin", "", "filling") == LoginResult::PasswordNeeded)
+        QVERIFY(Session::instance().setPassword(nullptr, "secret", "filling"));
     QVERIFY(QueryExec(nullptr,
                       "INSERT INTO `groups`(id,parent,name) "
                       "VALUES('1','0','Еда'),('2','1','Молоко'),('3','0','Мебель')",
@@ -150,7 +149,6 @@ void TestMainWindow::cleanup()
     QVERIFY(m_boxes->verify());
     setSoundHandler({});
     m_steps.reset();
-    m_database.reset();
     m_boxes.reset();
     Settings::instance().reset();
     m_home.reset();

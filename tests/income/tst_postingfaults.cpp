@@ -6,8 +6,8 @@
 #include "db/session.h"
 #include "db/transaction.h"
 #include "income/posting.h"
+#include "keptshops.h"
 #include "tests/support/cuttingproxy.h"
-#include "tests/support/scratchdatabase.h"
 #include "tests/support/servers.h"
 #include "tests/support/shop.h"
 #include "tests/support/testhome.h"
@@ -90,7 +90,8 @@ private:
 
     Dialect m_dialect = Dialect::Sqlite;
     std::unique_ptr<TestHome> m_home;
-    std::unique_ptr<ScratchDatabase> m_database;
+    KeptShops m_shops;
+    ScratchDatabase *m_database = nullptr;
     int m_statements = 0; ///< of an undisturbed posting
     QString m_before;
     QString m_after;
@@ -106,16 +107,13 @@ void TestPostingFaults::init()
     QFETCH_GLOBAL(Dialect, dialect);
     m_dialect = dialect;
     m_home = std::make_unique<TestHome>();
-    m_database = std::make_unique<ScratchDatabase>(dialect);
-    QVERIFY(m_database->open());
-    QVERIFY(shop::create());
+    m_database = &m_shops.open(dialect);
     QVERIFY(Session::instance().loadOptions(nullptr, mainConnection));
     learnBothEnds();
 }
 
 void TestPostingFaults::cleanup()
 {
-    m_database.reset();
     Session::instance().reset();
     m_home.reset();
 }
