@@ -101,9 +101,24 @@ QStringList setupStatements(Dialect dialect)
     return {};
 }
 
+/// Whether the connection is as secret as its TLS keys ask for: with a server that offers no TLS
+/// MySQL's client library goes on in clear text without a word.
+bool isSecretEnough(const QSqlDatabase &database)
+{
+    if (!database.connectOptions().contains(QLatin1String("SSL_")))
+        return true;
+    QSqlQuery query(database);
+    return query.exec(QStringLiteral("SHOW STATUS LIKE 'Ssl_cipher'")) && query.next() &&
+           !query.value(1).toString().isEmpty();
+}
+
 bool setUpSession(QSqlDatabase &database, const QString &connectionName, QString &error)
 {
     const Dialect dialect = dialectOf(connectionName);
+    if (dialect == Dialect::MySql && !isSecretEnough(database)) {
+        error = tr("Сервер не шифрует соединение, хотя для него указаны ключи TLS.");
+        return false;
+    }
     for (const QString &statement : setupStatements(dialect)) {
         QSqlQuery query(database);
         if (!query.exec(statement)) {

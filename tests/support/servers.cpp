@@ -276,6 +276,7 @@ bool TestServers::launch(Dialect dialect)
                    QStringLiteral("--innodb-flush-method=nosync")};
         if (geteuid() == 0)
             command += QStringLiteral("--user=root");
+        command += m_mariaDbOptions;
     } else {
         command = postgreSqlCommand(QStringLiteral("postgres")) +
                   QStringList{QStringLiteral("-D"), directory + QStringLiteral("/data"),
@@ -357,6 +358,12 @@ void TestServers::restart(Dialect dialect)
 {
     stop(dialect);
     start(dialect);
+}
+
+void TestServers::restartMariaDb(const QStringList &options)
+{
+    m_mariaDbOptions = options;
+    restart(Dialect::MySql);
 }
 
 void TestServers::killClients(Dialect dialect)
