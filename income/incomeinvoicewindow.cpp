@@ -50,16 +50,21 @@ constexpr int filterDelayMs = 150; ///< typing goes on before the list is read a
 constexpr int shortestBarcode = 8; ///< digits
 constexpr int maxTimerRest = 30;   ///< seconds between two looks for a lost server
 
-constexpr int nameColumn = 3; ///< in both tables
-constexpr int leastNameWidth = 160;
+constexpr int nameColumn = 3;      ///< in both tables
+constexpr int leastNameSigns = 20; ///< that must stay legible of a name
 
-/// Takes from a wide column what the table lacks to show all its columns.
-void fitColumn(QTableView *view, int column)
+/// Takes from the column of names what the table lacks to show all its columns up to the last one
+/// that matters.
+void fitNames(QTableView *view, int lastColumn)
 {
     const QHeaderView *header = view->horizontalHeader();
-    const int missing = header->length() - view->viewport()->width();
+    const int end = header->sectionPosition(lastColumn) + header->sectionSize(lastColumn);
+    const int missing = end - view->viewport()->width();
+    const int least = view->fontMetrics().averageCharWidth() * leastNameSigns;
     if (missing > 0)
-        view->setColumnWidth(column, qMax(leastNameWidth, view->columnWidth(column) - missing));
+        view->setColumnWidth(nameColumn,
+                             qMin(view->columnWidth(nameColumn),
+                                  qMax(least, view->columnWidth(nameColumn) - missing)));
 }
 
 const QString geometryKey = QStringLiteral("incomegeometry");
@@ -243,6 +248,33 @@ void IncomeInvoiceWindow::applyFontSize()
     setFont(larger);
     for (QTableView *view : {m_ui->incomeinvoiceTableView, m_ui->warehouseTableView})
         view->verticalHeader()->setDefaultSectionSize(view->fontMetrics().height() + 8);
+}
+
+void IncomeInvoiceWindow::fitReceiptNames()
+{
+    // When a line was added matters least.
+    if (isVisible() && m_receipt->columnCount() > 1)
+        fitNames(m_ui->incomeinvoiceTableView, m_receipt->columnCount() - 2);
+}
+
+void IncomeInvoiceWindow::fitProductNames()
+{
+    // Widths that the user has set are left alone.
+    if (isVisible() && m_productColumnsSized && !m_productColumnsKept)
+        fitNames(m_ui->warehouseTableView, m_products->columnCount() - 1);
+}
+
+void IncomeInvoiceWindow::showEvent(QShowEvent *event)
+{
+    QMainWindow::showEvent(event);
+    // Only now the tables know their room.
+    QMetaObject::invokeMethod(
+        this,
+        [this] {
+            fitReceiptNames();
+            fitProductNames();
+        },
+        Qt::QueuedConnection);
 }
 
 void IncomeInvoiceWindow::closeEvent(QCloseEvent *event)
@@ -712,7 +744,7 @@ void IncomeInvoiceWindow::refreshReceipt()
         return;
     view->resizeColumnsToContents();
     view->setColumnWidth(1, 0);
-    fitColumn(view, nameColumn);
+    fitReceiptNames();
     place.restore();
     showTotals();
 }
@@ -747,9 +779,9 @@ void IncomeInvoiceWindow::refreshProducts()
         m_productColumnsSized = true;
         view->resizeColumnsToContents();
         view->setColumnHidden(1, true);
-        if (!view->horizontalHeader()->restoreState(
-                QSettings().value(productTableKey).toByteArray()))
-            fitColumn(view, nameColumn);
+        m_productColumnsKept = view->horizontalHeader()->restoreState(
+            QSettings().value(productTableKey).toByteArray());
+        fitProductNames();
     }
     view->setColumnHidden(1, true);
     place.restore();

@@ -38,6 +38,7 @@ public:
     PostingResult postReceipt(PaymentType paymentType);
 
 protected:
+    void showEvent(QShowEvent *event) override;
     void closeEvent(QCloseEvent *event) override;
     bool eventFilter(QObject *watched, QEvent *event) override;
 
@@ -92,6 +93,8 @@ private:
     /// field back to the scanner.
     void addProduct(qulonglong wareId, double packQuantity);
     bool enterLine(const ReceiptRequest &request);
+    void fitReceiptNames();
+    void fitProductNames();
     void guardCodeField();
     void focusCodeField();
     bool filterMultiplierKey(const QKeyEvent &key, bool isReturn, bool isText);
@@ -119,6 +122,7 @@ private:
     bool m_online = true;
     bool m_checkpointDue = false; ///< a posting has filled SQLite's log
     bool m_productColumnsSized = false;
-    int m_timerRest = 0;  ///< seconds that the timer still keeps still after a failure
-    int m_timerDelay = 0; ///< how long it rests after the next failure
+    bool m_productColumnsKept = false; ///< sized by the user in an earlier run
+    int m_timerRest = 0;               ///< seconds that the timer still keeps still after a failure
+    int m_timerDelay = 0;              ///< how long it rests after the next failure
 };
