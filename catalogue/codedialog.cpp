@@ -138,8 +138,7 @@ bool CodeDialog::save()
     // The field takes what a scanner fires into it as a whole, so that it can be told from a
     // number.
     const bool isMistaken =
-        packQuantity->isChanged() &&
-        (packQuantity->exact() > largestPackQuantity || looksLikeBarcode(packQuantity->text()));
+        packQuantity->isChanged() && packQuantity->exact() > largestPackQuantity;
     if (!packQuantity->hasAcceptableInput() || packQuantity->exact() <= 0 || isMistaken) {
         showInformation(this, tr("Пожалуйста, введите количество в упаковке."));
         packQuantity->setFocus();
