@@ -41,7 +41,7 @@ private slots:
     void busyFile_endsWithAnError();
     void killedConnection_isReopenedSilently();
     void connectionLostOnEveryTry_doesNotSpin();
-    void statementThatEndsItsConnection_doesNotSpin();
+    void connectionLostOnEveryTry_doesNotSpin();
     void stoppedServer_asksAndGoesOn();
     void lossInsideTransaction_refusesTheRest();
     void errorInsideTransaction_neverCommitsHalf();
