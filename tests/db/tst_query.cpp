@@ -41,7 +41,6 @@ private slots:
     void busyFile_endsWithAnError();
     void killedConnection_isReopenedSilently();
     void connectionLostOnEveryTry_doesNotSpin();
-    void connectionLostOnEveryTry_doesNotSpin();
     void stoppedServer_asksAndGoesOn();
     void lossInsideTransaction_refusesTheRest();
     void errorInsideTransaction_neverCommitsHalf();
