@@ -1,0 +1,37 @@
+#pragma once
+
+#include <QDialog>
+#include <QElapsedTimer>
+#include <QPointer>
+#include <QTimer>
+
+#include <deque>
+#include <functional>
+
+/// Serves modal dialogs one after another: each step runs once a dialog of its class is open.
+class DialogSteps
+{
+public:
+    DialogSteps();
+
+    /// Queues a step for the next dialog of a class.
+    void add(const char *className, std::function<void(QDialog *)> step);
+
+    /// Whether every step found its dialog and none had to be dismissed because it was stuck.
+    bool allServed() const;
+
+private:
+    void serve();
+
+    struct Step
+    {
+        const char *className;
+        std::function<void(QDialog *)> step;
+    };
+    QTimer m_timer;
+    std::deque<Step> m_steps;
+    QPointer<QDialog> m_served;
+    QPointer<QDialog> m_waiting;
+    QElapsedTimer m_since;
+    bool m_stuck = false;
+};
