@@ -118,8 +118,8 @@ bool isSecretEnough(const QSqlDatabase &database)
 }
 
 /// In a cluster the node may lag behind the others: a line just added there, or the receipt that
-/// this station posted before it was sent to another node, would not be seen. Reads wait until the
-/// node has caught up.
+/// this station posted before it was sent to another node, would not be seen. Reads, UPDATE and
+/// DELETE wait until the node has caught up.
 bool waitForCluster(QSqlDatabase &database, QString &error)
 {
     // A server that does not know the variable is no node of a cluster.
@@ -127,7 +127,7 @@ bool waitForCluster(QSqlDatabase &database, QString &error)
     if (!query.exec(QStringLiteral("SHOW VARIABLES LIKE 'wsrep_on'")) || !query.next() ||
         query.value(1).toString() != QLatin1String("ON"))
         return true;
-    if (query.exec(QStringLiteral("SET SESSION wsrep_sync_wait=1")))
+    if (query.exec(QStringLiteral("SET SESSION wsrep_sync_wait=3")))
         return true;
     error = query.lastError().text();
     return false;

@@ -465,7 +465,7 @@ void TestReceiptLine::pricesOfALineThatIsGone_areTold()
     shop::addLine({.wareId = 11, .quantity = 5, .incost = 10, .outcost = 20});
     for (const double outcost : {20.0, 25.0}) {
         ReceiptEntry entry;
-        QVERIFY(load(entry, {.wareid = 11, .editLine = true}));
+        QVERIFY(load(entry, {.wareid = 11, .addedQuantity = 0}));
         setStatementObserver([&](const QString &sqlText, const QString &) {
             if (sqlText.startsWith("UPDATE incomeinvoice SET incost") && outcost == 25)
                 rows("DELETE FROM incomeinvoice");
