@@ -1,7 +1,7 @@
 #include "app/settings.h"
 
 #include "app/configdir.h"
-#include "app/logging.h"
+#include "app/messages.h"
 
 #include <QCoreApplication>
 #include <QFile>
@@ -146,7 +146,7 @@ Settings &Settings::instance()
     return settings;
 }
 
-Settings::LoadResult Settings::load(const QString &path)
+Settings::LoadResult Settings::load(const QString &path, bool showBox)
 {
     reset();
     m_path = path;
@@ -172,10 +172,13 @@ Settings::LoadResult Settings::load(const QString &path)
     m_connections = {localConnection()};
     const QString kept = setAside(path);
     m_setAsideFirst = kept.isEmpty();
-    logMessage(tr("Файл настроек %1 не читается (%2). Действуют настройки по умолчанию. %3")
-                   .arg(path, fault,
-                        m_setAsideFirst ? tr("Файл остался на месте.")
-                                        : tr("Файл сохранён как %1.").arg(kept)));
+    showWarning(nullptr,
+                tr("Файл настроек %1 не читается (%2). Действуют настройки по умолчанию, "
+                   "подключения к базам данных нужно ввести заново. %3")
+                    .arg(path, fault,
+                         m_setAsideFirst ? tr("Повреждённый файл остался на месте.")
+                                         : tr("Повреждённый файл сохранён как %1.").arg(kept)),
+                showBox);
     return LoadResult::Broken;
 }
 

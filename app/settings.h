@@ -56,8 +56,9 @@ public:
 
     /// Replaces everything by the file's content and remembers the path for save(). A missing file
     /// leaves the defaults with the ready local connection. So does a broken or unreadable one,
-    /// which is kept beside as path + ".broken", and a log line tells its name and the line.
-    LoadResult load(const QString &path);
+    /// which is kept beside as path + ".broken"; a log line tells its name and the line, and with
+    /// showBox a box tells the user.
+    LoadResult load(const QString &path, bool showBox = false);
 
     /// Writes everything to the path of the last load(), readable by the owner only. Returns false
     /// and fills *error (if given) with a text for the user when the file could not be written.

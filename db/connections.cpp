@@ -11,6 +11,7 @@
 #include <QCoreApplication>
 #include <QDebug>
 #include <QFile>
+#include <QFileInfo>
 #include <QSqlDatabase>
 #include <QSqlDriver>
 #include <QSqlError>
@@ -262,15 +263,35 @@ bool createConnection(QWidget *parent, const ConnectionEntry &entry, const QStri
     connectionState(connectionName) = {};
     if (openConnection(connectionName))
         return true;
-    showWarning(
-        parent,
-        tr("Ошибка создания соединения: %1").arg(connectionState(connectionName).lastError));
+    QString reason = connectionState(connectionName).lastError;
+    if (dialect == Dialect::Sqlite) {
+        // SQLite's own words are the same for everything that stands in its way.
+        const QString fault = databaseFileFault(entry);
+        if (!fault.isEmpty())
+            reason = tr("%1 (%2)").arg(fault, reason);
+    }
+    showWarning(parent, tr("Ошибка создания соединения: %1").arg(reason));
     return false;
 }
 
 bool isDatabaseFileMissing(const ConnectionEntry &entry)
 {
     return dialectOfDbType(entry.dbtype) == Dialect::Sqlite && !QFile::exists(sqlitePath(entry));
+}
+
+QString databaseFileFault(const ConnectionEntry &entry)
+{
+    const QFileInfo file(sqlitePath(entry));
+    const QFileInfo directory(file.absolutePath());
+    const bool roomBeside = directory.isDir() && directory.isWritable(); // the log lies there too
+    if (!file.exists())
+        return roomBeside
+                   ? QString()
+                   : tr("В каталоге %1 нельзя создать файл базы данных.").arg(directory.filePath());
+    if (roomBeside && file.isWritable())
+        return {};
+    return tr("Файл базы данных %1 нельзя изменить. Проверьте права доступа к файлу и каталогу.")
+        .arg(file.filePath());
 }
 
 bool ensureConnectionOpen(QWidget *parent, const QString &connectionName)

@@ -17,6 +17,10 @@ bool createConnection(QWidget *parent, const ConnectionEntry &entry, const QStri
 /// Whether the entry names an SQLite file that is not there; opening it would make an empty one.
 bool isDatabaseFileMissing(const ConnectionEntry &entry);
 
+/// Why the file of an SQLite entry cannot be created or written, in words for the user; empty when
+/// nothing stands in the way.
+QString databaseFileFault(const ConnectionEntry &entry);
+
 /// Makes sure that a connection is open. While it cannot be opened, the user is asked whether to
 /// try again; false when the user gives up, or at once without a parent.
 bool ensureConnectionOpen(QWidget *parent, const QString &connectionName);

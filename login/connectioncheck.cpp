@@ -29,12 +29,9 @@ bool checkConnection(QWidget *parent, const ConnectionEntry &entry)
     if (dialectOfDbType(entry.dbtype) == Dialect::Sqlite) {
         ensureConfigDir();
         const QFileInfo file(sqliteFilePath(entry));
-        const QFileInfo directory(file.absolutePath());
         if (!file.exists()) {
-            if (!directory.isDir() || !directory.isWritable()) {
-                showWarning(
-                    parent,
-                    tr("В каталоге %1 нельзя создать файл базы данных.").arg(directory.filePath()));
+            if (const QString fault = databaseFileFault(entry); !fault.isEmpty()) {
+                showWarning(parent, fault);
                 return false;
             }
             showInformation(parent,

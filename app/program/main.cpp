@@ -60,7 +60,8 @@ int main(int argc, char *argv[])
     installQtTranslation(qtTranslator);
     QApplication::setWindowIcon(QIcon(QStringLiteral(":/images/lavkor.svg")));
     installMessageBox();
-    Settings::instance().load(settingsFilePath());
+    const bool showBox = true;
+    Settings::instance().load(settingsFilePath(), showBox);
     applyFontSize();
 
     auto window = std::make_unique<IncomeInvoiceWindow>();

@@ -1,4 +1,5 @@
 #include "app/configdir.h"
+#include "app/messages.h"
 #include "app/settings.h"
 
 #include <QDir>
@@ -55,6 +56,7 @@ private slots:
     void connectionsOfOneName_areToldApart();
     void brokenFile_isKeptAndReported_data();
     void brokenFile_isKeptAndReported();
+    void brokenFile_isShownAtTheStart();
     void brokenFiles_neverReplaceEachOther();
     void unwritableDirectory_isReported();
 
@@ -226,6 +228,28 @@ void TestSettings::brokenFile_isKeptAndReported()
 
     QVERIFY(settings.save());
     QCOMPARE(settings.load(m_path), Settings::LoadResult::Loaded);
+}
+
+void TestSettings::brokenFile_isShownAtTheStart()
+{
+    QStringList boxes;
+    const BoxHandler former = setBoxHandler([&boxes](QWidget *, const BoxRequest &request) {
+        boxes += request.text;
+        return 0;
+    });
+    Settings settings;
+    const bool showBox = true;
+    settings.load(m_path, showBox); // a first start says nothing
+    QVERIFY(boxes.isEmpty());
+    QVERIFY(writeFile(m_path, "<settings>\n<connection>"));
+    settings.load(m_path, showBox);
+    setBoxHandler(former);
+    QCOMPARE(boxes.size(), 1);
+    QVERIFY2(boxes.first().startsWith(QStringLiteral("Файл настроек ") + m_path) &&
+                 boxes.first().contains(QStringLiteral("строка 2")) &&
+                 boxes.first().endsWith(QStringLiteral("сохранён как ") + m_path +
+                                        QStringLiteral(".broken.")),
+             qPrintable(boxes.first()));
 }
 
 void TestSettings::brokenFiles_neverReplaceEachOther()
