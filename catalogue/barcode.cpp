@@ -7,6 +7,12 @@
 namespace {
 
 const QString firstInternalCode = QStringLiteral("2000000000008");
+constexpr int shortestBarcode = 8;
+
+bool isAllDigits(const QString &text)
+{
+    return std::all_of(text.begin(), text.end(), [](QChar c) { return c >= u'0' && c <= u'9'; });
+}
 
 } // namespace
 
@@ -23,8 +29,12 @@ int ean13CheckDigit(const QString &code)
 
 bool isInternalCode(const QString &code)
 {
-    return code.size() == 13 && code.startsWith(u'2') &&
-           std::all_of(code.begin(), code.end(), [](QChar c) { return c >= u'0' && c <= u'9'; });
+    return code.size() == 13 && code.startsWith(u'2') && isAllDigits(code);
+}
+
+bool looksLikeBarcode(const QString &text)
+{
+    return text.size() >= shortestBarcode && isAllDigits(text);
 }
 
 QString nextInternalCode(const QString &maxCode)

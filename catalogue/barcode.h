@@ -14,6 +14,10 @@ int ean13CheckDigit(const QString &code);
 /// Whether a text is an internal (in-store) code: 13 decimal digits, the first of them 2.
 bool isInternalCode(const QString &code);
 
+/// Whether a text typed into a number field is rather what a scanner fires into whatever field has
+/// the focus: digits and nothing else, as many as the shortest barcode has.
+bool looksLikeBarcode(const QString &text);
+
 /// The internal code after the largest one in use; the first one for an empty text. An empty
 /// result: the text is not an internal code, or it was the last one of the range.
 QString nextInternalCode(const QString &maxCode);

@@ -7,6 +7,18 @@
 #include "db/query.h"
 #include "db/session.h"
 #include "db/sqltext.h"
+#include "widgets/plaintext.h"
+
+#include <QKeyEvent>
+
+#include <algorithm>
+
+namespace {
+
+constexpr double largestPackQuantity = 999999;
+const QString longestUsualCode = QStringLiteral("00000000000000"); ///< 14 digits, a box of goods
+
+} // namespace
 
 CodeDialog::CodeDialog(qulonglong id, qulonglong wareid, QWidget *parent)
     : QDialog(parent),
@@ -15,6 +27,8 @@ CodeDialog::CodeDialog(qulonglong id, qulonglong wareid, QWidget *parent)
       m_wareid(wareid)
 {
     m_ui->setupUi(this);
+    m_ui->codeLineEdit->installEventFilter(this);
+    showWholeCodes();
     if (m_id == 0) {
         setWindowTitle(tr("Новый штрих-код"));
     } else {
@@ -26,9 +40,34 @@ CodeDialog::CodeDialog(qulonglong id, qulonglong wareid, QWidget *parent)
         }
     }
     showProduct();
+    // Room for the lines of a long name.
+    const int fittingWidth = std::max(width(), minimumSizeHint().width());
+    resize(fittingWidth, std::max(height(), layout()->heightForWidth(fittingWidth)));
 }
 
 CodeDialog::~CodeDialog() = default;
+
+bool CodeDialog::eventFilter(QObject *watched, QEvent *event)
+{
+    if (watched == m_ui->codeLineEdit && event->type() == QEvent::KeyPress) {
+        const int key = static_cast<QKeyEvent *>(event)->key();
+        if (key == Qt::Key_Return || key == Qt::Key_Enter) {
+            // A scanner ends its code with Return: that must not save before the user has seen it.
+            m_ui->packquantityDoubleSpinBox->setFocus();
+            m_ui->packquantityDoubleSpinBox->selectAll();
+            return true;
+        }
+    }
+    return QDialog::eventFilter(watched, event);
+}
+
+/// Makes the code field wide enough for any usual code in the font of the settings.
+void CodeDialog::showWholeCodes()
+{
+    QLineEdit *field = m_ui->codeLineEdit;
+    field->setMinimumWidth(field->minimumSizeHint().width() +
+                           field->fontMetrics().horizontalAdvance(longestUsualCode));
+}
 
 qulonglong CodeDialog::id() const
 {
@@ -59,7 +98,8 @@ void CodeDialog::showProduct()
             ? QString()
             : QueryValue(this, "SELECT name FROM warehouse WHERE id='" + sql::id(m_wareid) + "';")
                   .toString();
-    m_ui->nameLabel->setText(name);
+    m_ui->nameLabel->setText(breakable(name));
+    m_ui->nameLabel->setToolTip(plainToolTip(name));
     m_ui->nameLabel->setVisible(!name.isEmpty());
 }
 
@@ -95,7 +135,11 @@ bool CodeDialog::save()
         return false;
     }
     NumberSpinBox *packQuantity = m_ui->packquantityDoubleSpinBox;
-    if (!packQuantity->hasAcceptableInput() || packQuantity->exact() <= 0) {
+    // The field takes what a scanner fires into it as a whole, so that it can be told from a
+    // number.
+    const bool isMistaken =
+        packQuantity->isChanged() && packQuantity->exact() > largestPackQuantity;
+    if (!packQuantity->hasAcceptableInput() || packQuantity->exact() <= 0 || isMistaken) {
         showInformation(this, tr("Пожалуйста, введите количество в упаковке."));
         packQuantity->setFocus();
         packQuantity->selectAll();

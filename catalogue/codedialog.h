@@ -21,6 +21,9 @@ public:
     /// The id of the row; after a new code was saved, the id that it got.
     qulonglong id() const;
 
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
 private slots:
     void on_generateCodeButton_clicked();
     void on_okPushButton_clicked();
@@ -29,6 +32,7 @@ private slots:
 private:
     bool load();
     void showProduct();
+    void showWholeCodes();
     bool save();
     bool insertRow();
     bool updateRow();

@@ -79,9 +79,14 @@ QStringList setupStatements(Dialect dialect)
 {
     switch (dialect) {
     case Dialect::Sqlite:
+        // A posting of thousands of lines touches pages all over the file: they must fit into the
+        // cache, and its COMMIT must not copy them back at once. checkpointWhenIdle() does that.
         return {QStringLiteral("PRAGMA busy_timeout=5000"),
-                QStringLiteral("PRAGMA journal_mode=WAL"),
-                QStringLiteral("PRAGMA foreign_keys=OFF")};
+                QStringLiteral("PRAGMA foreign_keys=OFF"),
+                QStringLiteral("PRAGMA cache_size=-49152"),
+                QStringLiteral("PRAGMA wal_autocheckpoint=16384"),
+                // Is it a database at all? Opening alone does not look into the file.
+                QStringLiteral("SELECT COUNT(*) FROM sqlite_master")};
     case Dialect::MySql:
         // A backslash in a name must stay a backslash and must not end the text; next-key locks
         // keep other stations from adding lines to a list that is being posted.
@@ -102,9 +107,40 @@ QStringList setupStatements(Dialect dialect)
     return {};
 }
 
+/// Whether the connection is as secret as its TLS keys ask for: with a server that offers no TLS
+/// MySQL's client library goes on in clear text without a word.
+bool isSecretEnough(const QSqlDatabase &database)
+{
+    if (!database.connectOptions().contains(QLatin1String("SSL_")))
+        return true;
+    QSqlQuery query(database);
+    return query.exec(QStringLiteral("SHOW STATUS LIKE 'Ssl_cipher'")) && query.next() &&
+           !query.value(1).toString().isEmpty();
+}
+
+/// In a cluster the node may lag behind the others: a line just added there, or the receipt that
+/// this station posted before it was sent to another node, would not be seen. Reads, UPDATE and
+/// DELETE wait until the node has caught up.
+bool waitForCluster(QSqlDatabase &database, QString &error)
+{
+    // A server that does not know the variable is no node of a cluster.
+    QSqlQuery query(database);
+    if (!query.exec(QStringLiteral("SHOW VARIABLES LIKE 'wsrep_on'")) || !query.next() ||
+        query.value(1).toString() != QLatin1String("ON"))
+        return true;
+    if (query.exec(QStringLiteral("SET SESSION wsrep_sync_wait=3")))
+        return true;
+    error = query.lastError().text();
+    return false;
+}
+
 bool setUpSession(QSqlDatabase &database, const QString &connectionName, QString &error)
 {
     const Dialect dialect = dialectOf(connectionName);
+    if (dialect == Dialect::MySql && !isSecretEnough(database)) {
+        error = tr("Сервер не шифрует соединение, хотя для него указаны ключи TLS.");
+        return false;
+    }
     for (const QString &statement : setupStatements(dialect)) {
         QSqlQuery query(database);
         if (!query.exec(statement)) {
@@ -113,7 +149,7 @@ bool setUpSession(QSqlDatabase &database, const QString &connectionName, QString
         }
     }
     if (dialect != Dialect::Sqlite)
-        return true;
+        return dialect != Dialect::MySql || waitForCluster(database, error);
     // No statement may be active while functions are registered.
     if (!registerSqliteFunctions(database)) {
         error = tr("Функции SQLite недоступны.");
@@ -206,7 +242,9 @@ bool createConnection(QWidget *parent, const ConnectionEntry &entry, const QStri
             database.setConnectOptions(
                 (options.isEmpty() ? QString() : options + u';') +
                 QStringLiteral("MYSQL_OPT_CONNECT_TIMEOUT=10;MYSQL_OPT_READ_TIMEOUT=120;"
-                               "MYSQL_OPT_WRITE_TIMEOUT=120"));
+                               "MYSQL_OPT_WRITE_TIMEOUT=120;"
+                               // Count rows that an UPDATE met, as the other databases do.
+                               "CLIENT_FOUND_ROWS=1"));
         } else if (dialect == Dialect::PostgreSql) {
             addServerConnection(database, entry);
             // A server that has gone without a word is given up after as long as on MySQL.

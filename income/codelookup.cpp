@@ -195,11 +195,6 @@ QStringList codeReadings(const QString &code)
     return readings;
 }
 
-bool looksLikeBarcode(const QString &text)
-{
-    return text.size() >= shortestCode && std::all_of(text.begin(), text.end(), isAsciiDigit);
-}
-
 CodeResult lookUpCode(QWidget *parent, const QString &text)
 {
     const QString code = cleanCode(text);

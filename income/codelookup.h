@@ -32,10 +32,6 @@ QString cleanCode(const QString &text);
 /// with digits not on the typewriter's; then only foreign digits are turned into ASCII ones.
 QStringList codeReadings(const QString &code);
 
-/// Whether a text typed into a number field is rather what a scanner fires into whatever field has
-/// the focus: digits and nothing else, as many as the shortest barcode has.
-bool looksLikeBarcode(const QString &text);
-
 /// Finds the product of a code or, for texts shorter than 8 characters, of a decimal product id.
 /// Every reading of the code is looked up until one is known.
 CodeResult lookUpCode(QWidget *parent, const QString &text);

@@ -2,9 +2,9 @@
 #include "ui_costdialog.h"
 
 #include "app/messages.h"
+#include "catalogue/barcode.h"
 #include "db/money.h"
 #include "db/session.h"
-#include "income/codelookup.h"
 #include "income/productprices.h"
 
 #include <QHeaderView>

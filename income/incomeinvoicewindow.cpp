@@ -9,6 +9,7 @@
 #include "db/session.h"
 #include "db/sqltext.h"
 #include "db/transaction.h"
+#include "income/codefieldguard.h"
 #include "income/codelookup.h"
 #include "income/colorsqlquerymodel.h"
 #include "income/costdialog.h"
@@ -26,12 +27,10 @@
 #include "widgets/sound.h"
 #include "widgets/tableplace.h"
 
-#include <QAbstractButton>
 #include <QApplication>
 #include <QClipboard>
 #include <QCloseEvent>
 #include <QDebug>
-#include <QKeyEvent>
 #include <QLabel>
 #include <QMenu>
 #include <QScopeGuard>
@@ -119,7 +118,7 @@ void IncomeInvoiceWindow::start()
 {
     fillFilters();
     refreshAll();
-    focusCodeField();
+    m_codeField->take();
 }
 
 bool IncomeInvoiceWindow::chooseConnection()
@@ -167,15 +166,17 @@ void IncomeInvoiceWindow::setUpTables()
 
 void IncomeInvoiceWindow::guardCodeField()
 {
-    // Wherever the focus is on the receipt page, but for the fields where people write.
-    const QList<QWidget *> widgets = m_ui->invoicePage->findChildren<QWidget *>();
-    for (QWidget *widget : widgets) {
-        const bool guarded = qobject_cast<QAbstractButton *>(widget) ||
-                             qobject_cast<QComboBox *>(widget) ||
-                             qobject_cast<QTableView *>(widget);
-        if (guarded || widget == m_ui->codeLineEdit || widget == m_ui->multiplierSpinBox)
-            widget->installEventFilter(this);
-    }
+    m_codeField =
+        new CodeFieldGuard(m_ui->codeLineEdit, m_ui->multiplierSpinBox, m_ui->invoicePage);
+    connect(m_codeField, &CodeFieldGuard::strayScan, this,
+            &IncomeInvoiceWindow::on_codeLineEdit_returnPressed);
+    connect(m_codeField, &CodeFieldGuard::rowEntered, this,
+            [this](QTableView *view, const QModelIndex &index) {
+                if (view == m_ui->warehouseTableView)
+                    on_warehouseTableView_doubleClicked(index);
+                else
+                    on_incomeinvoiceTableView_doubleClicked(index);
+            });
     // A whole barcode must be legible, also in a large font and a narrow window.
     m_ui->codeLineEdit->setMinimumWidth(m_ui->codeLineEdit->fontMetrics().averageCharWidth() * 17);
 }
@@ -290,77 +291,6 @@ void IncomeInvoiceWindow::closeEvent(QCloseEvent *event)
     QMainWindow::closeEvent(event);
 }
 
-void IncomeInvoiceWindow::focusCodeField()
-{
-    m_ui->codeLineEdit->setFocus();
-    m_ui->codeLineEdit->selectAll();
-    m_codeTaken = true;
-}
-
-bool IncomeInvoiceWindow::eventFilter(QObject *watched, QEvent *event)
-{
-    if (watched == m_ui->multiplierSpinBox && event->type() == QEvent::FocusIn) {
-        m_multiplierBefore = m_ui->multiplierSpinBox->value();
-        m_multiplierTyped.clear();
-    }
-    if (event->type() != QEvent::KeyPress)
-        return QMainWindow::eventFilter(watched, event);
-    const auto *key = static_cast<QKeyEvent *>(event);
-    const bool isReturn = key->key() == Qt::Key_Return || key->key() == Qt::Key_Enter;
-    const bool unmodified = !(key->modifiers() & ~(Qt::ShiftModifier | Qt::KeypadModifier));
-    const bool isText = unmodified && !key->text().isEmpty() && key->text().at(0).isPrint();
-
-    if (watched == m_ui->codeLineEdit) {
-        // What was looked up already is replaced by the next scan, wherever the cursor stands;
-        // only who moves the cursor wants to correct it.
-        if (isText && m_codeTaken)
-            m_ui->codeLineEdit->selectAll();
-        if (!isReturn && !key->text().isEmpty())
-            m_codeTaken = false;
-        return false;
-    }
-    if (watched == m_ui->multiplierSpinBox)
-        return filterMultiplierKey(*key, isReturn, isText);
-    if (isReturn) {
-        auto *view = qobject_cast<QTableView *>(watched);
-        if (view && view->currentIndex().isValid()) {
-            if (view == m_ui->warehouseTableView)
-                on_warehouseTableView_doubleClicked(view->currentIndex());
-            else
-                on_incomeinvoiceTableView_doubleClicked(view->currentIndex());
-        }
-        return view != nullptr;
-    }
-    // A scan while a table, a choice or a button has the focus belongs into the code field, not
-    // into the search of a list, whose Return would take whatever stands there.
-    if (isText && key->key() != Qt::Key_Space) {
-        focusCodeField();
-        QCoreApplication::sendEvent(m_ui->codeLineEdit, event);
-        return true;
-    }
-    return QMainWindow::eventFilter(watched, event);
-}
-
-bool IncomeInvoiceWindow::filterMultiplierKey(const QKeyEvent &key, bool isReturn, bool isText)
-{
-    if (isText)
-        m_multiplierTyped += key.text();
-    if (!isReturn)
-        return false;
-    const QString typed = std::exchange(m_multiplierTyped, {});
-    // More digits than any multiplier has: a scan that went astray.
-    if (typed.size() >= shortestBarcode) {
-        m_ui->multiplierSpinBox->setValue(m_multiplierBefore);
-        focusCodeField();
-        m_ui->codeLineEdit->setText(typed);
-        on_codeLineEdit_returnPressed();
-    } else {
-        m_ui->multiplierSpinBox->interpretText();
-        focusCodeField();
-    }
-    return true;
-}
-
 void IncomeInvoiceWindow::on_exitAction_triggered()
 {
     close();
@@ -383,7 +313,7 @@ void IncomeInvoiceWindow::on_deletewareAction_triggered()
             break; // reported; the rest would fail alike
     }
     refreshReceipt();
-    focusCodeField();
+    m_codeField->take();
 }
 
 void IncomeInvoiceWindow::on_increaseMultiplierAction_triggered()
@@ -493,7 +423,7 @@ void IncomeInvoiceWindow::on_codeLineEdit_returnPressed()
         showScan(tr("Ошибка базы данных при поиске кода %1").arg(text), false);
         break;
     }
-    focusCodeField();
+    m_codeField->take();
 }
 
 void IncomeInvoiceWindow::addProduct(qulonglong wareId, double packQuantity)
@@ -526,7 +456,7 @@ bool IncomeInvoiceWindow::enterLine(const ReceiptRequest &request)
         showScan(tr("Наименование %1 не найдено").arg(request.wareid), false);
     }
     refreshReceipt();
-    focusCodeField();
+    m_codeField->take();
     return accepted;
 }
 
@@ -548,13 +478,13 @@ void IncomeInvoiceWindow::on_namefilterLineEdit_returnPressed()
 void IncomeInvoiceWindow::on_groupfilterComboBox_activated(int)
 {
     refreshProducts();
-    focusCodeField();
+    m_codeField->take();
 }
 
 void IncomeInvoiceWindow::on_brandfilterComboBox_activated(int)
 {
     refreshProducts();
-    focusCodeField();
+    m_codeField->take();
 }
 
 void IncomeInvoiceWindow::on_ratioCheckBox_toggled(bool)
@@ -643,7 +573,7 @@ void IncomeInvoiceWindow::on_applyIncomeInvoicePushButton_clicked()
         return;
     postReceipt(choice == 0 ? PaymentType::Cash : PaymentType::Cashless);
     refreshAll();
-    focusCodeField();
+    m_codeField->take();
 }
 
 PostingResult IncomeInvoiceWindow::postReceipt(PaymentType paymentType)

@@ -9,8 +9,8 @@
 #include "db/query.h"
 #include "income/posting.h"
 
+class CodeFieldGuard;
 class ColorSqlQueryModel;
-class QKeyEvent;
 class QLabel;
 class QModelIndex;
 class QTableView;
@@ -40,7 +40,6 @@ public:
 protected:
     void showEvent(QShowEvent *event) override;
     void closeEvent(QCloseEvent *event) override;
-    bool eventFilter(QObject *watched, QEvent *event) override;
 
 private slots:
     void on_exitAction_triggered();
@@ -96,14 +95,13 @@ private:
     void fitReceiptNames();
     void fitProductNames();
     void guardCodeField();
-    void focusCodeField();
-    bool filterMultiplierKey(const QKeyEvent &key, bool isReturn, bool isText);
     QList<qulonglong> selectedProductIds() const;
     QTableView *focusedTable() const;
 
     std::unique_ptr<Ui::IncomeInvoiceWindow> m_ui;
     ReceiptListModel *m_receipt;
     ColorSqlQueryModel *m_products;
+    CodeFieldGuard *m_codeField = nullptr;
     QAction *m_changeCostAction = nullptr;
     QAction *m_editLineAction = nullptr;
     QList<QAction *> m_laterProductActions; ///< commands of dialogs that are not there yet
@@ -112,11 +110,7 @@ private:
     QLabel *m_connectionLabel = nullptr;
     QTimer m_filterTimer;
     QTimer m_timer;
-    SqlRow m_signature;        ///< of the working list at the last refresh
-    QString m_multiplierTyped; ///< since the multiplier has the focus
-    int m_multiplierBefore = 1;
-    bool m_codeTaken =
-        false; ///< the text of the code field was looked up, the next one replaces it
+    SqlRow m_signature; ///< of the working list at the last refresh
     bool m_ready = false;
     bool m_busy = false; ///< a posting or a recomputation runs
     bool m_online = true;

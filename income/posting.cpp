@@ -20,6 +20,12 @@ QString tr(const char *text)
     return QCoreApplication::translate("ReceiptPosting", text);
 }
 
+QString listChangedText()
+{
+    return tr("Список прихода изменён на другом рабочем месте. Накладная не проведена, проверьте "
+              "список и повторите.");
+}
+
 /// Keeps other workstations from changing the working list until the transaction ends. SQLite's
 /// transaction holds the only write lock already.
 QString lockStatement(Dialect dialect)
@@ -73,6 +79,9 @@ PostingResult ReceiptPosting::post(PaymentType paymentType, const PostingCallbac
 
     if (!readLines())
         return failed(result, PostingOutcome::Failed, failureText());
+    // Posted by another station since it was counted: there is no receipt under this number.
+    if (m_lines.isEmpty())
+        return failed(result, PostingOutcome::ListChanged, listChangedText());
     // A line without any quantity would pass the test for zero.
     if (std::any_of(m_lines.cbegin(), m_lines.cend(),
                     [](const Line &line) { return line.quantity == 0.0; }))
@@ -195,8 +204,7 @@ bool ReceiptPosting::lockAndCompare(PostingResult &result)
                    [](const Line &a, const Line &b) { return a.key() == b.key(); }))
         return true;
     result.outcome = PostingOutcome::ListChanged;
-    result.message = tr("Список прихода изменён на другом рабочем месте. Накладная не проведена, "
-                        "проверьте список и повторите.");
+    result.message = listChangedText();
     return false;
 }
 
@@ -308,8 +316,7 @@ bool ReceiptPosting::emptyList(PostingResult &result)
     if (query.numRowsAffected() == result.lines)
         return true;
     result.outcome = PostingOutcome::ListChanged;
-    result.message = tr("Список прихода изменён на другом рабочем месте. Накладная не проведена, "
-                        "проверьте список и повторите.");
+    result.message = listChangedText();
     return false;
 }
 

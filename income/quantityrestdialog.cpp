@@ -2,11 +2,12 @@
 #include "ui_quantityrestdialog.h"
 
 #include "app/messages.h"
+#include "catalogue/barcode.h"
 #include "db/connections.h"
 #include "db/money.h"
 #include "db/session.h"
-#include "income/codelookup.h"
 #include "income/pricerules.h"
+#include "widgets/plaintext.h"
 
 #include <QDate>
 #include <QKeyEvent>
@@ -19,7 +20,6 @@ namespace {
 
 constexpr double largestUnquestioned = 99999;
 constexpr double largestUnquestionedRatio = 100;
-constexpr int longestName = 240;
 constexpr int mostQuantityDecimals = 6;
 
 const QString storedDate = QStringLiteral("yyyy-MM-dd");
@@ -39,31 +39,6 @@ QDate dateOf(const QString &text)
         return {};
     const int year = parts.at(2).toInt() + (parts.at(2).size() == 2 ? 2000 : 0);
     return QDate(year, parts.at(1).toInt(), parts.at(0).toInt());
-}
-
-/// A name that a label can break anywhere, also one long word; the end of a very long one is left
-/// out with an ellipsis.
-QString breakable(const QString &name)
-{
-    constexpr int longestWord = 24;
-    const QString plain = name.simplified();
-    QString result;
-    int word = 0;
-    for (const QChar c : plain.left(longestName)) {
-        result += c;
-        word = c.isSpace() ? 0 : word + 1;
-        if (word >= longestWord && !c.isHighSurrogate()) {
-            result += QChar(0x200B);
-            word = 0;
-        }
-    }
-    return plain.size() > longestName ? result + QChar(0x2026) : result;
-}
-
-/// Tool tips guess whether a text is markup; this one never is.
-QString plainToolTip(const QString &text)
-{
-    return QStringLiteral("<qt>") + text.toHtmlEscaped() + QStringLiteral("</qt>");
 }
 
 /// Decimals that a quantity needs so that nothing of it is cut off.

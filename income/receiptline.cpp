@@ -1,10 +1,13 @@
 #include "income/receiptline.h"
 
+#include "app/logging.h"
 #include "app/messages.h"
+#include "db/dialect.h"
 #include "db/money.h"
 #include "db/query.h"
 #include "db/session.h"
 #include "db/sqltext.h"
+#include "db/transaction.h"
 #include "income/pricerules.h"
 
 #include <algorithm>
@@ -15,6 +18,10 @@ namespace {
 /// Decimals of a product without a unit: anything weighed or measured fits.
 constexpr int decimalsWithoutUnit = 3;
 constexpr int mostDecimals = 6;
+/// How often the writing of a line is begun anew when the database throws it out, which servers do
+/// to one of two stations that wait for each other.
+constexpr int maxWriteTries = 3;
+constexpr double priceTolerance = 0.0001;
 
 double number(const QVariant &value)
 {
@@ -41,6 +48,13 @@ double tidy(double quantity)
 bool sameQuantity(double a, double b)
 {
     return std::abs(a - b) <= 2e-7 * std::max({1.0, std::abs(a), std::abs(b)});
+}
+
+/// What other workstations did to the entry is looked for in the log afterwards.
+void tell(QWidget *parent, const QString &text)
+{
+    logMessage(text);
+    showInformation(parent, text);
 }
 
 } // namespace
@@ -176,13 +190,22 @@ SaveState ReceiptEntry::save(QWidget *parent, const ReceiptInput &input)
     return SaveState::Saved;
 }
 
-bool ReceiptEntry::readLines(QWidget *parent, QList<ReceiptLine> &lines) const
+/// Locked lines, inside a transaction, stay as they are until its end.
+bool ReceiptEntry::readLines(QWidget *parent, QList<ReceiptLine> &lines, bool lock) const
 {
+    lines.clear();
+    // SQLite's transactions hold the only write lock anyway.
+    const Dialect dialect = dialectOf(mainConnection);
+    const bool lockRows = lock && dialect != Dialect::Sqlite;
+    // A posting locks the table and then its rows; with the rows first both would wait for ever.
+    if (lockRows && dialect == Dialect::PostgreSql &&
+        !QueryExec(parent, "LOCK TABLE incomeinvoice IN ROW EXCLUSIVE MODE;"))
+        return false;
     QList<SqlRow> rows;
     if (!QueryRows(parent,
                    "SELECT id, quantity, incost, inoutratio, outcost FROM incomeinvoice WHERE "
                    "wareid=" +
-                       quotedId(m_product.id) + " ORDER BY id;",
+                       quotedId(m_product.id) + " ORDER BY id" + (lockRows ? " FOR UPDATE;" : ";"),
                    rows))
         return false;
     for (const SqlRow &row : std::as_const(rows)) {
@@ -229,9 +252,9 @@ SaveState ReceiptEntry::writeNewLine(QWidget *parent, const ReceiptInput &input,
     if (!insertLine(parent, input, stamp, quantity))
         return SaveState::Failed;
     if (m_goneQuantity != 0) {
-        showInformation(parent, lineGoneText() + u' ' +
-                                    tr("Новой строкой записано добавленное количество: %1.")
-                                        .arg(formatQuantity(quantity)));
+        tell(parent, lineGoneText() + u' ' +
+                         tr("Новой строкой записано добавленное количество: %1.")
+                             .arg(formatQuantity(quantity)));
     }
     return SaveState::Saved;
 }
@@ -240,25 +263,57 @@ SaveState ReceiptEntry::writeNewLine(QWidget *parent, const ReceiptInput &input,
 SaveState ReceiptEntry::writeExistingLine(QWidget *parent, const ReceiptInput &input,
                                           const QString &stamp)
 {
-    QList<ReceiptLine> lines;
-    if (!readLines(parent, lines))
-        return SaveState::Failed;
     const double quantity = tidy(input.quantity - m_goneQuantity);
+    QList<ReceiptLine> lines;
+    LineWrite written = LineWrite::Failed;
+    for (int attempt = 0; attempt < maxWriteTries && written == LineWrite::Failed; ++attempt) {
+        if (!ensureConnectionOpen(parent, mainConnection))
+            return SaveState::Failed;
+        written = tryExistingLine(quantity, lines);
+    }
+    if (written == LineWrite::Written)
+        return SaveState::Saved;
+    if (written == LineWrite::Failed) {
+        const QString error = lastQueryError();
+        showWarning(parent, error.isEmpty() ? tr("Строка прихода не записана.") : error);
+        return SaveState::Failed;
+    }
+    if (m_unconfirmed)
+        return lineInDoubt(parent, lines);
     const double added = tidy(quantity - m_line->quantity);
+    if (lines.isEmpty())
+        return lineGone(parent, input, stamp, added);
     const auto current = std::find_if(lines.cbegin(), lines.cend(),
                                       [this](const ReceiptLine &l) { return l.id == m_line->id; });
-    if (current == lines.cend()) {
-        return lines.isEmpty() ? lineGone(parent, input, stamp, added)
-                               : lineChanged(parent, lines.first(), added);
-    }
-    if (!sameQuantity(current->quantity, m_line->quantity))
-        return lineChanged(parent, *current, added);
+    return lineChanged(parent, current == lines.cend() ? lines.first() : *current, added);
+}
 
-    if (!QueryExec(parent, "UPDATE incomeinvoice SET quantity=" + quoted(quantity) +
-                               " WHERE id=" + quotedId(m_line->id) + ";"))
-        return SaveState::Failed;
+/// Looks at the line and writes it in one short transaction: between the two nobody may change,
+/// post or delete it. No box is shown while the lock is held.
+ReceiptEntry::LineWrite ReceiptEntry::tryExistingLine(double quantity, QList<ReceiptLine> &lines)
+{
+    TransactionGuard transaction;
+    if (!transaction.isActive() || !readLines(nullptr, lines, true))
+        return LineWrite::Failed;
+    const auto current = std::find_if(lines.cbegin(), lines.cend(),
+                                      [this](const ReceiptLine &l) { return l.id == m_line->id; });
+    if (current == lines.cend() ||
+        (!sameQuantity(current->quantity, m_line->quantity) &&
+         !(m_unconfirmed && sameQuantity(current->quantity, *m_unconfirmed))))
+        return LineWrite::NotAsSeen;
+    // Whether an earlier, unanswered COMMIT took place is known now.
+    m_line->quantity = current->quantity;
+    m_unconfirmed.reset();
+    if (!QueryExec(nullptr, "UPDATE incomeinvoice SET quantity=" + quoted(quantity) +
+                                " WHERE id=" + quotedId(m_line->id) + ";"))
+        return LineWrite::Failed;
+    if (!transaction.commit()) {
+        if (lastOutcomeUnknown())
+            m_unconfirmed = quantity;
+        return LineWrite::Failed;
+    }
     m_line->quantity = quantity;
-    return SaveState::Saved;
+    return LineWrite::Written;
 }
 
 /// Proposes the user's units on top of what the other workstation has made of the line.
@@ -268,10 +323,9 @@ SaveState ReceiptEntry::lineChanged(QWidget *parent, const ReceiptLine &current,
     m_line = current;
     m_added = added;
     m_goneQuantity = 0;
-    showInformation(parent,
-                    tr("Количество этого товара в приходе изменили на другом рабочем месте: было "
-                       "%1, стало %2. Проверьте новое количество и примите его ещё раз.")
-                        .arg(formatQuantity(before), formatQuantity(current.quantity)));
+    tell(parent, tr("Количество этого товара в приходе изменили на другом рабочем месте: было %1, "
+                    "стало %2. Проверьте новое количество и примите его ещё раз.")
+                     .arg(formatQuantity(before), formatQuantity(current.quantity)));
     return SaveState::Changed;
 }
 
@@ -289,8 +343,26 @@ SaveState ReceiptEntry::lineGone(QWidget *parent, const ReceiptInput &input, con
         return writeNewLine(parent, input, stamp);
     }
     m_goneQuantity = 0;
-    showInformation(parent, lineGoneText() + u' ' +
-                                tr("Введите количество для новой строки или отмените ввод."));
+    tell(parent,
+         lineGoneText() + u' ' + tr("Введите количество для новой строки или отмените ввод."));
+    return SaveState::Changed;
+}
+
+/// The line was changed, posted or deleted after a write that got no answer: nobody can say whether
+/// the user's units were in it by then, so none are proposed.
+SaveState ReceiptEntry::lineInDoubt(QWidget *parent, const QList<ReceiptLine> &lines)
+{
+    m_unconfirmed.reset();
+    m_line = lines.isEmpty() ? std::nullopt : std::optional(lines.first());
+    m_otherLines = 0;
+    for (const ReceiptLine &line : lines.mid(1))
+        m_otherLines += line.quantity;
+    m_added = 0;
+    m_goneQuantity = 0;
+    tell(parent, tr("Связь с базой данных прервалась во время записи, а строку этого товара тем "
+                    "временем изменили, провели или удалили на другом рабочем месте. Неизвестно, "
+                    "вошло ли в неё введённое количество: проверьте приход, затем введите "
+                    "количество заново или отмените ввод."));
     return SaveState::Changed;
 }
 
@@ -333,12 +405,29 @@ bool ReceiptEntry::insertLine(QWidget *parent, const ReceiptInput &input, const 
 /// All lines of a product carry one price.
 bool ReceiptEntry::writePrices(QWidget *parent, const ReceiptInput &input, const QString &stamp)
 {
-    return QueryExec(parent, "UPDATE incomeinvoice SET incost=" + quoted(input.incost) +
-                                 ", inoutratio=" + quoted(input.inoutratio) +
-                                 ", outcost=" + quoted(input.outcost) +
-                                 ", userid=" + quotedId(Session::instance().user().id) +
-                                 ", timestamp=" + sql::text(stamp) +
-                                 " WHERE wareid=" + quotedId(m_product.id) + ";");
+    QSqlQuery query;
+    if (!QueryExec(parent,
+                   "UPDATE incomeinvoice SET incost=" + quoted(input.incost) + ", inoutratio=" +
+                       quoted(input.inoutratio) + ", outcost=" + quoted(input.outcost) +
+                       ", userid=" + quotedId(Session::instance().user().id) + ", timestamp=" +
+                       sql::text(stamp) + " WHERE wareid=" + quotedId(m_product.id) + ";",
+                   query))
+        return false;
+    // A new line had its prices from the start; an old one went away with its former ones.
+    if (query.numRowsAffected() == 0 && !m_pending && m_line && pricesDiffer(input)) {
+        tell(parent, lineGoneText() + u' ' +
+                         tr("Введённое количество было в ней записано, введённые цены уже нет: "
+                            "проверьте цену "
+                            "товара."));
+    }
+    return true;
+}
+
+bool ReceiptEntry::pricesDiffer(const ReceiptInput &input) const
+{
+    return std::abs(input.incost - m_line->incost) >= priceTolerance ||
+           std::abs(input.inoutratio - m_line->inoutratio) >= priceTolerance ||
+           std::abs(input.outcost - m_line->outcost) >= priceTolerance;
 }
 
 bool ReceiptEntry::passPriceToReference(QWidget *parent, double outcost)

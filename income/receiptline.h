@@ -111,24 +111,34 @@ private:
         bool certain = false; ///< it did succeed
     };
 
-    bool readLines(QWidget *parent, QList<ReceiptLine> &lines) const;
+    enum class LineWrite {
+        Written,
+        NotAsSeen, ///< nothing written: another workstation has changed, posted or deleted the line
+        Failed,
+    };
+
+    bool readLines(QWidget *parent, QList<ReceiptLine> &lines, bool lock = false) const;
     bool settlePending(QWidget *parent);
     SaveState writeLine(QWidget *parent, const ReceiptInput &input, const QString &stamp);
     SaveState writeNewLine(QWidget *parent, const ReceiptInput &input, const QString &stamp);
     SaveState writeExistingLine(QWidget *parent, const ReceiptInput &input, const QString &stamp);
+    LineWrite tryExistingLine(double quantity, QList<ReceiptLine> &lines);
     SaveState lineChanged(QWidget *parent, const ReceiptLine &current, double added);
     SaveState lineGone(QWidget *parent, const ReceiptInput &input, const QString &stamp,
                        double added);
+    SaveState lineInDoubt(QWidget *parent, const QList<ReceiptLine> &lines);
     static QString lineGoneText();
     bool insertLine(QWidget *parent, const ReceiptInput &input, const QString &stamp,
                     double quantity);
     bool writePrices(QWidget *parent, const ReceiptInput &input, const QString &stamp);
+    bool pricesDiffer(const ReceiptInput &input) const;
     bool passPriceToReference(QWidget *parent, double outcost);
     bool writeAudit(QWidget *parent, const QString &stamp);
 
     ReceiptProduct m_product;
     std::optional<ReceiptLine> m_line;
     std::optional<PendingInsert> m_pending;
+    std::optional<double> m_unconfirmed; ///< a quantity of the line whose COMMIT got no answer
     double m_otherLines = 0;
     double m_added = 0;
     double m_goneQuantity = 0;  ///< of lost lines, still part of the quantity that the user sees

@@ -1,5 +1,6 @@
 #include "app/configdir.h"
 #include "app/logging.h"
+#include "app/program/compatcheck.h"
 #include "app/settings.h"
 #include "income/incomeinvoicewindow.h"
 #include "widgets/messagebox.h"
@@ -42,6 +43,11 @@ int main(int argc, char *argv[])
     QCoreApplication::setOrganizationName(QStringLiteral("Lavkor"));
     QCoreApplication::setApplicationName(QStringLiteral("Lavkor"));
     QCoreApplication::setApplicationVersion(QStringLiteral("1.40.1"));
+    if (wantsCompatCheck(argc, argv)) {
+        // No window, so that the check also runs on a machine without a display.
+        const QCoreApplication application(argc, argv);
+        return runCompatCheck();
+    }
     QApplication application(argc, argv);
     QGuiApplication::setDesktopFileName(QStringLiteral("lavkor"));
 

@@ -13,6 +13,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QScopeGuard>
 #include <QTest>
 
 #include <map>
@@ -63,6 +64,8 @@ private slots:
     void takenCode_isRefused_data();
     void takenCode_isRefused();
     void missingRow_endsTheDialog();
+    void scannedCode_isNotSavedAtOnce();
+    void largeFont_leavesRoomForEverything();
 
 private:
     QString rows(const QString &sqlText) const
@@ -230,6 +233,7 @@ void TestCodeDialog::impossiblePackQuantity_keepsTheDialogOpen_data()
     QTest::newRow("emptied") << "";
     QTest::newRow("zero") << "0";
     QTest::newRow("too many decimals") << "1.2345";
+    QTest::newRow("too many") << "1000000";
 }
 
 void TestCodeDialog::impossiblePackQuantity_keepsTheDialogOpen()
@@ -288,6 +292,52 @@ void TestCodeDialog::missingRow_endsTheDialog()
     CodeDialog dialog(4200000, 0, nullptr);
     QCOMPARE(m_boxes->lastText(), "Ошибка получения свойств штрих-кода");
     QCOMPARE(dialog.exec(), 0);
+}
+
+void TestCodeDialog::scannedCode_isNotSavedAtOnce()
+{
+    CodeDialog dialog(0, 7, nullptr);
+    dialog.show();
+    dialog.activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(&dialog));
+    QTest::keyClicks(dialog.focusWidget(), "4006381333931\r");
+    QVERIFY(dialog.isVisible());
+    QCOMPARE(dialog.focusWidget(), packEdit(dialog));
+    QCOMPARE(rows("SELECT COUNT(*) FROM codes"), "0");
+    // A second scan by mistake is no pack quantity.
+    m_boxes->answer("OK");
+    QTest::keyClicks(dialog.focusWidget(), "4006381333931\r");
+    QCOMPARE(m_boxes->lastText(), "Пожалуйста, введите количество в упаковке.");
+    QTest::keyClicks(dialog.focusWidget(), "12\r");
+    QVERIFY(!dialog.isVisible());
+    QCOMPARE(rows("SELECT code, packquantity FROM codes").remove(".0"), "4006381333931\t12");
+}
+
+void TestCodeDialog::largeFont_leavesRoomForEverything()
+{
+    const QFont former = QApplication::font();
+    QFont large = former;
+    large.setPointSize(16);
+    QApplication::setFont(large);
+    const auto putBack = qScopeGuard([&] { QApplication::setFont(former); });
+    shop::addProduct({.id = 8, .name = QString("Набор посуды для дачи ").repeated(10)});
+    shop::addProduct({.id = 9, .name = QString(150, u'Ж')});
+    for (const qulonglong id : {7, 8, 9}) {
+        CodeDialog dialog(0, id, nullptr);
+        codeEdit(dialog)->setText("20000000000084");
+        dialog.show();
+        const auto *name = dialog.findChild<QLabel *>("nameLabel");
+        QVERIFY(name->height() >= name->heightForWidth(name->width()));
+        QVERIFY(name->width() >= name->minimumSizeHint().width());
+        const QFontMetrics metrics = codeEdit(dialog)->fontMetrics();
+        QVERIFY(codeEdit(dialog)->width() > metrics.horizontalAdvance(codeEdit(dialog)->text()));
+        for (const QWidget *widget : dialog.findChildren<QWidget *>()) {
+            if (widget->parent() == &dialog && widget->isVisible())
+                QVERIFY2(dialog.rect().contains(widget->geometry()) &&
+                             widget->height() >= widget->minimumSizeHint().height(),
+                         qPrintable(widget->objectName()));
+        }
+    }
 }
 
 QTEST_MAIN(TestCodeDialog)

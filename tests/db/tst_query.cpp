@@ -30,15 +30,17 @@ private slots:
     void text_comesBackAsItWas();
     void like_ignoresLetterCaseAndTakesTextLiterally_data();
     void like_ignoresLetterCaseAndTakesTextLiterally();
+    void like_ignoresLetterCaseAfterReopening();
     void number_keepsItsValue_data();
     void number_keepsItsValue();
     void translation_leavesLiteralsAlone_data();
     void translation_leavesLiteralsAlone();
     void failedStatement_isReportedOnceAndLoggedTwice();
+    void textThatTheColumnCannotHold_leavesNothingBehind();
     void brokenConstraint_endsAtOnce();
     void busyFile_endsWithAnError();
     void killedConnection_isReopenedSilently();
-    void statementTooLarge_doesNotSpin();
+    void connectionLostOnEveryTry_doesNotSpin();
     void stoppedServer_asksAndGoesOn();
     void lossInsideTransaction_refusesTheRest();
     void errorInsideTransaction_neverCommitsHalf();
@@ -169,6 +171,15 @@ void TestQuery::like_ignoresLetterCaseAndTakesTextLiterally()
     QCOMPARE(rows.size(), found ? 1 : 0);
 }
 
+void TestQuery::like_ignoresLetterCaseAfterReopening()
+{
+    QVERIFY(QueryExec(nullptr, "INSERT INTO t(id,name) VALUES('1','Молоко ТОПЛЁНОЕ')"));
+    closeConnection(mainConnection);
+    const QString statement =
+        "SELECT id FROM t WHERE name LIKE " + sql::containing("молоко топлён");
+    QCOMPARE(QueryValue(m_parent.get(), statement).toString(), "1");
+}
+
 void TestQuery::number_keepsItsValue_data()
 {
     QTest::addColumn<double>("value");
@@ -257,6 +268,26 @@ void TestQuery::failedStatement_isReportedOnceAndLoggedTwice()
     QVERIFY(QueryExec(nullptr, "INSERT INTO t(id) VALUES('1')"));
 }
 
+void TestQuery::textThatTheColumnCannotHold_leavesNothingBehind()
+{
+    if (m_dialect != Dialect::MySql)
+        return; // its utf8 ends at three bytes, the others take any sign
+    QVERIFY(QueryExec(nullptr, "INSERT INTO t(id,name) VALUES('1','Чай')"));
+    for (const QString &statement : {
+             QStringLiteral("INSERT INTO t(id,name) VALUES('2','Кофе'),('3','Торт 🎂')"),
+             QStringLiteral("UPDATE t SET id='5', name='Чай 🎂' WHERE id='1'"),
+         }) {
+        m_boxes->answer("OK");
+        QVERIFY(!QueryExec(m_parent.get(), statement));
+        const QString text = m_boxes->lastText();
+        QVERIFY2(text.startsWith("Ошибка SQL:2 ") && text.contains("Incorrect string value"),
+                 qPrintable(text));
+        QCOMPARE(m_database->client("SELECT id, name FROM t"), "1\tЧай");
+    }
+    QVERIFY(QueryExec(m_parent.get(), "UPDATE t SET name='Чай с тортом' WHERE id='1'"));
+    QCOMPARE(m_database->client("SELECT name FROM t"), "Чай с тортом");
+}
+
 void TestQuery::brokenConstraint_endsAtOnce()
 {
     QVERIFY(QueryExec(nullptr, "INSERT INTO t(id,name) VALUES('1','a')"));
@@ -300,19 +331,25 @@ void TestQuery::killedConnection_isReopenedSilently()
     QVERIFY(!lastOutcomeUnknown());
 }
 
-void TestQuery::statementTooLarge_doesNotSpin()
+void TestQuery::connectionLostOnEveryTry_doesNotSpin()
 {
-    if (m_dialect != Dialect::MySql)
+    if (!isServer())
         return;
-    // The server hangs up on every try, so that each of them looks like a lost connection.
-    m_database->client("SET GLOBAL max_allowed_packet=1048576");
-    const QString tooLarge = "SELECT " + sql::text(QString(3 * 1024 * 1024, u'x'));
-    killClients(); // the limit holds for new connections
+    // As with a packet that is too large: the server hangs up on each try of this statement.
+    int tries = 0;
+    setStatementObserver([&](QString &sqlText, const QString &) {
+        if (!sqlText.contains("42"))
+            return;
+        ++tries;
+        killClients();
+    });
     m_boxes->answer("Повторить");
     m_boxes->answer("Отмена");
-    QVERIFY(!QueryExec(m_parent.get(), tooLarge));
-    QVERIFY(m_boxes->requests().size() == 2);
-    QVERIFY(!QueryExec(nullptr, tooLarge));
+    QVERIFY(!QueryExec(m_parent.get(), "SELECT 42"));
+    QCOMPARE(m_boxes->requests().size(), 2);
+    QVERIFY(tries >= 4 && tries < 20);
+    QVERIFY(!QueryExec(nullptr, "SELECT 42"));
+    setStatementObserver({});
     QVERIFY(QueryExec(nullptr, "INSERT INTO t(id) VALUES('1')"));
 }
 

@@ -67,6 +67,11 @@ private slots:
     void amounts_arriveWhole();
     void otherStation_neverDoublesOrLosesUnits_data();
     void otherStation_neverDoublesOrLosesUnits();
+    void otherStation_waitsBetweenLookAndWrite();
+    void thrownOutTransaction_isBegunAnew();
+    void lostCommit_isLookedUp_data();
+    void lostCommit_isLookedUp();
+    void pricesOfALineThatIsGone_areTold();
     void lostConnection_neverDoublesTheLine_data();
     void lostConnection_neverDoublesTheLine();
     void failedPrices_canBeSavedAgain();
@@ -239,7 +244,7 @@ void TestReceiptLine::existingLine_isWrittenStatementByStatement()
     Statements statements;
     QCOMPARE(entry.save(nullptr, {.quantity = -6, .incost = 11, .outcost = 33.25}),
              SaveState::Saved);
-    const QStringList seen = statements.take().mid(1); // after the look at the line
+    const QStringList seen = statements.take().filter(" UPDATE "); // besides the look at the line
     const QString line = QString::number(entry.line()->id);
     QCOMPARE(seen, QStringList(
                        {"default: UPDATE incomeinvoice SET quantity='-6' WHERE id='" + line + "';",
@@ -328,6 +333,151 @@ void TestReceiptLine::otherStation_neverDoublesOrLosesUnits()
     QCOMPARE(entry.save(nullptr, {.quantity = proposed, .incost = 10, .outcost = 20}),
              SaveState::Saved);
     QCOMPARE(quantities(), QString::number(proposed));
+}
+
+void TestReceiptLine::otherStation_waitsBetweenLookAndWrite()
+{
+    shop::addLine({.wareId = 11, .quantity = 5});
+    ReceiptEntry entry;
+    QVERIFY(load(entry, {.wareid = 11, .addedQuantity = 12}));
+    QVERIFY(m_database->open(otherStation));
+    {
+        // Plain queries, which do not try again.
+        QSqlQuery other(QSqlDatabase::database(otherStation));
+        const QString impatience = m_dialect == Dialect::Sqlite  ? "PRAGMA busy_timeout=0"
+                                   : m_dialect == Dialect::MySql ? "SET innodb_lock_wait_timeout=1"
+                                                                 : "SET lock_timeout='100ms'";
+        QVERIFY(other.exec(impatience));
+        QStringList allowed;
+        int tried = 0;
+        setStatementObserver([&](const QString &sqlText, const QString &) {
+            if (!sqlText.startsWith("UPDATE incomeinvoice SET quantity"))
+                return;
+            for (const char *statement :
+                 {"DELETE FROM incomeinvoice", "UPDATE incomeinvoice SET quantity='8'"}) {
+                ++tried;
+                if (other.exec(statement))
+                    allowed += statement;
+            }
+        });
+        QCOMPARE(entry.save(nullptr, {.quantity = 17, .incost = 10, .outcost = 20}),
+                 SaveState::Saved);
+        setStatementObserver({});
+        QCOMPARE(tried, 2);
+        QCOMPARE(allowed, QStringList());
+        QCOMPARE(quantities(), "17");
+        QVERIFY(other.exec("DELETE FROM incomeinvoice"));
+    }
+}
+
+void TestReceiptLine::thrownOutTransaction_isBegunAnew()
+{
+    shop::addLine({.wareId = 11, .quantity = 5});
+    ReceiptEntry entry;
+    QVERIFY(load(entry, {.wareid = 11, .addedQuantity = 12}));
+    int tries = 0;
+    setStatementObserver([&](QString &sqlText, const QString &) {
+        if (!sqlText.startsWith("UPDATE incomeinvoice SET quantity") || ++tries == 3)
+            return;
+        if (tries == 1)
+            sqlText = "SELECT nonsense FROM nowhere";
+        else if (m_dialect != Dialect::Sqlite)
+            TestServers::instance().killClients(m_dialect);
+        else
+            sqlText = "ROLLBACK";
+    });
+    QTest::ignoreMessage(QtWarningMsg, sqlError);
+    if (m_dialect != Dialect::Sqlite)
+        QTest::ignoreMessage(QtWarningMsg, sqlError);
+    QCOMPARE(entry.save(nullptr, {.quantity = 17, .incost = 10, .outcost = 20}), SaveState::Saved);
+    QCOMPARE(tries, 3);
+    QCOMPARE(quantities(), "17");
+
+    // At last it is given up, and the user is told; a later try starts from what is there.
+    tries = -1000;
+    setStatementObserver([&](QString &sqlText, const QString &) {
+        if (sqlText.startsWith("UPDATE incomeinvoice SET quantity") && ++tries < 0)
+            sqlText = "SELECT nonsense FROM nowhere";
+    });
+    m_boxes->answer("OK");
+    for (int i = 0; i < 3; ++i)
+        QTest::ignoreMessage(QtWarningMsg, sqlError);
+    QCOMPARE(entry.save(nullptr, {.quantity = 18, .incost = 10, .outcost = 20}), SaveState::Failed);
+    QVERIFY(m_boxes->lastText().startsWith("Ошибка SQL:"));
+    QCOMPARE(quantities(), "17");
+    setStatementObserver({});
+    QCOMPARE(entry.save(nullptr, {.quantity = 18, .incost = 10, .outcost = 20}), SaveState::Saved);
+    QCOMPARE(quantities(), "18");
+}
+
+void TestReceiptLine::lostCommit_isLookedUp_data()
+{
+    QTest::addColumn<CuttingProxy::Cut>("cut");
+    QTest::addColumn<QString>("meanwhile");
+    QTest::addColumn<SaveState>("state");
+    QTest::addColumn<QString>("after");
+    const QString changed = "UPDATE incomeinvoice SET quantity='8'";
+    const QString deleted = "DELETE FROM incomeinvoice";
+    QTest::newRow("reply lost") << CuttingProxy::Cut::Answer << "" << SaveState::Saved << "17";
+    QTest::newRow("request lost") << CuttingProxy::Cut::Request << "" << SaveState::Saved << "17";
+    QTest::newRow("reply lost, changed there")
+        << CuttingProxy::Cut::Answer << changed << SaveState::Changed << "8";
+    QTest::newRow("reply lost, posted there")
+        << CuttingProxy::Cut::Answer << deleted << SaveState::Changed << "";
+    QTest::newRow("request lost, posted there")
+        << CuttingProxy::Cut::Request << deleted << SaveState::Changed << "";
+}
+
+void TestReceiptLine::lostCommit_isLookedUp()
+{
+    QFETCH(CuttingProxy::Cut, cut);
+    QFETCH(QString, meanwhile);
+    QFETCH(SaveState, state);
+    QFETCH(QString, after);
+    if (m_dialect == Dialect::Sqlite)
+        return; // no connection that could be lost
+    shop::addLine({.wareId = 11, .quantity = 5});
+    CuttingProxy proxy(TestServers::instance().port(m_dialect));
+    ConnectionEntry proxied = m_database->entry();
+    proxied.dbhostname = QStringLiteral("127.0.0.1:%1").arg(proxy.port());
+    QVERIFY(createConnection(nullptr, proxied, mainConnection));
+    ReceiptEntry entry;
+    QVERIFY(load(entry, {.wareid = 11, .addedQuantity = 12}));
+    setStatementObserver([&, begins = 0](const QString &sqlText, const QString &) mutable {
+        if (sqlText == "BEGIN" && ++begins == 2 && !meanwhile.isEmpty())
+            rows(meanwhile);
+    });
+    proxy.cutNext(cut);
+    if (state == SaveState::Changed)
+        m_boxes->answer("OK");
+    const ReceiptInput input = {.quantity = 17, .incost = 10, .outcost = 20};
+    QCOMPARE(entry.save(m_window.get(), input), state);
+    QVERIFY(proxy.hasCut());
+    QCOMPARE(quantities(), after);
+    if (state == SaveState::Changed) {
+        QVERIFY(m_boxes->lastText().contains("Неизвестно"));
+        QCOMPARE(entry.proposedQuantity(), after.toDouble()); // nothing is added behind one's back
+    }
+}
+
+void TestReceiptLine::pricesOfALineThatIsGone_areTold()
+{
+    shop::addLine({.wareId = 11, .quantity = 5, .incost = 10, .outcost = 20});
+    for (const double outcost : {20.0, 25.0}) {
+        ReceiptEntry entry;
+        QVERIFY(load(entry, {.wareid = 11, .addedQuantity = 0}));
+        setStatementObserver([&](const QString &sqlText, const QString &) {
+            if (sqlText.startsWith("UPDATE incomeinvoice SET incost") && outcost == 25)
+                rows("DELETE FROM incomeinvoice");
+        });
+        if (outcost == 25)
+            m_boxes->answer("OK");
+        // The same values again in the same second must not look like a line that is gone.
+        for (int i = 0; i < (outcost == 20 ? 3 : 1); ++i)
+            QCOMPARE(entry.save(nullptr, {.quantity = 5, .incost = 10, .outcost = outcost}),
+                     SaveState::Saved);
+    }
+    QVERIFY(m_boxes->lastText().contains("введённые цены"));
 }
 
 void TestReceiptLine::lostConnection_neverDoublesTheLine_data()

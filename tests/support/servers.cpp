@@ -1,10 +1,10 @@
 #include "tests/support/servers.h"
 
+#include "tests/support/servertools.h"
+
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
-#include <QProcessEnvironment>
-#include <QTcpServer>
 #include <QTest>
 
 #include <csignal>
@@ -13,22 +13,11 @@
 #include <sys/prctl.h>
 #include <unistd.h>
 
+using namespace servertools;
+
 namespace {
 
-const QString userName = QStringLiteral("lavkor");
-const QString readerName = QStringLiteral("reader"); ///< MariaDB's client, spared by killClients()
-const QString password = QStringLiteral("lavkor");
-
 constexpr int startTimeout = 60'000;
-constexpr int clientTimeout = 120'000;
-
-quint16 freePort()
-{
-    QTcpServer probe;
-    if (!probe.listen(QHostAddress::LocalHost))
-        qFatal("No free port on 127.0.0.1");
-    return probe.serverPort();
-}
 
 /// PostgreSQL refuses to run as root.
 const passwd *postgreSqlUser()
@@ -61,66 +50,6 @@ QStringList postgreSqlCommand(const QString &program)
              QString::number(user->pw_gid), QStringLiteral("--clear-groups")};
     }
     return command + QStringList{path};
-}
-
-void writeFile(const QString &path, const QByteArray &content)
-{
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size())
-        qFatal("Cannot write %s", qPrintable(path));
-}
-
-void runToEnd(const QStringList &command, const QString &workingDirectory)
-{
-    QProcess process;
-    process.setProcessChannelMode(QProcess::MergedChannels);
-    process.setWorkingDirectory(workingDirectory);
-    process.start(command.first(), command.mid(1));
-    if (!process.waitForFinished(clientTimeout) || process.exitStatus() != QProcess::NormalExit ||
-        process.exitCode() != 0) {
-        qFatal("%s failed: %s\n%s", qPrintable(command.join(u' ')),
-               qPrintable(process.errorString()), process.readAll().constData());
-    }
-}
-
-QStringList clientCommand(Dialect dialect, const QString &database, quint16 port)
-{
-    switch (dialect) {
-    case Dialect::Sqlite:
-        return {QStringLiteral("sqlite3"),
-                QStringLiteral("-batch"),
-                QStringLiteral("-noheader"),
-                QStringLiteral("-bail"),
-                QStringLiteral("-separator"),
-                QStringLiteral("\t"),
-                database};
-    case Dialect::MySql:
-        return {QStringLiteral("mariadb"),
-                QStringLiteral("--no-defaults"),
-                QStringLiteral("--protocol=tcp"),
-                QStringLiteral("--host=127.0.0.1"),
-                QStringLiteral("--port=%1").arg(port),
-                QStringLiteral("--user=") + readerName,
-                QStringLiteral("--password=") + password,
-                QStringLiteral("--default-character-set=utf8mb4"),
-                QStringLiteral("--batch"),
-                QStringLiteral("--raw"),
-                QStringLiteral("--skip-column-names"),
-                database};
-    case Dialect::PostgreSql:
-        return {QStringLiteral("psql"),
-                QStringLiteral("--no-psqlrc"),
-                QStringLiteral("--quiet"),
-                QStringLiteral("--tuples-only"),
-                QStringLiteral("--no-align"),
-                QStringLiteral("--field-separator=\t"),
-                QStringLiteral("--set=ON_ERROR_STOP=1"),
-                QStringLiteral("--host=127.0.0.1"),
-                QStringLiteral("--port=%1").arg(port),
-                QStringLiteral("--username=") + userName,
-                QStringLiteral("--dbname=") + database};
-    }
-    return {};
 }
 
 } // namespace
@@ -209,26 +138,8 @@ void TestServers::ensureRunning(Dialect dialect)
 
 void TestServers::initializeMariaDb(Server &one)
 {
-    const QString directory = one.directory->path();
-    QStringList command = {QStringLiteral("mariadb-install-db"), QStringLiteral("--no-defaults"),
-                           QStringLiteral("--datadir=") + directory + QStringLiteral("/data"),
-                           // A starting server clears its temporary tables away, and in a shared
-                           // directory those of the others.
-                           QStringLiteral("--tmpdir=") + directory,
-                           QStringLiteral("--auth-root-authentication-method=normal"),
-                           QStringLiteral("--skip-test-db"), QStringLiteral("--skip-log-bin"),
-                           QStringLiteral("--sync-frm=OFF"),
-                           QStringLiteral("--innodb-flush-method=nosync")};
-    if (geteuid() == 0)
-        command += QStringLiteral("--user=root");
-    runToEnd(command, directory);
-    writeFile(directory + "/init.sql",
-              "DELETE FROM mysql.global_priv WHERE User='';\n"
-              "FLUSH PRIVILEGES;\n"
-              "CREATE USER IF NOT EXISTS 'lavkor'@'%' IDENTIFIED BY 'lavkor';\n"
-              "GRANT ALL PRIVILEGES ON *.* TO 'lavkor'@'%' WITH GRANT OPTION;\n"
-              "CREATE USER IF NOT EXISTS 'reader'@'%' IDENTIFIED BY 'lavkor';\n"
-              "GRANT ALL PRIVILEGES ON *.* TO 'reader'@'%' WITH GRANT OPTION;\n");
+    initializeMariaDbData(one.directory->path(),
+                          geteuid() == 0 ? QStringLiteral("root") : QString());
 }
 
 void TestServers::initializePostgreSql(Server &one)
@@ -258,24 +169,11 @@ bool TestServers::launch(Dialect dialect)
     const QString directory = one.directory->path();
     QStringList command;
     if (dialect == Dialect::MySql) {
-        command = {QStringLiteral("mariadbd"),
-                   QStringLiteral("--no-defaults"),
-                   QStringLiteral("--datadir=") + directory + QStringLiteral("/data"),
-                   QStringLiteral("--tmpdir=") + directory,
-                   QStringLiteral("--socket=") + directory + QStringLiteral("/socket"),
-                   QStringLiteral("--pid-file=") + directory + QStringLiteral("/pid"),
-                   QStringLiteral("--init-file=") + directory + QStringLiteral("/init.sql"),
-                   QStringLiteral("--bind-address=127.0.0.1"),
-                   QStringLiteral("--port=%1").arg(one.port),
-                   QStringLiteral("--skip-name-resolve"),
-                   QStringLiteral("--skip-log-bin"),
-                   QStringLiteral("--sync-frm=OFF"),
-                   QStringLiteral("--performance-schema=OFF"),
-                   QStringLiteral("--innodb-buffer-pool-size=64M"),
-                   QStringLiteral("--innodb-log-file-size=32M"),
-                   QStringLiteral("--innodb-flush-method=nosync")};
+        command = mariaDbCommand(directory, one.port) +
+                  QStringList{QStringLiteral("--init-file=") + directory + "/init.sql"};
         if (geteuid() == 0)
             command += QStringLiteral("--user=root");
+        command += m_mariaDbOptions;
     } else {
         command = postgreSqlCommand(QStringLiteral("postgres")) +
                   QStringList{QStringLiteral("-D"), directory + QStringLiteral("/data"),
@@ -301,17 +199,7 @@ bool TestServers::launch(Dialect dialect)
 
 bool TestServers::answers(Dialect dialect)
 {
-    const QStringList command = clientCommand(
-        dialect, dialect == Dialect::MySql ? QStringLiteral("mysql") : QStringLiteral("postgres"),
-        server(dialect).port);
-    QProcess process;
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("PGPASSWORD"), password);
-    process.setProcessEnvironment(environment);
-    process.start(command.first(), command.mid(1));
-    process.write("SELECT 'ready';\n");
-    process.closeWriteChannel();
-    return process.waitForFinished(clientTimeout) && process.readAllStandardOutput() == "ready\n";
+    return servertools::answers(dialect, server(dialect).port);
 }
 
 void TestServers::start(Dialect dialect)
@@ -359,6 +247,12 @@ void TestServers::restart(Dialect dialect)
     start(dialect);
 }
 
+void TestServers::restartMariaDb(const QStringList &options)
+{
+    m_mariaDbOptions = options;
+    restart(Dialect::MySql);
+}
+
 void TestServers::killClients(Dialect dialect)
 {
     if (dialect == Dialect::PostgreSql) {
@@ -386,28 +280,8 @@ qint64 TestServers::processId(Dialect dialect) const
 
 QString TestServers::client(Dialect dialect, const QString &database, const QString &statements)
 {
-    const QStringList command =
-        clientCommand(dialect, database, dialect == Dialect::Sqlite ? quint16(0) : port(dialect));
-    QProcess process;
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("PGPASSWORD"), password);
-    environment.insert(QStringLiteral("PGCLIENTENCODING"), QStringLiteral("UTF8"));
-    process.setProcessEnvironment(environment);
-    process.start(command.first(), command.mid(1));
-    process.write((statements + u'\n').toUtf8());
-    process.closeWriteChannel();
-    const bool finished = process.waitForFinished(clientTimeout);
-    const QByteArray errors = process.readAllStandardError();
-    if (!finished || process.exitStatus() != QProcess::NormalExit || process.exitCode() != 0) {
-        QTest::qFail(qPrintable(command.first() + QStringLiteral(" failed: ") +
-                                process.errorString() + u' ' + QString::fromUtf8(errors)),
-                     __FILE__, __LINE__);
-        return {};
-    }
-    QString output = QString::fromUtf8(process.readAllStandardOutput());
-    if (output.endsWith(u'\n'))
-        output.chop(1);
-    return output.isNull() ? QStringLiteral("") : output;
+    return servertools::client(dialect, database,
+                               dialect == Dialect::Sqlite ? quint16(0) : port(dialect), statements);
 }
 
 void addDialectRows()

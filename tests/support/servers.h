@@ -39,6 +39,10 @@ public:
 
     void restart(Dialect dialect);
 
+    /// Restarts MariaDB with more options on its command line, e.g. "--ssl-ca=…"; they hold until
+    /// the next call.
+    void restartMariaDb(const QStringList &options);
+
     /// Closes all connections of clients on the server's side.
     void killClients(Dialect dialect);
 
@@ -71,6 +75,7 @@ private:
 
     Server m_mariaDb;
     Server m_postgreSql;
+    QStringList m_mariaDbOptions;
 };
 
 /// The rows "sqlite", "mariadb" and "postgresql" with the column Dialect "dialect": for

@@ -1,0 +1,187 @@
+#include "ledger.h"
+
+#include <QMap>
+#include <QSet>
+
+#include <algorithm>
+#include <cmath>
+
+namespace {
+
+/// A trigger for one kind of event; PostgreSQL's are written apart.
+QString trigger(Dialect dialect, const QString &event, const QString &row, const QString &units)
+{
+    const QString action = "INSERT INTO linehistory(event,lineid,wareid,units) VALUES('" + event +
+                           "'," + row + ".id," + row + ".wareid," + units + ");";
+    return "CREATE TRIGGER history_" + event + " AFTER " + event +
+           " ON incomeinvoice FOR EACH ROW " +
+           (dialect == Dialect::Sqlite ? "BEGIN " + action + " END;" : action);
+}
+
+struct Line
+{
+    int added = 0;
+    int removed = 0;
+    qulonglong product = 0;
+    double units = 0;
+    double removedUnits = 0;
+};
+
+/// What the receipts must hold of a line.
+using Posted = QPair<qulonglong, double>;
+
+} // namespace
+
+Ledger::Ledger(Dialect dialect, Client client)
+    : m_dialect(dialect),
+      m_client(std::move(client))
+{
+}
+
+void Ledger::open()
+{
+    const QString key = m_dialect == Dialect::Sqlite  ? "INTEGER PRIMARY KEY AUTOINCREMENT"
+                        : m_dialect == Dialect::MySql ? "INTEGER PRIMARY KEY AUTO_INCREMENT"
+                                                      : "SERIAL PRIMARY KEY";
+    m_client("CREATE TABLE linehistory(id " + key +
+             ", event VARCHAR(10), lineid INTEGER, wareid INTEGER, units DOUBLE PRECISION);");
+    if (m_dialect == Dialect::PostgreSql) {
+        m_client("CREATE FUNCTION history() RETURNS trigger LANGUAGE plpgsql AS $$ BEGIN "
+                 "INSERT INTO linehistory(event,lineid,wareid,units) VALUES(TG_OP,"
+                 "CASE WHEN TG_OP='INSERT' THEN NEW.id ELSE OLD.id END,"
+                 "CASE WHEN TG_OP='INSERT' THEN NEW.wareid ELSE OLD.wareid END,"
+                 "CASE TG_OP WHEN 'INSERT' THEN NEW.quantity WHEN 'DELETE' THEN OLD.quantity "
+                 "ELSE NEW.quantity-OLD.quantity END); RETURN NULL; END $$;"
+                 "CREATE TRIGGER history AFTER INSERT OR UPDATE OR DELETE ON incomeinvoice "
+                 "FOR EACH ROW EXECUTE FUNCTION history();");
+    } else {
+        m_client(trigger(m_dialect, "INSERT", "NEW", "NEW.quantity"));
+        m_client(trigger(m_dialect, "UPDATE", "NEW", "NEW.quantity-OLD.quantity"));
+        m_client(trigger(m_dialect, "DELETE", "OLD", "OLD.quantity"));
+    }
+    m_stockBefore = rows("SELECT id,quantity FROM warehouse ORDER BY id;");
+}
+
+QList<QStringList> Ledger::rows(const QString &statement) const
+{
+    QList<QStringList> result;
+    const QStringList lines = m_client(statement).split('\n', Qt::SkipEmptyParts);
+    for (const QString &line : lines)
+        result += line.split('\t');
+    return result;
+}
+
+QStringList Ledger::complaints(const QList<WorkstationJournal> &journals) const
+{
+    return checkLines(journals) + checkReceipts(journals) + checkStock();
+}
+
+/// Every line ends once, and the units in the lines are those that the workstations have entered.
+QStringList Ledger::checkLines(const QList<WorkstationJournal> &journals) const
+{
+    QStringList found;
+    QMap<qulonglong, Line> lines;
+    QMap<qulonglong, double> units;
+    for (const QStringList &row : rows("SELECT event,lineid,wareid,units FROM linehistory;")) {
+        Line &line = lines[row.at(1).toULongLong()];
+        line.product = row.at(2).toULongLong();
+        line.added += row.at(0) == "INSERT";
+        line.removed += row.at(0) == "DELETE";
+        (row.at(0) == "DELETE" ? line.removedUnits : line.units) += row.at(3).toDouble();
+        if (row.at(0) != "DELETE")
+            units[line.product] += row.at(3).toDouble();
+    }
+    QMap<qulonglong, double> entered;
+    QSet<qulonglong> deleted;
+    for (const WorkstationJournal &journal : journals) {
+        for (const qulonglong id : journal.deletedLines) {
+            if (deleted.contains(id))
+                found += QString("line %1 was deleted twice").arg(id);
+            deleted += id;
+        }
+        for (auto it = journal.units.cbegin(); it != journal.units.cend(); ++it)
+            entered[it.key()] += it.value();
+    }
+    if (entered != units) {
+        for (qulonglong product = 1; product <= hotProducts; ++product)
+            found += QString("product %1: %2 units entered, %3 in the lines")
+                         .arg(product)
+                         .arg(entered.value(product))
+                         .arg(units.value(product));
+    }
+
+    QMap<qulonglong, double> listed;
+    for (const QStringList &row : rows("SELECT id,quantity FROM incomeinvoice;"))
+        listed.insert(row.at(0).toULongLong(), row.at(1).toDouble());
+    QList<Posted> posted;
+    for (auto it = lines.cbegin(); it != lines.cend(); ++it) {
+        const Line &line = it.value();
+        const bool inList = listed.contains(it.key());
+        if (line.added != 1 || line.removed != (inList ? 0 : 1) ||
+            line.units != (inList ? listed.value(it.key()) : line.removedUnits))
+            found += QString("line %1: added %2 times, removed %3 times, %4 units, %5 removed")
+                         .arg(it.key())
+                         .arg(line.added)
+                         .arg(line.removed)
+                         .arg(line.units)
+                         .arg(line.removedUnits);
+        if (deleted.contains(it.key()) && line.removed == 0)
+            found += QString("line %1 was deleted and is still there").arg(it.key());
+        if (line.removed > 0 && !deleted.contains(it.key()))
+            posted += {line.product, line.removedUnits};
+    }
+    QList<Posted> received;
+    for (const QStringList &row : rows("SELECT wareid,quantity FROM income;"))
+        received += {row.at(0).toULongLong(), row.at(1).toDouble()};
+    std::sort(posted.begin(), posted.end());
+    std::sort(received.begin(), received.end());
+    if (posted != received)
+        found += QString("%1 lines left the list unharmed, %2 or others stand in the receipts")
+                     .arg(posted.size())
+                     .arg(received.size());
+    return found;
+}
+
+/// Every receipt is one that a workstation was told of, under a number of its own.
+QStringList Ledger::checkReceipts(const QList<WorkstationJournal> &journals) const
+{
+    QStringList found;
+    QMap<qulonglong, int> told; // lines
+    for (const WorkstationJournal &journal : journals) {
+        for (const WorkstationJournal::Receipt &receipt : journal.receipts) {
+            if (told.contains(receipt.id))
+                found += QString("two stations have posted receipt %1").arg(receipt.id);
+            told.insert(receipt.id, receipt.lines);
+        }
+    }
+    QMap<qulonglong, int> kept;
+    QMap<qulonglong, double> sums;
+    for (const QStringList &row : rows("SELECT reportid,quantity*incost FROM income;")) {
+        ++kept[row.at(0).toULongLong()];
+        sums[row.at(0).toULongLong()] += row.at(1).toDouble();
+    }
+    if (kept != told)
+        found += QString("%1 receipts told, %2 or others kept").arg(told.size()).arg(kept.size());
+    QMap<qulonglong, double> totals;
+    for (const QStringList &row : rows("SELECT id,total FROM incomereports;"))
+        totals.insert(row.at(0).toULongLong(), row.at(1).toDouble());
+    if (totals != sums)
+        found += QString("the totals of %1 receipts differ from their lines").arg(totals.size());
+    return found;
+}
+
+QStringList Ledger::checkStock() const
+{
+    QStringList found;
+    QMap<qulonglong, double> stock;
+    for (const QStringList &row : m_stockBefore)
+        stock.insert(row.at(0).toULongLong(), row.at(1).toDouble());
+    for (const QStringList &row : rows("SELECT wareid,SUM(quantity) FROM income GROUP BY wareid;"))
+        stock[row.at(0).toULongLong()] += row.at(1).toDouble();
+    for (const QStringList &row : rows("SELECT id,quantity FROM warehouse;")) {
+        if (stock.value(row.at(0).toULongLong()) != row.at(1).toDouble())
+            found += "stock of product " + row.join(": ") +
+                     QString(", but %1 came in").arg(stock.value(row.at(0).toULongLong()));
+    }
+    return found;
+}

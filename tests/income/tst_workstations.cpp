@@ -1,0 +1,343 @@
+// Several workstations, each a process of its own, add, edit, delete and post on one shop at the
+// same time. No line may be lost or doubled, stock must be exact, every refusal must be told.
+#include "ledger.h"
+#include "workstation.h"
+
+#include "db/query.h"
+#include "db/session.h"
+#include "income/posting.h"
+#include "tests/support/galeracluster.h"
+#include "tests/support/scratchdatabase.h"
+#include "tests/support/shop.h"
+#include "tests/support/testhome.h"
+
+#include <QCoreApplication>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <algorithm>
+#include <limits>
+#include <memory>
+#include <vector>
+
+namespace {
+
+constexpr int workstations = 5;
+constexpr quint32 seed = 20'260'301;
+const QString otherNode = QStringLiteral("other node");
+
+/// The acceptance runs a minute; LAVKOR_STRESS_SECONDS makes it shorter or longer.
+int stressSeconds()
+{
+    const int seconds = qEnvironmentVariableIntValue("LAVKOR_STRESS_SECONDS");
+    return seconds > 0 ? seconds : 60;
+}
+
+} // namespace
+
+class TestWorkstations : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+    void cleanupTestCase();
+    void twoPrograms_onOneFile();
+    void fiveWorkstations_onOneServer_data();
+    void fiveWorkstations_onOneServer();
+    void fiveWorkstations_onACluster();
+    void commitRefusedByTheCluster_isPostedAgain_data();
+    void commitRefusedByTheCluster_isPostedAgain();
+    void otherNode_seesWhatWasCommitted();
+
+private:
+    struct Totals
+    {
+        int postings = 0;
+        int refusals = 0;
+        int refusedPostings = 0;
+    };
+
+    static void fillShop();
+    GaleraCluster &cluster();
+    QString makeClusterDatabase();
+    Totals letWork(Ledger &ledger, const QList<ConnectionEntry> &entries, int rounds, int seconds);
+
+    std::unique_ptr<TestHome> m_home;
+    std::unique_ptr<GaleraCluster> m_cluster;
+};
+
+void TestWorkstations::init()
+{
+    m_home = std::make_unique<TestHome>();
+}
+
+void TestWorkstations::cleanup()
+{
+    setStatementObserver({});
+    removeConnection(otherNode);
+    removeConnection(mainConnection);
+    Session::instance().reset();
+    m_home.reset();
+}
+
+void TestWorkstations::cleanupTestCase()
+{
+    m_cluster.reset();
+}
+
+void TestWorkstations::fillShop()
+{
+    QVERIFY(shop::create());
+    for (int id = 1; id <= hotProducts; ++id)
+        shop::addProduct({.id = qulonglong(id), .stock = 100.0 * id});
+    QVERIFY(Session::instance().loadOptions(nullptr, mainConnection));
+}
+
+GaleraCluster &TestWorkstations::cluster()
+{
+    if (!m_cluster)
+        m_cluster = std::make_unique<GaleraCluster>();
+    return *m_cluster;
+}
+
+/// A filled shop on the cluster, the main connection on the first node. Returns its name.
+QString TestWorkstations::makeClusterDatabase()
+{
+    static int count = 0;
+    const QString name = QString("shop%1").arg(++count);
+    cluster().client(0, "mysql",
+                     "CREATE DATABASE " + name + " CHARACTER SET utf8 COLLATE utf8_general_ci;");
+    if (createConnection(nullptr, cluster().entry(0, name), mainConnection))
+        fillShop();
+    return name;
+}
+
+/// Lets a workstation work on each entry and compares what they were told with the books.
+TestWorkstations::Totals TestWorkstations::letWork(Ledger &ledger,
+                                                   const QList<ConnectionEntry> &entries,
+                                                   int rounds, int seconds)
+{
+    struct Station
+    {
+        QTemporaryDir home;
+        QProcess process;
+    };
+    std::vector<std::unique_ptr<Station>> stations;
+    for (int i = 0; i < entries.size(); ++i) {
+        auto station = std::make_unique<Station>();
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert("HOME", station->home.path());
+        station->process.setProcessEnvironment(environment);
+        station->process.setStandardErrorFile(station->home.filePath("stderr"));
+        const WorkstationOrder order{.number = i + 1,
+                                     .seed = seed + quint32(i),
+                                     .rounds = rounds,
+                                     .seconds = seconds,
+                                     .journal = station->home.filePath("journal"),
+                                     .entry = entries.at(i)};
+        station->process.start(QCoreApplication::applicationFilePath(), order.arguments());
+        stations.push_back(std::move(station));
+    }
+    constexpr int patience = 60'000;
+    for (const auto &station : stations) {
+        if (!station->process.waitForReadyRead(patience))
+            qFatal("A workstation does not start");
+    }
+    // All of them at once: without the waiting a start would stay in its pipe until later.
+    for (const auto &station : stations) {
+        station->process.write("go\n");
+        station->process.waitForBytesWritten(patience);
+    }
+
+    Totals totals;
+    QList<WorkstationJournal> journals;
+    QStringList faults;
+    QMap<QString, int> kinds;
+    int actions = 0;
+    qulonglong latestBegin = 0;
+    qulonglong earliestEnd = std::numeric_limits<qulonglong>::max();
+    for (const auto &station : stations) {
+        station->process.waitForFinished(seconds * 1000 + 4 * patience);
+        journals += WorkstationJournal::read(station->home.filePath("journal"));
+        const WorkstationJournal &journal = journals.last();
+        if (station->process.exitStatus() != QProcess::NormalExit ||
+            station->process.exitCode() != 0 || !journal.finished)
+            faults += "a workstation did not come to its end";
+        QFile logFile(station->home.filePath(".lavkor/Lavkor_log.txt"));
+        const QString log =
+            logFile.open(QIODevice::ReadOnly) ? QString::fromUtf8(logFile.readAll()) : QString();
+        for (const QString &refusal : journal.refusals) {
+            ++kinds[refusal.simplified().left(70)];
+            if (refusal.isEmpty())
+                faults += "a refusal without a word";
+            else if (!log.contains(refusal))
+                faults += "not in the log: " + refusal;
+        }
+        if (!journal.receipts.isEmpty()) {
+            latestBegin = std::max(latestBegin, journal.receipts.first().id);
+            earliestEnd = std::min(earliestEnd, journal.receipts.last().id);
+        }
+        actions += journal.actions;
+        totals.postings += int(journal.receipts.size());
+        totals.refusals += int(journal.refusals.size());
+        totals.refusedPostings += journal.refusedPostings;
+    }
+    if (latestBegin >= earliestEnd)
+        faults += "the workstations worked one after the other, which proves nothing";
+    faults += ledger.complaints(journals);
+    qInfo("%d actions, %d postings, %d refusals, %d of them of postings", actions, totals.postings,
+          totals.refusals, totals.refusedPostings);
+    for (auto it = kinds.cbegin(); it != kinds.cend(); ++it)
+        qInfo("%5d  %s", it.value(), qPrintable(it.key()));
+    if (!faults.isEmpty())
+        QTest::qFail(qPrintable(faults.mid(0, 20).join('\n')), __FILE__, __LINE__);
+    return totals;
+}
+
+void TestWorkstations::twoPrograms_onOneFile()
+{
+    ScratchDatabase database(Dialect::Sqlite);
+    QVERIFY(database.open());
+    fillShop();
+    Ledger ledger(Dialect::Sqlite,
+                  [&](const QString &sqlText) { return database.client(sqlText); });
+    ledger.open();
+    const Totals totals = letWork(ledger, {2, database.entry()}, 100, 0);
+    QVERIFY(totals.postings > 0);
+}
+
+void TestWorkstations::fiveWorkstations_onOneServer_data()
+{
+    QTest::addColumn<Dialect>("dialect");
+    QTest::newRow("mariadb") << Dialect::MySql;
+    QTest::newRow("postgresql") << Dialect::PostgreSql;
+}
+
+void TestWorkstations::fiveWorkstations_onOneServer()
+{
+    QFETCH(Dialect, dialect);
+    ScratchDatabase database(dialect);
+    QVERIFY(database.open());
+    fillShop();
+    Ledger ledger(dialect, [&](const QString &sqlText) { return database.client(sqlText); });
+    ledger.open();
+    const Totals totals = letWork(ledger, {workstations, database.entry()}, 0, stressSeconds());
+    QVERIFY(totals.postings > 0);
+    QVERIFY(totals.refusals > 0);
+}
+
+void TestWorkstations::fiveWorkstations_onACluster()
+{
+    const QString name = makeClusterDatabase();
+    for (int node = 0; node < GaleraCluster::nodeCount; ++node)
+        QCOMPARE(cluster().client(node, name, "SELECT COUNT(*) FROM warehouse"),
+                 QString::number(hotProducts));
+    Ledger ledger(Dialect::MySql, [&](const QString &sqlText) {
+        return cluster().client(GaleraCluster::nodeCount - 1, name, sqlText);
+    });
+    ledger.open();
+    QList<ConnectionEntry> entries;
+    for (int i = 0; i < workstations; ++i)
+        entries += cluster().entry(i % GaleraCluster::nodeCount, name);
+    const Totals totals = letWork(ledger, entries, 0, stressSeconds());
+    QVERIFY(totals.postings > 0);
+    QVERIFY(totals.refusedPostings > 0);
+}
+
+void TestWorkstations::commitRefusedByTheCluster_isPostedAgain_data()
+{
+    QTest::addColumn<QString>("meanwhile"); // on the other node, when the COMMIT is about to go out
+    QTest::addColumn<PostingOutcome>("again");
+    QTest::addColumn<QString>("income");
+    QTest::newRow("posted there") << "" << PostingOutcome::EmptyList << "1 2\n2 5";
+    QTest::newRow("changed there") << "UPDATE incomeinvoice SET quantity='9' WHERE wareid='1'"
+                                   << PostingOutcome::Posted << "1 9\n2 5";
+    QTest::newRow("deleted there")
+        << "DELETE FROM incomeinvoice WHERE wareid='1'" << PostingOutcome::Posted << "2 5";
+    QTest::newRow("added there") << "INSERT INTO incomeinvoice(wareid,incost,outcost,quantity,"
+                                    "inoutratio,userid,timestamp) "
+                                    "VALUES('3','10','20','4','0','7','2026-01-02 03:04:05')"
+                                 << PostingOutcome::Posted << "1 2\n2 5\n3 4";
+    QTest::newRow("stock sold there") << "UPDATE warehouse SET quantity=quantity-'50' WHERE id='2'"
+                                      << PostingOutcome::Posted << "1 2\n2 5";
+}
+
+void TestWorkstations::commitRefusedByTheCluster_isPostedAgain()
+{
+    QFETCH(QString, meanwhile);
+    QFETCH(PostingOutcome, again);
+    QFETCH(QString, income);
+    const QString name = makeClusterDatabase();
+    QVERIFY(createConnection(nullptr, cluster().entry(1, name), otherNode));
+    shop::addLine({.wareId = 1, .quantity = 2});
+    shop::addLine({.wareId = 2, .quantity = 5});
+    bool done = false;
+    setStatementObserver([&](const QString &sqlText, const QString &connection) {
+        if (done || sqlText != "COMMIT" || connection != mainConnection)
+            return;
+        done = true;
+        if (!meanwhile.isEmpty())
+            QVERIFY(QueryExec(nullptr, meanwhile, otherNode));
+        else
+            QCOMPARE(ReceiptPosting(nullptr, otherNode).post(PaymentType::Cash, {}).outcome,
+                     PostingOutcome::Posted);
+    });
+    const PostingResult refused =
+        ReceiptPosting(nullptr, mainConnection).post(PaymentType::Cash, {});
+    QVERIFY(done);
+    // A line more need not be in the way of those posted.
+    const bool mayPass = meanwhile.startsWith("INSERT");
+    if (!mayPass || refused.outcome != PostingOutcome::Posted) {
+        QCOMPARE(refused.outcome, PostingOutcome::Failed);
+        QVERIFY2(refused.message.contains("Deadlock"), qPrintable(refused.message));
+        QFile log(m_home->path() + "/.lavkor/Lavkor_log.txt");
+        QVERIFY(log.open(QIODevice::ReadOnly));
+        QVERIFY(QString::fromUtf8(log.readAll()).contains(refused.message));
+    }
+    QCOMPARE(ReceiptPosting(nullptr, mainConnection).post(PaymentType::Cash, {}).outcome, again);
+
+    const QString sold = meanwhile.contains("warehouse") ? "50" : "0";
+    for (int node = 0; node < GaleraCluster::nodeCount; ++node) {
+        QCOMPARE(cluster().client(node, name,
+                                  "SELECT CONCAT(wareid,' ',quantity) FROM income ORDER BY wareid"),
+                 income);
+        QCOMPARE(cluster().client(node, name, "SELECT COUNT(*) FROM incomeinvoice"), "0");
+        QCOMPARE(cluster().client(node, name,
+                                  "SELECT COUNT(*) FROM warehouse LEFT JOIN (SELECT wareid, "
+                                  "SUM(quantity) AS came FROM income GROUP BY wareid) AS i ON "
+                                  "i.wareid=warehouse.id WHERE quantity<>100*id+COALESCE(came,0)"
+                                  "-IF(id=2," +
+                                      sold + ",0)"),
+                 "0");
+        QCOMPARE(cluster().client(node, name,
+                                  "SELECT COUNT(*) FROM incomereports LEFT JOIN income ON "
+                                  "reportid=incomereports.id WHERE reportid IS NULL"),
+                 "0");
+    }
+}
+
+void TestWorkstations::otherNode_seesWhatWasCommitted()
+{
+    const QString name = makeClusterDatabase();
+    QVERIFY(createConnection(nullptr, cluster().entry(1, name), otherNode));
+    // So much that the other node is still at it when the answer has come.
+    for (int i = 1; i <= 3; ++i) {
+        QVERIFY(QueryExec(nullptr, "INSERT INTO brands(name) SELECT 'x' FROM seq_1_to_20000"));
+        QCOMPARE(QueryValue(nullptr, "SELECT COUNT(id) FROM brands", otherNode).toInt(), 20000 * i);
+    }
+}
+
+int main(int argc, char *argv[])
+{
+    QCoreApplication application(argc, argv);
+    const QStringList arguments = QCoreApplication::arguments();
+    if (arguments.contains(workstationMode))
+        return runWorkstation(WorkstationOrder::fromArguments(arguments));
+    TestWorkstations test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "tst_workstations.moc"

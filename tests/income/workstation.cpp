@@ -1,0 +1,267 @@
+#include "workstation.h"
+
+#include "app/messages.h"
+#include "db/query.h"
+#include "db/session.h"
+#include "db/sqltext.h"
+#include "income/posting.h"
+#include "income/receiptline.h"
+
+#include <QElapsedTimer>
+#include <QFile>
+#include <QRandomGenerator>
+
+#include <cstdio>
+#include <iostream>
+#include <string>
+
+namespace {
+
+constexpr int savesBeforeGivingUp = 20;
+constexpr int postingsBeforeGivingUp = 10;
+constexpr int actionsInARound = 3;
+
+class Workstation
+{
+public:
+    explicit Workstation(const WorkstationOrder &order)
+        : m_order(order),
+          m_random(order.seed),
+          m_journal(order.journal)
+    {
+    }
+
+    bool open()
+    {
+        Session::instance().setUser(
+            {.id = qulonglong(m_order.number), .login = "station", .name = "station"});
+        return m_journal.open(QIODevice::WriteOnly) &&
+               createConnection(nullptr, m_order.entry, mainConnection) &&
+               Session::instance().loadOptions(nullptr, mainConnection);
+    }
+
+    void work()
+    {
+        setBoxHandler([this](QWidget *, const BoxRequest &request) {
+            m_told = request.text;
+            return request.escapeButton;
+        });
+        // The prices are written behind the units: from there on these are taken in.
+        setStatementObserver([this](const QString &sqlText, const QString &) {
+            if (sqlText.startsWith("UPDATE incomeinvoice SET incost"))
+                m_unitsWritten = true;
+        });
+        for (int round = 0; round < m_order.rounds; ++round) {
+            for (int i = 0; i < actionsInARound; ++i)
+                handleGoods();
+            post();
+        }
+        QElapsedTimer time;
+        for (time.start(); !time.hasExpired(m_order.seconds * 1000);) {
+            if (m_random.bounded(4) == 0)
+                post();
+            else
+                handleGoods();
+        }
+        note({"finished"});
+        setStatementObserver({});
+        setBoxHandler({});
+    }
+
+private:
+    void note(const QStringList &fields)
+    {
+        QByteArray line;
+        for (const QString &field : fields)
+            line += field.toUtf8().toPercentEncoding(" ") + '\t';
+        line.back() = '\n';
+        m_journal.write(line);
+        m_journal.flush();
+    }
+
+    void handleGoods()
+    {
+        note({"action"});
+        const int kind = m_random.bounded(10);
+        if (kind < 6)
+            add();
+        else if (kind < 9)
+            edit();
+        else
+            remove();
+    }
+
+    void add()
+    {
+        const qulonglong product = 1 + m_random.bounded(hotProducts);
+        const double units = 1 + m_random.bounded(12);
+        ReceiptEntry entry;
+        if (entry.load(nullptr, {.wareid = product, .addedQuantity = units}) != LoadState::Loaded)
+            note({"refused", lastQueryError()});
+        else
+            save(entry, product, entry.proposedQuantity(), units);
+    }
+
+    void edit()
+    {
+        const SqlRow line = anyLine();
+        if (line.isEmpty())
+            return;
+        const qulonglong product = line.at(1).toULongLong();
+        const double units = m_random.bounded(2) == 0 ? 5 : -1;
+        ReceiptEntry entry;
+        switch (entry.load(
+            nullptr, {.wareid = product, .lineId = line.at(0).toULongLong(), .editLine = true})) {
+        case LoadState::Loaded:
+            save(entry, product, entry.proposedQuantity() + units, units);
+            break;
+        case LoadState::NotFound:
+            break; // gone since it was shown
+        case LoadState::Failed:
+            note({"refused", lastQueryError()});
+        }
+    }
+
+    /// Accepts the entry as often as a patient user would. The units must be in the list once when
+    /// the program has ever got beyond their writing, and not at all otherwise.
+    void save(ReceiptEntry &entry, qulonglong product, double quantity, double units)
+    {
+        m_unitsWritten = false;
+        const double outcost = 20 + m_random.bounded(3);
+        for (int i = 0; i < savesBeforeGivingUp && quantity != 0; ++i) {
+            m_told.clear();
+            const SaveState state =
+                entry.save(nullptr, {.quantity = quantity, .incost = 10, .outcost = outcost});
+            if (!m_told.isEmpty() || state != SaveState::Saved)
+                note({"refused", m_told.isEmpty() ? lastQueryError() : m_told});
+            if (state == SaveState::Saved)
+                break;
+            if (state == SaveState::Changed)
+                quantity = entry.proposedQuantity();
+        }
+        if (m_unitsWritten)
+            note({"units", sql::id(product), sql::exact(units)});
+    }
+
+    void remove()
+    {
+        const SqlRow line = anyLine();
+        if (line.isEmpty())
+            return;
+        QSqlQuery query;
+        if (!QueryExec(nullptr,
+                       "DELETE FROM incomeinvoice WHERE id='" + sql::id(line.at(0).toULongLong()) +
+                           "';",
+                       query))
+            note({"refused", lastQueryError()});
+        else if (query.numRowsAffected() == 1)
+            note({"deleted", sql::id(line.at(0).toULongLong())});
+    }
+
+    void post()
+    {
+        note({"action"});
+        for (int i = 0; i < postingsBeforeGivingUp; ++i) {
+            const PostingResult result =
+                ReceiptPosting(nullptr, mainConnection).post(PaymentType::Cash, {});
+            if (result.outcome == PostingOutcome::EmptyList)
+                return;
+            if (result.outcome == PostingOutcome::Posted) {
+                note({"posted", sql::id(result.reportId), sql::integer(result.lines)});
+                return;
+            }
+            note({"refused", result.message, "posting"});
+        }
+    }
+
+    /// Id and product of a line of the list; empty when there is none.
+    SqlRow anyLine()
+    {
+        QList<SqlRow> rows;
+        if (!QueryRows(nullptr, "SELECT id, wareid FROM incomeinvoice ORDER BY id;", rows))
+            note({"refused", lastQueryError()});
+        return rows.isEmpty() ? SqlRow() : rows.at(m_random.bounded(rows.size()));
+    }
+
+    WorkstationOrder m_order;
+    QRandomGenerator m_random;
+    QFile m_journal;
+    QString m_told;
+    bool m_unitsWritten = false;
+};
+
+} // namespace
+
+QStringList WorkstationOrder::arguments() const
+{
+    return {workstationMode,
+            QString::number(number),
+            QString::number(seed),
+            QString::number(rounds),
+            QString::number(seconds),
+            journal,
+            entry.dbtype,
+            entry.dbhostname,
+            entry.dbusername,
+            entry.dbpassword,
+            entry.databasename};
+}
+
+WorkstationOrder WorkstationOrder::fromArguments(const QStringList &arguments)
+{
+    const QStringList values = arguments.mid(arguments.indexOf(workstationMode) + 1);
+    return {.number = values.value(0).toInt(),
+            .seed = values.value(1).toUInt(),
+            .rounds = values.value(2).toInt(),
+            .seconds = values.value(3).toInt(),
+            .journal = values.value(4),
+            .entry = {.name = "workstation",
+                      .dbtype = values.value(5),
+                      .dbhostname = values.value(6),
+                      .dbusername = values.value(7),
+                      .dbpassword = values.value(8),
+                      .databasename = values.value(9)}};
+}
+
+int runWorkstation(const WorkstationOrder &order)
+{
+    Workstation workstation(order);
+    if (!workstation.open())
+        return 2;
+    std::puts("ready");
+    std::fflush(stdout);
+    std::string line;
+    if (!std::getline(std::cin, line))
+        return 3;
+    workstation.work();
+    removeConnection(mainConnection);
+    return 0;
+}
+
+WorkstationJournal WorkstationJournal::read(const QString &path)
+{
+    WorkstationJournal journal;
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return journal;
+    while (!file.atEnd()) {
+        QStringList fields;
+        for (const QByteArray &field : file.readLine().chopped(1).split('\t'))
+            fields += QString::fromUtf8(QByteArray::fromPercentEncoding(field));
+        const QString event = fields.first();
+        if (event == "action")
+            ++journal.actions;
+        else if (event == "units")
+            journal.units[fields.at(1).toULongLong()] += fields.at(2).toDouble();
+        else if (event == "deleted")
+            journal.deletedLines += fields.at(1).toULongLong();
+        else if (event == "posted")
+            journal.receipts += {fields.at(1).toULongLong(), fields.at(2).toInt()};
+        else if (event == "refused")
+            journal.refusals += fields.at(1);
+        if (event == "refused" && fields.size() > 2)
+            ++journal.refusedPostings;
+        journal.finished = event == "finished";
+    }
+    return journal;
+}
