@@ -38,7 +38,12 @@ function(lavkor_test folder subject)
     add_executable(${target} ${CMAKE_CURRENT_SOURCE_DIR}/tst_${subject}.cpp ${ARG_SOURCES})
     target_link_libraries(${target} PRIVATE ${ARG_LIBS} test_support Qt6::Test lavkor_options)
     add_test(NAME ${folder}.${subject} COMMAND ${target})
+    # A hang must end, a slow machine must not matter.
+    set(timeout 900)
+    if(LAVKOR_SANITIZE)
+        set(timeout 2700)
+    endif()
     set_tests_properties(
-        ${folder}.${subject} PROPERTIES LABELS "${ARG_LABELS}" TIMEOUT 600 ENVIRONMENT
+        ${folder}.${subject} PROPERTIES LABELS "${ARG_LABELS}" TIMEOUT ${timeout} ENVIRONMENT
                                         "QT_QPA_PLATFORM=offscreen;LC_ALL=C.UTF-8")
 endfunction()
