@@ -37,6 +37,7 @@ private slots:
     void posting_keepsLinesThatOthersAddMeanwhile();
     void posting_withALostConnection_leavesNothing();
     void posting_withAnUnknownRate_leavesNothing();
+    void listEmptiedBeforeItIsRead_isNoReceipt();
     void secondStation_doesNotPostTheSameListAgain();
     void posting_movesTheSequenceOn();
 
@@ -322,6 +323,21 @@ void TestPosting::posting_withAnUnknownRate_leavesNothing()
     QCOMPARE(result.outcome, PostingOutcome::Failed);
     QVERIFY2(result.message.contains("«EUR»"), qPrintable(result.message));
     QCOMPARE(everything(), before);
+}
+
+void TestPosting::listEmptiedBeforeItIsRead_isNoReceipt()
+{
+    QVERIFY(m_database->open(otherStation));
+    shop::addProduct({.id = 11});
+    shop::addLine({.wareId = 11});
+    setStatementObserver([&](QString &sqlText, const QString &connection) {
+        if (connection == mainConnection && sqlText.startsWith("SELECT wareid, incomeinvoice"))
+            QVERIFY(QueryExec(nullptr, "DELETE FROM incomeinvoice", otherStation));
+    });
+    const PostingResult result = post();
+    setStatementObserver({});
+    QCOMPARE(result.outcome, PostingOutcome::ListChanged);
+    QVERIFY(!result.message.isEmpty());
 }
 
 void TestPosting::secondStation_doesNotPostTheSameListAgain()

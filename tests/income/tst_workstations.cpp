@@ -187,7 +187,7 @@ TestWorkstations::Totals TestWorkstations::letWork(Ledger &ledger,
     }
     if (latestBegin >= earliestEnd)
         faults += "the workstations worked one after the other, which proves nothing";
-    faults += ledger.complaints(journals);
+    faults = ledger.complaints(journals) + faults;
     qInfo("%d actions, %d postings, %d refusals, %d of them of postings", actions, totals.postings,
           totals.refusals, totals.refusedPostings);
     for (auto it = kinds.cbegin(); it != kinds.cend(); ++it)

@@ -11,7 +11,8 @@ namespace servertools {
 
 inline const QString userName = QStringLiteral("lavkor");
 inline const QString password = QStringLiteral("lavkor");
-inline const QString readerName = QStringLiteral("reader"); ///< MariaDB's client, spared by killClients()
+inline const QString readerName =
+    QStringLiteral("reader"); ///< MariaDB's client, spared by killClients()
 
 /// A port of 127.0.0.1 that nobody listens on.
 quint16 freePort();
