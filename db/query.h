@@ -49,8 +49,8 @@ QVariant QueryValue(QWidget *parent, const QString &sqlText,
 QString lastQueryError(const QString &connectionName = mainConnection);
 
 /// Sees every statement just before it goes to its connection, also "BEGIN", "COMMIT" and
-/// "ROLLBACK" of the transaction helpers, and may exchange all but those three. For diagnosis and
-/// for making faults in tests; an empty function takes it off.
+/// "ROLLBACK" of the transaction helpers, and may exchange it. For diagnosis and for making faults
+/// in tests; an empty function takes it off.
 using StatementObserver = std::function<void(QString &sqlText, const QString &connectionName)>;
 void setStatementObserver(StatementObserver observer);
 

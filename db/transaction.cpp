@@ -13,43 +13,46 @@ namespace {
 
 constexpr int maxBeginTries = 3;
 
-/// Runs one transaction word; SQLite's own BEGIN would take the write lock too late.
-bool runWord(QSqlDatabase &database, const char *word, QSqlError &error)
+bool runText(QSqlDatabase &database, const QString &sqlText, QSqlError &error)
 {
     QSqlQuery query(database);
-    const bool done = query.exec(QLatin1String(word));
+    const bool done = query.exec(sqlText);
     error = query.lastError();
+    return done;
+}
+
+/// Runs one transaction word: on SQLite as a statement, on the servers by the driver's own
+/// function.
+bool runWord(QSqlDatabase &database, const QString &word, bool (QSqlDatabase::*function)(),
+             QSqlError &error)
+{
+    const QString observed = observeStatement(word, database.connectionName());
+    if (observed != word)
+        return runText(database, observed, error);
+    if (dialectOf(database.connectionName()) == Dialect::Sqlite) {
+        // SQLite's own BEGIN would take the write lock too late.
+        return runText(database,
+                       word == QLatin1String("BEGIN") ? QStringLiteral("BEGIN IMMEDIATE") : word,
+                       error);
+    }
+    const bool done = (database.*function)();
+    error = database.lastError();
     return done;
 }
 
 bool begin(QSqlDatabase &database, QSqlError &error)
 {
-    observeStatement(QStringLiteral("BEGIN"), database.connectionName());
-    if (dialectOf(database.connectionName()) == Dialect::Sqlite)
-        return runWord(database, "BEGIN IMMEDIATE", error);
-    const bool done = database.transaction();
-    error = database.lastError();
-    return done;
+    return runWord(database, QStringLiteral("BEGIN"), &QSqlDatabase::transaction, error);
 }
 
 bool commit(QSqlDatabase &database, QSqlError &error)
 {
-    observeStatement(QStringLiteral("COMMIT"), database.connectionName());
-    if (dialectOf(database.connectionName()) == Dialect::Sqlite)
-        return runWord(database, "COMMIT", error);
-    const bool done = database.commit();
-    error = database.lastError();
-    return done;
+    return runWord(database, QStringLiteral("COMMIT"), &QSqlDatabase::commit, error);
 }
 
 bool rollback(QSqlDatabase &database, QSqlError &error)
 {
-    observeStatement(QStringLiteral("ROLLBACK"), database.connectionName());
-    if (dialectOf(database.connectionName()) == Dialect::Sqlite)
-        return runWord(database, "ROLLBACK", error);
-    const bool done = database.rollback();
-    error = database.lastError();
-    return done;
+    return runWord(database, QStringLiteral("ROLLBACK"), &QSqlDatabase::rollback, error);
 }
 
 } // namespace

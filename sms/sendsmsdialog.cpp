@@ -25,10 +25,12 @@ constexpr qsizetype shownReplySize = 400;
 
 } // namespace
 
-SendSmsDialog::SendSmsDialog(QWidget *parent, const QString &phone, const QString &text)
+SendSmsDialog::SendSmsDialog(QWidget *parent, const QString &phone, const QString &text,
+                             SmsRun *run)
     : QDialog(parent),
       m_ui(std::make_unique<Ui::SendSmsDialog>()),
-      m_sslSocket(new QSslSocket(this))
+      m_sslSocket(new QSslSocket(this)),
+      m_run(run)
 {
     m_ui->setupUi(this);
     m_timer.setSingleShot(true);
@@ -37,8 +39,20 @@ SendSmsDialog::SendSmsDialog(QWidget *parent, const QString &phone, const QStrin
     m_message.phone = sms::cleanPhone(phone);
     m_message.text = text;
     if (!sms::isMobilePhone(m_message.phone)) {
-        showInformation(parent, tr("СМС не отправлена, неправильный телефонный номер: %1 размер %2")
-                                    .arg(m_message.phone, QString::number(m_message.phone.size())));
+        const QString refusal = tr("СМС не отправлена, неправильный телефонный номер: %1 размер %2")
+                                    .arg(m_message.phone, QString::number(m_message.phone.size()));
+        if (m_run) {
+            logMessage(refusal);
+            m_run->refused += refusal;
+        } else {
+            showInformation(parent, refusal);
+        }
+        SendSmsDialog::done(Rejected);
+        return;
+    }
+    if (m_run && m_run->over) {
+        logMessage(
+            QStringLiteral("No message to %1, the gateway was given up.").arg(m_message.phone));
         SendSmsDialog::done(Rejected);
         return;
     }
@@ -160,17 +174,31 @@ void SendSmsDialog::askAboutErrors(const QList<QSslError> &errors)
     for (const QSslError &error : errors)
         errorTexts += error.errorString() + QStringLiteral("\r\n");
     showStatus(tr("Ошибки ssl: ") + errorTexts.trimmed());
+    if (m_run && m_run->acceptedErrors.contains(errors)) {
+        goOnInSpiteOf(errors);
+        return;
+    }
 
     const QPointer<SendSmsDialog> guard(this);
     const int button =
         askQuestion(this, tr("Обнаружены ошибки ssl:\r\n%1Продолжить?").arg(errorTexts),
                     {tr("Продолжить"), tr("Отмена")}, /*defaultButton=*/1, /*escapeButton=*/1);
-    if (!guard || m_over)
+    if (!guard)
         return;
-    if (button != 0) {
+    if (m_run && button == 0)
+        m_run->acceptedErrors += errors;
+    else if (m_run)
+        m_run->over = true;
+    if (m_over)
+        return;
+    if (button == 0)
+        goOnInSpiteOf(errors);
+    else
         reject();
-        return;
-    }
+}
+
+void SendSmsDialog::goOnInSpiteOf(const QList<QSslError> &errors)
+{
     m_sslSocket->ignoreSslErrors(errors);
     m_sslSocket->resume();
     beginStage(tr("Установка защищённого соединения"));
@@ -215,7 +243,13 @@ void SendSmsDialog::endWithoutReply(const QString &reason)
     takeReply();
     if (m_over)
         return;
-    fail(m_reply.bytes().isEmpty() ? tr("Ошибка отправки SMS: ") + reason : refusalText());
+    const bool silent = m_reply.bytes().isEmpty();
+    const QString status = silent ? tr("Ошибка отправки SMS: ") + reason : refusalText();
+    if (silent && m_run) {
+        m_run->over = true;
+        m_run->refused += status;
+    }
+    fail(status);
 }
 
 void SendSmsDialog::fail(const QString &status)
@@ -233,8 +267,8 @@ QString SendSmsDialog::refusalText() const
     return tr("Ошибка отправки SMS: ") + reply;
 }
 
-bool sendSms(QWidget *parent, const QString &phone, const QString &text)
+bool sendSms(QWidget *parent, const QString &phone, const QString &text, SmsRun *run)
 {
-    SendSmsDialog dialog(parent, phone, text);
+    SendSmsDialog dialog(parent, phone, text, run);
     return dialog.exec() == QDialog::Accepted;
 }

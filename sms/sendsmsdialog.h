@@ -4,6 +4,7 @@
 #include <QList>
 #include <QSslError>
 #include <QString>
+#include <QStringList>
 #include <QTimer>
 
 #include <chrono>
@@ -12,6 +13,16 @@
 #include "sms/smsrequest.h"
 
 class QSslSocket;
+
+/// Several messages in a row of which none may wait for a person more than it must, because the
+/// database is held meanwhile.
+struct SmsRun
+{
+    QStringList refused;                    ///< messages for the user about what was not sent
+    QList<QList<QSslError>> acceptedErrors; ///< certificate errors that the user has let pass
+    /// The certificate was refused or the gateway does not answer: nothing more is sent.
+    bool over = false;
+};
 
 namespace Ui {
 class SendSmsDialog;
@@ -25,7 +36,10 @@ class SendSmsDialog : public QDialog
     Q_OBJECT
 
 public:
-    SendSmsDialog(QWidget *parent, const QString &phone, const QString &text);
+    /// With a run (which must live longer) a wrong number is put there instead of shown, and a
+    /// question that was answered in it is not asked again.
+    SendSmsDialog(QWidget *parent, const QString &phone, const QString &text,
+                  SmsRun *run = nullptr);
     ~SendSmsDialog() override;
 
     /// Runs the dialog; returns at once when the sending is over already.
@@ -54,6 +68,7 @@ private:
     void showStatus(const QString &status);
     void beginStage(const QString &status);
     void askAboutErrors(const QList<QSslError> &errors);
+    void goOnInSpiteOf(const QList<QSslError> &errors);
     void takeReply();
     void endWithoutReply(const QString &reason);
     void fail(const QString &status);
@@ -65,10 +80,11 @@ private:
     sms::Gateway m_gateway;
     sms::Message m_message;
     sms::Reply m_reply;
+    SmsRun *m_run;
     bool m_refused = false;
     bool m_over = false;
 };
 
 /// Sends a message modally over the parent; returns whether the gateway took it. Without a gateway
 /// in the settings nothing is sent and a log line says so.
-bool sendSms(QWidget *parent, const QString &phone, const QString &text);
+bool sendSms(QWidget *parent, const QString &phone, const QString &text, SmsRun *run = nullptr);

@@ -4,6 +4,12 @@
 #include <QCoreApplication>
 #include <QKeyEvent>
 
+namespace {
+
+constexpr int shortestStep = 50; // ms
+
+} // namespace
+
 ProgressDialog::ProgressDialog(const QString &labelText, int maximum, QWidget *parent)
     : QProgressDialog(labelText, QString(), 0, maximum, parent)
 {
@@ -16,14 +22,20 @@ ProgressDialog::ProgressDialog(const QString &labelText, int maximum, QWidget *p
     // Escape is a shortcut inside QProgressDialog, which ends in this signal.
     disconnect(this, &QProgressDialog::canceled, this, &QProgressDialog::cancel);
     setValue(0);
+    // Now, not with the next event: a scan that comes first would open a dialog under the work.
+    show();
 }
 
 void ProgressDialog::advance(int value)
 {
-    if (value == this->value())
+    // Painting a bar costs as much as the work on several lines; the eye does not need each step.
+    if (m_sinceShown.isValid() && !m_sinceShown.hasExpired(shortestStep) && value < maximum()) {
         QCoreApplication::processEvents();
-    else
-        setValue(value); // processes events itself, being modal
+        return;
+    }
+    setValue(value);
+    QCoreApplication::processEvents();
+    m_sinceShown.start();
 }
 
 void ProgressDialog::reject()

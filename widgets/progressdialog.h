@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QElapsedTimer>
 #include <QProgressDialog>
 
 /// A window-modal progress dialog that cannot be cancelled, neither by Escape nor by its frame:
@@ -12,7 +13,8 @@ public:
     /// labelText: what is being done; range 0 to maximum.
     ProgressDialog(const QString &labelText, int maximum, QWidget *parent);
 
-    /// Shows how far the work is and lets the event loop process what is pending.
+    /// Lets the event loop process what is pending; shows how far the work is, some 20 times a
+    /// second at most.
     void advance(int value);
 
     void reject() override;
@@ -20,4 +22,7 @@ public:
 protected:
     void closeEvent(QCloseEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
+
+private:
+    QElapsedTimer m_sinceShown;
 };
