@@ -7,12 +7,12 @@
 #include "catalogue/currenciesdialog.h"
 #include "db/money.h"
 #include "db/session.h"
-#include "db/sqltext.h"
 #include "db/transaction.h"
 #include "income/codefieldguard.h"
 #include "income/codelookup.h"
 #include "income/colorsqlquerymodel.h"
 #include "income/costdialog.h"
+#include "income/linedeletion.h"
 #include "income/manual.h"
 #include "income/productlist.h"
 #include "income/quantityrestdialog.h"
@@ -47,6 +47,7 @@ namespace {
 constexpr int timerPeriodMs = 1000;
 constexpr int filterDelayMs = 150; ///< typing goes on before the list is read again
 constexpr int shortestBarcode = 8; ///< digits
+constexpr qsizetype mostTold = 10; ///< refused messages that a box has room for
 constexpr int maxTimerRest = 30;   ///< seconds between two looks for a lost server
 
 constexpr int nameColumn = 3;      ///< in both tables
@@ -301,17 +302,14 @@ void IncomeInvoiceWindow::on_deletewareAction_triggered()
     const QModelIndexList rows = m_ui->incomeinvoiceTableView->selectionModel()->selectedRows();
     if (rows.isEmpty())
         return;
+    // What the user sees now is what the question is about.
+    QList<ShownLine> lines;
+    for (const QModelIndex &index : rows)
+        lines += m_receipt->shownLine(index.row());
     if (askQuestion(this, tr("Вы действительно хотите удалить из прихода выделенные позиции?"),
                     {tr("Да"), tr("Нет")}, 1, 1) != 0)
         return;
-    QList<qulonglong> ids;
-    for (const QModelIndex &index : rows)
-        ids += m_receipt->lineId(index.row());
-    for (const qulonglong id : std::as_const(ids)) {
-        if (!QueryExec(this, QStringLiteral("DELETE FROM incomeinvoice WHERE id='") + sql::id(id) +
-                                 QStringLiteral("';")))
-            break; // reported; the rest would fail alike
-    }
+    deleteLines(this, lines);
     refreshReceipt();
     m_codeField->take();
 }
@@ -581,6 +579,7 @@ PostingResult IncomeInvoiceWindow::postReceipt(PaymentType paymentType)
     m_busy = true;
     const auto free = qScopeGuard([this] { m_busy = false; });
     std::unique_ptr<ProgressDialog> progress;
+    SmsRun messages;
     PostingCallbacks callbacks;
     callbacks.started = [&](int lines) {
         progress = std::make_unique<ProgressDialog>(tr("Перемещение на склад..."), lines, this);
@@ -589,7 +588,7 @@ PostingResult IncomeInvoiceWindow::postReceipt(PaymentType paymentType)
         progress->advance(done);
     };
     callbacks.sendSms = [&](const QString &phone, const QString &text) {
-        return sendSms(progress.get(), phone, text);
+        return sendSms(progress.get(), phone, text, &messages);
     };
     PostingResult result = ReceiptPosting(this, mainConnection).post(paymentType, callbacks);
     if (progress)
@@ -606,6 +605,13 @@ PostingResult IncomeInvoiceWindow::postReceipt(PaymentType paymentType)
             showInformation(this, result.message);
     } else if (!result.message.isEmpty()) {
         showWarning(this, result.message);
+    }
+    messages.refused.removeDuplicates();
+    if (!messages.refused.isEmpty()) {
+        QStringList told = messages.refused.mid(0, mostTold);
+        if (messages.refused.size() > mostTold)
+            told += tr("и ещё %1").arg(messages.refused.size() - mostTold);
+        showInformation(this, told.join(u'\n'));
     }
     return result;
 }

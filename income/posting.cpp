@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace {
 
@@ -121,6 +122,7 @@ PostingResult ReceiptPosting::post(PaymentType paymentType, const PostingCallbac
                            "(SELECT MAX(id) FROM incomereports));"));
     }
     logMessage(QStringLiteral("Receipt %1 is posted.").arg(result.reportId));
+    makeUpForMissed(result);
     return result;
 }
 
@@ -258,23 +260,22 @@ bool ReceiptPosting::postLine(const Line &line, PostingResult &result,
 
     if (std::abs(line.outcost - line.oldOutcost) >= priceTolerance && line.stock > 0)
         markPriceChange(line);
-    run(QStringLiteral("UPDATE cart SET outcost='") + outcost + QStringLiteral("' WHERE wareid='") +
-        wareId + QStringLiteral("';"));
+    runOptional({QStringLiteral("UPDATE cart SET outcost='") + outcost +
+                 QStringLiteral("' WHERE wareid='") + wareId + QStringLiteral("';")});
     if (line.quantity > 0 && line.stock + line.quantity > 0 && !m_alerts.isEmpty() &&
         !transactionBroken(m_connectionName))
         tellCustomers(line, callbacks);
-    // The results above are not looked at one by one, but a failure among them that has ended the
-    // transaction on the database's side must end the posting.
+    // A failure that has ended the transaction on the database's side ends the posting.
     return !transactionBroken(m_connectionName);
 }
 
 void ReceiptPosting::markPriceChange(const Line &line)
 {
     const QString wareId = sql::id(line.wareId);
-    run(QStringLiteral("DELETE FROM changeoutcostinfo WHERE wareid='") + wareId +
-        QStringLiteral("';"));
-    run(QStringLiteral("INSERT INTO changeoutcostinfo(wareid,ctime) VALUES('") + wareId +
-        QStringLiteral("',") + sql::now() + QStringLiteral(");"));
+    runOptional({QStringLiteral("DELETE FROM changeoutcostinfo WHERE wareid='") + wareId +
+                     QStringLiteral("';"),
+                 QStringLiteral("INSERT INTO changeoutcostinfo(wareid,ctime) VALUES('") + wareId +
+                     QStringLiteral("',") + sql::now() + QStringLiteral(");")});
 }
 
 void ReceiptPosting::tellCustomers(const Line &line, const PostingCallbacks &callbacks)
@@ -289,8 +290,8 @@ void ReceiptPosting::tellCustomers(const Line &line, const PostingCallbacks &cal
             ++i;
             continue;
         }
-        run(QStringLiteral("DELETE FROM alerts WHERE id='") + sql::id(m_alerts.at(i).id) +
-            QStringLiteral("';"));
+        runOptional({QStringLiteral("DELETE FROM alerts WHERE id='") + sql::id(m_alerts.at(i).id) +
+                     QStringLiteral("';")});
         m_alerts.removeAt(i);
     }
 }
@@ -364,6 +365,46 @@ void ReceiptPosting::settleLostCommit(PostingResult &result, PaymentType payment
 bool ReceiptPosting::run(const QString &sqlText)
 {
     return QueryExec(nullptr, sqlText, m_query, m_connectionName);
+}
+
+/// Runs statements that belong together; when one fails, all of them are tried again at the end.
+void ReceiptPosting::runOptional(const QStringList &statements)
+{
+    bool done = true;
+    for (const QString &sqlText : statements)
+        done = run(sqlText) && done;
+    if (!done && !transactionBroken(m_connectionName))
+        m_missed.append(statements);
+}
+
+void ReceiptPosting::makeUpForMissed(PostingResult &result)
+{
+    QString error;
+    for (const QStringList &statements : std::exchange(m_missed, {})) {
+        TransactionGuard transaction(m_connectionName);
+        const bool reached = transaction.isActive();
+        bool done = reached;
+        for (const QString &sqlText : statements)
+            done = done && run(sqlText);
+        if (done && transaction.commit())
+            continue;
+        if (error.isEmpty())
+            error = lastQueryError(m_connectionName);
+        logMessage(QStringLiteral("Left out of receipt %1: ").arg(result.reportId) +
+                   statements.join(u' '));
+        if (!reached)
+            break; // the rest would wait for the database as long, and in vain
+    }
+    if (error.isEmpty())
+        return;
+    if (!result.message.isEmpty())
+        result.message += QStringLiteral("\n\n");
+    result.message += tr("Накладная № %1 проведена, но записано не всё, что за ней следует: цены в "
+                         "открытых заказах, отметки о новых ценах или оповещения покупателей. "
+                         "Проверьте ценники.")
+                          .arg(result.reportId) +
+                      QStringLiteral("\n\n") + error;
+    logMessage(result.message);
 }
 
 PostingResult ReceiptPosting::failed(PostingResult result, PostingOutcome outcome,

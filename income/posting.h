@@ -2,6 +2,7 @@
 
 #include <QList>
 #include <QString>
+#include <QStringList>
 
 #include <functional>
 #include <tuple>
@@ -29,7 +30,7 @@ struct PostingResult
     qulonglong reportId = 0;
     int lines = 0;
     double total = 0; ///< main currency, purchase prices
-    QString message;  ///< for the user, empty after Posted and EmptyList
+    QString message;  ///< for the user; empty when all went as wished, and after EmptyList
 };
 
 /// What a posting wants from the outside. All may be empty.
@@ -45,7 +46,9 @@ struct PostingCallbacks
 
 /// Turns the working list into a numbered receipt: receipt lines, stock, prices, price-change marks
 /// and open carts in one transaction, waiting customers told, the list emptied. Either all of it
-/// happens or nothing, whatever fails.
+/// happens or nothing, whatever fails. Only a mark, a cart or an alert that the database refuses
+/// alone does not hold up the receipt: it is tried again after the transaction, and told when it
+/// fails for good.
 class ReceiptPosting
 {
 public:
@@ -98,6 +101,8 @@ private:
     void settleLostCommit(PostingResult &result, PaymentType paymentType);
 
     bool run(const QString &sqlText);
+    void runOptional(const QStringList &statements);
+    void makeUpForMissed(PostingResult &result);
     PostingResult failed(PostingResult result, PostingOutcome outcome,
                          const QString &message) const;
     QString failureText() const;
@@ -106,6 +111,7 @@ private:
     QString m_connectionName;
     QList<Alert> m_alerts;
     QList<Line> m_lines;
-    QSqlQuery m_query; ///< used again for every statement
+    QSqlQuery m_query;           ///< used again for every statement
+    QList<QStringList> m_missed; ///< optional statements that failed without ending the transaction
     QString m_reportTimestamp;
 };

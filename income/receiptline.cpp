@@ -8,10 +8,12 @@
 #include "db/session.h"
 #include "db/sqltext.h"
 #include "db/transaction.h"
+#include "income/listlock.h"
 #include "income/pricerules.h"
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace {
 
@@ -171,9 +173,9 @@ SaveState ReceiptEntry::save(QWidget *parent, const ReceiptInput &input)
 {
     // One time stamp for the whole entry: a line is found again by it.
     const QString stamp = currentTimestamp();
-    if (m_pending && !settlePending(parent))
-        return SaveState::Failed;
-    const SaveState state = writeLine(parent, input, stamp);
+    SaveState state = m_pending ? settlePending(parent) : SaveState::Saved;
+    if (state == SaveState::Saved)
+        state = writeLine(parent, input, stamp);
     if (state != SaveState::Saved)
         return state;
     if (!writePrices(parent, input, stamp))
@@ -218,26 +220,53 @@ bool ReceiptEntry::readLines(QWidget *parent, QList<ReceiptLine> &lines, bool lo
     return true;
 }
 
-/// Finds the line of an earlier save that was cut off. False while the database does not answer.
-bool ReceiptEntry::settlePending(QWidget *parent)
+/// A row that changes whenever units of the product are posted.
+bool ReceiptEntry::readPosted(QWidget *parent, SqlRow &posted) const
 {
     QList<SqlRow> rows;
+    if (!QueryRows(parent,
+                   "SELECT COUNT(id), MAX(id) FROM income WHERE wareid=" + quotedId(m_product.id) +
+                       ";",
+                   rows))
+        return false;
+    posted = rows.value(0);
+    return true;
+}
+
+/// Finds the line of an earlier save that was cut off. Saved: it is known now what there is to
+/// write; Changed: nobody can know it.
+SaveState ReceiptEntry::settlePending(QWidget *parent)
+{
+    if (!ensureConnectionOpen(parent, mainConnection))
+        return SaveState::Failed;
+    if (!m_pending->certain && !waitForListWriters())
+        return notWritten(parent, tr("Неизвестно, записана ли строка: её запись прервалась. "
+                                     "Проверьте приход или повторите позже.") +
+                                      QStringLiteral("\n\n") + lastQueryError());
+    QList<SqlRow> own;
+    QList<ReceiptLine> lines;
+    SqlRow posted;
+    // In this order: a line that is posted between two looks is in the later one.
     if (!QueryRows(parent,
                    "SELECT id FROM incomeinvoice WHERE wareid=" + quotedId(m_product.id) +
                        " AND userid=" + quotedId(Session::instance().user().id) +
                        " AND timestamp=" + sql::text(m_pending->stamp) +
                        " AND quantity=" + quoted(m_pending->quantity) + ";",
-                   rows))
-        return false;
-    if (!rows.isEmpty()) {
-        m_line =
-            ReceiptLine{.id = rows.first().at(0).toULongLong(), .quantity = m_pending->quantity};
-    } else if (m_pending->certain) {
+                   own) ||
+        !readLines(parent, lines) || !readPosted(parent, posted))
+        return SaveState::Failed;
+    const PendingInsert pending = *std::exchange(m_pending, std::nullopt);
+    if (!own.isEmpty()) {
+        m_line = ReceiptLine{.id = own.first().at(0).toULongLong(), .quantity = pending.quantity};
+    } else if (pending.certain) {
         // Written, and posted or deleted since: what is entered now is counted against it.
-        m_line = ReceiptLine{.id = 0, .quantity = m_pending->quantity};
+        m_line = ReceiptLine{.id = 0, .quantity = pending.quantity};
+    } else if (!lines.isEmpty() || posted != pending.posted) {
+        // Other stations write their user, time and quantity into a line, or post it: where none
+        // was known before, this may be the one.
+        return lineInDoubt(parent, lines);
     }
-    m_pending.reset();
-    return true;
+    return SaveState::Saved;
 }
 
 SaveState ReceiptEntry::writeLine(QWidget *parent, const ReceiptInput &input, const QString &stamp)
@@ -249,14 +278,13 @@ SaveState ReceiptEntry::writeNewLine(QWidget *parent, const ReceiptInput &input,
                                      const QString &stamp)
 {
     const double quantity = tidy(input.quantity - m_goneQuantity);
-    if (!insertLine(parent, input, stamp, quantity))
-        return SaveState::Failed;
-    if (m_goneQuantity != 0) {
+    const SaveState state = insertLine(parent, input, stamp, quantity);
+    if (state == SaveState::Saved && m_goneQuantity != 0) {
         tell(parent, lineGoneText() + u' ' +
                          tr("Новой строкой записано добавленное количество: %1.")
                              .arg(formatQuantity(quantity)));
     }
-    return SaveState::Saved;
+    return state;
 }
 
 /// The quantity is written as a whole, so the line must still be what the user saw.
@@ -273,11 +301,8 @@ SaveState ReceiptEntry::writeExistingLine(QWidget *parent, const ReceiptInput &i
     }
     if (written == LineWrite::Written)
         return SaveState::Saved;
-    if (written == LineWrite::Failed) {
-        const QString error = lastQueryError();
-        showWarning(parent, error.isEmpty() ? tr("Строка прихода не записана.") : error);
-        return SaveState::Failed;
-    }
+    if (written == LineWrite::Failed)
+        return notWritten(parent, lastQueryError());
     if (m_unconfirmed)
         return lineInDoubt(parent, lines);
     const double added = tidy(quantity - m_line->quantity);
@@ -348,8 +373,8 @@ SaveState ReceiptEntry::lineGone(QWidget *parent, const ReceiptInput &input, con
     return SaveState::Changed;
 }
 
-/// The line was changed, posted or deleted after a write that got no answer: nobody can say whether
-/// the user's units were in it by then, so none are proposed.
+/// Another station was at the product's lines after a write that got no answer: nobody can say
+/// whether the user's units were in them by then, so none are proposed.
 SaveState ReceiptEntry::lineInDoubt(QWidget *parent, const QList<ReceiptLine> &lines)
 {
     m_unconfirmed.reset();
@@ -359,11 +384,17 @@ SaveState ReceiptEntry::lineInDoubt(QWidget *parent, const QList<ReceiptLine> &l
         m_otherLines += line.quantity;
     m_added = 0;
     m_goneQuantity = 0;
-    tell(parent, tr("Связь с базой данных прервалась во время записи, а строку этого товара тем "
-                    "временем изменили, провели или удалили на другом рабочем месте. Неизвестно, "
-                    "вошло ли в неё введённое количество: проверьте приход, затем введите "
-                    "количество заново или отмените ввод."));
+    tell(parent, tr("Связь с базой данных прервалась во время записи, а строки этого товара тем "
+                    "временем добавили, изменили, провели или удалили на другом рабочем месте. "
+                    "Неизвестно, вошло ли в них введённое количество: проверьте приход, затем "
+                    "введите количество заново или отмените ввод."));
     return SaveState::Changed;
+}
+
+SaveState ReceiptEntry::notWritten(QWidget *parent, const QString &error)
+{
+    showWarning(parent, error.isEmpty() ? tr("Строка прихода не записана.") : error);
+    return SaveState::Failed;
 }
 
 QString ReceiptEntry::lineGoneText()
@@ -371,11 +402,12 @@ QString ReceiptEntry::lineGoneText()
     return tr("Строку этого товара провели или удалили на другом рабочем месте.");
 }
 
-bool ReceiptEntry::insertLine(QWidget *parent, const ReceiptInput &input, const QString &stamp,
-                              double quantity)
+SaveState ReceiptEntry::insertLine(QWidget *parent, const ReceiptInput &input, const QString &stamp,
+                                   double quantity)
 {
-    if (!ensureConnectionOpen(parent, mainConnection))
-        return false;
+    PendingInsert pending{.stamp = stamp, .quantity = quantity};
+    if (!readPosted(parent, pending.posted))
+        return SaveState::Failed;
     // Without a parent: whether a lost connection is a failure is known only after a look.
     const bool inserted = QueryExec(
         nullptr,
@@ -384,22 +416,20 @@ bool ReceiptEntry::insertLine(QWidget *parent, const ReceiptInput &input, const 
             quotedId(m_product.id) + "," + quoted(input.incost) + "," + quoted(input.inoutratio) +
             "," + quoted(input.outcost) + "," + quoted(quantity) + "," +
             quotedId(Session::instance().user().id) + "," + sql::text(stamp) + ");");
+    pending.certain = inserted;
     if (inserted) {
-        m_pending = PendingInsert{.stamp = stamp, .quantity = quantity, .certain = true};
-        return true;
+        m_pending = pending;
+        return SaveState::Saved;
     }
     const QString error = lastQueryError();
     if (lastOutcomeUnknown()) {
-        const PendingInsert doubtful{.stamp = stamp, .quantity = quantity, .certain = false};
-        m_pending = doubtful;
-        if (!settlePending(parent))
-            return false;
-        if (m_line)
-            return true;
-        m_pending = doubtful; // the server may still be at it
+        m_pending = pending;
+        const SaveState state = settlePending(parent);
+        if (state != SaveState::Saved || m_line)
+            return state;
+        m_pending = pending; // it may still be on its way to the server
     }
-    showWarning(parent, error.isEmpty() ? tr("Строка прихода не записана.") : error);
-    return false;
+    return notWritten(parent, error);
 }
 
 /// All lines of a product carry one price.

@@ -6,6 +6,8 @@
 
 #include <optional>
 
+#include "db/query.h"
+
 class QWidget;
 
 /// Why the entry of a product is opened.
@@ -108,6 +110,7 @@ private:
     {
         QString stamp;
         double quantity = 0;
+        SqlRow posted = {};   ///< see readPosted(), from before it
         bool certain = false; ///< it did succeed
     };
 
@@ -118,7 +121,8 @@ private:
     };
 
     bool readLines(QWidget *parent, QList<ReceiptLine> &lines, bool lock = false) const;
-    bool settlePending(QWidget *parent);
+    bool readPosted(QWidget *parent, SqlRow &posted) const;
+    SaveState settlePending(QWidget *parent);
     SaveState writeLine(QWidget *parent, const ReceiptInput &input, const QString &stamp);
     SaveState writeNewLine(QWidget *parent, const ReceiptInput &input, const QString &stamp);
     SaveState writeExistingLine(QWidget *parent, const ReceiptInput &input, const QString &stamp);
@@ -127,9 +131,10 @@ private:
     SaveState lineGone(QWidget *parent, const ReceiptInput &input, const QString &stamp,
                        double added);
     SaveState lineInDoubt(QWidget *parent, const QList<ReceiptLine> &lines);
+    static SaveState notWritten(QWidget *parent, const QString &error);
     static QString lineGoneText();
-    bool insertLine(QWidget *parent, const ReceiptInput &input, const QString &stamp,
-                    double quantity);
+    SaveState insertLine(QWidget *parent, const ReceiptInput &input, const QString &stamp,
+                         double quantity);
     bool writePrices(QWidget *parent, const ReceiptInput &input, const QString &stamp);
     bool pricesDiffer(const ReceiptInput &input) const;
     bool passPriceToReference(QWidget *parent, double outcost);

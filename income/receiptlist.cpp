@@ -1,6 +1,7 @@
 #include "income/receiptlist.h"
 
 #include "db/query.h"
+#include "income/pricerules.h"
 
 namespace {
 
@@ -27,6 +28,15 @@ constexpr ListColumn listColumns[] = {
     {QT_TRANSLATE_NOOP("ReceiptListModel", "Расх.сумма"), ColumnKind::Money, false},
     {QT_TRANSLATE_NOOP("ReceiptListModel", "Дата добавления записи"), ColumnKind::Plain, false},
 };
+
+double sum(const SqlTableModel &model, const QString &columnName)
+{
+    const int column = model.columnOf(columnName);
+    double total = 0;
+    for (int row = 0; row < model.rowCount(); ++row)
+        total += model.value(row, column).toDouble();
+    return total;
+}
 
 } // namespace
 
@@ -92,6 +102,14 @@ qulonglong ReceiptListModel::wareId(int row) const
     return value(row, 1).toULongLong();
 }
 
+ShownLine ReceiptListModel::shownLine(int row) const
+{
+    return {.id = lineId(row),
+            .wareid = wareId(row),
+            .name = value(row, 3).toString(),
+            .quantity = finiteOrZero(value(row, QStringLiteral("iquantity")).toDouble())};
+}
+
 double ReceiptListModel::purchaseTotal() const
 {
     const int incost = columnOf(QStringLiteral("iincost"));
@@ -104,18 +122,10 @@ double ReceiptListModel::purchaseTotal() const
 
 double ReceiptListModel::sellingTotal() const
 {
-    const int column = columnOf(QStringLiteral("summ"));
-    double total = 0;
-    for (int row = 0; row < rowCount(); ++row)
-        total += value(row, column).toDouble();
-    return total;
+    return sum(*this, QStringLiteral("summ"));
 }
 
 double ReceiptListModel::unitCount() const
 {
-    const int column = columnOf(QStringLiteral("iquantity"));
-    double total = 0;
-    for (int row = 0; row < rowCount(); ++row)
-        total += value(row, column).toDouble();
-    return total;
+    return sum(*this, QStringLiteral("iquantity"));
 }

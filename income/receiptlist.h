@@ -4,6 +4,7 @@
 #include <QStringList>
 
 #include "db/dialect.h"
+#include "income/linedeletion.h"
 #include "widgets/sqltablemodel.h"
 
 /// The SELECT of the working list. Extended adds the ratio, the fixed coefficient and the purchase
@@ -23,6 +24,9 @@ public:
 
     qulonglong lineId(int row) const;
     qulonglong wareId(int row) const;
+
+    /// The line as its row shows it.
+    ShownLine shownLine(int row) const;
 
     /// Sum of purchase price times quantity, main currency; 0 while the list is not extended.
     double purchaseTotal() const;

@@ -1,17 +1,32 @@
 #include "income/receiptprices.h"
 
 #include "app/messages.h"
+#include "db/dialect.h"
 #include "db/query.h"
 #include "db/session.h"
 #include "db/sqltext.h"
+#include "db/transaction.h"
 #include "income/pricerules.h"
 
 #include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QStringList>
 
 #include <algorithm>
 #include <cmath>
 
 namespace {
+
+/// How often the writing of a line is begun anew when the database throws it out, which servers do
+/// to one of two stations that wait for each other.
+constexpr int maxWriteTries = 3;
+/// In ms; less than the lock time-out of any of the databases.
+constexpr int longestWait = 4000;
+
+const QString linesQuery = QStringLiteral(
+    "SELECT incomeinvoice.id,warehouse.id, incomeinvoice.incost, incomeinvoice.inoutratio, "
+    "incomeinvoice.outcost, warehouse.quantity, warehouse.currency, warehouse.outcost FROM "
+    "incomeinvoice LEFT JOIN warehouse ON warehouse.id = incomeinvoice.wareid");
 
 class ReceiptPrices
 {
@@ -27,10 +42,23 @@ public:
     PriceUpdate update(QWidget *parent, const std::function<void(int done, int total)> &progress);
 
 private:
-    bool updateLine(const SqlRow &row);
+    enum class LineUpdate {
+        Done,
+        Gone,          ///< the line is not in the list any more
+        NotConverted,  ///< the product's currency has no rate; only the line was written
+        DatabaseError, ///< nothing was written
+    };
+
+    bool updateLine(const QString &lineId, PriceUpdate &result);
+    LineUpdate tryLine(const QString &lineId);
+    LineUpdate writeProduct(const SqlRow &row, double outcost);
+    bool lookAtLine(const QString &lineId, QList<SqlRow> &rows);
+    bool run(const QString &sqlText);
+    void tell(QWidget *parent, const PriceUpdate &result) const;
 
     QString m_connectionName;
     QuietStatements m_statements;
+    bool m_waitedTooLong = false; ///< another station holds the list; the rest was left alone
 };
 
 PriceUpdate ReceiptPrices::update(QWidget *parent,
@@ -40,62 +68,140 @@ PriceUpdate ReceiptPrices::update(QWidget *parent,
     const QVariant count =
         QueryValue(parent, "SELECT COUNT(id) FROM incomeinvoice;", m_connectionName);
     QList<SqlRow> rows;
-    if (!count.isValid() ||
-        !QueryRows(parent,
-                   "SELECT incomeinvoice.id,warehouse.id, incomeinvoice.incost, "
-                   "incomeinvoice.inoutratio, incomeinvoice.outcost, warehouse.quantity, "
-                   "warehouse.currency, warehouse.outcost FROM incomeinvoice LEFT JOIN warehouse "
-                   "ON warehouse.id = incomeinvoice.wareid;",
-                   rows, m_connectionName))
+    if (!count.isValid() || !QueryRows(parent, linesQuery + ";", rows, m_connectionName))
         return result;
     result.read = true;
+    const int total = std::max(count.toInt(), int(rows.size()));
+    if (progress && !rows.isEmpty())
+        progress(0, total);
 
     for (const SqlRow &row : std::as_const(rows)) {
-        if (!updateLine(row)) {
-            ++result.failed;
-            if (!m_statements.isReachable())
-                break;
-        }
+        if (!updateLine(sql::id(row.at(0).toULongLong()), result) &&
+            (m_waitedTooLong || !m_statements.isReachable()))
+            break;
         ++result.lines;
         if (progress)
-            progress(result.lines, std::max(count.toInt(), result.lines));
+            progress(result.lines, total);
     }
-    if (result.failed > 0) {
-        showWarning(parent, tr("Не все цены обновлены. Строк с ошибками: %1.").arg(result.failed) +
-                                u'\n' + m_statements.reason());
-    }
+    tell(parent, result);
     return result;
 }
 
-bool ReceiptPrices::updateLine(const SqlRow &row)
+/// False when something could not be written.
+bool ReceiptPrices::updateLine(const QString &lineId, PriceUpdate &result)
 {
-    const QString lineId = sql::id(row.at(0).toULongLong());
-    const double incost = row.at(2).toDouble();
+    // A deadlock is worth another try; a station that holds the list for long is not waited for
+    // again and again.
+    QElapsedTimer waiting;
+    waiting.start();
+    LineUpdate outcome = tryLine(lineId);
+    for (int tries = 1; outcome == LineUpdate::DatabaseError && tries < maxWriteTries &&
+                        !waiting.hasExpired(longestWait) && m_statements.isReachable();
+         ++tries)
+        outcome = tryLine(lineId);
+    m_waitedTooLong = outcome == LineUpdate::DatabaseError && waiting.hasExpired(longestWait);
+    if (outcome == LineUpdate::DatabaseError)
+        m_statements.fail(lastQueryError(m_connectionName));
+    const bool failed = outcome == LineUpdate::DatabaseError || outcome == LineUpdate::NotConverted;
+    result.failed += failed ? 1 : 0;
+    result.gone += outcome == LineUpdate::Gone ? 1 : 0;
+    return !failed;
+}
+
+/// Computes from what the locked line holds now: since the list was read another workstation may
+/// have priced, posted or deleted it.
+ReceiptPrices::LineUpdate ReceiptPrices::tryLine(const QString &lineId)
+{
+    TransactionGuard transaction(m_connectionName);
+    QList<SqlRow> rows;
+    if (!transaction.isActive() || !lookAtLine(lineId, rows))
+        return LineUpdate::DatabaseError;
+    if (rows.isEmpty())
+        return LineUpdate::Gone;
+    const SqlRow &row = rows.first();
     const double ratio = row.at(3).toDouble();
     const double lineOutcost = row.at(4).toDouble();
     double outcost = lineOutcost;
     if (ratio > 0) {
-        outcost = sellingPrice(incost, ratio);
+        outcost = sellingPrice(row.at(2).toDouble(), ratio);
         if (!pricesEqual(outcost, lineOutcost) &&
-            !m_statements.run("UPDATE incomeinvoice SET outcost='" + sql::exact(outcost) +
-                              "' WHERE id='" + lineId + "';"))
-            return false;
+            !run("UPDATE incomeinvoice SET outcost='" + sql::exact(outcost) + "' WHERE id='" +
+                 lineId + "';"))
+            return LineUpdate::DatabaseError;
     }
-    if (row.at(1).isNull())
-        return true; // the product was deleted
 
+    const LineUpdate outcome =
+        row.at(1).isNull() ? LineUpdate::Done : writeProduct(row, outcost); // NULL: was deleted
+    if (outcome == LineUpdate::DatabaseError || !transaction.commit())
+        return LineUpdate::DatabaseError;
+    return outcome;
+}
+
+ReceiptPrices::LineUpdate ReceiptPrices::writeProduct(const SqlRow &row, double outcost)
+{
+    const double incost = row.at(2).toDouble();
     const QString currency = row.at(6).toString();
     const double converted = Session::instance().convertCurrencyFromMain(incost, currency);
-    if (!std::isfinite(converted) || !std::isfinite(outcost))
-        return m_statements.fail(tr("Курс валюты %1 равен нулю.").arg(currency));
+    if (!std::isfinite(converted) || !std::isfinite(outcost)) {
+        m_statements.fail(tr("Курс валюты %1 равен нулю.").arg(currency));
+        return LineUpdate::NotConverted;
+    }
     const qulonglong wareid = row.at(1).toULongLong();
-    if (!m_statements.run("UPDATE warehouse SET incost='" + sql::exact(converted) +
-                          "', inoutratio='" + sql::exact(ratio) + "', outcost='" +
-                          sql::exact(outcost) + "' WHERE id='" + sql::id(wareid) + "';"))
-        return false;
+    if (!run("UPDATE warehouse SET incost='" + sql::exact(converted) + "', inoutratio='" +
+             sql::exact(row.at(3).toDouble()) + "', outcost='" + sql::exact(outcost) +
+             "' WHERE id='" + sql::id(wareid) + "';"))
+        return LineUpdate::DatabaseError;
     if (pricesEqual(outcost, row.at(7).toDouble()) || !(row.at(5).toDouble() > 0))
-        return true;
-    return m_statements.markPriceChange(wareid);
+        return LineUpdate::Done;
+    return markPriceChange(nullptr, wareid, m_connectionName) ? LineUpdate::Done
+                                                              : LineUpdate::DatabaseError;
+}
+
+/// Reads and locks the line; no row when it is gone.
+bool ReceiptPrices::lookAtLine(const QString &lineId, QList<SqlRow> &rows)
+{
+    QString lock; // SQLite's transactions hold the only write lock anyway
+    switch (dialectOf(m_connectionName)) {
+    case Dialect::Sqlite:
+        break;
+    case Dialect::MySql:
+        lock = QStringLiteral(" FOR UPDATE");
+        break;
+    case Dialect::PostgreSql:
+        // It cannot lock the product, which may be missing.
+        lock = QStringLiteral(" FOR UPDATE OF incomeinvoice");
+        // A posting locks the table and then its rows; with the rows first both would wait for
+        // ever.
+        if (!run("LOCK TABLE incomeinvoice IN ROW EXCLUSIVE MODE;"))
+            return false;
+        break;
+    }
+    return QueryRows(nullptr, linesQuery + " WHERE incomeinvoice.id='" + lineId + "'" + lock + ";",
+                     rows, m_connectionName);
+}
+
+bool ReceiptPrices::run(const QString &sqlText)
+{
+    return QueryExec(nullptr, sqlText, m_connectionName);
+}
+
+void ReceiptPrices::tell(QWidget *parent, const PriceUpdate &result) const
+{
+    QStringList parts;
+    if (result.failed > 0) {
+        parts += tr("Не все цены обновлены. Строк с ошибками: %1.").arg(result.failed);
+        parts += m_statements.reason();
+    }
+    if (m_waitedTooLong)
+        parts += tr("Приход занят на другом рабочем месте, остальные строки не пересчитаны: "
+                    "повторите позже.");
+    if (result.gone > 0) {
+        parts += tr("Строк, которые тем временем провели или удалили на другом рабочем месте: %1. "
+                    "Цены по ним не обновлены.")
+                     .arg(result.gone);
+    }
+    if (!parts.isEmpty())
+        showWarning(parent, parts.join(u'\n'));
 }
 
 } // namespace

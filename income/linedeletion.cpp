@@ -1,0 +1,197 @@
+#include "income/linedeletion.h"
+
+#include "app/logging.h"
+#include "app/messages.h"
+#include "db/dialect.h"
+#include "db/money.h"
+#include "db/query.h"
+#include "db/sqltext.h"
+#include "db/transaction.h"
+#include "income/pricerules.h"
+
+#include <QCoreApplication>
+#include <QHash>
+#include <QStringList>
+
+#include <algorithm>
+
+namespace {
+
+/// How often the deletion is begun anew when the database throws it out, which servers do to one of
+/// two stations that wait for each other.
+constexpr int maxTries = 3;
+constexpr qsizetype idsPerStatement = 1000; ///< the length of a statement is limited
+constexpr qsizetype mostTold = 10;          ///< lines that a message box has room for
+
+class LineDeletion
+{
+    Q_DECLARE_TR_FUNCTIONS(LineDeletion)
+
+public:
+    explicit LineDeletion(QList<ShownLine> lines)
+        : m_lines(std::move(lines))
+    {
+        // Stations that take their locks in one order do not wait for each other for ever.
+        std::sort(m_lines.begin(), m_lines.end(),
+                  [](const ShownLine &a, const ShownLine &b) { return a.id < b.id; });
+    }
+
+    QList<qulonglong> run(QWidget *parent);
+
+private:
+    struct Current
+    {
+        qulonglong wareid;
+        double quantity;
+    };
+
+    bool tryAll();
+    bool look();
+    void tell(QWidget *parent) const;
+    QString text(qsizetype most) const;
+    static QString nameOf(const ShownLine &line);
+
+    QList<ShownLine> m_lines;
+    QHash<qulonglong, Current> m_current; ///< what the list holds of them now
+    QList<qulonglong> m_deleted;
+    QStringList m_refused;           ///< what is told of the lines that were left alone
+    QStringList m_inDoubt;           ///< names of lines that are gone, perhaps by our own hand
+    QList<qulonglong> m_unconfirmed; ///< deleted by a transaction whose COMMIT got no answer
+};
+
+QList<qulonglong> LineDeletion::run(QWidget *parent)
+{
+    bool done = false;
+    bool reached = true;
+    for (int attempt = 0; attempt < maxTries && !done && reached; ++attempt) {
+        reached = ensureConnectionOpen(parent, mainConnection);
+        done = reached && tryAll();
+    }
+    if (done) {
+        tell(parent);
+        return m_deleted;
+    }
+    if (!m_unconfirmed.isEmpty()) {
+        showWarning(parent, tr("Связь с базой данных прервалась во время удаления. Неизвестно, "
+                               "удалены ли позиции: проверьте приход."));
+    } else {
+        // Who does not want to reconnect knows what is wrong.
+        const QString error = lastQueryError();
+        showWarning(parent, error.isEmpty() ? tr("Строки прихода не удалены.") : error, reached);
+    }
+    return {};
+}
+
+/// Between the look and the deletion nobody may change or post a line. No box is shown while the
+/// locks are held.
+bool LineDeletion::tryAll()
+{
+    m_deleted.clear();
+    m_refused.clear();
+    m_inDoubt.clear();
+    TransactionGuard transaction;
+    if (!transaction.isActive() || !look())
+        return false;
+    // All or none: a line that is still there proves that the unanswered COMMIT did not take place.
+    if (std::any_of(m_unconfirmed.cbegin(), m_unconfirmed.cend(),
+                    [this](qulonglong id) { return m_current.contains(id); }))
+        m_unconfirmed.clear();
+    for (const ShownLine &line : std::as_const(m_lines)) {
+        const auto current = m_current.constFind(line.id);
+        if (current == m_current.cend() || current->wareid != line.wareid) {
+            if (m_unconfirmed.contains(line.id))
+                m_inDoubt += nameOf(line);
+            else
+                m_refused += tr("%1: строку провели или удалили").arg(nameOf(line));
+            continue;
+        }
+        // Both come from the same column, so they are the same to the last bit or have changed.
+        if (current->quantity != line.quantity) {
+            m_refused += tr("%1: количество было %2, стало %3")
+                             .arg(nameOf(line), formatQuantity(line.quantity),
+                                  formatQuantity(current->quantity));
+            continue;
+        }
+        if (!QueryExec(nullptr, "DELETE FROM incomeinvoice WHERE id='" + sql::id(line.id) + "';"))
+            return false;
+        m_deleted += line.id;
+    }
+    if (m_deleted.isEmpty() || transaction.commit())
+        return true;
+    if (lastOutcomeUnknown())
+        m_unconfirmed = m_deleted;
+    return false;
+}
+
+/// Reads and locks the lines.
+bool LineDeletion::look()
+{
+    m_current.clear();
+    // SQLite's transactions hold the only write lock anyway.
+    const Dialect dialect = dialectOf(mainConnection);
+    const QString lock = dialect == Dialect::Sqlite ? QString() : QStringLiteral(" FOR UPDATE");
+    // A posting locks the table and then its rows; with the rows first both would wait for ever.
+    if (dialect == Dialect::PostgreSql &&
+        !QueryExec(nullptr, "LOCK TABLE incomeinvoice IN ROW EXCLUSIVE MODE;"))
+        return false;
+    for (qsizetype first = 0; first < m_lines.size(); first += idsPerStatement) {
+        QStringList ids;
+        for (const ShownLine &line : m_lines.mid(first, idsPerStatement))
+            ids += sql::id(line.id);
+        QList<SqlRow> rows;
+        if (!QueryRows(nullptr,
+                       "SELECT id, wareid, quantity FROM incomeinvoice WHERE id IN (" +
+                           ids.join(u',') + ") ORDER BY id" + lock + ";",
+                       rows))
+            return false;
+        for (const SqlRow &row : std::as_const(rows))
+            m_current.insert(row.at(0).toULongLong(),
+                             {row.at(1).toULongLong(), finiteOrZero(row.at(2).toDouble())});
+    }
+    return true;
+}
+
+/// What other workstations did to the lines is looked for in the log afterwards.
+void LineDeletion::tell(QWidget *parent) const
+{
+    if (m_refused.isEmpty() && m_inDoubt.isEmpty())
+        return;
+    logMessage(text(m_lines.size()));
+    showInformation(parent, text(mostTold));
+}
+
+QString LineDeletion::text(qsizetype most) const
+{
+    QStringList parts;
+    if (!m_refused.isEmpty()) {
+        parts += m_deleted.isEmpty() ? tr("Выделенное не удалено: приход тем временем изменили на "
+                                          "другом рабочем месте.")
+                                     : tr("Удалены не все выделенные позиции: приход тем временем "
+                                          "изменили на другом рабочем месте.");
+        parts += m_refused.mid(0, most);
+        if (m_refused.size() > most)
+            parts += tr("и ещё %1").arg(m_refused.size() - most);
+        parts += tr("Проверьте приход и, если нужно, повторите удаление.");
+    }
+    if (!m_inDoubt.isEmpty()) {
+        parts += tr("Связь с базой данных прервалась во время удаления. Этих позиций больше нет в "
+                    "приходе, но неизвестно, удалены они или проведены на другом рабочем месте:");
+        parts += m_inDoubt.mid(0, most);
+        if (m_inDoubt.size() > most)
+            parts += tr("и ещё %1").arg(m_inDoubt.size() - most);
+    }
+    return parts.join(u'\n');
+}
+
+QString LineDeletion::nameOf(const ShownLine &line)
+{
+    // A product that was deleted has none.
+    return line.name.isEmpty() ? tr("Наименование %1").arg(line.wareid) : line.name;
+}
+
+} // namespace
+
+QList<qulonglong> deleteLines(QWidget *parent, QList<ShownLine> lines)
+{
+    return LineDeletion(std::move(lines)).run(parent);
+}
