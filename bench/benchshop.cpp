@@ -33,6 +33,8 @@ RawSqlite::RawSqlite(const QString &path)
 {
     if (sqlite3_open(path.toUtf8().constData(), &m_database) != SQLITE_OK)
         qFatal("cannot open %s", qPrintable(path));
+    run("PRAGMA cache_size=-49152");
+    run("PRAGMA wal_autocheckpoint=16384");
 }
 
 RawSqlite::~RawSqlite()
@@ -115,13 +117,14 @@ QString BenchShop::name(int product)
            QString::number(product);
 }
 
-QStringList BenchShop::fillList(int lines, int products)
+QStringList BenchShop::fillList(int lines, int products, int turn)
 {
     QStringList statements = {"DELETE FROM incomeinvoice", "DELETE FROM income",
                               "DELETE FROM incomereports"};
     for (int i = 0; i < lines; ++i) {
-        // Every second line changes the selling price of goods on the shelf.
-        const int product = 1 + int(qlonglong(i) * products / lines);
+        // Every second line changes the selling price of goods on the shelf; every one is in a
+        // cart.
+        const int product = 1 + int((qlonglong(i) * products / lines + turn * 10) % products);
         statements += "INSERT INTO incomeinvoice(wareid,incost,inoutratio,outcost,quantity,userid,"
                       "timestamp) VALUES(" +
                       QString::number(product) + ",11.5,0," +

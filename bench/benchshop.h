@@ -23,14 +23,15 @@ public:
     static QString name(int product);
 
     /// Statements that put that many products into the working list, spread over the catalogue,
-    /// and take away the traces of the posting before.
-    static QStringList fillList(int lines, int products);
+    /// and take away the traces of the posting before. Another turn takes other
+    /// products, where the catalogue is large enough.
+    static QStringList fillList(int lines, int products, int turn = 0);
 
 private:
     QString m_path;
 };
 
-/// A plain connection of the SQLite C interface.
+/// A plain connection of the SQLite C interface, with as much cache as the program gives itself.
 class RawSqlite
 {
 public:

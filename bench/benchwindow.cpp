@@ -29,23 +29,6 @@ void prepareLogin(const ConnectionEntry &entry)
     removeConnection(connection);
 }
 
-void openBenchWindowUpToLogin(const ConnectionEntry &entry, const std::function<void()> &shown)
-{
-    QSettings().setValue("acceptedEula", true);
-    Settings::instance().setConnections({entry});
-    QTimer look;
-    QObject::connect(&look, &QTimer::timeout, [&] {
-        auto *dialog = qobject_cast<QDialog *>(QApplication::activeModalWidget());
-        if (!dialog || !dialog->windowHandle() || !dialog->windowHandle()->isExposed())
-            return;
-        look.stop();
-        shown();
-        dialog->reject();
-    });
-    look.start(0);
-    const IncomeInvoiceWindow window;
-}
-
 std::unique_ptr<IncomeInvoiceWindow> openBenchWindow(const ConnectionEntry &entry)
 {
     QSettings().setValue("acceptedEula", true);

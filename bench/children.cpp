@@ -1,5 +1,6 @@
 #include "bench/children.h"
 
+#include "bench/benchshop.h"
 #include "bench/benchwindow.h"
 #include "income/incomeinvoicewindow.h"
 
@@ -15,49 +16,58 @@
 
 namespace {
 
-double residentMegabytes()
+/// The most memory that this process has used, in MB.
+double peakMegabytes()
 {
     QFile status("/proc/self/status");
     if (!status.open(QIODevice::ReadOnly))
         return 0;
     const QList<QByteArray> lines = status.readAll().split('\n');
     for (const QByteArray &line : lines) {
-        if (line.startsWith("VmRSS:"))
+        if (line.startsWith("VmHWM:"))
             return line.mid(6).trimmed().split(' ').first().toDouble() / 1024;
     }
     return 0;
 }
 
-void tellShown()
+void tell()
 {
-    std::printf("shown %.1f\n", residentMegabytes());
+    std::printf("done %.1f\n", peakMegabytes());
     std::fflush(stdout);
+}
+
+/// What a day brings: filters, a receipt, the lists read anew.
+void work(IncomeInvoiceWindow &window, const QString &path)
+{
+    auto *filter = window.findChild<QLineEdit *>("namefilterLineEdit");
+    for (const char *text : {"О", "№ 99", "", "а", ""}) {
+        filter->setText(text);
+        QTest::qWait(600); // the filter's own delay is over
+    }
+    {
+        RawSqlite raw(path);
+        for (const QString &statement : BenchShop::fillList(1000, 100000))
+            raw.run(statement.toUtf8());
+    }
+    if (window.postReceipt(PaymentType::Cash).outcome != PostingOutcome::Posted)
+        qFatal("the posting failed");
+    emit window.findChild<QComboBox *>("groupfilterComboBox")->activated(0);
+    QCoreApplication::processEvents();
 }
 
 } // namespace
 
 int runChild(const QStringList &arguments)
 {
-    if (arguments.contains("--empty-window")) {
-        QWidget window;
-        window.resize(1180, 700);
-        window.show();
-        if (!QTest::qWaitForWindowExposed(&window))
-            return 1;
-        tellShown();
-        return 0;
-    }
-    if (arguments.contains("--first-window")) {
-        openBenchWindowUpToLogin(
-            {.name = "bench", .dbtype = "sqlite", .databasename = arguments.last()}, tellShown);
-        return 0;
-    }
-    const qsizetype shop = arguments.indexOf("--shop-window");
-    if (shop < 0)
+    const bool atWork = arguments.contains("--shop-at-work");
+    if (!atWork && !arguments.contains("--shop-window"))
         return -1;
-    const auto window = openBenchWindow(
-        {.name = "bench", .dbtype = "sqlite", .databasename = arguments.at(shop + 1)});
-    tellShown();
+    const QString path = arguments.last();
+    const auto window =
+        openBenchWindow({.name = "bench", .dbtype = "sqlite", .databasename = path});
+    if (atWork)
+        work(*window, path);
+    tell();
     return 0;
 }
 
