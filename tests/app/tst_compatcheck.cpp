@@ -1,14 +1,14 @@
 // The self-check as a deployment script sees it: the real program, its one line and exit code.
-#include "app/program/compatcheck.h"
+#include "tests/support/datatable.h"
+#include "tests/support/files.h"
 #include "tests/support/servers.h"
 
 #include <QDir>
 #include <QJsonDocument>
+#include <QJsonObject>
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
-
-#include <vector>
 
 class TestCompatCheck : public QObject
 {
@@ -16,8 +16,6 @@ class TestCompatCheck : public QObject
 
 private slots:
     void init();
-    void argument_isFoundAnywhereWhenSpelledExactly_data();
-    void argument_isFoundAnywhereWhenSpelledExactly();
     void program_printsOneLineOfJson_data();
     void program_printsOneLineOfJson();
     void configuration_isNeitherLoadedNorChanged();
@@ -60,37 +58,11 @@ void TestCompatCheck::run(const QStringList &arguments)
     m_report = QJsonDocument::fromJson(m_output).object();
 }
 
-void TestCompatCheck::argument_isFoundAnywhereWhenSpelledExactly_data()
-{
-    QTest::addColumn<QByteArrayList>("arguments");
-    QTest::addColumn<bool>("found");
-    QTest::newRow("first") << QByteArrayList{"lavkor", "--compat-check"} << true;
-    QTest::newRow("behind others")
-        << QByteArrayList{"lavkor", "-debug", "x", "--compat-check"} << true;
-    QTest::newRow("name of the program") << QByteArrayList{"--compat-check"} << true;
-    QTest::newRow("none") << QByteArrayList{"lavkor"} << false;
-    QTest::newRow("upper case") << QByteArrayList{"lavkor", "--COMPAT-CHECK"} << false;
-    QTest::newRow("one dash") << QByteArrayList{"lavkor", "-compat-check"} << false;
-    QTest::newRow("more behind it") << QByteArrayList{"lavkor", "--compat-check=1"} << false;
-}
-
-void TestCompatCheck::argument_isFoundAnywhereWhenSpelledExactly()
-{
-    QFETCH(QByteArrayList, arguments);
-    std::vector<const char *> argv;
-    for (const QByteArray &argument : arguments)
-        argv.push_back(argument.constData());
-    argv.push_back(nullptr);
-    QTEST(wantsCompatCheck(int(arguments.size()), argv.data()), "found");
-}
-
 void TestCompatCheck::program_printsOneLineOfJson_data()
 {
-    QTest::addColumn<QStringList>("arguments");
-    QTest::newRow("alone") << QStringList{"--compat-check"};
-    QTest::newRow("first") << QStringList{"--compat-check", "-debug"};
-    QTest::newRow("last") << QStringList{"-debug", "receipt", "--compat-check"};
-    QTest::newRow("behind an option of the toolkit") << QStringList{"-platform", "--compat-check"};
+    addColumns<QStringList>("arguments");
+    addRow("alone", QStringList{"--compat-check"});
+    addRow("behind an option of the toolkit", QStringList{"-platform", "--compat-check"});
 }
 
 void TestCompatCheck::program_printsOneLineOfJson()
@@ -123,32 +95,24 @@ void TestCompatCheck::configuration_isNeitherLoadedNorChanged()
     // Reading it as settings would set a broken file aside and write a line to the log.
     const QDir directory(m_home->filePath(".lavkor"));
     QVERIFY(QDir().mkpath(directory.path()));
-    QFile settings(directory.filePath("lavkor.settings"));
+    const QString settings = directory.filePath("lavkor.settings");
     const QByteArray broken = "<settings><connection>";
-    QVERIFY(settings.open(QIODevice::ReadWrite));
-    settings.write(broken);
-    QVERIFY(settings.flush());
+    writeFile(settings, broken);
 
     run({"--compat-check"});
     QCOMPARE(m_exitCode, 0);
     QCOMPARE(m_report.value("configuration_preserved"), QJsonValue(true));
     QCOMPARE(directory.entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
              QStringList("lavkor.settings"));
-    QVERIFY(settings.seek(0));
-    QCOMPARE(settings.readAll(), broken);
+    QCOMPARE(readFile(settings), broken);
 }
 
 void TestCompatCheck::mySqlServer_isAskedWhenNamed_data()
 {
-    QTest::addColumn<QString>("database");
-    QTest::addColumn<QString>("password");
-    QTest::addColumn<bool>("passes");
-    QTest::newRow("ready") << "CHARACTER SET utf8mb4"
-                           << "probe" << true;
-    QTest::newRow("wrong password") << "CHARACTER SET utf8mb4"
-                                    << "other" << false;
-    QTest::newRow("cannot hold Cyrillic") << "CHARACTER SET latin1"
-                                          << "probe" << false;
+    addColumns<QString, QString, bool>("database", "password", "passes");
+    addRow("ready", "CHARACTER SET utf8mb4", "probe", true);
+    addRow("wrong password", "CHARACTER SET utf8mb4", "other", false);
+    addRow("cannot hold Cyrillic", "CHARACTER SET latin1", "probe", false);
 }
 
 void TestCompatCheck::mySqlServer_isAskedWhenNamed()

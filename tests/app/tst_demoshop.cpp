@@ -1,12 +1,12 @@
 // The goods of the demonstration: whoever scans them must find them, whatever their names hold.
 #include "app/demo/demoshop.h"
 #include "catalogue/barcode.h"
-#include "db/query.h"
+#include "tests/support/datatable.h"
+#include "tests/support/files.h"
 #include "tests/support/scratchdatabase.h"
 #include "tests/support/shop.h"
 #include "tests/support/testhome.h"
 
-#include <QFile>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -30,9 +30,7 @@ void TestDemoShop::goods_areFilledOnceAndHaveValidCodes()
     QVERIFY(database.open() && shop::create());
     QString error;
     QVERIFY2(fillDemoShop(goods, mainConnection, &error), qPrintable(error));
-    QFile table(goods);
-    QVERIFY(table.open(QIODevice::ReadOnly));
-    const QString count = QString::number(table.readAll().count('\n') - 1);
+    const QString count = QString::number(readFile(goods).count('\n') - 1);
     QCOMPARE(database.client("SELECT COUNT(*) FROM warehouse;"), count);
     QVERIFY(fillDemoShop(goods, mainConnection));
     QCOMPARE(database.client("SELECT COUNT(*) FROM warehouse;"), count);
@@ -55,26 +53,23 @@ void TestDemoShop::goods_areFilledOnceAndHaveValidCodes()
 void TestDemoShop::brokenTable_leavesNothingBehind_data()
 {
     const QByteArray good = "А-1\tТовар\tГруппа\tМарка\tшт\t1\t0\t2\t3\t2000000000008\n";
-    QTest::addColumn<QByteArray>("second");
-    QTest::newRow("a column too few") << good.mid(good.indexOf('\t') + 1);
-    QTest::newRow("a unit that is not there") << QByteArray(good).replace("шт", "пуд");
-    QTest::newRow("no group") << QByteArray(good).replace("Группа", "");
+    addColumns<QByteArray>("second");
+    addRow("a column too few", good.mid(good.indexOf('\t') + 1));
+    addRow("a unit that is not there", QByteArray(good).replace("шт", "пуд"));
+    addRow("no group", QByteArray(good).replace("Группа", ""));
 }
 
 void TestDemoShop::brokenTable_leavesNothingBehind()
 {
     QFETCH(QByteArray, second);
     QTemporaryDir directory;
-    const QString path = directory.filePath(QStringLiteral("goods.tsv"));
-    QFile table(path);
-    QVERIFY(table.open(QIODevice::WriteOnly));
-    table.write("header\nА-0\tПервый\tГруппа\tМарка\tшт\t1\t0\t2\t3\t2000000000015\n" + second);
-    table.close();
+    const QString path = directory.filePath("goods.tsv");
+    writeFile(path, "header\nА-0\tПервый\tГруппа\tМарка\tшт\t1\t0\t2\t3\t2000000000015\n" + second);
     ScratchDatabase database(Dialect::Sqlite);
     QVERIFY(database.open() && shop::create());
     QString error;
     QVERIFY(!fillDemoShop(path, mainConnection, &error));
-    QVERIFY2(error.contains(QStringLiteral("goods.tsv:3:")), qPrintable(error));
+    QVERIFY2(error.contains("goods.tsv:3:"), qPrintable(error));
     QCOMPARE(database.client("SELECT (SELECT COUNT(*) FROM warehouse) + "
                              "(SELECT COUNT(*) FROM codes) + (SELECT COUNT(*) FROM `groups`);"),
              "0");

@@ -1,4 +1,5 @@
 #include "catalogue/barcode.h"
+#include "tests/support/datatable.h"
 
 #include <QTest>
 
@@ -15,15 +16,14 @@ private slots:
 
 void TestBarcode::checkDigit_data()
 {
-    QTest::addColumn<QString>("code");
-    QTest::addColumn<int>("digit");
+    addColumns<QString, int>("code", "digit");
 
-    QTest::newRow("12 digits") << "400638133393" << 1;
-    QTest::newRow("sum ends in 0") << "200000000006" << 0;
-    QTest::newRow("wrong 13th digit is ignored") << "4006381333937" << 1;
-    QTest::newRow("text behind is ignored") << "400638133393x12" << 1;
-    QTest::newRow("11 digits") << "40063813339" << -1;
-    QTest::newRow("empty") << "" << -1;
+    addRow("12 digits", "400638133393", 1);
+    addRow("sum ends in 0", "200000000006", 0);
+    addRow("wrong 13th digit is ignored", "4006381333937", 1);
+    addRow("text behind is ignored", "400638133393x12", 1);
+    addRow("11 digits", "40063813339", -1);
+    addRow("empty", "", -1);
 }
 
 void TestBarcode::checkDigit()
@@ -34,27 +34,17 @@ void TestBarcode::checkDigit()
 
 void TestBarcode::nextCode_data()
 {
-    QTest::addColumn<QString>("maxCode");
-    QTest::addColumn<QString>("next");
+    addColumns<QString, QString>("maxCode", "next");
 
-    QTest::newRow("first") << ""
-                           << "2000000000008";
-    QTest::newRow("second") << "2000000000008"
-                            << "2000000000015";
-    QTest::newRow("carry") << "2000000000091"
-                           << "2000000000107";
-    QTest::newRow("wrong check digit") << "2000000000099"
-                                       << "2000000000107";
-    QTest::newRow("last of the range") << "2999999999984"
-                                       << "2999999999991";
-    QTest::newRow("range used up") << "2999999999991"
-                                   << "";
-    QTest::newRow("letters") << "2abcdefghijkl"
-                             << "";
-    QTest::newRow("digits of another script") << "200000000000٨"
-                                              << "";
-    QTest::newRow("not 13 digits") << "20000000"
-                                   << "";
+    addRow("first", "", "2000000000008");
+    addRow("second", "2000000000008", "2000000000015");
+    addRow("carry", "2000000000091", "2000000000107");
+    addRow("wrong check digit", "2000000000099", "2000000000107");
+    addRow("last of the range", "2999999999984", "2999999999991");
+    addRow("range used up", "2999999999991", "");
+    addRow("letters", "2abcdefghijkl", "");
+    addRow("digits of another script", "200000000000٨", "");
+    addRow("not 13 digits", "20000000", "");
 }
 
 void TestBarcode::nextCode()

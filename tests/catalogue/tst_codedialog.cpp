@@ -1,140 +1,77 @@
 #include "catalogue/codedialog.h"
 
 #include "db/query.h"
-#include "db/session.h"
 #include "db/sqltext.h"
-#include "tests/support/queuedboxes.h"
-#include "tests/support/scratchdatabase.h"
-#include "tests/support/servers.h"
+#include "tests/support/databasetest.h"
+#include "tests/support/datatable.h"
 #include "tests/support/shop.h"
-#include "tests/support/testhome.h"
+#include "tests/support/widgets.h"
 #include "widgets/numberspinbox.h"
 
 #include <QLabel>
 #include <QLineEdit>
-#include <QPushButton>
 #include <QScopeGuard>
 #include <QTest>
-
-#include <map>
-#include <memory>
 
 namespace {
 
 QLineEdit *codeEdit(const QDialog &dialog)
 {
-    return dialog.findChild<QLineEdit *>("codeLineEdit");
+    return child<QLineEdit>(dialog, "codeLineEdit");
 }
 
 NumberSpinBox *packEdit(const QDialog &dialog)
 {
-    return dialog.findChild<NumberSpinBox *>("packquantityDoubleSpinBox");
+    return child<NumberSpinBox>(dialog, "packquantityDoubleSpinBox");
 }
 
 QLineEdit *madeinEdit(const QDialog &dialog)
 {
-    return dialog.findChild<QLineEdit *>("madeinLineEdit");
-}
-
-void click(const QDialog &dialog, const QString &button)
-{
-    QTest::mouseClick(dialog.findChild<QPushButton *>(button), Qt::LeftButton);
+    return child<QLineEdit>(dialog, "madeinLineEdit");
 }
 
 } // namespace
 
-class TestCodeDialog : public QObject
+class TestCodeDialog : public DatabaseTest
 {
     Q_OBJECT
 
 private slots:
-    void initTestCase_data();
-    void init();
-    void cleanup();
-
     void generate_followsTheLargestInternalCode_data();
     void generate_followsTheLargestInternalCode();
     void generate_tellsWhenTheRangeIsUsedUp();
     void newCode_isStoredAsEntered();
     void savedCode_isLoadedAndChanged();
-    void emptyCode_keepsTheDialogOpen();
-    void impossiblePackQuantity_keepsTheDialogOpen_data();
-    void impossiblePackQuantity_keepsTheDialogOpen();
+    void impossibleInput_keepsTheDialogOpen_data();
+    void impossibleInput_keepsTheDialogOpen();
     void otherChange_keepsAnExactPackQuantity();
-    void takenCode_isRefused_data();
     void takenCode_isRefused();
     void missingRow_endsTheDialog();
     void scannedCode_isNotSavedAtOnce();
     void largeFont_leavesRoomForEverything();
 
 private:
-    QString rows(const QString &sqlText) const
-    {
-        return m_database->client(sqlText);
-    }
-
-    /// The database of this kind, connected; its schema is made once for all cases.
-    ScratchDatabase &shopDatabase(Dialect dialect);
-
-    std::unique_ptr<TestHome> m_home;
-    std::unique_ptr<QueuedBoxes> m_boxes;
-    std::map<Dialect, std::unique_ptr<ScratchDatabase>> m_databases;
-    ScratchDatabase *m_database = nullptr;
+    void prepare() override;
 };
 
-void TestCodeDialog::initTestCase_data()
+void TestCodeDialog::prepare()
 {
-    addDialectRows();
-}
-
-ScratchDatabase &TestCodeDialog::shopDatabase(Dialect dialect)
-{
-    std::unique_ptr<ScratchDatabase> &database = m_databases[dialect];
-    const bool isNew = !database;
-    if (isNew)
-        database = std::make_unique<ScratchDatabase>(dialect);
-    if (!database->open() || (isNew && !shop::create()))
-        qFatal("No database for the test");
-    return *database;
-}
-
-void TestCodeDialog::init()
-{
-    QFETCH_GLOBAL(Dialect, dialect);
-    QTest::failOnWarning(QRegularExpression("connectSlotsByName"));
-    m_home = std::make_unique<TestHome>();
-    m_boxes = std::make_unique<QueuedBoxes>();
-    m_database = &shopDatabase(dialect);
-    QVERIFY(QueryExec(nullptr, "DELETE FROM codes;"));
-    QVERIFY(QueryExec(nullptr, "DELETE FROM warehouse;"));
+    openShop();
     shop::addProduct({.id = 7, .name = "Чай <b>\"Заря\"</b> & О'Нил"});
-    Session::instance().setUser({.id = 3, .login = "anna", .name = "Анна", .rights = 0});
-}
-
-void TestCodeDialog::cleanup()
-{
-    const bool expected = m_boxes->verify();
-    m_boxes.reset();
-    m_home.reset();
-    Session::instance().reset();
-    QVERIFY(expected);
 }
 
 void TestCodeDialog::generate_followsTheLargestInternalCode_data()
 {
-    QTest::addColumn<QStringList>("codes");
-    QTest::addColumn<QString>("generated");
+    addColumns<QStringList, QString>("codes", "generated");
 
-    QTest::newRow("none yet") << QStringList{"4006381333931", "20000001", "200000000000000"}
-                              << "2000000000008";
-    QTest::newRow("some") << QStringList{"2000000000008", "2000000000091", "2000000000015",
-                                         "3000000000000"}
-                          << "2000000000107";
-    QTest::newRow("letters sort behind")
-        << QStringList{"2000000000008", "2abcdefghijkl"} << "2000000000015";
-    QTest::newRow("only letters") << QStringList{"2abcdefghijkl"} << "2000000000008";
+    addRow("none yet", QStringList{"4006381333931", "20000001", "200000000000000"},
+           "2000000000008");
+    addRow("some", QStringList{"2000000000008", "2000000000091", "2000000000015", "3000000000000"},
+           "2000000000107");
+    addRow("letters sort behind", QStringList{"2000000000008", "2abcdefghijkl"}, "2000000000015");
+    addRow("only letters", QStringList{"2abcdefghijkl"}, "2000000000008");
     // 13 bytes, which is what one of the databases counts.
-    QTest::newRow("Cyrillic") << QStringList{"2000000000008", "2абвгде"} << "2000000000015";
+    addRow("Cyrillic", QStringList{"2000000000008", "2абвгде"}, "2000000000015");
 }
 
 void TestCodeDialog::generate_followsTheLargestInternalCode()
@@ -208,48 +145,36 @@ void TestCodeDialog::savedCode_isLoadedAndChanged()
     QCOMPARE(rows("SELECT timestamp FROM codes"), stamp);
 }
 
-void TestCodeDialog::emptyCode_keepsTheDialogOpen()
+void TestCodeDialog::impossibleInput_keepsTheDialogOpen_data()
 {
-    CodeDialog dialog(0, 7, nullptr);
-    dialog.show();
-    dialog.activateWindow();
-    QVERIFY(QTest::qWaitForWindowActive(&dialog));
-    QTest::keyClicks(codeEdit(dialog), "  ");
-    madeinEdit(dialog)->setFocus();
-    m_boxes->answer("OK");
-    QTest::keyClick(madeinEdit(dialog), Qt::Key_Return);
-    QCOMPARE(m_boxes->lastText(), "Пожалуйста, введите штрих-код.");
-    QCOMPARE(m_boxes->requests().first().kind, BoxKind::Information);
-    QVERIFY(dialog.isVisible());
-    QVERIFY(codeEdit(dialog)->hasFocus());
-    click(dialog, "cancelPushButton");
-    QVERIFY(!dialog.isVisible());
-    QCOMPARE(rows("SELECT COUNT(*) FROM codes"), "0");
+    const QString noPack = "Пожалуйста, введите количество в упаковке.";
+    addColumns<QString, QString, QString>("code", "pack", "told");
+    addRow("no code", "  ", "1", "Пожалуйста, введите штрих-код.");
+    addRow("emptied pack", "4006381333931", "", noPack);
+    addRow("zero", "4006381333931", "0", noPack);
+    addRow("too many decimals", "4006381333931", "1.2345", noPack);
+    addRow("too many", "4006381333931", "1000000", noPack);
 }
 
-void TestCodeDialog::impossiblePackQuantity_keepsTheDialogOpen_data()
+void TestCodeDialog::impossibleInput_keepsTheDialogOpen()
 {
-    QTest::addColumn<QString>("typed");
-    QTest::newRow("emptied") << "";
-    QTest::newRow("zero") << "0";
-    QTest::newRow("too many decimals") << "1.2345";
-    QTest::newRow("too many") << "1000000";
-}
-
-void TestCodeDialog::impossiblePackQuantity_keepsTheDialogOpen()
-{
-    QFETCH(QString, typed);
+    QFETCH(QString, code);
+    QFETCH(QString, pack);
 
     CodeDialog dialog(0, 7, nullptr);
     dialog.show();
-    codeEdit(dialog)->setText("4006381333931");
+    QTest::keyClicks(codeEdit(dialog), code);
     packEdit(dialog)->selectAll();
     QTest::keyClick(packEdit(dialog), Qt::Key_Delete);
-    QTest::keyClicks(packEdit(dialog), typed);
+    QTest::keyClicks(packEdit(dialog), pack);
     m_boxes->answer("OK");
     QTest::keyClick(packEdit(dialog), Qt::Key_Return);
-    QCOMPARE(m_boxes->lastText(), "Пожалуйста, введите количество в упаковке.");
+    QTEST(m_boxes->lastText(), "told");
     QVERIFY(dialog.isVisible());
+    if (code.trimmed().isEmpty())
+        QCOMPARE(dialog.focusWidget(), codeEdit(dialog));
+    click(dialog, "cancelPushButton");
+    QVERIFY(!dialog.isVisible());
     QCOMPARE(rows("SELECT COUNT(*) FROM codes"), "0");
 }
 
@@ -263,18 +188,9 @@ void TestCodeDialog::otherChange_keepsAnExactPackQuantity()
     QCOMPARE(rows("SELECT packquantity, madein FROM codes"), "0.12345\tКитай");
 }
 
-void TestCodeDialog::takenCode_isRefused_data()
-{
-    QTest::addColumn<QString>("code");
-    QTest::newRow("digits") << "4006381333931";
-    QTest::newRow("quote and place markers") << "О'Нил %2 %1";
-    QTest::newRow("backslash") << "a\\";
-}
-
 void TestCodeDialog::takenCode_isRefused()
 {
-    QFETCH(QString, code);
-
+    const QString code = "О'Нил %2 %1 a\\";
     shop::addCode(7, code);
     CodeDialog dialog(0, 8, nullptr);
     dialog.show();

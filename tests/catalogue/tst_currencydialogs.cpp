@@ -3,11 +3,11 @@
 
 #include "db/query.h"
 #include "db/session.h"
-#include "tests/support/queuedboxes.h"
-#include "tests/support/scratchdatabase.h"
-#include "tests/support/servers.h"
+#include "tests/support/databasetest.h"
+#include "tests/support/datatable.h"
+#include "tests/support/dialogsteps.h"
 #include "tests/support/shop.h"
-#include "tests/support/testhome.h"
+#include "tests/support/widgets.h"
 #include "widgets/numberspinbox.h"
 
 #include <QApplication>
@@ -16,39 +16,23 @@
 #include <QPushButton>
 #include <QTableView>
 #include <QTest>
-#include <QTimer>
 
-#include <map>
 #include <memory>
 
 namespace {
 
-QLineEdit *edit(const QDialog &dialog, const QString &name)
-{
-    return dialog.findChild<QLineEdit *>(name);
-}
-
 NumberSpinBox *valueEdit(const QDialog &dialog)
 {
-    return dialog.findChild<NumberSpinBox *>("valueDoubleSpinBox");
-}
-
-void click(const QDialog &dialog, const QString &button)
-{
-    QTest::mouseClick(dialog.findChild<QPushButton *>(button), Qt::LeftButton);
+    return child<NumberSpinBox>(dialog, "valueDoubleSpinBox");
 }
 
 } // namespace
 
-class TestCurrencyDialogs : public QObject
+class TestCurrencyDialogs : public DatabaseTest
 {
     Q_OBJECT
 
 private slots:
-    void initTestCase_data();
-    void init();
-    void cleanup();
-
     void newCurrency_isStored();
     void savedCurrency_isLoadedAndChanged();
     void missingCurrency_endsTheDialog();
@@ -57,51 +41,19 @@ private slots:
     void impossibleRate_keepsTheDialogOpen();
     void list_opensRowsAndRefreshes_data();
     void list_opensRowsAndRefreshes();
-    void cancelledEdit_changesNothing();
     void recalculation_changesPricesByRate();
 
 private:
-    QString rows(const QString &sqlText) const
-    {
-        return m_database->client(sqlText);
-    }
+    void prepare() override;
+    void tidy() override;
 
-    /// Runs in the currency dialog as soon as it is open.
-    void whenOpen(const std::function<void(CurrencyDialog &)> &action);
-
-    /// The database of this kind, connected; its schema is made once for all cases.
-    ScratchDatabase &shopDatabase(Dialect dialect);
-
-    std::unique_ptr<TestHome> m_home;
-    std::unique_ptr<QueuedBoxes> m_boxes;
-    std::map<Dialect, std::unique_ptr<ScratchDatabase>> m_databases;
-    ScratchDatabase *m_database = nullptr;
+    std::unique_ptr<DialogSteps> m_steps;
 };
 
-void TestCurrencyDialogs::initTestCase_data()
+void TestCurrencyDialogs::prepare()
 {
-    addDialectRows();
-}
-
-ScratchDatabase &TestCurrencyDialogs::shopDatabase(Dialect dialect)
-{
-    std::unique_ptr<ScratchDatabase> &database = m_databases[dialect];
-    const bool isNew = !database;
-    if (isNew)
-        database = std::make_unique<ScratchDatabase>(dialect);
-    if (!database->open() || (isNew && !shop::create()))
-        qFatal("No database for the test");
-    return *database;
-}
-
-void TestCurrencyDialogs::init()
-{
-    QFETCH_GLOBAL(Dialect, dialect);
-    QTest::failOnWarning(QRegularExpression("connectSlotsByName"));
-    m_home = std::make_unique<TestHome>();
-    m_boxes = std::make_unique<QueuedBoxes>();
-    m_database = &shopDatabase(dialect);
-    QVERIFY(QueryExec(nullptr, "DELETE FROM warehouse;"));
+    m_steps = std::make_unique<DialogSteps>();
+    openShop();
     QVERIFY(QueryExec(nullptr, "DELETE FROM currencies WHERE id>'3';"));
     QVERIFY(QueryExec(nullptr, "REPLACE INTO currencies(id,c_code,symbol,value) "
                                "VALUES('2','EUR','€','92.5');"));
@@ -109,23 +61,9 @@ void TestCurrencyDialogs::init()
     QVERIFY(Session::instance().loadCurrencies(mainConnection));
 }
 
-void TestCurrencyDialogs::cleanup()
+void TestCurrencyDialogs::tidy()
 {
-    const bool expected = m_boxes->verify();
-    m_boxes.reset();
-    m_home.reset();
-    Session::instance().reset();
-    QVERIFY(expected);
-}
-
-void TestCurrencyDialogs::whenOpen(const std::function<void(CurrencyDialog &)> &action)
-{
-    QTimer::singleShot(0, this, [action] {
-        auto *dialog = qobject_cast<CurrencyDialog *>(QApplication::activeModalWidget());
-        QVERIFY(dialog);
-        action(*dialog);
-        dialog->close(); // a failed check must not leave it open
-    });
+    QVERIFY(m_steps->allServed());
 }
 
 void TestCurrencyDialogs::newCurrency_isStored()
@@ -133,8 +71,8 @@ void TestCurrencyDialogs::newCurrency_isStored()
     CurrencyDialog dialog(0, nullptr);
     dialog.show();
     QCOMPARE(dialog.windowTitle(), "Добавление валюты");
-    QTest::keyClicks(edit(dialog, "cCodeLineEdit"), "T'ST");
-    edit(dialog, "symbolLineEdit")->setText("₮'%1");
+    QTest::keyClicks(child<QLineEdit>(dialog, "cCodeLineEdit"), "T'ST");
+    child<QLineEdit>(dialog, "symbolLineEdit")->setText("₮'%1");
     valueEdit(dialog)->selectAll();
     QTest::keyClicks(valueEdit(dialog), "0,25");
     QTest::keyClick(valueEdit(dialog), Qt::Key_Return);
@@ -146,13 +84,13 @@ void TestCurrencyDialogs::savedCurrency_isLoadedAndChanged()
 {
     CurrencyDialog dialog(2, nullptr);
     QCOMPARE(dialog.windowTitle(), "Редактирование валюты 2");
-    QCOMPARE(edit(dialog, "cCodeLineEdit")->text(), "EUR");
-    QCOMPARE(edit(dialog, "symbolLineEdit")->text(), "€");
+    QCOMPARE(child<QLineEdit>(dialog, "cCodeLineEdit")->text(), "EUR");
+    QCOMPARE(child<QLineEdit>(dialog, "symbolLineEdit")->text(), "€");
     QCOMPARE(valueEdit(dialog)->value(), 92.5);
 
     // Neither empty fields nor a second currency of the same code are refused.
-    edit(dialog, "cCodeLineEdit")->setText("USD");
-    edit(dialog, "symbolLineEdit")->clear();
+    child<QLineEdit>(dialog, "cCodeLineEdit")->setText("USD");
+    child<QLineEdit>(dialog, "symbolLineEdit")->clear();
     click(dialog, "savePushButton");
     QCOMPARE(dialog.result(), 1);
     QCOMPARE(rows("SELECT id FROM currencies WHERE c_code='USD' ORDER BY id"), "2\n3");
@@ -175,10 +113,10 @@ void TestCurrencyDialogs::rate_keepsItsSmallDecimals()
 
 void TestCurrencyDialogs::impossibleRate_keepsTheDialogOpen_data()
 {
-    QTest::addColumn<QString>("typed");
-    QTest::newRow("emptied") << "";
-    QTest::newRow("zero") << "0";
-    QTest::newRow("too many decimals") << "0.0000001";
+    addColumns<QString>("typed");
+    addRow("emptied", "");
+    addRow("zero", "0");
+    addRow("too many decimals", "0.0000001");
 }
 
 void TestCurrencyDialogs::impossibleRate_keepsTheDialogOpen()
@@ -200,10 +138,10 @@ void TestCurrencyDialogs::impossibleRate_keepsTheDialogOpen()
 
 void TestCurrencyDialogs::list_opensRowsAndRefreshes_data()
 {
-    QTest::addColumn<QString>("way");
-    QTest::newRow("button") << "button";
-    QTest::newRow("double click") << "double click";
-    QTest::newRow("Return") << "Return";
+    addColumns<QString>("way");
+    addRow("button", "button");
+    addRow("double click", "double click");
+    addRow("Return", "Return");
 }
 
 void TestCurrencyDialogs::list_opensRowsAndRefreshes()
@@ -221,9 +159,7 @@ void TestCurrencyDialogs::list_opensRowsAndRefreshes()
 
     const QPoint place = table->visualRect(model->index(1, 1)).center();
     QTest::mouseClick(table->viewport(), Qt::LeftButton, {}, place);
-    bool opened = false;
-    whenOpen([&](CurrencyDialog &dialog) {
-        opened = true;
+    m_steps->whenOpen<CurrencyDialog>([&](CurrencyDialog &dialog) {
         QCOMPARE(dialog.windowTitle(), "Редактирование валюты 2");
         valueEdit(dialog)->setValue(101.25);
         click(dialog, "savePushButton");
@@ -234,15 +170,14 @@ void TestCurrencyDialogs::list_opensRowsAndRefreshes()
         QTest::keyClick(table, Qt::Key_Return);
     else
         QTest::mouseDClick(table->viewport(), Qt::LeftButton, {}, place);
-    QVERIFY(opened);
     QVERIFY(list.isVisible());
     QCOMPARE(model->index(1, 3).data().toString(), "101.25");
     QCOMPARE(table->currentIndex().row(), 1);
     QCOMPARE(Session::instance().convertCurrencyToMain(2, "EUR"), 202.5);
 
-    whenOpen([&](CurrencyDialog &dialog) {
+    m_steps->whenOpen<CurrencyDialog>([&](CurrencyDialog &dialog) {
         QCOMPARE(dialog.windowTitle(), "Добавление валюты");
-        edit(dialog, "cCodeLineEdit")->setText("CNY");
+        child<QLineEdit>(dialog, "cCodeLineEdit")->setText("CNY");
         click(dialog, "savePushButton");
     });
     click(list, "addPushButton");
@@ -250,21 +185,6 @@ void TestCurrencyDialogs::list_opensRowsAndRefreshes()
     QCOMPARE(Session::instance().currencies().last().code, "CNY");
     click(list, "closePushButton");
     QVERIFY(!list.isVisible());
-}
-
-void TestCurrencyDialogs::cancelledEdit_changesNothing()
-{
-    CurrenciesDialog list(nullptr);
-    list.show();
-    bool opened = false;
-    whenOpen([&](CurrencyDialog &dialog) {
-        opened = true;
-        edit(dialog, "cCodeLineEdit")->setText("XXX");
-        click(dialog, "cancelPushButton");
-    });
-    click(list, "addPushButton");
-    QVERIFY(opened);
-    QCOMPARE(rows("SELECT COUNT(*) FROM currencies"), "3");
 }
 
 void TestCurrencyDialogs::recalculation_changesPricesByRate()

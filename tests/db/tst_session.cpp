@@ -1,32 +1,20 @@
-#include "app/configdir.h"
-#include "app/logging.h"
 #include "db/currencies.h"
-#include "db/query.h"
 #include "db/schema.h"
 #include "db/session.h"
-#include "tests/support/scratchdatabase.h"
-#include "tests/support/servers.h"
-#include "tests/support/testhome.h"
+#include "tests/support/databasetest.h"
 
-#include <QFile>
 #include <QTest>
 
 #include <cmath>
 
 /// Login, options and currencies of the session, on all three databases.
-class TestSession : public QObject
+class TestSession : public DatabaseTest
 {
     Q_OBJECT
 
 private slots:
-    void initTestCase_data();
-    void init();
-    void cleanup();
-
     void login();
-    void firstLogin_asksForPassword();
     void login_failsWithoutAnswer();
-    void rights_areBits();
     void options_areReadByName();
     void currencies_convertByFirstOfTheirCode();
     void currencies_failedRead_leavesAmountsAlone();
@@ -36,31 +24,15 @@ private slots:
     void reportId_followsTheLast();
 
 private:
-    std::unique_ptr<TestHome> m_home;
-    std::unique_ptr<ScratchDatabase> m_database;
+    void prepare() override;
     Session m_session;
 };
 
-void TestSession::initTestCase_data()
+void TestSession::prepare()
 {
-    addDialectRows();
-}
-
-void TestSession::init()
-{
-    QFETCH_GLOBAL(Dialect, dialect);
-    m_home = std::make_unique<TestHome>();
-    m_database = std::make_unique<ScratchDatabase>(dialect);
-    QVERIFY(m_database->open());
+    openEmpty();
     QVERIFY(createSchema(nullptr, mainConnection));
     m_session.reset();
-}
-
-void TestSession::cleanup()
-{
-    m_database.reset();
-    m_home.reset();
-    Session::instance().reset();
 }
 
 void TestSession::login()
@@ -68,12 +40,11 @@ void TestSession::login()
     // "чай", hashed with one round to keep the test quick.
     const QString stored =
         "'pbkdf2-sha256$1$c2FsdA==$KEZwaZvbESMh4awQhu9rPbse5ABZ5D9N9XU2fpv1oBw='";
-    m_database->client(
-        (m_database->dialect() == Dialect::MySql ? "SET sql_mode='NO_BACKSLASH_ESCAPES'; " : "") +
-        QString("INSERT INTO users(login,name,rights,enabled,password) VALUES"
-                "('Анна','Анна К.',5,1,") +
-        stored + "),('Вера','',5,0," + stored + "),('Глеб','',5,0,''),('Глеб','',5,1," + stored +
-        "),('O''Нил\\','',5,1," + stored + "),('Дина','',5,1,'чай');");
+    rows((m_dialect == Dialect::MySql ? "SET sql_mode='NO_BACKSLASH_ESCAPES'; " : "") +
+         QString("INSERT INTO users(login,name,rights,enabled,password) VALUES"
+                 "('Анна','Анна К.',5,1,") +
+         stored + "),('Вера','',5,0," + stored + "),('Глеб','',5,0,''),('Глеб','',5,1," + stored +
+         "),('O''Нил\\','',5,1," + stored + "),('Дина','',5,1,'чай');");
 
     struct Case
     {
@@ -107,41 +78,17 @@ void TestSession::login()
     }
 }
 
-void TestSession::firstLogin_asksForPassword()
-{
-    QCOMPARE(m_session.logIn(nullptr, "admin", "", mainConnection), LoginResult::PasswordNeeded);
-    QCOMPARE(m_session.user().name, "Администратор");
-    QVERIFY(m_session.setPassword(nullptr, "п'ароль\\", mainConnection));
-
-    QCOMPARE(m_session.logIn(nullptr, "admin", "", mainConnection), LoginResult::Refused);
-    QCOMPARE(m_session.logIn(nullptr, "admin", "п'ароль\\", mainConnection), LoginResult::Accepted);
-    QVERIFY(m_database->client("SELECT password FROM users WHERE id=1;").startsWith("pbkdf2-"));
-}
-
 void TestSession::login_failsWithoutAnswer()
 {
-    m_database->client("ALTER TABLE users RENAME TO lost;");
+    rows("ALTER TABLE users RENAME TO lost;");
     QCOMPARE(m_session.logIn(nullptr, "admin", "", mainConnection), LoginResult::Failed);
     QVERIFY(!m_session.setPassword(nullptr, "x", mainConnection));
 }
 
-void TestSession::rights_areBits()
-{
-    QCOMPARE(m_session.logIn(nullptr, "admin", "", mainConnection), LoginResult::PasswordNeeded);
-    for (const Right right : {Right::Sell, Right::ReceiveGoods, Right::EditProducts,
-                              Right::ChangePrices, Right::ManageOrders, Right::AuditStock,
-                              Right::ViewReports, Right::ManageUsers, Right::ChangeSettings})
-        QVERIFY(m_session.hasRight(right));
-    QVERIFY(!m_session.hasRight(Right::OwnOrdersOnly));
-    m_session.setUser({.id = 2, .login = "x", .name = "x", .rights = 34});
-    QVERIFY(m_session.hasRight(Right::AuditStock));
-    QVERIFY(!m_session.hasRight(Right::ChangePrices));
-}
-
 void TestSession::options_areReadByName()
 {
-    m_database->client("UPDATE options SET value='ООО «Ёж» 100% ''%1''' WHERE name='ORGNAME'; "
-                       "UPDATE options SET value=NULL WHERE name='INN';");
+    rows("UPDATE options SET value='ООО «Ёж» 100% ''%1''' WHERE name='ORGNAME'; "
+         "UPDATE options SET value=NULL WHERE name='INN';");
     QVERIFY(m_session.loadOptions(nullptr, mainConnection));
     QCOMPARE(m_session.option("ORGNAME"), "ООО «Ёж» 100% '%1'");
     QCOMPARE(m_session.option("TIMEZONE"), "+3");
@@ -149,16 +96,16 @@ void TestSession::options_areReadByName()
     QCOMPARE(m_session.option("NO_SUCH_OPTION"), "");
     QCOMPARE(m_session.currencies().size(), 3); // they are read along
 
-    m_database->client("ALTER TABLE options RENAME TO lost;");
+    rows("ALTER TABLE options RENAME TO lost;");
     QVERIFY(!m_session.loadOptions(nullptr, mainConnection));
     QCOMPARE(m_session.option("TIMEZONE"), "");
 }
 
 void TestSession::currencies_convertByFirstOfTheirCode()
 {
-    m_database->client("UPDATE currencies SET value=92.5 WHERE id=3; "
-                       "INSERT INTO currencies(id,c_code,symbol,value) VALUES(20,'USD','$',7),"
-                       "(10,'KZT','₸',0),(11,'usd','$',3);");
+    rows("UPDATE currencies SET value=92.5 WHERE id=3; "
+         "INSERT INTO currencies(id,c_code,symbol,value) VALUES(20,'USD','$',7),"
+         "(10,'KZT','₸',0),(11,'usd','$',3);");
     QVERIFY(m_session.loadCurrencies(mainConnection));
 
     QStringList codes;
@@ -171,22 +118,16 @@ void TestSession::currencies_convertByFirstOfTheirCode()
     QCOMPARE(m_session.convertCurrencyToMain(0.126, "RUB"), 0.126); // not rounded
     QVERIFY(std::isinf(m_session.convertCurrencyFromMain(1, "KZT")));
 
-    setFileDebug(true);
+    // An unknown currency counts as the main one.
     QCOMPARE(m_session.convertCurrencyToMain(5.5, "Usd"), 5.5);
     QCOMPARE(m_session.convertCurrencyFromMain(5.5, ""), 5.5);
-    setFileDebug(false);
-    QFile trace(configDirPath() + "/debug.txt");
-    QVERIFY(trace.open(QIODevice::ReadOnly));
-    const QByteArray lines = trace.readAll();
-    QVERIFY(lines.contains(" convertCurrencyToMain: Not found currency Usd\r\n"));
-    QVERIFY(lines.contains(" convertCurrencyFromMain: Not found currency \r\n"));
 }
 
 void TestSession::currencies_failedRead_leavesAmountsAlone()
 {
-    m_database->client("UPDATE currencies SET value=92.5 WHERE id=3;");
+    rows("UPDATE currencies SET value=92.5 WHERE id=3;");
     QVERIFY(m_session.loadCurrencies(mainConnection));
-    m_database->client("ALTER TABLE currencies RENAME TO lost;");
+    rows("ALTER TABLE currencies RENAME TO lost;");
 
     QVERIFY(!m_session.loadCurrencies(mainConnection));
     QVERIFY(m_session.currencies().isEmpty());
@@ -198,79 +139,69 @@ void TestSession::mainCurrency_isTheFirstOfValueOne()
 {
     QVERIFY(m_session.loadCurrencies(mainConnection));
     QCOMPARE(m_session.mainCurrencySymbol(), "₽");
-    m_database->client("UPDATE currencies SET value=0.01 WHERE id=1;");
+    rows("UPDATE currencies SET value=0.01 WHERE id=1;");
     QVERIFY(m_session.loadCurrencies(mainConnection));
     QCOMPARE(m_session.mainCurrencySymbol(), "€");
-    m_database->client("UPDATE currencies SET value=2;");
+    rows("UPDATE currencies SET value=2;");
     QVERIFY(m_session.loadCurrencies(mainConnection));
     QCOMPARE(m_session.mainCurrencySymbol(), "");
 }
 
 void TestSession::recalculation_writesOnlyWhatChanges()
 {
-    m_database->client(
-        "UPDATE currencies SET value=92.5 WHERE id=3; "
-        "INSERT INTO warehouse(id,incost,currency,inoutratio,outcost,mtime) VALUES"
-        "(1,33.3,'RUB',1.5,0,'rounds to 50'),(2,10,'RUB',1.9,0,'19, truncated'),"
-        "(3,2,'USD',1.5,1,'277.5'),(4,10,'XXX',2,3,'unknown currency: as the main one'),"
-        "(5,10,'RUB',0,777,'price by hand'),(6,10,'RUB',-1,777,'ratio below zero'),"
-        "(7,10,'RUB',1.9,19,'right already'),(8,NULL,NULL,2,5,'no purchase price'),"
-        "(9,617284,'RUB',2,0,'more than a million');");
+    rows("UPDATE currencies SET value=92.5 WHERE id=3; "
+         "INSERT INTO warehouse(id,incost,currency,inoutratio,outcost,mtime) VALUES"
+         "(1,33.3,'RUB',1.5,0,'rounds to 50'),(2,10,'RUB',1.9,0,'19, truncated'),"
+         "(3,2,'USD',1.5,1,'277.5'),(4,10,'XXX',2,3,'unknown currency: as the main one'),"
+         "(5,10,'RUB',0,777,'price by hand'),(6,10,'RUB',-1,777,'ratio below zero'),"
+         "(7,10,'RUB',1.9,19,'right already'),(8,NULL,NULL,2,5,'no purchase price'),"
+         "(9,617284,'RUB',2,0,'more than a million');");
     QVERIFY(Session::instance().loadCurrencies(mainConnection));
     QList<QPair<int, int>> steps;
 
-    setFileDebug(true);
     const int changed = recalculateSellingPrices(nullptr, mainConnection, [&](int done, int total) {
         steps.append({done, total});
     });
-    setFileDebug(false);
 
     QCOMPARE(changed, 6);
     QCOMPARE(steps,
              (QList<QPair<int, int>>{{1, 7}, {2, 7}, {3, 7}, {4, 7}, {5, 7}, {6, 7}, {7, 7}}));
-    const QStringList rows =
-        m_database->client("SELECT outcost FROM warehouse ORDER BY id;").split(u'\n');
+    const QStringList lines = rows("SELECT outcost FROM warehouse ORDER BY id;").split(u'\n');
     QList<double> prices;
-    for (const QString &row : rows)
+    for (const QString &row : lines)
         prices.append(row.toDouble());
     // Six significant digits: 1234570 is what reaches the table.
     QCOMPARE(prices, QList<double>({50, 19, 280, 20, 777, 777, 19, 0, 1234570}));
-    QFile trace(configDirPath() + "/debug.txt");
-    QVERIFY(trace.open(QIODevice::ReadOnly));
-    const QByteArray lines = trace.readAll();
-    QVERIFY(lines.contains(" QueryExec: UPDATE warehouse SET outcost='50' WHERE id='1'\r\n"));
-    QVERIFY(lines.contains("SET outcost='1.23457e+06' WHERE id='9'\r\n"));
-    QVERIFY(!lines.contains("WHERE id='7'"));
 }
 
 void TestSession::recalculation_goesOnAfterAFailure()
 {
-    m_database->client("INSERT INTO warehouse(id,incost,currency,inoutratio,outcost) VALUES"
-                       "(1,10,'RUB',2,0),(2,100,'RUB',2,0),(3,15,'RUB',2,0); ");
-    switch (m_database->dialect()) {
+    rows("INSERT INTO warehouse(id,incost,currency,inoutratio,outcost) VALUES"
+         "(1,10,'RUB',2,0),(2,100,'RUB',2,0),(3,15,'RUB',2,0); ");
+    switch (m_dialect) {
     case Dialect::Sqlite:
-        m_database->client("CREATE TRIGGER cheap BEFORE UPDATE ON warehouse WHEN "
-                           "NEW.outcost>100 BEGIN SELECT RAISE(ABORT,'too dear'); END;");
+        rows("CREATE TRIGGER cheap BEFORE UPDATE ON warehouse WHEN "
+             "NEW.outcost>100 BEGIN SELECT RAISE(ABORT,'too dear'); END;");
         break;
     case Dialect::MySql:
     case Dialect::PostgreSql:
-        m_database->client("ALTER TABLE warehouse ADD CONSTRAINT cheap CHECK (outcost<=100);");
+        rows("ALTER TABLE warehouse ADD CONSTRAINT cheap CHECK (outcost<=100);");
         break;
     }
     QVERIFY(Session::instance().loadCurrencies(mainConnection));
     QCOMPARE(recalculateSellingPrices(nullptr, mainConnection, {}), 2);
-    QCOMPARE(m_database->client("SELECT id FROM warehouse WHERE outcost>0 ORDER BY id;"), "1\n3");
+    QCOMPARE(rows("SELECT id FROM warehouse WHERE outcost>0 ORDER BY id;"), "1\n3");
 
-    m_database->client("ALTER TABLE warehouse RENAME TO lost;");
+    rows("ALTER TABLE warehouse RENAME TO lost;");
     QCOMPARE(recalculateSellingPrices(nullptr, mainConnection, {}), -1);
 }
 
 void TestSession::reportId_followsTheLast()
 {
     QCOMPARE(m_session.nextReportId(nullptr, mainConnection), qulonglong(1));
-    m_database->client("INSERT INTO incomereports(id,total) VALUES(41,1),(7,1);");
+    rows("INSERT INTO incomereports(id,total) VALUES(41,1),(7,1);");
     QCOMPARE(m_session.nextReportId(nullptr, mainConnection), qulonglong(42));
-    m_database->client("ALTER TABLE incomereports RENAME TO lost;");
+    rows("ALTER TABLE incomereports RENAME TO lost;");
     QVERIFY(!m_session.nextReportId(nullptr, mainConnection).has_value());
 }
 

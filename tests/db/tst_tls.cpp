@@ -1,8 +1,8 @@
 // Encrypted connections to MariaDB: what the TLS keys of a settings entry promise.
 #include "db/query.h"
 #include "tests/support/certificates.h"
+#include "tests/support/datatable.h"
 #include "tests/support/queuedboxes.h"
-#include "tests/support/scratchdatabase.h"
 #include "tests/support/servers.h"
 #include "tests/support/testhome.h"
 
@@ -16,10 +16,8 @@ private slots:
     void initTestCase();
     void cleanup();
     void cleanupTestCase();
-    void authority_decidesOnTheConnection_data();
-    void authority_decidesOnTheConnection();
-    void clientCertificate_isShownToTheServer_data();
-    void clientCertificate_isShownToTheServer();
+    void certificates_decideOnTheConnection_data();
+    void certificates_decideOnTheConnection();
     void reopenedConnection_isEncryptedAgain();
     void serverWithoutTls_isRefusedWhenTlsIsAsked();
 
@@ -66,59 +64,41 @@ QString TestTls::cipher() const
     return rows.first().at(1).toString();
 }
 
-void TestTls::authority_decidesOnTheConnection_data()
+void TestTls::certificates_decideOnTheConnection_data()
 {
-    QTest::addColumn<QString>("authority");
-    QTest::addColumn<bool>("connects");
-    QTest::newRow("the server's own") << m_certificates.authority() << true;
-    QTest::newRow("another one") << m_strangers.authority() << false;
-    QTest::newRow("a file that is not there") << m_certificates.path("none.crt") << false;
+    const QString own = m_certificates.authority();
+    // told: what the box names when the connection fails
+    addColumns<QString, QString, QString, QString>("user", "authority", "client", "told");
+    addRow("the server's own authority", "lavkor", own, "", "");
+    addRow("another authority", "lavkor", m_strangers.authority(), "", "TLS/SSL");
+    addRow("a file that is not there", "lavkor", m_certificates.path("none.crt"), "", "TLS/SSL");
+    addRow("no client certificate", "certified", own, "", "certified");
+    addRow("one of the authority", "certified", own, m_certificates.path("client"), "");
+    addRow("one of another authority", "certified", own, m_strangers.path("client"), " ");
 }
 
-void TestTls::authority_decidesOnTheConnection()
+void TestTls::certificates_decideOnTheConnection()
 {
+    QFETCH(QString, user);
     QFETCH(QString, authority);
-    QFETCH(bool, connects);
+    QFETCH(QString, client);
+    QFETCH(QString, told);
     ConnectionEntry entry = TestServers::instance().entry(Dialect::MySql, "mysql");
+    entry.dbusername = user;
     entry.dbcacert = authority;
-    if (!connects)
+    if (!client.isEmpty()) {
+        entry.dbclientkey = client + ".key";
+        entry.dbclientcert = client + ".crt";
+    }
+    if (!told.isEmpty())
         m_boxes.answer("OK");
-    QCOMPARE(createConnection(nullptr, entry, mainConnection), connects);
-    if (!connects)
-        QVERIFY2(m_boxes.lastText().startsWith("Ошибка создания соединения: ") &&
-                     m_boxes.lastText().contains("TLS/SSL"),
-                 qPrintable(m_boxes.lastText()));
+    QCOMPARE(createConnection(nullptr, entry, mainConnection), told.isEmpty());
+    const QString text = m_boxes.lastText();
+    if (!told.isEmpty())
+        QVERIFY2(text.startsWith("Ошибка создания соединения: ") && text.contains(told),
+                 qPrintable(text));
     else
         QVERIFY(!cipher().isEmpty());
-}
-
-void TestTls::clientCertificate_isShownToTheServer_data()
-{
-    QTest::addColumn<QString>("key");
-    QTest::addColumn<QString>("certificate");
-    QTest::addColumn<bool>("connects");
-    QTest::newRow("none") << QString() << QString() << false;
-    QTest::newRow("of the authority")
-        << m_certificates.path("client.key") << m_certificates.path("client.crt") << true;
-    QTest::newRow("of another one")
-        << m_strangers.path("client.key") << m_strangers.path("client.crt") << false;
-}
-
-void TestTls::clientCertificate_isShownToTheServer()
-{
-    QFETCH(QString, key);
-    QFETCH(QString, certificate);
-    QFETCH(bool, connects);
-    ConnectionEntry entry = TestServers::instance().entry(Dialect::MySql, "mysql");
-    entry.dbusername = "certified";
-    entry.dbcacert = m_certificates.authority();
-    entry.dbclientkey = key;
-    entry.dbclientcert = certificate;
-    if (!connects)
-        m_boxes.answer("OK");
-    QCOMPARE(createConnection(nullptr, entry, mainConnection), connects);
-    if (connects)
-        QCOMPARE(QueryValue(nullptr, "SELECT CURRENT_USER();").toString(), "certified@%");
 }
 
 void TestTls::reopenedConnection_isEncryptedAgain()

@@ -1,6 +1,7 @@
 #include "db/currencies.h"
 #include "db/money.h"
 #include "db/passwords.h"
+#include "tests/support/datatable.h"
 
 #include <QRegularExpression>
 #include <QTest>
@@ -36,26 +37,24 @@ private slots:
 
 void TestValues::money_data()
 {
-    QTest::addColumn<double>("amount");
-    QTest::addColumn<double>("rounded");
-    QTest::addColumn<QString>("shown");
+    addColumns<double, double, QString>("amount", "rounded", "shown");
 
-    QTest::newRow("zero") << 0.0 << 0.0 << "0";
-    QTest::newRow("minus zero") << -0.0 << 0.0 << "0";
-    QTest::newRow("whole") << 120.0 << 120.0 << "120";
-    QTest::newRow("one decimal") << 12.5 << 12.5 << "12.50";
-    QTest::newRow("two decimals") << 1234567.89 << 1234567.89 << "1234567.89";
-    QTest::newRow("half up, stored as less") << 2.675 << 2.68 << "2.68";
-    QTest::newRow("half up, stored as less, small") << 1.005 << 1.01 << "1.01";
-    QTest::newRow("half of a cent below zero") << -0.005 << -0.01 << "-0.01";
-    QTest::newRow("less than half a cent") << -0.004 << 0.0 << "0";
-    QTest::newRow("carry over the point") << 9.995 << 10.0 << "10";
-    QTest::newRow("carry to a new digit") << 99.999 << 100.0 << "100";
-    QTest::newRow("noise of a sum") << 0.1 + 0.2 << 0.3 << "0.30";
-    QTest::newRow("tiny") << 1e-300 << 0.0 << "0";
-    QTest::newRow("1e15") << 1e15 << 1e15 << "1000000000000000";
-    QTest::newRow("beyond whole precision") << 1e22 << 1e22 << "10000000000000000000000";
-    QTest::newRow("price divided by nothing") << infinity << infinity << "—";
+    addRow("zero", 0.0, 0.0, "0");
+    addRow("minus zero", -0.0, 0.0, "0");
+    addRow("whole", 120.0, 120.0, "120");
+    addRow("one decimal", 12.5, 12.5, "12.50");
+    addRow("two decimals", 1234567.89, 1234567.89, "1234567.89");
+    addRow("half up, stored as less", 2.675, 2.68, "2.68");
+    addRow("half up, stored as less, small", 1.005, 1.01, "1.01");
+    addRow("half of a cent below zero", -0.005, -0.01, "-0.01");
+    addRow("less than half a cent", -0.004, 0.0, "0");
+    addRow("carry over the point", 9.995, 10.0, "10");
+    addRow("carry to a new digit", 99.999, 100.0, "100");
+    addRow("noise of a sum", 0.1 + 0.2, 0.3, "0.30");
+    addRow("tiny", 1e-300, 0.0, "0");
+    addRow("1e15", 1e15, 1e15, "1000000000000000");
+    addRow("beyond whole precision", 1e22, 1e22, "10000000000000000000000");
+    addRow("price divided by nothing", infinity, infinity, "—");
 }
 
 void TestValues::money()
@@ -69,17 +68,16 @@ void TestValues::money()
 
 void TestValues::quantity_data()
 {
-    QTest::addColumn<double>("value");
-    QTest::addColumn<QString>("shown");
+    addColumns<double, QString>("value", "shown");
 
-    QTest::newRow("zero") << 0.0 << "0";
-    QTest::newRow("pieces") << 100.0 << "100";
-    QTest::newRow("weight") << 0.125 << "0.125";
-    QTest::newRow("trailing zeros") << 1.5 << "1.5";
-    QTest::newRow("half a gram") << 2.0005 << "2.001";
-    QTest::newRow("rounds to nothing") << -0.0004 << "0";
-    QTest::newRow("return") << -12.25 << "-12.25";
-    QTest::newRow("not a number") << notANumber << "—";
+    addRow("zero", 0.0, "0");
+    addRow("pieces", 100.0, "100");
+    addRow("weight", 0.125, "0.125");
+    addRow("trailing zeros", 1.5, "1.5");
+    addRow("half a gram", 2.0005, "2.001");
+    addRow("rounds to nothing", -0.0004, "0");
+    addRow("return", -12.25, "-12.25");
+    addRow("not a number", notANumber, "—");
 }
 
 void TestValues::quantity()
@@ -91,26 +89,24 @@ void TestValues::quantity()
 
 void TestValues::typedNumber_data()
 {
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<bool>("valid");
-    QTest::addColumn<double>("value");
+    addColumns<QString, bool, double>("text", "valid", "value");
 
-    QTest::newRow("point") << "12.5" << true << 12.5;
-    QTest::newRow("comma") << "12,5" << true << 12.5;
-    QTest::newRow("blanks") << " 1 234 567,89 " << true << 1234567.89;
-    QTest::newRow("no-break blanks") << "1\u00a0234\u202f567" << true << 1234567.0;
-    QTest::newRow("minus") << "-3" << true << -3.0;
-    QTest::newRow("typographic minus") << "−3" << true << -3.0;
-    QTest::newRow("no whole part") << ",5" << true << 0.5;
-    QTest::newRow("no decimals") << "5," << true << 5.0;
-    QTest::newRow("empty") << "" << false << 0.0;
-    QTest::newRow("only a comma") << "," << false << 0.0;
-    QTest::newRow("two commas") << "1,234,567" << false << 0.0;
-    QTest::newRow("exponent") << "1e5" << false << 0.0;
-    QTest::newRow("hexadecimal") << "0x10" << false << 0.0;
-    QTest::newRow("infinity") << "inf" << false << 0.0;
-    QTest::newRow("beyond all numbers") << QString(400, '9') << false << 0.0;
-    QTest::newRow("words") << "12 шт" << false << 0.0;
+    addRow("point", "12.5", true, 12.5);
+    addRow("comma", "12,5", true, 12.5);
+    addRow("blanks", " 1 234 567,89 ", true, 1234567.89);
+    addRow("no-break blanks", "1\u00a0234\u202f567", true, 1234567.0);
+    addRow("minus", "-3", true, -3.0);
+    addRow("typographic minus", "−3", true, -3.0);
+    addRow("no whole part", ",5", true, 0.5);
+    addRow("no decimals", "5,", true, 5.0);
+    addRow("empty", "", false, 0.0);
+    addRow("only a comma", ",", false, 0.0);
+    addRow("two commas", "1,234,567", false, 0.0);
+    addRow("exponent", "1e5", false, 0.0);
+    addRow("hexadecimal", "0x10", false, 0.0);
+    addRow("infinity", "inf", false, 0.0);
+    addRow("beyond all numbers", QString(400, '9'), false, 0.0);
+    addRow("words", "12 шт", false, 0.0);
 }
 
 void TestValues::typedNumber()
@@ -126,8 +122,7 @@ void TestValues::typedNumber()
 
 void TestValues::sellingPrice_data()
 {
-    QTest::addColumn<double>("price");
-    QTest::addColumn<double>("rounded");
+    addColumns<double, double>("price", "rounded");
 
     const QList<QPair<double, double>> prices = {
         {0, 0},       {0.99, 0},     {19, 19},       {19.99, 19},      {20, 20},
@@ -166,36 +161,34 @@ void TestValues::password_fitsOnlyItself()
 
 void TestValues::password_storedText_data()
 {
-    QTest::addColumn<QString>("stored");
-    QTest::addColumn<QString>("password");
-    QTest::addColumn<bool>("fits");
+    addColumns<QString, QString, bool>("stored", "password", "fits");
 
     // The published test vectors of PBKDF2 with SHA-256: password "password", salt "salt".
-    QTest::newRow("1 round") << "pbkdf2-sha256$1$c2FsdA==$"
-                                "Eg+2z/z4syxD5yJSVsT4N6hlSMkszDVICAWYfLcL4Xs="
-                             << "password" << true;
-    QTest::newRow("4096 rounds") << "pbkdf2-sha256$4096$c2FsdA==$"
-                                    "xeR41ZKIyEGqUw22hFxMjZYok6ABzk4RpJY4c6qYE0o="
-                                 << "password" << true;
-    QTest::newRow("other password") << "pbkdf2-sha256$1$c2FsdA==$"
-                                       "Eg+2z/z4syxD5yJSVsT4N6hlSMkszDVICAWYfLcL4Xs="
-                                    << "Password" << false;
-    QTest::newRow("no password yet") << ""
-                                     << "" << true;
-    QTest::newRow("no password yet, one given") << ""
-                                                << "x" << false;
-    QTest::newRow("plain text") << "secret"
-                                << "secret" << false;
-    QTest::newRow("other method") << "md5$1$c2FsdA==$AAAA"
-                                  << "" << false;
-    QTest::newRow("no key") << "pbkdf2-sha256$1$c2FsdA==$"
-                            << "password" << false;
-    QTest::newRow("no rounds") << "pbkdf2-sha256$0$c2FsdA==$"
-                                  "Eg+2z/z4syxD5yJSVsT4N6hlSMkszDVICAWYfLcL4Xs="
-                               << "password" << false;
-    QTest::newRow("rounds for hours") << "pbkdf2-sha256$2000000000$c2FsdA==$"
-                                         "Eg+2z/z4syxD5yJSVsT4N6hlSMkszDVICAWYfLcL4Xs="
-                                      << "password" << false;
+    addRow("1 round",
+           "pbkdf2-sha256$1$c2FsdA==$"
+           "Eg+2z/z4syxD5yJSVsT4N6hlSMkszDVICAWYfLcL4Xs=",
+           "password", true);
+    addRow("4096 rounds",
+           "pbkdf2-sha256$4096$c2FsdA==$"
+           "xeR41ZKIyEGqUw22hFxMjZYok6ABzk4RpJY4c6qYE0o=",
+           "password", true);
+    addRow("other password",
+           "pbkdf2-sha256$1$c2FsdA==$"
+           "Eg+2z/z4syxD5yJSVsT4N6hlSMkszDVICAWYfLcL4Xs=",
+           "Password", false);
+    addRow("no password yet", "", "", true);
+    addRow("no password yet, one given", "", "x", false);
+    addRow("plain text", "secret", "secret", false);
+    addRow("other method", "md5$1$c2FsdA==$AAAA", "", false);
+    addRow("no key", "pbkdf2-sha256$1$c2FsdA==$", "password", false);
+    addRow("no rounds",
+           "pbkdf2-sha256$0$c2FsdA==$"
+           "Eg+2z/z4syxD5yJSVsT4N6hlSMkszDVICAWYfLcL4Xs=",
+           "password", false);
+    addRow("rounds for hours",
+           "pbkdf2-sha256$2000000000$c2FsdA==$"
+           "Eg+2z/z4syxD5yJSVsT4N6hlSMkszDVICAWYfLcL4Xs=",
+           "password", false);
 }
 
 void TestValues::password_storedText()

@@ -4,7 +4,6 @@
 #include <QSet>
 
 #include <algorithm>
-#include <cmath>
 
 namespace {
 
@@ -59,7 +58,7 @@ void Ledger::open()
         m_client(trigger(m_dialect, "UPDATE", "NEW", "NEW.quantity-OLD.quantity"));
         m_client(trigger(m_dialect, "DELETE", "OLD", "OLD.quantity"));
     }
-    m_stockBefore = rows("SELECT id,quantity FROM warehouse ORDER BY id;");
+    m_stockBefore = numbers("SELECT id,quantity FROM warehouse ORDER BY id;");
 }
 
 QList<QStringList> Ledger::rows(const QString &statement) const
@@ -68,6 +67,15 @@ QList<QStringList> Ledger::rows(const QString &statement) const
     const QStringList lines = m_client(statement).split('\n', Qt::SkipEmptyParts);
     for (const QString &line : lines)
         result += line.split('\t');
+    return result;
+}
+
+/// The numbers of each id, added up.
+Ledger::Numbers Ledger::numbers(const QString &statement) const
+{
+    Numbers result;
+    for (const QStringList &row : rows(statement))
+        result[row.at(0).toULongLong()] += row.at(1).toDouble();
     return result;
 }
 
@@ -81,7 +89,7 @@ QStringList Ledger::checkLines(const QList<WorkstationJournal> &journals) const
 {
     QStringList found;
     QMap<qulonglong, Line> lines;
-    QMap<qulonglong, double> units;
+    Numbers units;
     for (const QStringList &row : rows("SELECT event,lineid,wareid,units FROM linehistory;")) {
         Line &line = lines[row.at(1).toULongLong()];
         line.product = row.at(2).toULongLong();
@@ -91,13 +99,19 @@ QStringList Ledger::checkLines(const QList<WorkstationJournal> &journals) const
         if (row.at(0) != "DELETE")
             units[line.product] += row.at(3).toDouble();
     }
-    QMap<qulonglong, double> entered;
+    Numbers entered;
     QSet<qulonglong> deleted;
     for (const WorkstationJournal &journal : journals) {
-        for (const qulonglong id : journal.deletedLines) {
-            if (deleted.contains(id))
-                found += QString("line %1 was deleted twice").arg(id);
-            deleted += id;
+        for (const WorkstationJournal::Deletion &deletion : journal.deletions) {
+            if (deleted.contains(deletion.line))
+                found += QString("line %1 was deleted twice").arg(deletion.line);
+            deleted += deletion.line;
+            const double gone = lines.value(deletion.line).removedUnits;
+            if (gone != deletion.units)
+                found += QString("line %1: %2 units were to be deleted, %3 went away")
+                             .arg(deletion.line)
+                             .arg(deletion.units)
+                             .arg(gone);
         }
         for (auto it = journal.units.cbegin(); it != journal.units.cend(); ++it)
             entered[it.key()] += it.value();
@@ -110,9 +124,7 @@ QStringList Ledger::checkLines(const QList<WorkstationJournal> &journals) const
                          .arg(units.value(product));
     }
 
-    QMap<qulonglong, double> listed;
-    for (const QStringList &row : rows("SELECT id,quantity FROM incomeinvoice;"))
-        listed.insert(row.at(0).toULongLong(), row.at(1).toDouble());
+    const Numbers listed = numbers("SELECT id,quantity FROM incomeinvoice;");
     QList<Posted> posted;
     for (auto it = lines.cbegin(); it != lines.cend(); ++it) {
         const Line &line = it.value();
@@ -146,7 +158,7 @@ QStringList Ledger::checkLines(const QList<WorkstationJournal> &journals) const
 QStringList Ledger::checkReceipts(const QList<WorkstationJournal> &journals) const
 {
     QStringList found;
-    QMap<qulonglong, int> told; // lines
+    Numbers told; // lines
     for (const WorkstationJournal &journal : journals) {
         for (const WorkstationJournal::Receipt &receipt : journal.receipts) {
             if (told.contains(receipt.id))
@@ -154,17 +166,11 @@ QStringList Ledger::checkReceipts(const QList<WorkstationJournal> &journals) con
             told.insert(receipt.id, receipt.lines);
         }
     }
-    QMap<qulonglong, int> kept;
-    QMap<qulonglong, double> sums;
-    for (const QStringList &row : rows("SELECT reportid,quantity*incost FROM income;")) {
-        ++kept[row.at(0).toULongLong()];
-        sums[row.at(0).toULongLong()] += row.at(1).toDouble();
-    }
+    const Numbers kept = numbers("SELECT reportid,1 FROM income;");
+    const Numbers sums = numbers("SELECT reportid,quantity*incost FROM income;");
     if (kept != told)
         found += QString("%1 receipts told, %2 or others kept").arg(told.size()).arg(kept.size());
-    QMap<qulonglong, double> totals;
-    for (const QStringList &row : rows("SELECT id,total FROM incomereports;"))
-        totals.insert(row.at(0).toULongLong(), row.at(1).toDouble());
+    const Numbers totals = numbers("SELECT id,total FROM incomereports;");
     if (totals != sums)
         found += QString("the totals of %1 receipts differ from their lines").arg(totals.size());
     return found;
@@ -173,11 +179,10 @@ QStringList Ledger::checkReceipts(const QList<WorkstationJournal> &journals) con
 QStringList Ledger::checkStock() const
 {
     QStringList found;
-    QMap<qulonglong, double> stock;
-    for (const QStringList &row : m_stockBefore)
-        stock.insert(row.at(0).toULongLong(), row.at(1).toDouble());
-    for (const QStringList &row : rows("SELECT wareid,SUM(quantity) FROM income GROUP BY wareid;"))
-        stock[row.at(0).toULongLong()] += row.at(1).toDouble();
+    Numbers stock = m_stockBefore;
+    const Numbers came = numbers("SELECT wareid,quantity FROM income;");
+    for (auto it = came.cbegin(); it != came.cend(); ++it)
+        stock[it.key()] += it.value();
     for (const QStringList &row : rows("SELECT id,quantity FROM warehouse;")) {
         if (stock.value(row.at(0).toULongLong()) != row.at(1).toDouble())
             found += "stock of product " + row.join(": ") +

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QList>
+#include <QMap>
 #include <QString>
 #include <QStringList>
 
@@ -27,12 +28,16 @@ public:
     QStringList complaints(const QList<WorkstationJournal> &journals) const;
 
 private:
+    /// Rows of an id and a number.
+    using Numbers = QMap<qulonglong, double>;
+
     QList<QStringList> rows(const QString &statement) const;
+    Numbers numbers(const QString &statement) const;
     QStringList checkLines(const QList<WorkstationJournal> &journals) const;
     QStringList checkReceipts(const QList<WorkstationJournal> &journals) const;
     QStringList checkStock() const;
 
     Dialect m_dialect;
     Client m_client;
-    QList<QStringList> m_stockBefore;
+    Numbers m_stockBefore;
 };

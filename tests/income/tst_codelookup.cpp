@@ -1,35 +1,25 @@
 // What a scanned or typed text means: readings under other keyboard layouts, ids, pack codes, and
 // the offer to look into the reference database.
-#include "keptshops.h"
 
 #include "db/query.h"
-#include "db/session.h"
-#include "db/sqltext.h"
 #include "income/codelookup.h"
-#include "tests/support/queuedboxes.h"
-#include "tests/support/servers.h"
+#include "tests/support/databasetest.h"
+#include "tests/support/datatable.h"
 #include "tests/support/shop.h"
-#include "tests/support/testhome.h"
 
 #include <QTest>
 
-#include <memory>
-
 namespace {
 
-const QString nastyName = QStringLiteral("О'Нил \\ `x` 100% %1 <img src=x> «ё»");
-const QString question = QStringLiteral("Код не найден. Поискать в справочной базе данных?");
+const QString question = "Код не найден. Поискать в справочной базе данных?";
 
 } // namespace
 
-class TestCodeLookup : public QObject
+class TestCodeLookup : public DatabaseTest
 {
     Q_OBJECT
 
 private slots:
-    void initTestCase_data();
-    void init();
-    void cleanup();
     void readings_areTheKeysPressed_data();
     void readings_areTheKeysPressed();
     void text_meansAProduct_data();
@@ -43,27 +33,13 @@ private slots:
     void failedStatement_isReported();
 
 private:
-    void openReference();
-
-    std::unique_ptr<TestHome> m_home;
-    std::unique_ptr<QueuedBoxes> m_boxes;
-    KeptShops m_shops;
-    ScratchDatabase *m_database = nullptr;
+    void prepare() override;
 };
 
-void TestCodeLookup::initTestCase_data()
+void TestCodeLookup::prepare()
 {
-    addDialectRows();
-}
-
-void TestCodeLookup::init()
-{
-    QFETCH_GLOBAL(Dialect, dialect);
-    m_home = std::make_unique<TestHome>();
-    m_boxes = std::make_unique<QueuedBoxes>();
-    m_database = &m_shops.open(dialect);
-    Session::instance().setUser({.id = 3, .login = "anna", .name = "Анна", .rights = 0});
-    shop::addProduct({.id = 11, .name = nastyName});
+    openShop();
+    shop::addProduct({.id = 11, .name = shop::nastyName});
     shop::addProduct({.id = 12});
     shop::addCode(11, "4006381333931");
     shop::addCode(12, "4006381333948", 12);
@@ -75,42 +51,20 @@ void TestCodeLookup::init()
     shop::addCode(99, "4006381333962"); // its product was deleted
 }
 
-void TestCodeLookup::cleanup()
-{
-    const bool noSurprise = m_boxes->verify();
-    removeConnection(friendConnection);
-    removeConnection(mainConnection);
-    Session::instance().reset();
-    m_boxes.reset();
-    m_home.reset();
-    QVERIFY(noSurprise);
-}
-
-void TestCodeLookup::openReference()
-{
-    QFETCH_GLOBAL(Dialect, dialect);
-    m_shops.open(dialect, friendConnection);
-}
-
 void TestCodeLookup::readings_areTheKeysPressed_data()
 {
-    QTest::addColumn<QString>("code");
-    QTest::addColumn<QStringList>("readings");
-    QTest::newRow("digits") << "4006381333931" << QStringList({"4006381333931"});
-    QTest::newRow("latin") << "ABC.123;4" << QStringList({"ABC.123;4"});
-    QTest::newRow("russian letters") << "ФИс-1234.ч" << QStringList({"ФИс-1234.ч", "ABc-1234/x"});
-    QTest::newRow("russian without digits")
-        << "Ёж.Э№" << QStringList({"Ёж.Э№", "~;/\"#", "?;7\"1"});
-    QTest::newRow("typewriter digit row")
-        << "№-/\":,._?%" << QStringList({"№-/\":,._?%", "#-|@^?/_&%", "1234567890"});
-    QTest::newRow("signs beside digits are not the typewriter's")
-        << "12-34567" << QStringList({"12-34567"});
-    QTest::newRow("arabic digits")
-        << "٤٠٠٦٣٨١٣٣٣٩٣١" << QStringList({"٤٠٠٦٣٨١٣٣٣٩٣١", "4006381333931"});
-    QTest::newRow("full-width") << "Ａ４００６" << QStringList({"Ａ４００６", "Ａ4006"});
-    QTest::newRow("digits beyond 16 bits")
-        << QString::fromUcs4(U"\U0001D7D2\U0001D7CE")
-        << QStringList({QString::fromUcs4(U"\U0001D7D2\U0001D7CE"), "40"});
+    addColumns<QString, QStringList>("code", "readings");
+    addRow("digits", "4006381333931", QStringList({"4006381333931"}));
+    addRow("latin", "ABC.123;4", QStringList({"ABC.123;4"}));
+    addRow("russian letters", "ФИс-1234.ч", QStringList({"ФИс-1234.ч", "ABc-1234/x"}));
+    addRow("russian without digits", "Ёж.Э№", QStringList({"Ёж.Э№", "~;/\"#", "?;7\"1"}));
+    addRow("typewriter digit row", "№-/\":,._?%",
+           QStringList({"№-/\":,._?%", "#-|@^?/_&%", "1234567890"}));
+    addRow("signs beside digits are not the typewriter's", "12-34567", QStringList({"12-34567"}));
+    addRow("arabic digits", "٤٠٠٦٣٨١٣٣٣٩٣١", QStringList({"٤٠٠٦٣٨١٣٣٣٩٣١", "4006381333931"}));
+    addRow("full-width", "Ａ４００６", QStringList({"Ａ４００６", "Ａ4006"}));
+    addRow("digits beyond 16 bits", QString::fromUcs4(U"\U0001D7D2\U0001D7CE"),
+           QStringList({QString::fromUcs4(U"\U0001D7D2\U0001D7CE"), "40"}));
 }
 
 void TestCodeLookup::readings_areTheKeysPressed()
@@ -121,13 +75,10 @@ void TestCodeLookup::readings_areTheKeysPressed()
 
 void TestCodeLookup::text_meansAProduct_data()
 {
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<CodeKind>("kind");
-    QTest::addColumn<qulonglong>("wareid");
-    QTest::addColumn<double>("pack");
+    addColumns<QString, CodeKind, qulonglong, double>("text", "kind", "wareid", "pack");
     const auto row = [](const char *name, const QString &text, CodeKind kind, qulonglong wareid = 0,
                         double pack = 1) {
-        QTest::newRow(name) << text << kind << wareid << pack;
+        addRow(name, text, kind, wareid, pack);
     };
     row("empty", "", CodeKind::Nothing);
     row("blanks and controls", QString(" \t\r\n") + QChar(0x1D) + QChar(0xFEFF), CodeKind::Nothing);
@@ -168,12 +119,11 @@ void TestCodeLookup::text_meansAProduct()
 
 void TestCodeLookup::packQuantity_isNeverLost_data()
 {
-    QTest::addColumn<QString>("stored");
-    QTest::addColumn<double>("expected");
-    QTest::newRow("null") << "NULL" << 1.0;
-    QTest::newRow("zero") << "0" << 1.0;
-    QTest::newRow("negative") << "-3" << 1.0;
-    QTest::newRow("fraction") << "0.125" << 0.125;
+    addColumns<QString, double>("stored", "expected");
+    addRow("null", "NULL", 1.0);
+    addRow("zero", "0", 1.0);
+    addRow("negative", "-3", 1.0);
+    addRow("fraction", "0.125", 0.125);
 }
 
 void TestCodeLookup::packQuantity_isNeverLost()
@@ -186,15 +136,13 @@ void TestCodeLookup::packQuantity_isNeverLost()
 
 void TestCodeLookup::referenceQuestion_isAskedWhereItHelps_data()
 {
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<bool>("connected");
-    QTest::addColumn<bool>("asked");
-    QTest::newRow("unknown code") << "4600000000015" << true << true;
-    QTest::newRow("no reference database") << "4600000000015" << false << false;
-    QTest::newRow("in-store code") << "2000000000008" << true << false;
-    QTest::newRow("in-store code, typewriter") << "-%%%%%%%%%%%_" << true << false;
-    QTest::newRow("id") << "99" << true << false;
-    QTest::newRow("nothing") << "abc" << true << false;
+    addColumns<QString, bool, bool>("text", "connected", "asked");
+    addRow("unknown code", "4600000000015", true, true);
+    addRow("no reference database", "4600000000015", false, false);
+    addRow("in-store code", "2000000000008", true, false);
+    addRow("in-store code, typewriter", "-%%%%%%%%%%%_", true, false);
+    addRow("id", "99", true, false);
+    addRow("nothing", "abc", true, false);
 }
 
 void TestCodeLookup::referenceQuestion_isAskedWhereItHelps()
@@ -218,21 +166,13 @@ void TestCodeLookup::referenceQuestion_isAskedWhereItHelps()
 
 void TestCodeLookup::referenceCode_leadsToTheLocalProduct_data()
 {
-    QTest::addColumn<QString>("localWuid");
-    QTest::addColumn<QString>("referenceWuid");
-    QTest::addColumn<int>("enabled");
-    QTest::addColumn<CodeKind>("kind");
-    QTest::addColumn<bool>("told");
-    QTest::newRow("same identifier") << "'u''1'"
-                                     << "'u''1'" << 1 << CodeKind::Product << false;
-    QTest::newRow("other identifier") << "'u2'"
-                                      << "'u1'" << 1 << CodeKind::NotFound << true;
-    QTest::newRow("empty identifiers") << "''"
-                                       << "''" << 1 << CodeKind::NotFound << true;
-    QTest::newRow("no identifiers") << "NULL"
-                                    << "NULL" << 1 << CodeKind::NotFound << true;
-    QTest::newRow("disabled there") << "'u1'"
-                                    << "'u1'" << 0 << CodeKind::NotFound << false;
+    addColumns<QString, QString, int, CodeKind, bool>("localWuid", "referenceWuid", "enabled",
+                                                      "kind", "told");
+    addRow("same identifier", "'u''1'", "'u''1'", 1, CodeKind::Product, false);
+    addRow("other identifier", "'u2'", "'u1'", 1, CodeKind::NotFound, true);
+    addRow("empty identifiers", "''", "''", 1, CodeKind::NotFound, true);
+    addRow("no identifiers", "NULL", "NULL", 1, CodeKind::NotFound, true);
+    addRow("disabled there", "'u1'", "'u1'", 0, CodeKind::NotFound, false);
 }
 
 void TestCodeLookup::referenceCode_leadsToTheLocalProduct()
@@ -242,7 +182,7 @@ void TestCodeLookup::referenceCode_leadsToTheLocalProduct()
     QFETCH(int, enabled);
     QFETCH(bool, told);
     openReference();
-    shop::addProduct({.id = 501, .name = nastyName, .enabled = enabled}, friendConnection);
+    shop::addProduct({.id = 501, .name = shop::nastyName, .enabled = enabled}, friendConnection);
     shop::addCode(501, "4600000000015", 6, friendConnection);
     QVERIFY(QueryExec(nullptr, "UPDATE warehouse SET wuid=" + referenceWuid, friendConnection));
     QVERIFY(QueryExec(nullptr, "UPDATE warehouse SET wuid=" + localWuid + " WHERE id='12'"));
@@ -257,7 +197,7 @@ void TestCodeLookup::referenceCode_leadsToTheLocalProduct()
         QCOMPARE(result.packQuantity, 6.0);
     }
     if (told) {
-        QVERIFY(m_boxes->lastText().endsWith(nastyName));
+        QVERIFY(m_boxes->lastText().endsWith(shop::nastyName));
         QVERIFY(!m_boxes->requests().last().html);
     }
     QCOMPARE(m_database->client("SELECT COUNT(*) FROM codes"), "8");

@@ -2,32 +2,19 @@
 // of the three databases, whatever other stations do meanwhile.
 #include "db/query.h"
 #include "db/session.h"
-#include "db/sqltext.h"
 #include "db/transaction.h"
 #include "income/posting.h"
-#include "tests/support/scratchdatabase.h"
-#include "tests/support/servers.h"
+#include "tests/support/databasetest.h"
+#include "tests/support/datatable.h"
 #include "tests/support/shop.h"
-#include "tests/support/testhome.h"
 
 #include <QTest>
 
-#include <memory>
-
-namespace {
-
-const QString otherStation = QStringLiteral("other station");
-
-} // namespace
-
-class TestPosting : public QObject
+class TestPosting : public DatabaseTest
 {
     Q_OBJECT
 
 private slots:
-    void initTestCase_data();
-    void init();
-    void cleanup();
     void posting_writesEverythingAndEmptiesTheList();
     void posting_tellsWaitingCustomersOnce();
     void posting_refusesWhatItCannotPost();
@@ -35,48 +22,24 @@ private slots:
     void posting_stopsWhenTheListHasChanged_data();
     void posting_stopsWhenTheListHasChanged();
     void posting_keepsLinesThatOthersAddMeanwhile();
-    void posting_withALostConnection_leavesNothing();
     void posting_withAnUnknownRate_leavesNothing();
     void listEmptiedBeforeItIsRead_isNoReceipt();
     void secondStation_doesNotPostTheSameListAgain();
     void posting_movesTheSequenceOn();
 
 private:
+    void prepare() override;
     PostingResult post(const PostingCallbacks &callbacks = {});
-    QString rows(const QString &statement) const
-    {
-        return m_database->client(statement);
-    }
     QString everything() const;
-
-    Dialect m_dialect = Dialect::Sqlite;
-    std::unique_ptr<TestHome> m_home;
-    std::unique_ptr<ScratchDatabase> m_database;
 };
 
-void TestPosting::initTestCase_data()
+void TestPosting::prepare()
 {
-    addDialectRows();
-}
-
-void TestPosting::init()
-{
-    QFETCH_GLOBAL(Dialect, dialect);
-    m_dialect = dialect;
-    m_home = std::make_unique<TestHome>();
-    m_database = std::make_unique<ScratchDatabase>(dialect);
-    QVERIFY(m_database->open());
+    openEmpty();
     QVERIFY(shop::create());
     QVERIFY(QueryExec(nullptr, "UPDATE currencies SET value='90' WHERE c_code='USD'"));
     QVERIFY(Session::instance().loadOptions(nullptr, mainConnection));
     Session::instance().setUser({.id = 3, .login = "anna", .name = "Анна", .rights = 0});
-}
-
-void TestPosting::cleanup()
-{
-    m_database.reset();
-    Session::instance().reset();
-    m_home.reset();
 }
 
 PostingResult TestPosting::post(const PostingCallbacks &callbacks)
@@ -90,9 +53,8 @@ QString TestPosting::everything() const
     QString all;
     for (const char *table : {"incomeinvoice", "income", "incomereports", "warehouse", "articles",
                               "cart", "changeoutcostinfo", "alerts"})
-        all += rows(QStringLiteral("SELECT * FROM ") + QLatin1String(table) +
-                    QStringLiteral(" ORDER BY id")) +
-               QStringLiteral("\n--\n");
+        all += rows(QStringLiteral("SELECT * FROM ") + QLatin1String(table) + " ORDER BY id") +
+               "\n--\n";
     return all;
 }
 
@@ -210,13 +172,13 @@ void TestPosting::posting_keepsAmountsWhole()
 
 void TestPosting::posting_stopsWhenTheListHasChanged_data()
 {
-    QTest::addColumn<QString>("change");
-    QTest::newRow("line added")
-        << "INSERT INTO incomeinvoice(wareid,quantity,incost,outcost) VALUES('12','1','1','1')";
-    QTest::newRow("line deleted") << "DELETE FROM incomeinvoice WHERE wareid='11'";
-    QTest::newRow("quantity") << "UPDATE incomeinvoice SET quantity='9' WHERE wareid='12'";
-    QTest::newRow("price") << "UPDATE incomeinvoice SET outcost='9' WHERE wareid='12'";
-    QTest::newRow("posted by another") << "DELETE FROM incomeinvoice";
+    addColumns<QString>("change");
+    addRow("line added",
+           "INSERT INTO incomeinvoice(wareid,quantity,incost,outcost) VALUES('12','1','1','1')");
+    addRow("line deleted", "DELETE FROM incomeinvoice WHERE wareid='11'");
+    addRow("quantity", "UPDATE incomeinvoice SET quantity='9' WHERE wareid='12'");
+    addRow("price", "UPDATE incomeinvoice SET outcost='9' WHERE wareid='12'");
+    addRow("posted by another", "DELETE FROM incomeinvoice");
 }
 
 void TestPosting::posting_stopsWhenTheListHasChanged()
@@ -286,28 +248,6 @@ void TestPosting::posting_keepsLinesThatOthersAddMeanwhile()
     shop::addLine({.wareId = 13}, otherStation);
     QCOMPARE(rows("SELECT wareid FROM incomeinvoice"), "13");
     QCOMPARE(rows("SELECT wareid FROM income ORDER BY wareid"), "11\n12");
-}
-
-void TestPosting::posting_withALostConnection_leavesNothing()
-{
-    if (m_dialect == Dialect::Sqlite)
-        return;
-    shop::addProduct({.id = 11});
-    shop::addProduct({.id = 12});
-    shop::addLine({.wareId = 11});
-    shop::addLine({.wareId = 12});
-    const QString before = everything();
-    PostingCallbacks callbacks;
-    callbacks.progress = [&](int done) {
-        if (done == 1)
-            TestServers::instance().killClients(m_dialect);
-    };
-    const PostingResult result = post(callbacks);
-    QCOMPARE(result.outcome, PostingOutcome::Failed);
-    QCOMPARE(everything(), before);
-    QCOMPARE(post().outcome, PostingOutcome::Posted);
-    QCOMPARE(rows("SELECT COUNT(*) FROM income"), "2");
-    QCOMPARE(rows("SELECT id FROM incomereports"), "1");
 }
 
 void TestPosting::posting_withAnUnknownRate_leavesNothing()

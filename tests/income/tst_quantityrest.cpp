@@ -1,47 +1,38 @@
 // The dialog in which a person at a scanner enters quantity and prices: keys only, and a barcode
 // that arrives while it is open must do no harm.
-#include "keptshops.h"
 
 #include "db/query.h"
 #include "db/session.h"
 #include "db/sqltext.h"
 #include "income/quantityrestdialog.h"
-#include "tests/support/queuedboxes.h"
-#include "tests/support/servers.h"
+#include "tests/support/databasetest.h"
+#include "tests/support/datatable.h"
 #include "tests/support/shop.h"
-#include "tests/support/testhome.h"
+#include "tests/support/widgets.h"
 #include "widgets/numberspinbox.h"
 
-#include <QApplication>
 #include <QCheckBox>
 #include <QLabel>
 #include <QLineEdit>
-#include <QPushButton>
 #include <QTest>
 
 #include <memory>
 
 namespace {
 
-const QString barcode = QStringLiteral("4006381333931");
-const QString nastyName = QStringLiteral("О'Нил \\ `x` 100% %1 <img src=x> «ё»");
+const QString barcode = "4006381333931";
 
 } // namespace
 
-class TestQuantityRest : public QObject
+class TestQuantityRest : public DatabaseTest
 {
     Q_OBJECT
 
 private slots:
-    void initTestCase_data();
-    void initTestCase();
-    void init();
-    void cleanup();
     void returnAlone_takesTheProposal();
     void startInPrice_goesOnToTheQuantity();
     void typedQuantity_isReadAsMeant_data();
     void typedQuantity_isReadAsMeant();
-    void largeQuantity_isConfirmed_data();
     void largeQuantity_isConfirmed();
     void scannedBarcode_doesNoHarm_data();
     void scannedBarcode_doesNoHarm();
@@ -57,13 +48,12 @@ private slots:
     void missingProduct_opensNothing();
 
 private:
-    template<typename T>
-    T *child(const char *name) const
+    void prepare() override;
+    void tidy() override;
+    template<typename Widget>
+    Widget *child(const char *name) const
     {
-        T *found = m_dialog->findChild<T *>(QLatin1String(name));
-        if (!found)
-            qFatal("no child %s", name);
-        return found;
+        return ::child<Widget>(*m_dialog, name);
     }
     NumberSpinBox *quantity() const
     {
@@ -80,56 +70,25 @@ private:
     void open(const ReceiptRequest &request);
     void type(const QString &text);
     void pressReturn();
-    QString rows(const QString &statement) const
-    {
-        return m_database->client(statement);
-    }
     int lines(const QString &condition) const
     {
         return rows("SELECT COUNT(*) FROM incomeinvoice WHERE " + condition).toInt();
     }
 
-    std::unique_ptr<TestHome> m_home;
-    std::unique_ptr<QueuedBoxes> m_boxes;
-    KeptShops m_shops;
-    ScratchDatabase *m_database = nullptr;
     std::unique_ptr<QuantityRestDialog> m_dialog;
 };
 
-void TestQuantityRest::initTestCase_data()
+void TestQuantityRest::prepare()
 {
-    addDialectRows();
-}
-
-void TestQuantityRest::initTestCase()
-{
-    QTest::failOnWarning(QRegularExpression("connectSlotsByName"));
-}
-
-void TestQuantityRest::init()
-{
-    QFETCH_GLOBAL(Dialect, dialect);
-    m_home = std::make_unique<TestHome>();
-    m_boxes = std::make_unique<QueuedBoxes>();
-    m_database = &m_shops.open(dialect);
-    QVERIFY(Session::instance().loadOptions(nullptr, mainConnection));
-    Session::instance().setUser(
-        {.id = 3, .login = "anna", .name = "Анна", .rights = int(Right::ReceiveGoods)});
-    shop::addProduct({.id = 11, .name = nastyName, .stock = 4, .article = "<b>А'1"});
+    openShop(int(Right::ReceiveGoods));
+    shop::addProduct({.id = 11, .name = shop::nastyName, .stock = 4, .article = "<b>А'1"});
     shop::addProduct({.id = 12, .name = "Сыр", .incost = 100});
     QVERIFY(QueryExec(nullptr, "UPDATE warehouse SET unitid='2' WHERE id='12'")); // kg
 }
 
-void TestQuantityRest::cleanup()
+void TestQuantityRest::tidy()
 {
     m_dialog.reset();
-    const bool noSurprise = m_boxes->verify();
-    removeConnection(friendConnection);
-    removeConnection(mainConnection);
-    Session::instance().reset();
-    m_boxes.reset();
-    m_home.reset();
-    QVERIFY(noSurprise);
 }
 
 void TestQuantityRest::open(const ReceiptRequest &request)
@@ -164,7 +123,7 @@ void TestQuantityRest::returnAlone_takesTheProposal()
     open({.wareid = 12, .addedQuantity = 1});
     QTest::keyClick(m_dialog.get(), Qt::Key_Escape);
     QCOMPARE(m_dialog->result(), int(QDialog::Rejected));
-    QTest::mouseClick(child<QPushButton>("cancelPushButton"), Qt::LeftButton);
+    click(*m_dialog, "cancelPushButton");
     QCOMPARE(lines("wareid=12"), 0);
 }
 
@@ -183,31 +142,19 @@ void TestQuantityRest::startInPrice_goesOnToTheQuantity()
 
 void TestQuantityRest::typedQuantity_isReadAsMeant_data()
 {
-    QTest::addColumn<qulonglong>("wareid");
-    QTest::addColumn<QString>("typed");
-    QTest::addColumn<QString>("stored"); // empty: refused
-    QTest::newRow("pieces") << 11ULL << "3"
-                            << "3";
-    QTest::newRow("half a piece") << 11ULL << "7.5"
-                                  << "";
-    QTest::newRow("whole with a point") << 11ULL << "7."
-                                        << "7";
-    QTest::newRow("return to the supplier") << 11ULL << "-2"
-                                            << "-2";
-    QTest::newRow("zero") << 11ULL << "0"
-                          << "";
-    QTest::newRow("minus alone") << 11ULL << "-"
-                                 << "";
-    QTest::newRow("letters are no keys of a number") << 11ULL << "a1b2"
-                                                     << "12";
-    QTest::newRow("weight with a point") << 12ULL << "0.125"
-                                         << "0.125";
-    QTest::newRow("weight with a comma") << 12ULL << "1,25"
-                                         << "1.25";
-    QTest::newRow("too fine a weight") << 12ULL << "0.1255"
-                                       << "";
-    QTest::newRow("the limit") << 11ULL << "99999"
-                               << "99999";
+    // stored: empty when refused
+    addColumns<qulonglong, QString, QString>("wareid", "typed", "stored");
+    addRow("pieces", 11ULL, "3", "3");
+    addRow("half a piece", 11ULL, "7.5", "");
+    addRow("whole with a point", 11ULL, "7.", "7");
+    addRow("return to the supplier", 11ULL, "-2", "-2");
+    addRow("zero", 11ULL, "0", "");
+    addRow("minus alone", 11ULL, "-", "");
+    addRow("letters are no keys of a number", 11ULL, "a1b2", "12");
+    addRow("weight with a point", 12ULL, "0.125", "0.125");
+    addRow("weight with a comma", 12ULL, "1,25", "1.25");
+    addRow("too fine a weight", 12ULL, "0.1255", "");
+    addRow("the limit", 11ULL, "99999", "99999");
 }
 
 void TestQuantityRest::typedQuantity_isReadAsMeant()
@@ -233,46 +180,32 @@ void TestQuantityRest::typedQuantity_isReadAsMeant()
     QCOMPARE(lines("quantity=8"), 1);
 }
 
-void TestQuantityRest::largeQuantity_isConfirmed_data()
-{
-    QTest::addColumn<QString>("typed");
-    QTest::addColumn<QString>("question");
-    QTest::newRow("just above") << "100000"
-                                << "Подтвердите количество: 100000";
-    QTest::newRow("large") << "1234567"
-                           << "Подтвердите количество: 1.23457e+06";
-}
-
 void TestQuantityRest::largeQuantity_isConfirmed()
 {
-    QFETCH(QString, typed);
-    QFETCH(QString, question);
     open({.wareid = 11, .addedQuantity = 5});
-    type(typed);
+    type("100000");
     m_boxes->answer("Отмена");
     pressReturn();
     QVERIFY(m_dialog->isVisible());
     QCOMPARE(lines("1=1"), 0);
     const BoxRequest box = m_boxes->requests().first();
-    QCOMPARE(box.text, question);
+    QCOMPARE(box.text, "Подтвердите количество: 100000");
     QCOMPARE(box.buttons, QStringList({"Подтвердить", "Отмена"}));
     QCOMPARE(box.defaultButton, 1);
     QCOMPARE(box.escapeButton, 1);
     m_boxes->answer("Подтвердить");
     pressReturn();
     QVERIFY(!m_dialog->isVisible());
-    QCOMPARE(rows("SELECT quantity FROM incomeinvoice").toDouble(), typed.toDouble());
+    QCOMPARE(rows("SELECT quantity FROM incomeinvoice").toDouble(), 100000.0);
 }
 
 void TestQuantityRest::scannedBarcode_doesNoHarm_data()
 {
-    QTest::addColumn<bool>("startInPrice");
-    QTest::addColumn<bool>("coefficient");
-    QTest::addColumn<QString>("field");
-    QTest::newRow("quantity") << false << false << "quantityDoubleSpinBox";
-    QTest::newRow("purchase price") << true << false << "incostDoubleSpinBox";
-    QTest::newRow("selling price") << false << false << "outcostDoubleSpinBox";
-    QTest::newRow("coefficient") << false << true << "ratioDoubleSpinBox";
+    addColumns<bool, bool, QString>("startInPrice", "coefficient", "field");
+    addRow("quantity", false, false, "quantityDoubleSpinBox");
+    addRow("purchase price", true, false, "incostDoubleSpinBox");
+    addRow("selling price", false, false, "outcostDoubleSpinBox");
+    addRow("coefficient", false, true, "ratioDoubleSpinBox");
 }
 
 void TestQuantityRest::scannedBarcode_doesNoHarm()
@@ -377,40 +310,21 @@ void TestQuantityRest::changedLine_isShownAnew()
 
 void TestQuantityRest::expiryDate_isNeverInvented_data()
 {
-    QTest::addColumn<QString>("before"); // as an SQL value
-    QTest::addColumn<QString>("typed");  // "-": the field is emptied
-    QTest::addColumn<QString>("after");  // "?": refused
-    QTest::newRow("none") << "NULL"
-                          << ""
-                          << "";
-    QTest::newRow("kept") << "'2027-02-28'"
-                          << ""
-                          << "2027-02-28";
-    QTest::newRow("kept with a time") << "'2027-02-28 00:00:00'"
-                                      << ""
-                                      << "2027-02-28 00:00:00";
-    QTest::newRow("set") << "''"
-                         << "31.12.2027"
-                         << "2027-12-31";
-    QTest::newRow("digits only") << "''"
-                                 << "31122027"
-                                 << "2027-12-31";
-    QTest::newRow("leap day, short") << "''"
-                                     << "29,2,28"
-                                     << "2028-02-29";
-    QTest::newRow("changed") << "'2027-02-28'"
-                             << "010328"
-                             << "2028-03-01";
-    QTest::newRow("taken off") << "'2027-02-28'"
-                               << "-"
-                               << "";
-    QTest::newRow("no such day") << "'2027-02-28'"
-                                 << "31.11.2027"
-                                 << "?";
-    QTest::newRow("barcode") << "'2027-02-28'" << barcode << "?";
-    QTest::newRow("no date stays as it was") << "'до весны'"
-                                             << ""
-                                             << "до весны";
+    // before: as an SQL value
+    // typed: "-" when the field is emptied
+    // after: "?" when refused
+    addColumns<QString, QString, QString>("before", "typed", "after");
+    addRow("none", "NULL", "", "");
+    addRow("kept", "'2027-02-28'", "", "2027-02-28");
+    addRow("kept with a time", "'2027-02-28 00:00:00'", "", "2027-02-28 00:00:00");
+    addRow("set", "''", "31.12.2027", "2027-12-31");
+    addRow("digits only", "''", "31122027", "2027-12-31");
+    addRow("leap day, short", "''", "29,2,28", "2028-02-29");
+    addRow("changed", "'2027-02-28'", "010328", "2028-03-01");
+    addRow("taken off", "'2027-02-28'", "-", "");
+    addRow("no such day", "'2027-02-28'", "31.11.2027", "?");
+    addRow("barcode", "'2027-02-28'", barcode, "?");
+    addRow("no date stays as it was", "'до весны'", "", "до весны");
 }
 
 void TestQuantityRest::expiryDate_isNeverInvented()
@@ -444,7 +358,7 @@ void TestQuantityRest::expiryDate_isNeverInvented()
 void TestQuantityRest::texts_showAsTheyAre()
 {
     open({.wareid = 11});
-    QCOMPARE(child<QLabel>("nameLabel")->text().remove(QChar(0x200B)), nastyName);
+    QCOMPARE(child<QLabel>("nameLabel")->text().remove(QChar(0x200B)), shop::nastyName);
     QCOMPARE(child<QLabel>("articleLabel")->text(), "<b>А'1");
     QCOMPARE(child<QLabel>("idLabel")->text(), "11");
     QCOMPARE(child<QLabel>("stockLabel")->text(), "4 шт");
@@ -480,8 +394,7 @@ void TestQuantityRest::referencePrice_isOfferedWithAReferenceDatabase()
     open({.wareid = 11});
     QVERIFY(!child<QCheckBox>("friendOutcostCheckBox")->isVisible());
 
-    QFETCH_GLOBAL(Dialect, dialect);
-    m_shops.open(dialect, friendConnection);
+    openReference();
     shop::addProduct({.id = 501}, friendConnection);
     QVERIFY(QueryExec(nullptr, "UPDATE warehouse SET wuid='w'", friendConnection));
     open({.wareid = 11});

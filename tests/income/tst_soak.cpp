@@ -1,29 +1,19 @@
 // A long shift at the scanner: many scans with edits, deletions and unknown codes between them, and
 // receipts posted. Afterwards the stock is exact and nothing was left behind: no memory, no open
 // file, no connection, no widget, no word of trouble in the log.
-#include "app/configdir.h"
-#include "app/settings.h"
-#include "db/query.h"
-#include "db/session.h"
 #include "db/transaction.h"
-#include "income/incomeinvoicewindow.h"
-#include "tests/support/dialogsteps.h"
-#include "tests/support/queuedboxes.h"
-#include "tests/support/scratchdatabase.h"
-#include "tests/support/servers.h"
+#include "tests/support/databasetest.h"
+#include "tests/support/files.h"
 #include "tests/support/shop.h"
-#include "tests/support/testhome.h"
-#include "widgets/sound.h"
+#include "tests/support/widgets.h"
+#include "windowhands.h"
 
 #include <QApplication>
 #include <QDir>
 #include <QFile>
 #include <QLabel>
-#include <QLineEdit>
-#include <QPushButton>
 #include <QRandomGenerator>
 #include <QRegularExpression>
-#include <QSettings>
 #include <QSqlDatabase>
 #include <QTableView>
 #include <QTest>
@@ -54,11 +44,10 @@ QString codeOf(qulonglong wareId)
 qint64 residentMemory()
 {
     malloc_trim(0);
-    QFile status("/proc/self/status");
-    if (!status.open(QIODevice::ReadOnly))
-        return 0;
     static const QRegularExpression pattern("VmRSS:\\s*(\\d+) kB");
-    return pattern.match(QString::fromLatin1(status.readAll())).captured(1).toLongLong();
+    return pattern.match(QString::fromLatin1(readFile("/proc/self/status")))
+        .captured(1)
+        .toLongLong();
 }
 
 /// What the process holds; all but the memory must be the same at the end of the shift.
@@ -93,28 +82,22 @@ struct Holdings
 
 } // namespace
 
-class TestSoak : public QObject
+class TestSoak : public DatabaseTest
 {
     Q_OBJECT
 
 private slots:
-    void initTestCase_data();
-    void init();
-    void cleanup();
     void longShift_leavesNothingBehind();
 
 private:
-    template<typename T>
-    T *child(const char *name) const
+    void prepare() override;
+    void tidy() override;
+    template<typename Widget>
+    Widget *child(const char *name) const
     {
-        T *found = m_window->findChild<T *>(QLatin1String(name));
-        if (!found)
-            qFatal("no child %s", name);
-        return found;
+        return ::child<Widget>(*m_window, name);
     }
     void fill();
-    void answerQuantity(const QString &quantity);
-    void type(const QString &code);
     void scan();
     void scanUnknown();
     void edit();
@@ -126,11 +109,7 @@ private:
         return child<QTableView>("incomeinvoiceTableView")->model()->rowCount();
     }
 
-    Dialect m_dialect = Dialect::Sqlite;
-    std::unique_ptr<TestHome> m_home;
-    std::unique_ptr<QueuedBoxes> m_boxes;
-    std::unique_ptr<ScratchDatabase> m_database;
-    std::unique_ptr<DialogSteps> m_steps;
+    std::unique_ptr<WindowHands> m_hands;
     std::unique_ptr<IncomeInvoiceWindow> m_window;
     QRandomGenerator m_random{20260102};
     std::map<qulonglong, int> m_stock;
@@ -139,68 +118,35 @@ private:
     int m_posted = 0;
 };
 
-void TestSoak::initTestCase_data()
+void TestSoak::prepare()
 {
-    addDialectRows();
-}
-
-void TestSoak::init()
-{
-    QFETCH_GLOBAL(Dialect, dialect);
-    m_dialect = dialect;
     // The offscreen platform has no window manager to hint to, all other warnings count.
     QTest::failOnWarning(QRegularExpression("^(?!This plugin does not support)"));
-    m_home = std::make_unique<TestHome>();
-    m_boxes = std::make_unique<QueuedBoxes>();
-    m_steps = std::make_unique<DialogSteps>();
-    setSoundHandler([](Sound) {});
-    QSettings().clear();
-    QSettings().setValue("acceptedEula", true);
+    m_hands = std::make_unique<WindowHands>();
     m_random.seed(20260102);
     m_stock.clear();
     m_list.clear();
     m_order.clear();
     m_posted = 0;
 
-    m_database = std::make_unique<ScratchDatabase>(dialect);
-    QVERIFY(m_database->open("filling"));
-    QVERIFY(shop::create("filling"));
+    openEmpty();
+    QVERIFY(shop::create());
     fill();
-    QVERIFY(Session::instance().logIn(nullptr, "admin", "", "filling") ==
-            LoginResult::PasswordNeeded);
-    QVERIFY(Session::instance().setPassword(nullptr, "secret", "filling"));
-    removeConnection("filling");
-
-    ConnectionEntry entry = m_database->entry();
-    entry.name = "Смена";
-    Settings::instance().load(m_home->path() + "/none");
-    Settings::instance().setConnections({entry});
-    m_steps->add("SelectConnectionDialog", [](QDialog *dialog) {
-        auto *password = dialog->findChild<QLineEdit *>("passwordLineEdit");
-        QTest::keyClicks(password, "secret");
-        QTest::keyClick(password, Qt::Key_Return);
-    });
-    m_window = std::make_unique<IncomeInvoiceWindow>();
-    QVERIFY(m_window->isReady());
-    m_window->show();
+    WindowHands::givePassword();
+    m_window = m_hands->openWindow(m_database->entry(), "Смена");
 }
 
-void TestSoak::cleanup()
+void TestSoak::tidy()
 {
     m_window.reset();
-    m_steps.reset();
-    setSoundHandler({});
-    m_database.reset();
-    m_boxes.reset();
-    Settings::instance().reset();
-    m_home.reset();
+    m_hands.reset();
 }
 
 void TestSoak::fill()
 {
     const QStringList kinds = {"Чай", "Кофе", "Сахар", "Мыло", "Тетрадь", "Лампа", "Гвозди"};
     const QStringList makers = {"«Буря»", "О'Нил", "Штиль & Ко", "100%", "<b>Ёж</b>"};
-    TransactionGuard transaction("filling");
+    TransactionGuard transaction;
     for (qulonglong id = firstProduct; id < firstProduct + products; ++id) {
         const int stock = int(id % 7);
         m_stock[id] = stock;
@@ -209,32 +155,10 @@ void TestSoak::fill()
                                   makers.at(qsizetype(id) % makers.size()) + " " +
                                   QString::number(id),
                           .stock = double(stock),
-                          .article = "А-" + QString::number(id)},
-                         "filling");
-        shop::addCode(id, codeOf(id), 1, "filling");
+                          .article = "А-" + QString::number(id)});
+        shop::addCode(id, codeOf(id));
     }
     QVERIFY(transaction.commit());
-}
-
-void TestSoak::answerQuantity(const QString &quantity)
-{
-    m_steps->add("QuantityRestDialog", [quantity](QDialog *dialog) {
-        auto *field = dialog->findChild<QAbstractSpinBox *>("quantityDoubleSpinBox");
-        if (!quantity.isEmpty()) {
-            field->setFocus();
-            field->selectAll();
-            QTest::keyClicks(field, quantity);
-        }
-        QTest::keyClick(field, Qt::Key_Return);
-    });
-}
-
-void TestSoak::type(const QString &code)
-{
-    auto *field = child<QLineEdit>("codeLineEdit");
-    field->setFocus();
-    QTest::keyClicks(field, code);
-    QTest::keyClick(field, Qt::Key_Return);
 }
 
 void TestSoak::scan()
@@ -243,14 +167,14 @@ void TestSoak::scan()
     if (!m_list.contains(id))
         m_order += id;
     ++m_list[id];
-    answerQuantity({});
-    type(codeOf(id));
+    m_hands->accept();
+    WindowHands::scan(*m_window, codeOf(id));
     QCOMPARE(lines(), int(m_order.size()));
 }
 
 void TestSoak::scanUnknown()
 {
-    type("4700000" + QString::number(100000 + m_random.bounded(100000)));
+    WindowHands::scan(*m_window, "4700000" + QString::number(100000 + m_random.bounded(100000)));
     QVERIFY(child<QLabel>("scanLabel")->text().startsWith("Не найдено"));
     QCOMPARE(lines(), int(m_order.size()));
 }
@@ -261,7 +185,7 @@ void TestSoak::edit()
     const int quantity = 1 + m_random.bounded(50);
     auto *view = child<QTableView>("incomeinvoiceTableView");
     view->setCurrentIndex(view->model()->index(row, 3));
-    answerQuantity(QString::number(quantity));
+    m_hands->accept(QString::number(quantity));
     QTest::keyClick(view, Qt::Key_Return);
     m_list[m_order.at(row)] = quantity;
 }
@@ -283,7 +207,7 @@ void TestSoak::remove()
 void TestSoak::post()
 {
     m_boxes->answer("Провести (наличными)");
-    QTest::mouseClick(child<QPushButton>("applyIncomeInvoicePushButton"), Qt::LeftButton);
+    click(*m_window, "applyIncomeInvoicePushButton");
     QVERIFY(m_boxes->verify());
     QCOMPARE(lines(), 0);
     ++m_posted;
@@ -295,9 +219,8 @@ void TestSoak::post()
 
 void TestSoak::longShift_leavesNothingBehind()
 {
-    const bool isFile = m_dialect == Dialect::Sqlite;
-    const int receipts = isFile ? 20 : 5;
-    const int scans = isFile ? 2000 : 200;
+    const int receipts = isServer() ? 5 : 20;
+    const int scans = isServer() ? 200 : 2000;
     Holdings first;
     for (int number = 1; number <= scans; ++number) {
         scan();
@@ -325,26 +248,23 @@ void TestSoak::longShift_leavesNothingBehind()
                 last.memory);
     QVERIFY(first.memory > 0);
     QVERIFY(!memoryIsOurs || last.memory * 10 <= first.memory * 11);
-    QVERIFY(m_steps->allServed());
+    QVERIFY(m_hands->steps.allServed());
 
     QStringList stock;
     for (const auto &[id, quantity] : m_stock)
         stock += QString::number(id) + ":" + QString::number(quantity);
     // As the database's own client reads it; a REAL may come as 3 or as 3.0.
     QStringList found;
-    const QStringList read =
-        m_database->client("SELECT id,quantity FROM warehouse ORDER BY id").split('\n');
+    const QStringList read = rows("SELECT id,quantity FROM warehouse ORDER BY id").split('\n');
     for (const QString &row : read) {
         const QStringList cells = row.split('\t');
         found += cells.value(0) + ":" + QString::number(cells.value(1).toDouble());
     }
     QCOMPARE(found, stock);
-    QCOMPARE(m_database->client("SELECT COUNT(*) FROM incomereports"), QString::number(receipts));
-    QCOMPARE(m_database->client("SELECT COUNT(*) FROM incomeinvoice"), "0");
+    QCOMPARE(rows("SELECT COUNT(*) FROM incomereports"), QString::number(receipts));
+    QCOMPARE(rows("SELECT COUNT(*) FROM incomeinvoice"), "0");
 
-    QFile log(configDirPath() + "/Lavkor_log.txt");
-    QVERIFY(log.open(QIODevice::ReadOnly));
-    const QStringList logLines = QString::fromUtf8(log.readAll()).split("\r\n", Qt::SkipEmptyParts);
+    const QStringList logLines = logText().split("\r\n", Qt::SkipEmptyParts);
     static const QRegularExpression expected(
         "^.{19} (Posting receipt \\d+ with \\d+ lines|Receipt \\d+ is posted)\\.$");
     for (const QString &line : logLines)
@@ -352,24 +272,20 @@ void TestSoak::longShift_leavesNothingBehind()
     QCOMPARE(logLines.size(), 2 * receipts);
 
     if (m_dialect == Dialect::MySql) {
-        QTRY_COMPARE(m_database->client("SELECT COUNT(*) FROM information_schema.processlist "
-                                        "WHERE db=DATABASE() AND id<>CONNECTION_ID()"),
+        QTRY_COMPARE(rows("SELECT COUNT(*) FROM information_schema.processlist "
+                          "WHERE db=DATABASE() AND id<>CONNECTION_ID()"),
                      "1");
     } else if (m_dialect == Dialect::PostgreSql) {
-        QTRY_COMPARE(m_database->client("SELECT COUNT(*) FROM pg_stat_activity WHERE "
-                                        "datname=current_database() AND pid<>pg_backend_pid() "
-                                        "AND backend_type='client backend'"),
+        QTRY_COMPARE(rows("SELECT COUNT(*) FROM pg_stat_activity WHERE "
+                          "datname=current_database() AND pid<>pg_backend_pid() "
+                          "AND backend_type='client backend'"),
                      "1");
     }
 }
 
 int main(int argc, char *argv[])
 {
-    QCoreApplication::setOrganizationName("LavkorTest");
-    QCoreApplication::setApplicationName("Lavkor");
-    QApplication application(argc, argv);
-    TestSoak test;
-    return QTest::qExec(&test, argc, argv);
+    return runWindowTest<TestSoak>(argc, argv);
 }
 
 #include "tst_soak.moc"

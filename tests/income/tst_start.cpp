@@ -1,25 +1,18 @@
 // The main window starts, or says why it cannot, when the configuration directory cannot be
 // written.
 #include "app/configdir.h"
-#include "app/settings.h"
-#include "db/query.h"
-#include "db/session.h"
-#include "income/incomeinvoicewindow.h"
-#include "tests/support/dialogsteps.h"
+#include "tests/support/datatable.h"
+#include "tests/support/files.h"
 #include "tests/support/queuedboxes.h"
 #include "tests/support/scratchdatabase.h"
 #include "tests/support/shop.h"
 #include "tests/support/testhome.h"
-#include "widgets/sound.h"
+#include "tests/support/widgets.h"
+#include "windowhands.h"
 
-#include <QApplication>
 #include <QFile>
 #include <QFileInfo>
-#include <QLineEdit>
 #include <QProcess>
-#include <QPushButton>
-#include <QSettings>
-#include <QSignalSpy>
 #include <QTest>
 
 #include <memory>
@@ -62,31 +55,14 @@ private:
     bool m_readOnly;
 };
 
-void writeFile(const QString &path, const QByteArray &content)
-{
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    QCOMPARE(file.write(content), content.size());
-}
-
-/// A shop with one product, where admin has the password "secret".
+/// A shop with one product, where admin has his password.
 void makeShop(const ConnectionEntry &entry)
 {
-    QVERIFY(createConnection(nullptr, entry, "filling"));
-    QVERIFY(shop::create("filling"));
-    shop::addProduct({.id = 101, .stock = 5}, "filling");
-    QVERIFY(Session::instance().logIn(nullptr, "admin", "", "filling") ==
-            LoginResult::PasswordNeeded);
-    QVERIFY(Session::instance().setPassword(nullptr, "secret", "filling"));
-    removeConnection("filling");
-}
-
-void logIn(QDialog *dialog)
-{
-    auto *password = dialog->findChild<QLineEdit *>("passwordLineEdit");
-    password->clear();
-    QTest::keyClicks(password, "secret");
-    QTest::keyClick(password, Qt::Key_Return);
+    QVERIFY(createConnection(nullptr, entry, mainConnection));
+    QVERIFY(shop::create());
+    shop::addProduct({.id = 101, .stock = 5});
+    WindowHands::givePassword();
+    removeConnection(mainConnection);
 }
 
 } // namespace
@@ -108,27 +84,22 @@ private:
 
     std::unique_ptr<TestHome> m_home;
     std::unique_ptr<QueuedBoxes> m_boxes;
-    std::unique_ptr<DialogSteps> m_steps;
+    std::unique_ptr<WindowHands> m_hands;
 };
 
 void TestStart::init()
 {
     m_home = std::make_unique<TestHome>();
     m_boxes = std::make_unique<QueuedBoxes>();
-    m_steps = std::make_unique<DialogSteps>();
-    setSoundHandler([](Sound) {});
-    QSettings().clear();
-    QSettings().setValue("acceptedEula", true);
+    m_hands = std::make_unique<WindowHands>();
 }
 
 void TestStart::cleanup()
 {
-    QVERIFY(m_steps->allServed());
+    QVERIFY(m_hands->steps.allServed());
     QVERIFY(m_boxes->verify());
-    setSoundHandler({});
-    m_steps.reset();
+    m_hands.reset();
     m_boxes.reset();
-    Settings::instance().reset();
     m_home.reset();
 }
 
@@ -137,8 +108,8 @@ void TestStart::startInVain(const QString &explanation)
 {
     Settings::instance().load(settingsFilePath());
     m_boxes->answer("OK");
-    m_steps->add("SelectConnectionDialog", [](QDialog *dialog) {
-        logIn(dialog);
+    m_hands->steps.add("SelectConnectionDialog", [](QDialog *dialog) {
+        enterPassword(dialog);
         QVERIFY(dialog->isVisible());
         dialog->reject();
     });
@@ -158,9 +129,9 @@ void TestStart::noDirectory_isExplainedAndTheProgramEnds()
 
 void TestStart::readOnlyDatabase_isExplained_data()
 {
-    QTest::addColumn<bool>("exists");
-    QTest::newRow("no database yet") << false;
-    QTest::newRow("with its database") << true;
+    addColumns<bool>("exists");
+    addRow("no database yet", false);
+    addRow("with its database", true);
 }
 
 void TestStart::readOnlyDatabase_isExplained()
@@ -190,21 +161,17 @@ void TestStart::readOnlyDirectory_leavesTheWorkGoingOn()
 
     QCOMPARE(Settings::instance().load(settingsFilePath()), Settings::LoadResult::Loaded);
     m_boxes->answer("OK");
-    m_steps->add("SelectConnectionDialog", logIn);
+    m_hands->logIn();
     IncomeInvoiceWindow window;
     QVERIFY(window.isReady());
     QVERIFY2(
         m_boxes->lastText().startsWith("Не удалось сохранить файл настроек " + settingsFilePath()),
         qPrintable(m_boxes->lastText()));
     window.show();
-    m_steps->add("QuantityRestDialog",
-                 [](QDialog *dialog) { QTest::keyClick(dialog, Qt::Key_Return); });
-    auto *code = window.findChild<QLineEdit *>("codeLineEdit");
-    QTest::keyClicks(code, "101");
-    QTest::keyClick(code, Qt::Key_Return);
+    m_hands->accept();
+    WindowHands::scan(window, "101");
     m_boxes->answer("Провести (наличными)");
-    QTest::mouseClick(window.findChild<QPushButton *>("applyIncomeInvoicePushButton"),
-                      Qt::LeftButton);
+    click(window, "applyIncomeInvoicePushButton");
     QCOMPARE(database.client("SELECT quantity FROM warehouse"), "6.0");
     window.close();
     QVERIFY(!QFile::exists(configDirPath() + "/Lavkor_log.txt"));
@@ -212,11 +179,7 @@ void TestStart::readOnlyDirectory_leavesTheWorkGoingOn()
 
 int main(int argc, char *argv[])
 {
-    QCoreApplication::setOrganizationName("LavkorTest");
-    QCoreApplication::setApplicationName("Lavkor");
-    QApplication application(argc, argv);
-    TestStart test;
-    return QTest::qExec(&test, argc, argv);
+    return runWindowTest<TestStart>(argc, argv);
 }
 
 #include "tst_start.moc"

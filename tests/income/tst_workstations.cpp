@@ -6,6 +6,8 @@
 #include "db/query.h"
 #include "db/session.h"
 #include "income/posting.h"
+#include "tests/support/datatable.h"
+#include "tests/support/files.h"
 #include "tests/support/galeracluster.h"
 #include "tests/support/scratchdatabase.h"
 #include "tests/support/shop.h"
@@ -25,7 +27,7 @@ namespace {
 
 constexpr int workstations = 5;
 constexpr quint32 seed = 20'260'301;
-const QString otherNode = QStringLiteral("other node");
+const QString otherNode = "other node";
 
 /// The acceptance runs a minute; LAVKOR_STRESS_SECONDS makes it shorter or longer.
 int stressSeconds()
@@ -141,15 +143,20 @@ TestWorkstations::Totals TestWorkstations::letWork(Ledger &ledger,
         station->process.start(QCoreApplication::applicationFilePath(), order.arguments());
         stations.push_back(std::move(station));
     }
+    // All of them at once, every round anew: else one could be through before another begins.
     constexpr int patience = 60'000;
-    for (const auto &station : stations) {
-        if (!station->process.waitForReadyRead(patience))
-            qFatal("A workstation does not start");
-    }
-    // All of them at once: without the waiting a start would stay in its pipe until later.
-    for (const auto &station : stations) {
-        station->process.write("go\n");
-        station->process.waitForBytesWritten(patience);
+    for (int start = 0; start < std::max(1, rounds); ++start) {
+        for (const auto &station : stations) {
+            while (!station->process.canReadLine()) {
+                if (!station->process.waitForReadyRead(patience))
+                    qFatal("A workstation does not start");
+            }
+            station->process.readLine();
+        }
+        for (const auto &station : stations) {
+            station->process.write("go\n");
+            station->process.waitForBytesWritten(patience);
+        }
     }
 
     Totals totals;
@@ -166,9 +173,8 @@ TestWorkstations::Totals TestWorkstations::letWork(Ledger &ledger,
         if (station->process.exitStatus() != QProcess::NormalExit ||
             station->process.exitCode() != 0 || !journal.finished)
             faults += "a workstation did not come to its end";
-        QFile logFile(station->home.filePath(".lavkor/Lavkor_log.txt"));
         const QString log =
-            logFile.open(QIODevice::ReadOnly) ? QString::fromUtf8(logFile.readAll()) : QString();
+            QString::fromUtf8(readFile(station->home.filePath(".lavkor/Lavkor_log.txt")));
         for (const QString &refusal : journal.refusals) {
             ++kinds[refusal.simplified().left(70)];
             if (refusal.isEmpty())
@@ -211,9 +217,9 @@ void TestWorkstations::twoPrograms_onOneFile()
 
 void TestWorkstations::fiveWorkstations_onOneServer_data()
 {
-    QTest::addColumn<Dialect>("dialect");
-    QTest::newRow("mariadb") << Dialect::MySql;
-    QTest::newRow("postgresql") << Dialect::PostgreSql;
+    addColumns<Dialect>("dialect");
+    addRow("mariadb", Dialect::MySql);
+    addRow("postgresql", Dialect::PostgreSql);
 }
 
 void TestWorkstations::fiveWorkstations_onOneServer()
@@ -249,20 +255,20 @@ void TestWorkstations::fiveWorkstations_onACluster()
 
 void TestWorkstations::commitRefusedByTheCluster_isPostedAgain_data()
 {
-    QTest::addColumn<QString>("meanwhile"); // on the other node, when the COMMIT is about to go out
-    QTest::addColumn<PostingOutcome>("again");
-    QTest::addColumn<QString>("income");
-    QTest::newRow("posted there") << "" << PostingOutcome::EmptyList << "1 2\n2 5";
-    QTest::newRow("changed there") << "UPDATE incomeinvoice SET quantity='9' WHERE wareid='1'"
-                                   << PostingOutcome::Posted << "1 9\n2 5";
-    QTest::newRow("deleted there")
-        << "DELETE FROM incomeinvoice WHERE wareid='1'" << PostingOutcome::Posted << "2 5";
-    QTest::newRow("added there") << "INSERT INTO incomeinvoice(wareid,incost,outcost,quantity,"
-                                    "inoutratio,userid,timestamp) "
-                                    "VALUES('3','10','20','4','0','7','2026-01-02 03:04:05')"
-                                 << PostingOutcome::Posted << "1 2\n2 5\n3 4";
-    QTest::newRow("stock sold there") << "UPDATE warehouse SET quantity=quantity-'50' WHERE id='2'"
-                                      << PostingOutcome::Posted << "1 2\n2 5";
+    // meanwhile: on the other node, when the COMMIT is about to go out
+    addColumns<QString, PostingOutcome, QString>("meanwhile", "again", "income");
+    addRow("posted there", "", PostingOutcome::EmptyList, "1 2\n2 5");
+    addRow("changed there", "UPDATE incomeinvoice SET quantity='9' WHERE wareid='1'",
+           PostingOutcome::Posted, "1 9\n2 5");
+    addRow("deleted there", "DELETE FROM incomeinvoice WHERE wareid='1'", PostingOutcome::Posted,
+           "2 5");
+    addRow("added there",
+           "INSERT INTO incomeinvoice(wareid,incost,outcost,quantity,"
+           "inoutratio,userid,timestamp) "
+           "VALUES('3','10','20','4','0','7','2026-01-02 03:04:05')",
+           PostingOutcome::Posted, "1 2\n2 5\n3 4");
+    addRow("stock sold there", "UPDATE warehouse SET quantity=quantity-'50' WHERE id='2'",
+           PostingOutcome::Posted, "1 2\n2 5");
 }
 
 void TestWorkstations::commitRefusedByTheCluster_isPostedAgain()
@@ -293,9 +299,7 @@ void TestWorkstations::commitRefusedByTheCluster_isPostedAgain()
     if (!mayPass || refused.outcome != PostingOutcome::Posted) {
         QCOMPARE(refused.outcome, PostingOutcome::Failed);
         QVERIFY2(refused.message.contains("Deadlock"), qPrintable(refused.message));
-        QFile log(m_home->path() + "/.lavkor/Lavkor_log.txt");
-        QVERIFY(log.open(QIODevice::ReadOnly));
-        QVERIFY(QString::fromUtf8(log.readAll()).contains(refused.message));
+        QVERIFY(logText().contains(refused.message));
     }
     QCOMPARE(ReceiptPosting(nullptr, mainConnection).post(PaymentType::Cash, {}).outcome, again);
 

@@ -4,6 +4,7 @@
 #include "db/query.h"
 #include "db/session.h"
 #include "db/sqltext.h"
+#include "income/linedeletion.h"
 #include "income/posting.h"
 #include "income/receiptline.h"
 
@@ -40,7 +41,16 @@ public:
                Session::instance().loadOptions(nullptr, mainConnection);
     }
 
-    void work()
+    /// Tells that it is ready and waits for the word to go on. Returns false when none comes.
+    static bool waitForStart()
+    {
+        std::puts("ready");
+        std::fflush(stdout);
+        std::string line;
+        return bool(std::getline(std::cin, line));
+    }
+
+    bool work()
     {
         setBoxHandler([this](QWidget *, const BoxRequest &request) {
             m_told = request.text;
@@ -52,10 +62,14 @@ public:
                 m_unitsWritten = true;
         });
         for (int round = 0; round < m_order.rounds; ++round) {
+            if (!waitForStart())
+                return false;
             for (int i = 0; i < actionsInARound; ++i)
                 handleGoods();
             post();
         }
+        if (m_order.seconds > 0 && !waitForStart())
+            return false;
         QElapsedTimer time;
         for (time.start(); !time.hasExpired(m_order.seconds * 1000);) {
             if (m_random.bounded(4) == 0)
@@ -66,6 +80,7 @@ public:
         note({"finished"});
         setStatementObserver({});
         setBoxHandler({});
+        return true;
     }
 
 private:
@@ -148,14 +163,16 @@ private:
         const SqlRow line = anyLine();
         if (line.isEmpty())
             return;
-        QSqlQuery query;
-        if (!QueryExec(nullptr,
-                       "DELETE FROM incomeinvoice WHERE id='" + sql::id(line.at(0).toULongLong()) +
-                           "';",
-                       query))
-            note({"refused", lastQueryError()});
-        else if (query.numRowsAffected() == 1)
-            note({"deleted", sql::id(line.at(0).toULongLong())});
+        const ShownLine shown = {.id = line.at(0).toULongLong(),
+                                 .wareid = line.at(1).toULongLong(),
+                                 .name = {},
+                                 .quantity = line.at(2).toDouble()};
+        m_told.clear();
+        const bool deleted = !deleteLines(nullptr, {shown}).isEmpty();
+        if (deleted)
+            note({"deleted", sql::id(shown.id), sql::exact(shown.quantity)});
+        if (!deleted || !m_told.isEmpty())
+            note({"refused", m_told.isEmpty() ? lastQueryError() : m_told});
     }
 
     void post()
@@ -174,11 +191,12 @@ private:
         }
     }
 
-    /// Id and product of a line of the list; empty when there is none.
+    /// Id, product and quantity of a line of the list; empty when there is none.
     SqlRow anyLine()
     {
         QList<SqlRow> rows;
-        if (!QueryRows(nullptr, "SELECT id, wareid FROM incomeinvoice ORDER BY id;", rows))
+        if (!QueryRows(nullptr, "SELECT id, wareid, quantity FROM incomeinvoice ORDER BY id;",
+                       rows))
             note({"refused", lastQueryError()});
         return rows.isEmpty() ? SqlRow() : rows.at(m_random.bounded(rows.size()));
     }
@@ -228,14 +246,9 @@ int runWorkstation(const WorkstationOrder &order)
     Workstation workstation(order);
     if (!workstation.open())
         return 2;
-    std::puts("ready");
-    std::fflush(stdout);
-    std::string line;
-    if (!std::getline(std::cin, line))
-        return 3;
-    workstation.work();
+    const bool worked = workstation.work();
     removeConnection(mainConnection);
-    return 0;
+    return worked ? 0 : 3;
 }
 
 WorkstationJournal WorkstationJournal::read(const QString &path)
@@ -254,7 +267,7 @@ WorkstationJournal WorkstationJournal::read(const QString &path)
         else if (event == "units")
             journal.units[fields.at(1).toULongLong()] += fields.at(2).toDouble();
         else if (event == "deleted")
-            journal.deletedLines += fields.at(1).toULongLong();
+            journal.deletions += {fields.at(1).toULongLong(), fields.at(2).toDouble()};
         else if (event == "posted")
             journal.receipts += {fields.at(1).toULongLong(), fields.at(2).toInt()};
         else if (event == "refused")

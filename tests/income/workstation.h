@@ -40,10 +40,16 @@ struct WorkstationJournal
         int lines;
     };
 
+    struct Deletion
+    {
+        qulonglong line;
+        double units; ///< that the line had when it was shown
+    };
+
     int actions = 0;
     QMap<qulonglong, double>
         units; ///< that the program took in for a product, less those taken out
-    QList<qulonglong> deletedLines;
+    QList<Deletion> deletions;
     QList<Receipt> receipts;
     QStringList refusals; ///< texts of the program
     int refusedPostings = 0;

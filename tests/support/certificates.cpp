@@ -1,7 +1,8 @@
 #include "tests/support/certificates.h"
 
+#include "tests/support/files.h"
+
 #include <QDebug>
-#include <QFile>
 #include <QProcess>
 
 namespace {
@@ -27,11 +28,7 @@ void Certificates::sign(const QString &name)
 {
     openssl({"req", "-newkey", "rsa:2048", "-nodes", "-subj", "/CN=" + name, "-keyout",
              name + ".key", "-out", name + ".csr"});
-    QFile extensions(path(name + ".ext"));
-    if (!extensions.open(QIODevice::WriteOnly) ||
-        extensions.write("subjectAltName=IP:127.0.0.1,DNS:localhost\n") < 0)
-        qFatal("Cannot write %s", qPrintable(extensions.fileName()));
-    extensions.close();
+    writeFile(path(name + ".ext"), "subjectAltName=IP:127.0.0.1,DNS:localhost\n");
     openssl({"x509", "-req", "-in", name + ".csr", "-days", "2", "-CA", "authority.crt", "-CAkey",
              "authority.key", "-CAcreateserial", "-extfile", name + ".ext", "-out", name + ".crt"});
 }

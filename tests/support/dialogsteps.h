@@ -17,6 +17,17 @@ public:
     /// Queues a step for the next dialog of a class.
     void add(const char *className, std::function<void(QDialog *)> step);
 
+    /// The same for a kind of dialog; one that the step leaves open is rejected.
+    template<typename Dialog>
+    void whenOpen(std::function<void(Dialog &)> step)
+    {
+        add(Dialog::staticMetaObject.className(), [step](QDialog *dialog) {
+            step(*qobject_cast<Dialog *>(dialog));
+            if (dialog->isVisible())
+                dialog->reject();
+        });
+    }
+
     /// Whether every step found its dialog and none had to be dismissed because it was stuck.
     bool allServed() const;
 

@@ -2,42 +2,19 @@
 
 #include "tests/support/servertools.h"
 
-#include <QFile>
-#include <QTest>
-
 #include <csignal>
-#include <pwd.h>
-#include <unistd.h>
 
 using namespace servertools;
 
 namespace {
 
-/// The state transfer to the second node takes a few seconds.
-constexpr int startTimeout = 120'000;
 constexpr int stopTimeout = 60'000;
 constexpr int launchTries = 3;
 
 /// rsync, which carries the data to the second node, gives up the rights of root on the way.
-const passwd *serverUser()
+const passwd *nodeUser()
 {
-    if (geteuid() != 0)
-        return nullptr;
-    const passwd *user = getpwnam("mysql");
-    return user ? user : getpwnam("nobody");
-}
-
-/// Another user's server cannot outlive this program either.
-QStringList asServerUser()
-{
-    QStringList command = {QStringLiteral("setpriv"), QStringLiteral("--pdeathsig"),
-                           QStringLiteral("KILL")};
-    if (const passwd *user = serverUser()) {
-        command +=
-            {QStringLiteral("--reuid"), QString::number(user->pw_uid), QStringLiteral("--regid"),
-             QString::number(user->pw_gid), QStringLiteral("--clear-groups")};
-    }
-    return command;
+    return serverUser("mysql");
 }
 
 } // namespace
@@ -46,7 +23,7 @@ GaleraCluster::GaleraCluster()
 {
     for (Node &node : m_nodes)
         prepare(node);
-    start(m_nodes.front(), QStringLiteral("gcomm://"));
+    start(m_nodes.front(), "gcomm://");
     const QString address = QStringLiteral("gcomm://127.0.0.1:%1").arg(m_nodes.front().groupPort);
     for (int i = 1; i < nodeCount; ++i)
         start(m_nodes.at(i), address);
@@ -65,16 +42,9 @@ GaleraCluster::~GaleraCluster()
 
 void GaleraCluster::prepare(Node &node)
 {
-    node.directory = std::make_unique<QTemporaryDir>(QDir::tempPath() + "/lavkor-test-XXXXXX");
-    if (!node.directory->isValid())
-        qFatal("No temporary directory for a node");
-    QString owner;
-    if (const passwd *user = serverUser()) {
-        owner = QString::fromLocal8Bit(user->pw_name);
-        const QByteArray path = node.directory->path().toLocal8Bit();
-        if (chown(path.constData(), user->pw_uid, user->pw_gid) != 0)
-            qFatal("Cannot hand %s over to %s", path.constData(), user->pw_name);
-    }
+    const passwd *user = nodeUser();
+    node.directory = serverDirectory(user);
+    const QString owner = user ? QString::fromLocal8Bit(user->pw_name) : QString();
     initializeMariaDbData(node.directory->path(), owner);
 }
 
@@ -84,38 +54,23 @@ bool GaleraCluster::launch(Node &node, const QString &clusterAddress)
     node.port = freePort();
     node.groupPort = freePort();
     QStringList command =
-        asServerUser() + mariaDbCommand(directory, node.port) +
-        QStringList{QStringLiteral("--binlog-format=ROW"),
-                    QStringLiteral("--innodb-autoinc-lock-mode=2"),
-                    QStringLiteral("--wsrep-on=ON"),
-                    QStringLiteral("--wsrep-provider=/usr/lib/galera/libgalera_smm.so"),
-                    QStringLiteral("--wsrep-cluster-name=lavkor-test"),
-                    QStringLiteral("--wsrep-cluster-address=") + clusterAddress,
-                    QStringLiteral("--wsrep-node-address=127.0.0.1"),
-                    QStringLiteral("--wsrep-sst-method=rsync"),
-                    QStringLiteral("--wsrep-sst-receive-address=127.0.0.1:%1").arg(freePort()),
-                    QStringLiteral("--wsrep-provider-options=base_port=%1;"
-                                   "gmcast.listen_addr=tcp://127.0.0.1:%1;"
-                                   "ist.recv_addr=127.0.0.1:%2;gcache.size=32M")
+        asUser(nodeUser(), "KILL") + mariaDbCommand(directory, node.port) +
+        words("--binlog-format=ROW --innodb-autoinc-lock-mode=2 --wsrep-on=ON "
+              "--wsrep-provider=/usr/lib/galera/libgalera_smm.so "
+              "--wsrep-cluster-name=lavkor-test --wsrep-node-address=127.0.0.1 "
+              "--wsrep-sst-method=rsync") +
+        QStringList{"--wsrep-cluster-address=" + clusterAddress,
+                    QString("--wsrep-sst-receive-address=127.0.0.1:%1").arg(freePort()),
+                    QString("--wsrep-provider-options=base_port=%1;"
+                            "gmcast.listen_addr=tcp://127.0.0.1:%1;"
+                            "ist.recv_addr=127.0.0.1:%2;gcache.size=32M")
                         .arg(node.groupPort)
                         .arg(freePort())};
     // The others get the users together with all other data.
     if (&node == &m_nodes.front())
-        command += QStringLiteral("--init-file=") + directory + "/init.sql";
-    node.process = std::make_unique<QProcess>();
-    node.process->setProcessChannelMode(QProcess::MergedChannels);
-    node.process->setWorkingDirectory(directory);
-    node.process->setStandardOutputFile(directory + "/server.log");
-    node.process->start(command.first(), command.mid(1));
-    if (!node.process->waitForStarted())
-        qFatal("Cannot run %s", qPrintable(command.first()));
-    const bool ready = QTest::qWaitFor(
-        [&] {
-            return node.process->state() == QProcess::NotRunning ||
-                   answers(Dialect::MySql, node.port);
-        },
-        startTimeout);
-    return ready && node.process->state() == QProcess::Running;
+        command += "--init-file=" + directory + "/init.sql";
+    node.process = launchServer(command, directory, Dialect::MySql, node.port);
+    return node.process != nullptr;
 }
 
 void GaleraCluster::start(Node &node, const QString &clusterAddress)
@@ -125,16 +80,14 @@ void GaleraCluster::start(Node &node, const QString &clusterAddress)
         if (launch(node, clusterAddress))
             return;
     }
-    QFile log(node.directory->filePath(QStringLiteral("server.log")));
-    const QByteArray text = log.open(QIODevice::ReadOnly) ? log.readAll() : QByteArray();
-    qFatal("A node of the cluster does not start:\n%s", text.constData());
+    giveUp(node.directory->path());
 }
 
 ConnectionEntry GaleraCluster::entry(int node, const QString &database) const
 {
     ConnectionEntry entry;
     entry.name = QStringLiteral("node %1").arg(node);
-    entry.dbtype = QStringLiteral("mysql");
+    entry.dbtype = "mysql";
     entry.dbhostname = QStringLiteral("127.0.0.1:%1").arg(m_nodes.at(node).port);
     entry.dbusername = userName;
     entry.dbpassword = password;
@@ -145,5 +98,5 @@ ConnectionEntry GaleraCluster::entry(int node, const QString &database) const
 QString GaleraCluster::client(int node, const QString &database, const QString &statements) const
 {
     return servertools::client(Dialect::MySql, database, m_nodes.at(node).port,
-                               QStringLiteral("SET wsrep_sync_wait=15; ") + statements);
+                               "SET wsrep_sync_wait=15; " + statements);
 }

@@ -41,7 +41,7 @@ QString QueuedBoxes::lastText() const
 bool QueuedBoxes::verify()
 {
     for (const Answer &answer : std::as_const(m_answers))
-        m_surprises += QStringLiteral("No box came for the answer: ") + answer.button;
+        m_surprises += "No box came for the answer: " + answer.button;
     const QStringList surprises = std::exchange(m_surprises, {});
     m_answers.clear();
     m_requests.clear();
@@ -54,18 +54,17 @@ int QueuedBoxes::take(const BoxRequest &request)
 {
     m_requests.append(request);
     if (m_answers.isEmpty()) {
-        m_surprises += QStringLiteral("Unexpected box: ") + request.text;
+        m_surprises += "Unexpected box: " + request.text;
         return request.escapeButton;
     }
     const Answer answer = m_answers.takeFirst();
     if (answer.action)
         answer.action();
-    const QStringList buttons =
-        request.buttons.isEmpty() ? QStringList{QStringLiteral("OK")} : request.buttons;
+    const QStringList buttons = request.buttons.isEmpty() ? QStringList{"OK"} : request.buttons;
     const qsizetype index = buttons.indexOf(answer.button);
     if (index < 0) {
-        m_surprises += QStringLiteral("No button \"") + answer.button + QStringLiteral("\" in (") +
-                       buttons.join(QStringLiteral(", ")) + QStringLiteral("): ") + request.text;
+        m_surprises +=
+            "No button \"" + answer.button + "\" in (" + buttons.join(", ") + "): " + request.text;
         return request.escapeButton;
     }
     return static_cast<int>(index);

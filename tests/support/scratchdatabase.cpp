@@ -2,14 +2,13 @@
 
 #include "tests/support/servers.h"
 
-#include <QCoreApplication>
 #include <QDir>
 
 namespace {
 
 QString administrationDatabase(Dialect dialect)
 {
-    return dialect == Dialect::MySql ? QStringLiteral("mysql") : QStringLiteral("postgres");
+    return dialect == Dialect::MySql ? "mysql" : "postgres";
 }
 
 } // namespace
@@ -23,16 +22,15 @@ ScratchDatabase::ScratchDatabase(Dialect dialect)
         m_directory = std::make_unique<QTemporaryDir>(QDir::tempPath() + "/lavkor-test-XXXXXX");
         if (!m_directory->isValid())
             qFatal("No temporary directory for a database");
-        m_name = m_directory->filePath(QStringLiteral("scratch.sqlite"));
+        m_name = m_directory->filePath("scratch.sqlite");
         return;
     }
     m_name = QStringLiteral("scratch%1").arg(count);
     TestServers::instance().client(dialect, administrationDatabase(dialect),
-                                   QStringLiteral("CREATE DATABASE ") + m_name +
-                                       (dialect == Dialect::MySql
-                                            ? QStringLiteral(" CHARACTER SET utf8 COLLATE "
-                                                             "utf8_general_ci;")
-                                            : QStringLiteral(" ENCODING 'UTF8';")));
+                                   "CREATE DATABASE " + m_name +
+                                       (dialect == Dialect::MySql ? " CHARACTER SET utf8 COLLATE "
+                                                                    "utf8_general_ci;"
+                                                                  : " ENCODING 'UTF8';"));
 }
 
 ScratchDatabase::~ScratchDatabase()
@@ -42,11 +40,10 @@ ScratchDatabase::~ScratchDatabase()
     if (m_dialect == Dialect::Sqlite)
         return;
     TestServers::instance().start(m_dialect); // a fault test may have stopped it
-    TestServers::instance().client(
-        m_dialect, administrationDatabase(m_dialect),
-        m_dialect == Dialect::MySql
-            ? QStringLiteral("SET lock_wait_timeout=10; DROP DATABASE ") + m_name + u';'
-            : QStringLiteral("DROP DATABASE ") + m_name + QStringLiteral(" WITH (FORCE);"));
+    TestServers::instance().client(m_dialect, administrationDatabase(m_dialect),
+                                   m_dialect == Dialect::MySql
+                                       ? "SET lock_wait_timeout=10; DROP DATABASE " + m_name + u';'
+                                       : "DROP DATABASE " + m_name + " WITH (FORCE);");
 }
 
 Dialect ScratchDatabase::dialect() const

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <QByteArray>
 #include <QProcess>
 #include <QString>
 #include <QStringList>
@@ -37,17 +36,12 @@ public:
     /// Ends a server as a power cut would.
     void kill(Dialect dialect);
 
-    void restart(Dialect dialect);
-
     /// Restarts MariaDB with more options on its command line, e.g. "--ssl-ca=…"; they hold until
     /// the next call.
     void restartMariaDb(const QStringList &options);
 
     /// Closes all connections of clients on the server's side.
     void killClients(Dialect dialect);
-
-    /// The id of a server's process, 0 when it does not run.
-    qint64 processId(Dialect dialect) const;
 
     /// Runs statements with the database's own command-line client, an independent reader.
     /// Returns the rows without headers, one line each, columns parted by tabs, no newline at the
@@ -65,12 +59,11 @@ private:
 
     TestServers() = default;
     Server &server(Dialect dialect);
-    const Server &server(Dialect dialect) const;
+    void end(Dialect dialect, int signal);
     void ensureRunning(Dialect dialect);
     void initializeMariaDb(Server &server);
     void initializePostgreSql(Server &server);
     bool launch(Dialect dialect);
-    bool answers(Dialect dialect);
     void shutDown();
 
     Server m_mariaDb;

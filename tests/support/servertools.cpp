@@ -1,55 +1,40 @@
 #include "tests/support/servertools.h"
 
-#include <QFile>
-#include <QProcess>
+#include "tests/support/files.h"
+
+#include <QDir>
 #include <QProcessEnvironment>
 #include <QTcpServer>
 #include <QTest>
 
-#include <pwd.h>
+#include <csignal>
+#include <sys/prctl.h>
 #include <unistd.h>
 
 namespace {
 
 constexpr int clientTimeout = 120'000;
 
+/// A cluster's state transfer takes a few seconds.
+constexpr int startTimeout = 120'000;
+
 QStringList clientCommand(Dialect dialect, const QString &database, quint16 port)
 {
     using namespace servertools;
+    const QString portText = QString::number(port);
     switch (dialect) {
     case Dialect::Sqlite:
-        return {QStringLiteral("sqlite3"),
-                QStringLiteral("-batch"),
-                QStringLiteral("-noheader"),
-                QStringLiteral("-bail"),
-                QStringLiteral("-separator"),
-                QStringLiteral("\t"),
-                database};
+        return {"sqlite3", "-batch", "-noheader", "-bail", "-separator", "\t", database};
     case Dialect::MySql:
-        return {QStringLiteral("mariadb"),
-                QStringLiteral("--no-defaults"),
-                QStringLiteral("--protocol=tcp"),
-                QStringLiteral("--host=127.0.0.1"),
-                QStringLiteral("--port=%1").arg(port),
-                QStringLiteral("--user=") + readerName,
-                QStringLiteral("--password=") + password,
-                QStringLiteral("--default-character-set=utf8mb4"),
-                QStringLiteral("--batch"),
-                QStringLiteral("--raw"),
-                QStringLiteral("--skip-column-names"),
-                database};
+        return words("mariadb --no-defaults --protocol=tcp --host=127.0.0.1 "
+                     "--default-character-set=utf8mb4 --batch --raw --skip-column-names") +
+               QStringList{"--port=" + portText, "--user=" + readerName, "--password=" + password,
+                           database};
     case Dialect::PostgreSql:
-        return {QStringLiteral("psql"),
-                QStringLiteral("--no-psqlrc"),
-                QStringLiteral("--quiet"),
-                QStringLiteral("--tuples-only"),
-                QStringLiteral("--no-align"),
-                QStringLiteral("--field-separator=\t"),
-                QStringLiteral("--set=ON_ERROR_STOP=1"),
-                QStringLiteral("--host=127.0.0.1"),
-                QStringLiteral("--port=%1").arg(port),
-                QStringLiteral("--username=") + userName,
-                QStringLiteral("--dbname=") + database};
+        return words("psql --no-psqlrc --quiet --tuples-only --no-align --host=127.0.0.1 "
+                     "--set=ON_ERROR_STOP=1") +
+               QStringList{"--field-separator=\t", "--port=" + portText, "--username=" + userName,
+                           "--dbname=" + database};
     }
     return {};
 }
@@ -58,8 +43,8 @@ QStringList clientCommand(Dialect dialect, const QString &database, quint16 port
 bool runClient(QProcess &process, const QStringList &command, const QString &statements)
 {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("PGPASSWORD"), servertools::password);
-    environment.insert(QStringLiteral("PGCLIENTENCODING"), QStringLiteral("UTF8"));
+    environment.insert("PGPASSWORD", servertools::password);
+    environment.insert("PGCLIENTENCODING", "UTF8");
     process.setProcessEnvironment(environment);
     process.start(command.first(), command.mid(1));
     process.write((statements + u'\n').toUtf8());
@@ -72,6 +57,11 @@ bool runClient(QProcess &process, const QStringList &command, const QString &sta
 
 namespace servertools {
 
+QStringList words(const QString &text)
+{
+    return text.split(' ');
+}
+
 quint16 freePort()
 {
     QTcpServer probe;
@@ -80,11 +70,53 @@ quint16 freePort()
     return probe.serverPort();
 }
 
-void writeFile(const QString &path, const QByteArray &content)
+const passwd *serverUser(const char *name)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size())
-        qFatal("Cannot write %s", qPrintable(path));
+    if (geteuid() != 0)
+        return nullptr;
+    const passwd *user = getpwnam(name);
+    return user ? user : getpwnam("nobody");
+}
+
+QStringList asUser(const passwd *user, const QString &signal)
+{
+    // The signal is asked for behind the change of user, which would clear it.
+    QStringList command = {"setpriv", "--pdeathsig", signal};
+    if (user)
+        command += {"--reuid", QString::number(user->pw_uid), "--regid",
+                    QString::number(user->pw_gid), "--clear-groups"};
+    return command;
+}
+
+std::unique_ptr<QTemporaryDir> serverDirectory(const passwd *user)
+{
+    auto directory = std::make_unique<QTemporaryDir>(QDir::tempPath() + "/lavkor-test-XXXXXX");
+    const QByteArray path = directory->path().toLocal8Bit();
+    if (!directory->isValid() || (user && chown(path.constData(), user->pw_uid, user->pw_gid) != 0))
+        qFatal("No directory for a test server");
+    return directory;
+}
+
+std::unique_ptr<QProcess> launchServer(const QStringList &command, const QString &directory,
+                                       Dialect dialect, quint16 port)
+{
+    auto process = std::make_unique<QProcess>();
+    process->setProcessChannelMode(QProcess::MergedChannels);
+    process->setWorkingDirectory(directory);
+    process->setStandardOutputFile(directory + "/server.log");
+    process->setChildProcessModifier([] { prctl(PR_SET_PDEATHSIG, SIGKILL); });
+    process->start(command.first(), command.mid(1));
+    if (!process->waitForStarted())
+        qFatal("Cannot run %s", qPrintable(command.first()));
+    const bool ready = QTest::qWaitFor(
+        [&] { return process->state() == QProcess::NotRunning || answers(dialect, port); },
+        startTimeout);
+    return ready && process->state() == QProcess::Running ? std::move(process) : nullptr;
+}
+
+void giveUp(const QString &directory)
+{
+    qFatal("A test server does not start:\n%s", readFile(directory + "/server.log").constData());
 }
 
 void runToEnd(const QStringList &command, const QString &workingDirectory)
@@ -102,17 +134,14 @@ void runToEnd(const QStringList &command, const QString &workingDirectory)
 
 void initializeMariaDbData(const QString &directory, const QString &owner)
 {
-    QStringList command = {QStringLiteral("mariadb-install-db"), QStringLiteral("--no-defaults"),
-                           QStringLiteral("--datadir=") + directory + QStringLiteral("/data"),
-                           // A starting server clears its temporary tables away, and in a shared
-                           // directory those of the others.
-                           QStringLiteral("--tmpdir=") + directory,
-                           QStringLiteral("--auth-root-authentication-method=normal"),
-                           QStringLiteral("--skip-test-db"), QStringLiteral("--skip-log-bin"),
-                           QStringLiteral("--sync-frm=OFF"),
-                           QStringLiteral("--innodb-flush-method=nosync")};
+    // A starting server clears its temporary tables away, and in a shared directory those of the
+    // others.
+    QStringList command = words("mariadb-install-db --no-defaults --skip-test-db --skip-log-bin "
+                                "--auth-root-authentication-method=normal --sync-frm=OFF "
+                                "--innodb-flush-method=nosync") +
+                          QStringList{"--datadir=" + directory + "/data", "--tmpdir=" + directory};
     if (!owner.isEmpty())
-        command += QStringLiteral("--user=") + owner;
+        command += "--user=" + owner;
     runToEnd(command, directory);
     writeFile(directory + "/init.sql",
               "DELETE FROM mysql.global_priv WHERE User='';\n"
@@ -125,32 +154,21 @@ void initializeMariaDbData(const QString &directory, const QString &owner)
 
 QStringList mariaDbCommand(const QString &directory, quint16 port)
 {
-    return {QStringLiteral("mariadbd"),
-            QStringLiteral("--no-defaults"),
-            QStringLiteral("--datadir=") + directory + QStringLiteral("/data"),
-            QStringLiteral("--tmpdir=") + directory,
-            QStringLiteral("--socket=") + directory + QStringLiteral("/socket"),
-            QStringLiteral("--pid-file=") + directory + QStringLiteral("/pid"),
-            QStringLiteral("--bind-address=127.0.0.1"),
-            QStringLiteral("--port=%1").arg(port),
-            QStringLiteral("--skip-name-resolve"),
-            QStringLiteral("--skip-log-bin"),
-            QStringLiteral("--sync-frm=OFF"),
-            QStringLiteral("--performance-schema=OFF"),
-            QStringLiteral("--innodb-buffer-pool-size=64M"),
-            QStringLiteral("--innodb-log-file-size=32M"),
-            QStringLiteral("--innodb-flush-method=nosync")};
+    return words("mariadbd --no-defaults --bind-address=127.0.0.1 --skip-name-resolve "
+                 "--skip-log-bin --sync-frm=OFF --performance-schema=OFF "
+                 "--innodb-buffer-pool-size=64M --innodb-log-file-size=32M "
+                 "--innodb-flush-method=nosync") +
+           QStringList{"--datadir=" + directory + "/data", "--tmpdir=" + directory,
+                       "--socket=" + directory + "/socket", "--pid-file=" + directory + "/pid",
+                       "--port=" + QString::number(port)};
 }
 
 bool answers(Dialect dialect, quint16 port)
 {
     QProcess process;
     return runClient(process,
-                     clientCommand(dialect,
-                                   dialect == Dialect::MySql ? QStringLiteral("mysql")
-                                                             : QStringLiteral("postgres"),
-                                   port),
-                     QStringLiteral("SELECT 'ready';")) &&
+                     clientCommand(dialect, dialect == Dialect::MySql ? "mysql" : "postgres", port),
+                     "SELECT 'ready';") &&
            process.readAllStandardOutput() == "ready\n";
 }
 
@@ -159,8 +177,7 @@ QString client(Dialect dialect, const QString &database, quint16 port, const QSt
     const QStringList command = clientCommand(dialect, database, port);
     QProcess process;
     if (!runClient(process, command, statements)) {
-        QTest::qFail(qPrintable(command.first() + QStringLiteral(" failed: ") +
-                                process.errorString() + u' ' +
+        QTest::qFail(qPrintable(command.first() + " failed: " + process.errorString() + u' ' +
                                 QString::fromUtf8(process.readAllStandardError())),
                      __FILE__, __LINE__);
         return {};
@@ -168,7 +185,7 @@ QString client(Dialect dialect, const QString &database, quint16 port, const QSt
     QString output = QString::fromUtf8(process.readAllStandardOutput());
     if (output.endsWith(u'\n'))
         output.chop(1);
-    return output.isNull() ? QStringLiteral("") : output;
+    return output.isNull() ? "" : output;
 }
 
 } // namespace servertools

@@ -8,6 +8,9 @@
 /// be written is a test failure.
 namespace shop {
 
+/// A name with whatever a statement, a placeholder or markup may stumble over.
+inline const QString nastyName = QStringLiteral("О'Нил \\ `x` 100% %1 <img src=x> «ё»");
+
 struct Product
 {
     qulonglong id = 0;

@@ -1,33 +1,20 @@
 #include "app/messages.h"
+#include "tests/support/datatable.h"
+#include "tests/support/dialogsteps.h"
 #include "tests/support/testhome.h"
 #include "widgets/messagebox.h"
 
-#include <QApplication>
 #include <QMessageBox>
 #include <QPushButton>
-#include <QSignalSpy>
 #include <QTest>
-#include <QTimer>
-
-#include <functional>
 
 namespace {
 
-const QString markup = QStringLiteral("<img src=\"x\"> <b>Шоколад</b> %1 & Ко");
+const QString markup = "<img src=\"x\"> <b>Шоколад</b> %1 & Ко";
 
-/// Runs the action as soon as a message box stands open.
-void whenOpen(const std::function<void(QMessageBox *)> &action)
+void press(QMessageBox &box, Qt::Key key)
 {
-    QTimer::singleShot(0, qApp, [action] {
-        auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget());
-        QVERIFY(box);
-        action(box);
-    });
-}
-
-void press(QMessageBox *box, Qt::Key key)
-{
-    QTest::keyClick(box->focusWidget() ? box->focusWidget() : box, key);
+    QTest::keyClick(box.focusWidget() ? box.focusWidget() : &box, key);
 }
 
 } // namespace
@@ -44,6 +31,7 @@ private slots:
 
 private:
     TestHome m_home;
+    DialogSteps m_steps;
 };
 
 void TestMessageBox::initTestCase()
@@ -53,22 +41,21 @@ void TestMessageBox::initTestCase()
 
 void TestMessageBox::question_isAnsweredByKeyOrMouse_data()
 {
-    QTest::addColumn<int>("key"); // 0: a click on the first button
-    QTest::addColumn<int>("answer");
-    QTest::newRow("Return takes the default") << int(Qt::Key_Return) << 1;
-    QTest::newRow("Space takes the default") << int(Qt::Key_Space) << 1;
-    QTest::newRow("Escape takes its own button") << int(Qt::Key_Escape) << 2;
-    QTest::newRow("a click takes the button clicked") << 0 << 0;
+    // key: 0 for a click on the first button
+    addColumns<int, int>("key", "answer");
+    addRow("Return takes the default", int(Qt::Key_Return), 1);
+    addRow("Space takes the default", int(Qt::Key_Space), 1);
+    addRow("Escape takes its own button", int(Qt::Key_Escape), 2);
+    addRow("a click takes the button clicked", 0, 0);
 }
 
 void TestMessageBox::question_isAnsweredByKeyOrMouse()
 {
     QFETCH(int, key);
     QFETCH(int, answer);
-    const QStringList texts = {QStringLiteral("Первая"), QStringLiteral("Вторая"),
-                               QStringLiteral("Третья")};
-    whenOpen([key, texts](QMessageBox *box) {
-        QList<QPushButton *> buttons = box->findChildren<QPushButton *>();
+    const QStringList texts = {"Первая", "Вторая", "Третья"};
+    m_steps.whenOpen<QMessageBox>([key, texts](QMessageBox &box) {
+        QList<QPushButton *> buttons = box.findChildren<QPushButton *>();
         std::sort(buttons.begin(), buttons.end(),
                   [](QPushButton *left, QPushButton *right) { return left->x() < right->x(); });
         QStringList shown;
@@ -80,29 +67,29 @@ void TestMessageBox::question_isAnsweredByKeyOrMouse()
         else
             press(box, static_cast<Qt::Key>(key));
     });
-    QCOMPARE(askQuestion(nullptr, QStringLiteral("Какая?"), texts, 1, 2), answer);
+    QCOMPARE(askQuestion(nullptr, "Какая?", texts, 1, 2), answer);
 }
 
 void TestMessageBox::data_isShownAsItStands()
 {
     QWidget parent;
-    whenOpen([](QMessageBox *box) {
-        QCOMPARE(box->text(), markup);
-        QCOMPARE(box->textFormat(), Qt::PlainText);
-        QCOMPARE(box->windowTitle(), QStringLiteral("Lavkor"));
-        QVERIFY(box->isModal());
-        QCOMPARE(box->buttons().size(), 1);
-        QCOMPARE(box->buttons().first()->text(), QStringLiteral("OK"));
+    m_steps.whenOpen<QMessageBox>([](QMessageBox &box) {
+        QCOMPARE(box.text(), markup);
+        QCOMPARE(box.textFormat(), Qt::PlainText);
+        QCOMPARE(box.windowTitle(), "Lavkor");
+        QVERIFY(box.isModal());
+        QCOMPARE(box.buttons().size(), 1);
+        QCOMPARE(box.buttons().first()->text(), "OK");
         press(box, Qt::Key_Escape);
     });
     showWarning(&parent, markup);
 
-    whenOpen([](QMessageBox *box) {
-        QCOMPARE(box->textFormat(), Qt::RichText);
+    m_steps.whenOpen<QMessageBox>([](QMessageBox &box) {
+        QCOMPARE(box.textFormat(), Qt::RichText);
         press(box, Qt::Key_Escape);
     });
-    QCOMPARE(askQuestion(nullptr, {.text = QStringLiteral("<h3>Провести?</h3>"),
-                                   .buttons = {QStringLiteral("Да"), QStringLiteral("Нет")},
+    QCOMPARE(askQuestion(nullptr, {.text = "<h3>Провести?</h3>",
+                                   .buttons = {"Да", "Нет"},
                                    .escapeButton = 1,
                                    .html = true}),
              1);

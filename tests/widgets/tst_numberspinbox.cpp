@@ -1,3 +1,4 @@
+#include "tests/support/datatable.h"
 #include "widgets/numberspinbox.h"
 
 #include <QTest>
@@ -14,11 +15,8 @@ private slots:
 
 void TestNumberSpinBox::typedNumber_isTaken_data()
 {
-    QTest::addColumn<QLocale>("locale");
-    QTest::addColumn<QString>("typed");
-    QTest::addColumn<double>("value");
-    QTest::addColumn<QString>("shown");
-    QTest::addColumn<bool>("acceptable");
+    addColumns<QLocale, QString, double, QString, bool>("locale", "typed", "value", "shown",
+                                                        "acceptable");
 
     for (const QLocale &locale :
          {QLocale(QLocale::Russian, QLocale::Russia), QLocale(QLocale::C)}) {

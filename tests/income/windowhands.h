@@ -1,0 +1,55 @@
+#pragma once
+
+#include <QApplication>
+#include <QString>
+#include <QTest>
+
+#include <memory>
+
+#include "app/settings.h"
+#include "income/incomeinvoicewindow.h"
+#include "tests/support/dialogsteps.h"
+
+/// The hands of a person who works at the main window, for the time of a case. The licence is
+/// accepted, and the sounds are only noted.
+class WindowHands
+{
+public:
+    WindowHands();
+    ~WindowHands();
+    WindowHands(const WindowHands &) = delete;
+    WindowHands &operator=(const WindowHands &) = delete;
+
+    /// Gives the administrator of the shop on the main connection his password, if he has none yet.
+    static void givePassword();
+
+    /// Opens a window on a shop, logs in and shows it.
+    std::unique_ptr<IncomeInvoiceWindow> openWindow(ConnectionEntry shop, const QString &name);
+
+    /// Logs in at the next connection dialog.
+    void logIn();
+
+    /// Return through the next QuantityRestDialog, with a quantity typed over the proposed one if
+    /// given.
+    void accept(const QString &quantity = {});
+
+    /// Keys into the code field as a scanner sends them, Return at the end.
+    static void scan(const QWidget &window, const QString &code);
+
+    DialogSteps steps;
+    QString sounds; ///< "+" for each found, "-" for each not found
+};
+
+/// The password into a connection dialog, then Return.
+void enterPassword(QDialog *dialog);
+
+/// What main() of such a test does.
+template<typename Test>
+int runWindowTest(int argc, char *argv[])
+{
+    QCoreApplication::setOrganizationName("LavkorTest");
+    QCoreApplication::setApplicationName("Lavkor");
+    QApplication application(argc, argv);
+    Test test;
+    return QTest::qExec(&test, argc, argv);
+}
