@@ -2,6 +2,8 @@
 
 #include "app/logging.h"
 
+#include <QCoreApplication>
+
 #include <utility>
 
 namespace {
@@ -36,6 +38,14 @@ void showWarning(QWidget *parent, const QString &text, bool showBox)
 void showInformation(QWidget *parent, const QString &text)
 {
     show(parent, {.kind = BoxKind::Information, .text = text, .buttons = {}});
+}
+
+QStringList shortened(const QStringList &items, qsizetype most)
+{
+    if (items.size() <= most)
+        return items;
+    return items.mid(0, most)
+           << QCoreApplication::translate("Messages", "и ещё %1").arg(items.size() - most);
 }
 
 int askQuestion(QWidget *parent, BoxRequest request)

@@ -36,6 +36,12 @@ void showWarning(QWidget *parent, const QString &text, bool showBox = true);
 /// Shows an information box with the text; nothing is logged.
 void showInformation(QWidget *parent, const QString &text);
 
+/// How many items of a list a message box has room for.
+inline constexpr qsizetype mostListed = 10;
+
+/// The first items of a list for a message box, with a last one that counts those left out.
+QStringList shortened(const QStringList &items, qsizetype most = mostListed);
+
 /// Asks a question as described by the request (its kind is set to Question) and returns the index
 /// of the chosen button.
 int askQuestion(QWidget *parent, BoxRequest request);

@@ -107,6 +107,19 @@ QStringList setupStatements(Dialect dialect)
     return {};
 }
 
+/// Runs a statement of the set-up, which may be repeated at will. A cluster's node now and then
+/// refuses the first statement of a new session as if it were part of a refused transaction.
+bool runSetup(QSqlQuery &query, const QString &statement)
+{
+    constexpr int maxTries = 3;
+    constexpr int deadlock = 1213;
+    for (int tries = 1; !query.exec(statement); ++tries) {
+        if (tries == maxTries || query.lastError().nativeErrorCode().toInt() != deadlock)
+            return false;
+    }
+    return true;
+}
+
 /// Whether the connection is as secret as its TLS keys ask for: with a server that offers no TLS
 /// MySQL's client library goes on in clear text without a word.
 bool isSecretEnough(const QSqlDatabase &database)
@@ -114,7 +127,7 @@ bool isSecretEnough(const QSqlDatabase &database)
     if (!database.connectOptions().contains(QLatin1String("SSL_")))
         return true;
     QSqlQuery query(database);
-    return query.exec(QStringLiteral("SHOW STATUS LIKE 'Ssl_cipher'")) && query.next() &&
+    return runSetup(query, QStringLiteral("SHOW STATUS LIKE 'Ssl_cipher'")) && query.next() &&
            !query.value(1).toString().isEmpty();
 }
 
@@ -125,10 +138,10 @@ bool waitForCluster(QSqlDatabase &database, QString &error)
 {
     // A server that does not know the variable is no node of a cluster.
     QSqlQuery query(database);
-    if (!query.exec(QStringLiteral("SHOW VARIABLES LIKE 'wsrep_on'")) || !query.next() ||
+    if (!runSetup(query, QStringLiteral("SHOW VARIABLES LIKE 'wsrep_on'")) || !query.next() ||
         query.value(1).toString() != QLatin1String("ON"))
         return true;
-    if (query.exec(QStringLiteral("SET SESSION wsrep_sync_wait=3")))
+    if (runSetup(query, QStringLiteral("SET SESSION wsrep_sync_wait=3")))
         return true;
     error = query.lastError().text();
     return false;
@@ -143,7 +156,7 @@ bool setUpSession(QSqlDatabase &database, const QString &connectionName, QString
     }
     for (const QString &statement : setupStatements(dialect)) {
         QSqlQuery query(database);
-        if (!query.exec(statement)) {
+        if (!runSetup(query, statement)) {
             error = query.lastError().text();
             return false;
         }

@@ -47,7 +47,6 @@ namespace {
 constexpr int timerPeriodMs = 1000;
 constexpr int filterDelayMs = 150; ///< typing goes on before the list is read again
 constexpr int shortestBarcode = 8; ///< digits
-constexpr qsizetype mostTold = 10; ///< refused messages that a box has room for
 constexpr int maxTimerRest = 30;   ///< seconds between two looks for a lost server
 
 constexpr int nameColumn = 3;      ///< in both tables
@@ -559,6 +558,7 @@ void IncomeInvoiceWindow::On_editLineAction_triggered()
 
 void IncomeInvoiceWindow::on_applyIncomeInvoicePushButton_clicked()
 {
+    const bool hadLines = m_receipt->rowCount() > 0;
     BoxRequest request;
     request.text = tr("<h3>Провести накладную?</h3><p>Будут обновлены: остаток, приходная цена, "
                       "расходная цена. Выберите способ оплаты товара.</p>");
@@ -569,7 +569,10 @@ void IncomeInvoiceWindow::on_applyIncomeInvoicePushButton_clicked()
     const int choice = askQuestion(this, request);
     if (choice == 2)
         return;
-    postReceipt(choice == 0 ? PaymentType::Cash : PaymentType::Cashless);
+    const PostingResult result =
+        postReceipt(choice == 0 ? PaymentType::Cash : PaymentType::Cashless);
+    if (hadLines && result.outcome == PostingOutcome::EmptyList)
+        showScan(tr("Приход уже пуст: его провели или удалили на другом рабочем месте"), false);
     refreshAll();
     m_codeField->take();
 }
@@ -607,12 +610,8 @@ PostingResult IncomeInvoiceWindow::postReceipt(PaymentType paymentType)
         showWarning(this, result.message);
     }
     messages.refused.removeDuplicates();
-    if (!messages.refused.isEmpty()) {
-        QStringList told = messages.refused.mid(0, mostTold);
-        if (messages.refused.size() > mostTold)
-            told += tr("и ещё %1").arg(messages.refused.size() - mostTold);
-        showInformation(this, told.join(u'\n'));
-    }
+    if (!messages.refused.isEmpty())
+        showInformation(this, shortened(messages.refused).join(u'\n'));
     return result;
 }
 

@@ -2,11 +2,11 @@
 
 #include "app/logging.h"
 #include "app/messages.h"
-#include "db/dialect.h"
 #include "db/money.h"
 #include "db/query.h"
 #include "db/sqltext.h"
 #include "db/transaction.h"
+#include "income/listlock.h"
 #include "income/pricerules.h"
 
 #include <QCoreApplication>
@@ -17,11 +17,7 @@
 
 namespace {
 
-/// How often the deletion is begun anew when the database throws it out, which servers do to one of
-/// two stations that wait for each other.
-constexpr int maxTries = 3;
 constexpr qsizetype idsPerStatement = 1000; ///< the length of a statement is limited
-constexpr qsizetype mostTold = 10;          ///< lines that a message box has room for
 
 class LineDeletion
 {
@@ -63,7 +59,7 @@ QList<qulonglong> LineDeletion::run(QWidget *parent)
 {
     bool done = false;
     bool reached = true;
-    for (int attempt = 0; attempt < maxTries && !done && reached; ++attempt) {
+    for (int attempt = 0; attempt < maxLineTries && !done && reached; ++attempt) {
         reached = ensureConnectionOpen(parent, mainConnection);
         done = reached && tryAll();
     }
@@ -127,22 +123,14 @@ bool LineDeletion::tryAll()
 bool LineDeletion::look()
 {
     m_current.clear();
-    // SQLite's transactions hold the only write lock anyway.
-    const Dialect dialect = dialectOf(mainConnection);
-    const QString lock = dialect == Dialect::Sqlite ? QString() : QStringLiteral(" FOR UPDATE");
-    // A posting locks the table and then its rows; with the rows first both would wait for ever.
-    if (dialect == Dialect::PostgreSql &&
-        !QueryExec(nullptr, "LOCK TABLE incomeinvoice IN ROW EXCLUSIVE MODE;"))
-        return false;
     for (qsizetype first = 0; first < m_lines.size(); first += idsPerStatement) {
         QStringList ids;
         for (const ShownLine &line : m_lines.mid(first, idsPerStatement))
             ids += sql::id(line.id);
         QList<SqlRow> rows;
-        if (!QueryRows(nullptr,
-                       "SELECT id, wareid, quantity FROM incomeinvoice WHERE id IN (" +
-                           ids.join(u',') + ") ORDER BY id" + lock + ";",
-                       rows))
+        if (!readLockedLines("SELECT id, wareid, quantity FROM incomeinvoice WHERE id IN (" +
+                                 ids.join(u',') + ") ORDER BY id",
+                             rows))
             return false;
         for (const SqlRow &row : std::as_const(rows))
             m_current.insert(row.at(0).toULongLong(),
@@ -157,7 +145,7 @@ void LineDeletion::tell(QWidget *parent) const
     if (m_refused.isEmpty() && m_inDoubt.isEmpty())
         return;
     logMessage(text(m_lines.size()));
-    showInformation(parent, text(mostTold));
+    showInformation(parent, text(mostListed));
 }
 
 QString LineDeletion::text(qsizetype most) const
@@ -168,17 +156,13 @@ QString LineDeletion::text(qsizetype most) const
                                           "другом рабочем месте.")
                                      : tr("Удалены не все выделенные позиции: приход тем временем "
                                           "изменили на другом рабочем месте.");
-        parts += m_refused.mid(0, most);
-        if (m_refused.size() > most)
-            parts += tr("и ещё %1").arg(m_refused.size() - most);
+        parts += shortened(m_refused, most);
         parts += tr("Проверьте приход и, если нужно, повторите удаление.");
     }
     if (!m_inDoubt.isEmpty()) {
         parts += tr("Связь с базой данных прервалась во время удаления. Этих позиций больше нет в "
                     "приходе, но неизвестно, удалены они или проведены на другом рабочем месте:");
-        parts += m_inDoubt.mid(0, most);
-        if (m_inDoubt.size() > most)
-            parts += tr("и ещё %1").arg(m_inDoubt.size() - most);
+        parts += shortened(m_inDoubt, most);
     }
     return parts.join(u'\n');
 }

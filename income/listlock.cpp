@@ -1,8 +1,47 @@
 #include "income/listlock.h"
 
 #include "db/dialect.h"
-#include "db/query.h"
 #include "db/transaction.h"
+
+bool readLockedLines(const QString &select, QList<SqlRow> &rows, const QString &connectionName)
+{
+    QString suffix;
+    switch (dialectOf(connectionName)) {
+    case Dialect::Sqlite:
+        break; // its transactions hold the only write lock anyway
+    case Dialect::MySql:
+        suffix = QStringLiteral(" FOR UPDATE");
+        break;
+    case Dialect::PostgreSql:
+        // A posting locks the table and then its rows; with the rows first both would wait for
+        // ever.
+        if (!QueryExec(nullptr, "LOCK TABLE incomeinvoice IN ROW EXCLUSIVE MODE;", connectionName))
+            return false;
+        // It cannot lock a joined row, which may be missing.
+        suffix = QStringLiteral(" FOR UPDATE OF incomeinvoice");
+        break;
+    }
+    return QueryRows(nullptr, select + suffix + u';', rows, connectionName);
+}
+
+bool readLockedList(const QString &select, QList<SqlRow> &rows, const QString &connectionName)
+{
+    QString suffix;
+    switch (dialectOf(connectionName)) {
+    case Dialect::Sqlite:
+        break; // its transactions hold the only write lock anyway
+    case Dialect::MySql:
+        // Locks the rows and, under REPEATABLE READ, the gaps where new ones would go.
+        suffix = QStringLiteral(" FOR UPDATE");
+        break;
+    case Dialect::PostgreSql:
+        if (!QueryExec(nullptr, "LOCK TABLE incomeinvoice IN SHARE ROW EXCLUSIVE MODE;",
+                       connectionName))
+            return false;
+        break;
+    }
+    return QueryRows(nullptr, select + suffix + u';', rows, connectionName);
+}
 
 bool waitForListWriters(const QString &connectionName)
 {

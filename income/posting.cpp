@@ -5,6 +5,7 @@
 #include "db/session.h"
 #include "db/sqltext.h"
 #include "db/transaction.h"
+#include "income/listlock.h"
 
 #include <QCoreApplication>
 
@@ -25,21 +26,6 @@ QString listChangedText()
 {
     return tr("Список прихода изменён на другом рабочем месте. Накладная не проведена, проверьте "
               "список и повторите.");
-}
-
-/// Keeps other workstations from changing the working list until the transaction ends. SQLite's
-/// transaction holds the only write lock already.
-QString lockStatement(Dialect dialect)
-{
-    return dialect == Dialect::PostgreSql
-               ? QStringLiteral("LOCK TABLE incomeinvoice IN SHARE ROW EXCLUSIVE MODE;")
-               : QString();
-}
-
-QString lockingSuffix(Dialect dialect)
-{
-    // Locks the rows and, under REPEATABLE READ, the gaps where new ones would go.
-    return dialect == Dialect::MySql ? QStringLiteral(" FOR UPDATE") : QString();
 }
 
 } // namespace
@@ -184,15 +170,11 @@ QList<ReceiptPosting::Line> ReceiptPosting::sorted(QList<Line> lines)
 
 bool ReceiptPosting::lockAndCompare(PostingResult &result)
 {
-    const Dialect dialect = dialectOf(m_connectionName);
-    const QString lock = lockStatement(dialect);
     QList<SqlRow> rows;
-    if ((!lock.isEmpty() && !run(lock)) ||
-        !QueryRows(nullptr,
-                   QStringLiteral("SELECT wareid, quantity, incost, inoutratio, outcost, userid, "
-                                  "timestamp FROM incomeinvoice") +
-                       lockingSuffix(dialect) + u';',
-                   rows, m_connectionName)) {
+    if (!readLockedList(
+            QStringLiteral("SELECT wareid, quantity, incost, inoutratio, outcost, userid, "
+                           "timestamp FROM incomeinvoice"),
+            rows, m_connectionName)) {
         result.message = failureText();
         return false;
     }
@@ -334,13 +316,9 @@ void ReceiptPosting::settleLostCommit(PostingResult &result, PaymentType payment
         return;
     // Behind the lock on the list the lost session has either ended or has committed.
     TransactionGuard transaction(m_connectionName);
-    const Dialect dialect = dialectOf(m_connectionName);
-    const QString lock = lockStatement(dialect);
     QList<SqlRow> rows;
-    if (!transaction.isActive() || (!lock.isEmpty() && !run(lock)) ||
-        !QueryRows(nullptr,
-                   QStringLiteral("SELECT id FROM incomeinvoice") + lockingSuffix(dialect) + u';',
-                   rows, m_connectionName) ||
+    if (!transaction.isActive() ||
+        !readLockedList(QStringLiteral("SELECT id FROM incomeinvoice"), rows, m_connectionName) ||
         !QueryRows(nullptr,
                    QStringLiteral("SELECT id FROM incomereports WHERE id='") +
                        sql::id(result.reportId) + QStringLiteral("' AND payment_type='") +

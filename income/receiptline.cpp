@@ -2,7 +2,6 @@
 
 #include "app/logging.h"
 #include "app/messages.h"
-#include "db/dialect.h"
 #include "db/money.h"
 #include "db/query.h"
 #include "db/session.h"
@@ -20,9 +19,6 @@ namespace {
 /// Decimals of a product without a unit: anything weighed or measured fits.
 constexpr int decimalsWithoutUnit = 3;
 constexpr int mostDecimals = 6;
-/// How often the writing of a line is begun anew when the database throws it out, which servers do
-/// to one of two stations that wait for each other.
-constexpr int maxWriteTries = 3;
 constexpr double priceTolerance = 0.0001;
 
 double number(const QVariant &value)
@@ -196,19 +192,11 @@ SaveState ReceiptEntry::save(QWidget *parent, const ReceiptInput &input)
 bool ReceiptEntry::readLines(QWidget *parent, QList<ReceiptLine> &lines, bool lock) const
 {
     lines.clear();
-    // SQLite's transactions hold the only write lock anyway.
-    const Dialect dialect = dialectOf(mainConnection);
-    const bool lockRows = lock && dialect != Dialect::Sqlite;
-    // A posting locks the table and then its rows; with the rows first both would wait for ever.
-    if (lockRows && dialect == Dialect::PostgreSql &&
-        !QueryExec(parent, "LOCK TABLE incomeinvoice IN ROW EXCLUSIVE MODE;"))
-        return false;
+    const QString select = "SELECT id, quantity, incost, inoutratio, outcost FROM incomeinvoice "
+                           "WHERE wareid=" +
+                           quotedId(m_product.id) + " ORDER BY id";
     QList<SqlRow> rows;
-    if (!QueryRows(parent,
-                   "SELECT id, quantity, incost, inoutratio, outcost FROM incomeinvoice WHERE "
-                   "wareid=" +
-                       quotedId(m_product.id) + " ORDER BY id" + (lockRows ? " FOR UPDATE;" : ";"),
-                   rows))
+    if (lock ? !readLockedLines(select, rows) : !QueryRows(parent, select + u';', rows))
         return false;
     for (const SqlRow &row : std::as_const(rows)) {
         lines.append({.id = row.at(0).toULongLong(),
@@ -294,7 +282,7 @@ SaveState ReceiptEntry::writeExistingLine(QWidget *parent, const ReceiptInput &i
     const double quantity = tidy(input.quantity - m_goneQuantity);
     QList<ReceiptLine> lines;
     LineWrite written = LineWrite::Failed;
-    for (int attempt = 0; attempt < maxWriteTries && written == LineWrite::Failed; ++attempt) {
+    for (int attempt = 0; attempt < maxLineTries && written == LineWrite::Failed; ++attempt) {
         if (!ensureConnectionOpen(parent, mainConnection))
             return SaveState::Failed;
         written = tryExistingLine(quantity, lines);

@@ -1,11 +1,11 @@
 #include "income/receiptprices.h"
 
 #include "app/messages.h"
-#include "db/dialect.h"
 #include "db/query.h"
 #include "db/session.h"
 #include "db/sqltext.h"
 #include "db/transaction.h"
+#include "income/listlock.h"
 #include "income/pricerules.h"
 
 #include <QCoreApplication>
@@ -17,9 +17,6 @@
 
 namespace {
 
-/// How often the writing of a line is begun anew when the database throws it out, which servers do
-/// to one of two stations that wait for each other.
-constexpr int maxWriteTries = 3;
 /// In ms; less than the lock time-out of any of the databases.
 constexpr int longestWait = 4000;
 
@@ -95,7 +92,7 @@ bool ReceiptPrices::updateLine(const QString &lineId, PriceUpdate &result)
     QElapsedTimer waiting;
     waiting.start();
     LineUpdate outcome = tryLine(lineId);
-    for (int tries = 1; outcome == LineUpdate::DatabaseError && tries < maxWriteTries &&
+    for (int tries = 1; outcome == LineUpdate::DatabaseError && tries < maxLineTries &&
                         !waiting.hasExpired(longestWait) && m_statements.isReachable();
          ++tries)
         outcome = tryLine(lineId);
@@ -160,24 +157,8 @@ ReceiptPrices::LineUpdate ReceiptPrices::writeProduct(const SqlRow &row, double 
 /// Reads and locks the line; no row when it is gone.
 bool ReceiptPrices::lookAtLine(const QString &lineId, QList<SqlRow> &rows)
 {
-    QString lock; // SQLite's transactions hold the only write lock anyway
-    switch (dialectOf(m_connectionName)) {
-    case Dialect::Sqlite:
-        break;
-    case Dialect::MySql:
-        lock = QStringLiteral(" FOR UPDATE");
-        break;
-    case Dialect::PostgreSql:
-        // It cannot lock the product, which may be missing.
-        lock = QStringLiteral(" FOR UPDATE OF incomeinvoice");
-        // A posting locks the table and then its rows; with the rows first both would wait for
-        // ever.
-        if (!run("LOCK TABLE incomeinvoice IN ROW EXCLUSIVE MODE;"))
-            return false;
-        break;
-    }
-    return QueryRows(nullptr, linesQuery + " WHERE incomeinvoice.id='" + lineId + "'" + lock + ";",
-                     rows, m_connectionName);
+    return readLockedLines(linesQuery + " WHERE incomeinvoice.id='" + lineId + "'", rows,
+                           m_connectionName);
 }
 
 bool ReceiptPrices::run(const QString &sqlText)

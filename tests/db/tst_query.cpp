@@ -5,6 +5,7 @@
 #include "db/sqltext.h"
 #include "db/transaction.h"
 #include "db/translator.h"
+#include "tests/support/cuttingproxy.h"
 #include "tests/support/databasetest.h"
 #include "tests/support/datatable.h"
 #include "tests/support/files.h"
@@ -39,6 +40,7 @@ private slots:
     void lossInsideTransaction_refusesTheRest();
     void errorInsideTransaction_neverCommitsHalf();
     void deadlock_breaksTheTransaction();
+    void deadlockAtTheSetUp_isTriedAgain();
     void commit_thatTheServerRefuses_isAFailure();
     void begin_reopensAKilledConnection();
 
@@ -352,6 +354,23 @@ void TestQuery::deadlock_breaksTheTransaction()
     QVERIFY(!transactionCommit());
     QVERIFY(transactionRollback(otherStation));
     QCOMPARE(rows("SELECT SUM(amount) FROM t"), "0");
+}
+
+/// Nodes of a cluster do that to a new session.
+void TestQuery::deadlockAtTheSetUp_isTriedAgain()
+{
+    if (m_dialect != Dialect::MySql)
+        return;
+    CuttingProxy proxy(TestServers::instance().port(m_dialect));
+    ConnectionEntry entry = m_database->entry();
+    entry.dbhostname = QString("127.0.0.1:%1").arg(proxy.port());
+    proxy.cutNext(CuttingProxy::Cut::Deadlock, "SET SESSION sql_mode");
+    QVERIFY(createConnection(nullptr, entry, otherStation));
+    QVERIFY(proxy.hasCut());
+    QVERIFY(QueryValue(nullptr, "SELECT @@session.sql_mode", otherStation)
+                .toString()
+                .contains("NO_BACKSLASH_ESCAPES"));
+    removeConnection(otherStation);
 }
 
 void TestQuery::commit_thatTheServerRefuses_isAFailure()

@@ -174,6 +174,15 @@ void TestMainWindow::scans_becomeLinesAndAPostedReceipt()
     m_boxes->answer("Провести (наличными)");
     click(*m_window, "applyIncomeInvoicePushButton");
     QCOMPARE(rows("SELECT COUNT(*) FROM incomereports"), "1");
+    QVERIFY(child<QLabel>("scanLabel")->text().contains("№ 1"));
+    // Unless another station was quicker.
+    accept();
+    scan("4600000000015");
+    m_boxes->answer("Провести (наличными)",
+                    [this] { m_database->client("DELETE FROM incomeinvoice"); });
+    click(*m_window, "applyIncomeInvoicePushButton");
+    QVERIFY(child<QLabel>("scanLabel")->text().contains("на другом рабочем месте"));
+    QCOMPARE(rows("SELECT COUNT(*) FROM incomereports"), "1");
 }
 
 void TestMainWindow::boxesOfAPosting_comeAfterIt()

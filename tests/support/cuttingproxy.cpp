@@ -8,6 +8,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <cstring>
 #include <list>
 
 namespace {
@@ -122,6 +123,16 @@ bool CuttingProxy::forward(int from, int to, bool fromClient, int server)
     if (cut == Cut::Request) {
         m_hasCut = true;
         return false;
+    }
+    if (cut == Cut::Deadlock) {
+        // Of the same length: it stands in the header of the packet.
+        const qsizetype start = QByteArrayView(buffer, size).indexOf(m_text);
+        const QByteArray signal =
+            QByteArray("SIGNAL SQLSTATE '40001' SET MYSQL_ERRNO=1213").leftJustified(size - start);
+        if (signal.size() != size - start)
+            qFatal("The statement is too short to be replaced");
+        memcpy(buffer + start, signal.constData(), size_t(signal.size()));
+        m_hasCut = true;
     }
     for (ssize_t done = 0; done < size;) {
         const ssize_t written = write(to, buffer + done, size_t(size - done));

@@ -6,15 +6,16 @@
 #include <thread>
 
 /// Stands between the program and a database server on loopback, in a thread of its own, and cuts
-/// the connection at a chosen statement.
+/// the connection at a chosen statement or spoils it.
 class CuttingProxy
 {
 public:
     enum class Cut {
         None,
-        Request, ///< the server never hears of it
-        Wait,    ///< the server gets it, and the program hangs up while it waits for the answer
-        Answer,  ///< the server has done it, the program never hears the answer
+        Request,  ///< the server never hears of it
+        Wait,     ///< the server gets it, and the program hangs up while it waits for the answer
+        Answer,   ///< the server has done it, the program never hears the answer
+        Deadlock, ///< nothing is cut: MariaDB gets a statement in its place that ends as a deadlock
     };
 
     explicit CuttingProxy(quint16 serverPort);

@@ -97,6 +97,8 @@ ConnectionEntry GaleraCluster::entry(int node, const QString &database) const
 
 QString GaleraCluster::client(int node, const QString &database, const QString &statements) const
 {
-    return servertools::client(Dialect::MySql, database, m_nodes.at(node).port,
-                               "SET wsrep_sync_wait=15; " + statements);
+    // A node now and then refuses the first statement of a session as if it were part of a refused
+    // transaction; nothing has been done then.
+    return servertools::client(Dialect::MySql, database, m_nodes.at(node).port, statements,
+                               "SET wsrep_sync_wait=15;");
 }

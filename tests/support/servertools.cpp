@@ -14,6 +14,7 @@
 namespace {
 
 constexpr int clientTimeout = 120'000;
+constexpr int clientTries = 5;
 
 /// A cluster's state transfer takes a few seconds.
 constexpr int startTimeout = 120'000;
@@ -172,20 +173,26 @@ bool answers(Dialect dialect, quint16 port)
            process.readAllStandardOutput() == "ready\n";
 }
 
-QString client(Dialect dialect, const QString &database, quint16 port, const QString &statements)
+QString client(Dialect dialect, const QString &database, quint16 port, const QString &statements,
+               const QString &repeatedWhenRefused)
 {
     const QStringList command = clientCommand(dialect, database, port);
-    QProcess process;
-    if (!runClient(process, command, statements)) {
-        QTest::qFail(qPrintable(command.first() + " failed: " + process.errorString() + u' ' +
-                                QString::fromUtf8(process.readAllStandardError())),
-                     __FILE__, __LINE__);
-        return {};
+    QString fault;
+    for (int tries = 0; tries < clientTries; ++tries) {
+        QProcess process;
+        if (runClient(process, command, repeatedWhenRefused + statements)) {
+            QString output = QString::fromUtf8(process.readAllStandardOutput());
+            if (output.endsWith(u'\n'))
+                output.chop(1);
+            return output.isNull() ? "" : output;
+        }
+        const QString error = QString::fromUtf8(process.readAllStandardError());
+        fault = command.first() + " failed: " + process.errorString() + u' ' + error;
+        if (repeatedWhenRefused.isEmpty() || !error.contains(repeatedWhenRefused.chopped(1)))
+            break;
     }
-    QString output = QString::fromUtf8(process.readAllStandardOutput());
-    if (output.endsWith(u'\n'))
-        output.chop(1);
-    return output.isNull() ? "" : output;
+    QTest::qFail(qPrintable(fault), __FILE__, __LINE__);
+    return {};
 }
 
 } // namespace servertools

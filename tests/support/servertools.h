@@ -56,6 +56,8 @@ QStringList mariaDbCommand(const QString &directory, quint16 port);
 bool answers(Dialect dialect, quint16 port);
 
 /// Runs statements with the database's own command-line client; see TestServers::client().
-QString client(Dialect dialect, const QString &database, quint16 port, const QString &statements);
+/// A first statement that is given apart is sent again when it is refused.
+QString client(Dialect dialect, const QString &database, quint16 port, const QString &statements,
+               const QString &repeatedWhenRefused = {});
 
 } // namespace servertools
