@@ -60,6 +60,7 @@ private:
         int postings = 0;
         int refusals = 0;
         int refusedPostings = 0;
+        bool together = false; ///< none was through before another began
     };
 
     static void fillShop();
@@ -191,8 +192,7 @@ TestWorkstations::Totals TestWorkstations::letWork(Ledger &ledger,
         totals.refusals += int(journal.refusals.size());
         totals.refusedPostings += journal.refusedPostings;
     }
-    if (latestBegin >= earliestEnd)
-        faults += "the workstations worked one after the other, which proves nothing";
+    totals.together = latestBegin < earliestEnd;
     faults = ledger.complaints(journals) + faults;
     qInfo("%d actions, %d postings, %d refusals, %d of them of postings", actions, totals.postings,
           totals.refusals, totals.refusedPostings);
@@ -212,7 +212,7 @@ void TestWorkstations::twoPrograms_onOneFile()
                   [&](const QString &sqlText) { return database.client(sqlText); });
     ledger.open();
     const Totals totals = letWork(ledger, {2, database.entry()}, 100, 0);
-    QVERIFY(totals.postings > 0);
+    QVERIFY(totals.together);
 }
 
 void TestWorkstations::fiveWorkstations_onOneServer_data()
@@ -231,25 +231,30 @@ void TestWorkstations::fiveWorkstations_onOneServer()
     Ledger ledger(dialect, [&](const QString &sqlText) { return database.client(sqlText); });
     ledger.open();
     const Totals totals = letWork(ledger, {workstations, database.entry()}, 0, stressSeconds());
-    QVERIFY(totals.postings > 0);
+    QVERIFY(totals.together);
     QVERIFY(totals.refusals > 0);
 }
 
 void TestWorkstations::fiveWorkstations_onACluster()
 {
-    const QString name = makeClusterDatabase();
-    for (int node = 0; node < GaleraCluster::nodeCount; ++node)
-        QCOMPARE(cluster().client(node, name, "SELECT COUNT(*) FROM warehouse"),
-                 QString::number(hotProducts));
-    Ledger ledger(Dialect::MySql, [&](const QString &sqlText) {
-        return cluster().client(GaleraCluster::nodeCount - 1, name, sqlText);
-    });
-    ledger.open();
-    QList<ConnectionEntry> entries;
-    for (int i = 0; i < workstations; ++i)
-        entries += cluster().entry(i % GaleraCluster::nodeCount, name);
-    const Totals totals = letWork(ledger, entries, 0, stressSeconds());
-    QVERIFY(totals.postings > 0);
+    // On a busy machine the cluster itself stands still at times, for longer than a lock is waited
+    // for. Nothing may be lost then either, but so few postings prove little.
+    Totals totals;
+    for (int tries = 0; tries < 3 && !totals.together && !QTest::currentTestFailed(); ++tries) {
+        const QString name = makeClusterDatabase();
+        for (int node = 0; node < GaleraCluster::nodeCount; ++node)
+            QCOMPARE(cluster().client(node, name, "SELECT COUNT(*) FROM warehouse"),
+                     QString::number(hotProducts));
+        Ledger ledger(Dialect::MySql, [&](const QString &sqlText) {
+            return cluster().client(GaleraCluster::nodeCount - 1, name, sqlText);
+        });
+        ledger.open();
+        QList<ConnectionEntry> entries;
+        for (int i = 0; i < workstations; ++i)
+            entries += cluster().entry(i % GaleraCluster::nodeCount, name);
+        totals = letWork(ledger, entries, 0, stressSeconds());
+    }
+    QVERIFY(totals.together);
     QVERIFY(totals.refusedPostings > 0);
 }
 
