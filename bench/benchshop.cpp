@@ -124,7 +124,7 @@ QStringList BenchShop::fillList(int lines, int products, int turn)
     for (int i = 0; i < lines; ++i) {
         // Every second line changes the selling price of goods on the shelf; every one is in a
         // cart.
-        const int product = 1 + int((qlonglong(i) * products / lines + turn * 10) % products);
+        const int product = 1 + int((qlonglong(i) * products / lines + 10LL * turn) % products);
         statements += "INSERT INTO incomeinvoice(wareid,incost,inoutratio,outcost,quantity,userid,"
                       "timestamp) VALUES(" +
                       QString::number(product) + ",11.5,0," +

@@ -62,7 +62,7 @@ int runChild(const QStringList &arguments)
     const bool atWork = arguments.contains("--shop-at-work");
     if (!atWork && !arguments.contains("--shop-window"))
         return -1;
-    const QString path = arguments.last();
+    const QString &path = arguments.last();
     const auto window =
         openBenchWindow({.name = "bench", .dbtype = "sqlite", .databasename = path});
     if (atWork)

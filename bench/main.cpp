@@ -217,7 +217,7 @@ public:
 
     QString path(int products)
     {
-        const QString file = m_directory + "/" + QString::number(products) + ".sqlite";
+        QString file = m_directory + "/" + QString::number(products) + ".sqlite";
         if (!QFile::exists(file)) {
             const BenchShop shop(file, products, qMax(1, products / 10));
             prepareLogin(sqliteEntry(file));
@@ -427,6 +427,7 @@ void benchStart(Table &table, Shops &shops)
     table.row("process start to the first window / empty Qt window", median(first), median(empty),
               3);
     std::vector<double> window;
+    window.reserve(repetitions);
     const QString small = shops.path(1);
     for (int i = 0; i < repetitions; ++i)
         window.push_back(startChild({"--shop-window", small}).milliseconds);

@@ -45,7 +45,7 @@ PostingResult postWithFault(int at, const std::function<void(QString &sqlText)> 
     callbacks.sendSms = [](const QString &, const QString &) {
         return true;
     };
-    const PostingResult result =
+    PostingResult result =
         ReceiptPosting(nullptr, mainConnection).post(PaymentType::Cash, callbacks);
     setStatementObserver({});
     return result;

@@ -110,7 +110,7 @@ GaleraCluster &TestWorkstations::cluster()
 QString TestWorkstations::makeClusterDatabase()
 {
     static int count = 0;
-    const QString name = QString("shop%1").arg(++count);
+    QString name = QString("shop%1").arg(++count);
     cluster().client(0, "mysql",
                      "CREATE DATABASE " + name + " CHARACTER SET utf8 COLLATE utf8_general_ci;");
     if (createConnection(nullptr, cluster().entry(0, name), mainConnection))

@@ -71,7 +71,7 @@ public:
         if (m_order.seconds > 0 && !waitForStart())
             return false;
         QElapsedTimer time;
-        for (time.start(); !time.hasExpired(m_order.seconds * 1000);) {
+        for (time.start(); !time.hasExpired(1000LL * m_order.seconds);) {
             if (m_random.bounded(4) == 0)
                 post();
             else

@@ -102,7 +102,7 @@ bool copyDatabase(const ConnectionEntry &entry, const QString &statement = {})
 QVariant valueOf(const ConnectionEntry &entry, const QString &sqlText)
 {
     const QString name = "inspection";
-    const QVariant value =
+    QVariant value =
         createConnection(nullptr, entry, name) ? QueryValue(nullptr, sqlText, name) : QVariant();
     removeConnection(name);
     return value;
