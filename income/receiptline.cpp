@@ -19,7 +19,6 @@ namespace {
 /// Decimals of a product without a unit: anything weighed or measured fits.
 constexpr int decimalsWithoutUnit = 3;
 constexpr int mostDecimals = 6;
-constexpr double priceTolerance = 0.0001;
 
 double number(const QVariant &value)
 {
@@ -174,8 +173,6 @@ SaveState ReceiptEntry::save(QWidget *parent, const ReceiptInput &input)
         state = writeLine(parent, input, stamp);
     if (state != SaveState::Saved)
         return state;
-    if (!writePrices(parent, input, stamp))
-        return SaveState::Failed;
     if (!QueryExec(parent, "UPDATE warehouse SET expiretime=" + sql::text(input.expiretime) +
                                " WHERE id=" + quotedId(m_product.id) + ";"))
         return SaveState::Failed;
@@ -267,12 +264,14 @@ SaveState ReceiptEntry::writeNewLine(QWidget *parent, const ReceiptInput &input,
 {
     const double quantity = tidy(input.quantity - m_goneQuantity);
     const SaveState state = insertLine(parent, input, stamp, quantity);
-    if (state == SaveState::Saved && m_goneQuantity != 0) {
+    if (state != SaveState::Saved)
+        return state;
+    if (m_goneQuantity != 0) {
         tell(parent, lineGoneText() + u' ' +
                          tr("Новой строкой записано добавленное количество: %1.")
                              .arg(formatQuantity(quantity)));
     }
-    return state;
+    return writePrices(parent, input, stamp) ? SaveState::Saved : SaveState::Failed;
 }
 
 /// The quantity is written as a whole, so the line must still be what the user saw.
@@ -285,7 +284,7 @@ SaveState ReceiptEntry::writeExistingLine(QWidget *parent, const ReceiptInput &i
     for (int attempt = 0; attempt < maxLineTries && written == LineWrite::Failed; ++attempt) {
         if (!ensureConnectionOpen(parent, mainConnection))
             return SaveState::Failed;
-        written = tryExistingLine(quantity, lines);
+        written = tryExistingLine(input, stamp, quantity, lines);
     }
     if (written == LineWrite::Written)
         return SaveState::Saved;
@@ -303,7 +302,9 @@ SaveState ReceiptEntry::writeExistingLine(QWidget *parent, const ReceiptInput &i
 
 /// Looks at the line and writes it in one short transaction: between the two nobody may change,
 /// post or delete it. No box is shown while the lock is held.
-ReceiptEntry::LineWrite ReceiptEntry::tryExistingLine(double quantity, QList<ReceiptLine> &lines)
+ReceiptEntry::LineWrite ReceiptEntry::tryExistingLine(const ReceiptInput &input,
+                                                      const QString &stamp, double quantity,
+                                                      QList<ReceiptLine> &lines)
 {
     TransactionGuard transaction;
     if (!transaction.isActive() || !readLines(nullptr, lines, true))
@@ -318,7 +319,8 @@ ReceiptEntry::LineWrite ReceiptEntry::tryExistingLine(double quantity, QList<Rec
     m_line->quantity = current->quantity;
     m_unconfirmed.reset();
     if (!QueryExec(nullptr, "UPDATE incomeinvoice SET quantity=" + quoted(quantity) +
-                                " WHERE id=" + quotedId(m_line->id) + ";"))
+                                " WHERE id=" + quotedId(m_line->id) + ";") ||
+        !writePrices(nullptr, input, stamp))
         return LineWrite::Failed;
     if (!transaction.commit()) {
         if (lastOutcomeUnknown())
@@ -421,31 +423,15 @@ SaveState ReceiptEntry::insertLine(QWidget *parent, const ReceiptInput &input, c
 }
 
 /// All lines of a product carry one price.
-bool ReceiptEntry::writePrices(QWidget *parent, const ReceiptInput &input, const QString &stamp)
+bool ReceiptEntry::writePrices(QWidget *parent, const ReceiptInput &input,
+                               const QString &stamp) const
 {
-    QSqlQuery query;
-    if (!QueryExec(parent,
-                   "UPDATE incomeinvoice SET incost=" + quoted(input.incost) + ", inoutratio=" +
-                       quoted(input.inoutratio) + ", outcost=" + quoted(input.outcost) +
-                       ", userid=" + quotedId(Session::instance().user().id) + ", timestamp=" +
-                       sql::text(stamp) + " WHERE wareid=" + quotedId(m_product.id) + ";",
-                   query))
-        return false;
-    // A new line had its prices from the start; an old one went away with its former ones.
-    if (query.numRowsAffected() == 0 && !m_pending && m_line && pricesDiffer(input)) {
-        tell(parent, lineGoneText() + u' ' +
-                         tr("Введённое количество было в ней записано, введённые цены уже нет: "
-                            "проверьте цену "
-                            "товара."));
-    }
-    return true;
-}
-
-bool ReceiptEntry::pricesDiffer(const ReceiptInput &input) const
-{
-    return std::abs(input.incost - m_line->incost) >= priceTolerance ||
-           std::abs(input.inoutratio - m_line->inoutratio) >= priceTolerance ||
-           std::abs(input.outcost - m_line->outcost) >= priceTolerance;
+    return QueryExec(parent, "UPDATE incomeinvoice SET incost=" + quoted(input.incost) +
+                                 ", inoutratio=" + quoted(input.inoutratio) +
+                                 ", outcost=" + quoted(input.outcost) +
+                                 ", userid=" + quotedId(Session::instance().user().id) +
+                                 ", timestamp=" + sql::text(stamp) +
+                                 " WHERE wareid=" + quotedId(m_product.id) + ";");
 }
 
 bool ReceiptEntry::passPriceToReference(QWidget *parent, double outcost)

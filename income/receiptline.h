@@ -126,7 +126,8 @@ private:
     SaveState writeLine(QWidget *parent, const ReceiptInput &input, const QString &stamp);
     SaveState writeNewLine(QWidget *parent, const ReceiptInput &input, const QString &stamp);
     SaveState writeExistingLine(QWidget *parent, const ReceiptInput &input, const QString &stamp);
-    LineWrite tryExistingLine(double quantity, QList<ReceiptLine> &lines);
+    LineWrite tryExistingLine(const ReceiptInput &input, const QString &stamp, double quantity,
+                              QList<ReceiptLine> &lines);
     SaveState lineChanged(QWidget *parent, const ReceiptLine &current, double added);
     SaveState lineGone(QWidget *parent, const ReceiptInput &input, const QString &stamp,
                        double added);
@@ -135,8 +136,7 @@ private:
     static QString lineGoneText();
     SaveState insertLine(QWidget *parent, const ReceiptInput &input, const QString &stamp,
                          double quantity);
-    bool writePrices(QWidget *parent, const ReceiptInput &input, const QString &stamp);
-    bool pricesDiffer(const ReceiptInput &input) const;
+    bool writePrices(QWidget *parent, const ReceiptInput &input, const QString &stamp) const;
     bool passPriceToReference(QWidget *parent, double outcost);
     bool writeAudit(QWidget *parent, const QString &stamp);
 
