@@ -74,6 +74,13 @@ QString sqlitePath(const ConnectionEntry &entry)
                                              : configDirPath() + u'/' + entry.databasename;
 }
 
+/// Whether MySQL's client library itself reports it, not the server. Which one of them a broken
+/// connection gets depends on the cause and on TLS.
+bool isMySqlClientError(int code)
+{
+    return code >= 2000 && code < 3000;
+}
+
 /// What belongs to the connection and is gone when it closes. The first failure ends it.
 QStringList setupStatements(Dialect dialect)
 {
@@ -101,6 +108,11 @@ QStringList setupStatements(Dialect dialect)
                 QStringLiteral("SET client_min_messages=warning"),
                 QStringLiteral("SET lock_timeout='10s'"),
                 QStringLiteral("SET statement_timeout='120s'"),
+                // A station that has lost its power must not hold the list for ever.
+                QStringLiteral("SET idle_in_transaction_session_timeout='180s'"),
+                QStringLiteral("SET tcp_keepalives_idle=30"),
+                QStringLiteral("SET tcp_keepalives_interval=10"),
+                QStringLiteral("SET tcp_keepalives_count=3"),
                 QStringLiteral("SET SESSION CHARACTERISTICS AS TRANSACTION ISOLATION LEVEL READ "
                                "COMMITTED")};
     }
@@ -161,8 +173,14 @@ bool setUpSession(QSqlDatabase &database, const QString &connectionName, QString
             return false;
         }
     }
+    if (dialect == Dialect::MySql) {
+        // A station that has lost its power must not hold the list for ever. Only MariaDB knows it.
+        QSqlQuery query(database);
+        runSetup(query, QStringLiteral("SET SESSION idle_transaction_timeout=180"));
+        return waitForCluster(database, error);
+    }
     if (dialect != Dialect::Sqlite)
-        return dialect != Dialect::MySql || waitForCluster(database, error);
+        return true;
     // No statement may be active while functions are registered.
     if (!registerSqliteFunctions(database)) {
         error = tr("Функции SQLite недоступны.");
@@ -189,10 +207,9 @@ bool isConnectionLost(const QSqlDatabase &database, const QSqlError &error)
     case Dialect::Sqlite:
         return false;
     case Dialect::MySql: {
-        // Server gone, lost, shutting down, refused; connection killed or timed out.
-        static const std::set<int> lostCodes = {1053, 1152, 1184, 1927, 2002,
-                                                2003, 2006, 2013, 2055, 4031};
-        return lostCodes.count(code.toInt()) > 0;
+        // Shutting down; connection killed or timed out.
+        static const std::set<int> lostCodes = {1053, 1152, 1184, 1927, 4031};
+        return isMySqlClientError(code.toInt()) || lostCodes.count(code.toInt()) > 0;
     }
     case Dialect::PostgreSql:
         return !database.isOpen() || code.startsWith(QLatin1String("08")) ||
@@ -207,8 +224,11 @@ bool mayHaveRun(const QSqlDatabase &database, const QSqlError &error)
     switch (dialectOf(database.connectionName())) {
     case Dialect::Sqlite:
         return false;
-    case Dialect::MySql:
-        return code.toInt() == 2013 || code.toInt() == 2055;
+    case Dialect::MySql: {
+        // Not when there was no connection yet, or none any more, to send it through.
+        static const std::set<int> unsentCodes = {2002, 2003, 2005, 2006};
+        return isMySqlClientError(code.toInt()) && unsentCodes.count(code.toInt()) == 0;
+    }
     case Dialect::PostgreSql:
         // With a state the server has refused or ended the statement itself.
         return code.isEmpty() || code.startsWith(QLatin1String("08"));
@@ -229,10 +249,10 @@ bool endsTransaction(const QSqlDatabase &database, const QSqlError &error)
         return !sqlite || sqlite3_get_autocommit(sqlite) != 0;
     }
     case Dialect::MySql: {
-        // A deadlock (or a refused certification in a cluster) rolls everything back; a lock
-        // wait time-out may, depending on the server's settings.
+        // A deadlock (or a refused certification in a cluster) and a full lock table roll
+        // everything back; a lock wait time-out may, depending on the server's settings.
         const int code = error.nativeErrorCode().toInt();
-        return code == 1213 || code == 1205 || code == 1047;
+        return code == 1213 || code == 1205 || code == 1206 || code == 1047;
     }
     case Dialect::PostgreSql:
         return true;

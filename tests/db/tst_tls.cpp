@@ -1,11 +1,14 @@
 // Encrypted connections to MariaDB: what the TLS keys of a settings entry promise.
 #include "db/query.h"
+#include "db/transaction.h"
 #include "tests/support/certificates.h"
+#include "tests/support/cuttingproxy.h"
 #include "tests/support/datatable.h"
 #include "tests/support/queuedboxes.h"
 #include "tests/support/servers.h"
 #include "tests/support/testhome.h"
 
+#include <QRegularExpression>
 #include <QTest>
 
 class TestTls : public QObject
@@ -19,6 +22,7 @@ private slots:
     void certificates_decideOnTheConnection_data();
     void certificates_decideOnTheConnection();
     void reopenedConnection_isEncryptedAgain();
+    void lostAnswer_isALostConnection();
     void serverWithoutTls_isRefusedWhenTlsIsAsked();
 
 private:
@@ -46,6 +50,7 @@ void TestTls::initTestCase()
 
 void TestTls::cleanup()
 {
+    setStatementObserver({});
     removeConnection(mainConnection);
     QVERIFY(m_boxes.verify());
 }
@@ -109,6 +114,41 @@ void TestTls::reopenedConnection_isEncryptedAgain()
     const QString before = cipher();
     TestServers::instance().killClients(Dialect::MySql);
     QCOMPARE(cipher(), before);
+}
+
+/// The client library has other words for it than on a connection in clear text.
+void TestTls::lostAnswer_isALostConnection()
+{
+    CuttingProxy proxy(TestServers::instance().port(Dialect::MySql));
+    TestServers::instance().client(Dialect::MySql, "mysql", "CREATE DATABASE cut;");
+    ConnectionEntry entry = TestServers::instance().entry(Dialect::MySql, "cut");
+    entry.dbcacert = m_certificates.authority();
+    entry.dbhostname = QString("127.0.0.1:%1").arg(proxy.port());
+    QVERIFY(createConnection(nullptr, entry, mainConnection));
+    QVERIFY(!cipher().isEmpty());
+    QVERIFY(QueryExec(nullptr, "CREATE TABLE t(id INTEGER) ENGINE=InnoDB"));
+    const auto count = [] {
+        return TestServers::instance().client(Dialect::MySql, "cut", "SELECT COUNT(*) FROM t");
+    };
+
+    setStatementObserver([&](const QString &sqlText, const QString &) {
+        if (sqlText == "COMMIT")
+            proxy.cutNext(CuttingProxy::Cut::Answer, "");
+    });
+    QVERIFY(transactionBegin());
+    QVERIFY(QueryExec(nullptr, "INSERT INTO t(id) VALUES('1')"));
+    QVERIFY(!transactionCommit());
+    QVERIFY(lastOutcomeUnknown());
+    QCOMPARE(count(), "1");
+
+    setStatementObserver({});
+    QVERIFY(!cipher().isEmpty()); // connected again, or that would be cut
+    proxy.cutNext(CuttingProxy::Cut::Answer, "", false, 100);
+    QTest::ignoreMessage(QtWarningMsg, QRegularExpression("SQL"));
+    QVERIFY(!QueryExec(nullptr, "INSERT INTO t(id) VALUES('2'/*" + QString(200, u'-') + "*/)"));
+    QVERIFY(proxy.hasCut());
+    QVERIFY(lastOutcomeUnknown());
+    QCOMPARE(count(), "2");
 }
 
 void TestTls::serverWithoutTls_isRefusedWhenTlsIsAsked()

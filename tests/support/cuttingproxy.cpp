@@ -56,8 +56,10 @@ quint16 CuttingProxy::port() const
     return m_port;
 }
 
-void CuttingProxy::cutNext(Cut cut, const QByteArray &text, bool refuseAfterwards)
+void CuttingProxy::cutNext(Cut cut, const QByteArray &text, bool refuseAfterwards,
+                           qsizetype leastSize)
 {
+    m_leastSize = leastSize;
     m_hasCut = false;
     m_refuseAfterwards = refuseAfterwards;
     m_text = text;
@@ -115,8 +117,8 @@ bool CuttingProxy::forward(int from, int to, bool fromClient, int server)
     const ssize_t size = read(from, buffer, sizeof buffer);
     if (size <= 0)
         return false;
-    const bool meant =
-        fromClient && m_cut.load() != Cut::None && QByteArrayView(buffer, size).contains(m_text);
+    const bool meant = fromClient && m_cut.load() != Cut::None && size >= m_leastSize &&
+                       QByteArrayView(buffer, size).contains(m_text);
     const Cut cut = meant ? m_cut.exchange(Cut::None) : Cut::None;
     if (cut != Cut::None && m_refuseAfterwards)
         m_refusing = true;

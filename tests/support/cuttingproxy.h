@@ -26,9 +26,11 @@ public:
     /// Where the program connects to on 127.0.0.1.
     quint16 port() const;
 
-    /// Cuts the next statement that passes with this text in it, once. After that new connections
-    /// are let through, or refused as by a server that is gone.
-    void cutNext(Cut cut, const QByteArray &text = "COMMIT", bool refuseAfterwards = false);
+    /// Cuts the next statement that passes with this text in it, once; an empty text is in any,
+    /// even in an encrypted one. A ping is smaller than 100 bytes. After that new connections are
+    /// let through, or refused as by a server that is gone.
+    void cutNext(Cut cut, const QByteArray &text = "COMMIT", bool refuseAfterwards = false,
+                 qsizetype leastSize = 0);
 
     /// Hangs up on new connections, or lets them through again.
     void setRefusing(bool refusing);
@@ -44,7 +46,8 @@ private:
     quint16 m_serverPort;
     quint16 m_port = 0;
     int m_listener = -1;
-    QByteArray m_text; ///< read by the sessions only after m_cut was set
+    QByteArray m_text;         ///< read by the sessions only after m_cut was set
+    qsizetype m_leastSize = 0; ///< likewise
     std::atomic<Cut> m_cut = Cut::None;
     std::atomic<bool> m_hasCut = false;
     std::atomic<bool> m_refuseAfterwards = false;
