@@ -10,12 +10,18 @@ QString text(const QString &value)
     QString quoted;
     quoted.reserve(value.size() + 2);
     quoted += u'\'';
-    for (const QChar c : value) {
-        if (c.isNull())
+    for (qsizetype i = 0; i < value.size(); ++i) {
+        const QChar c = value.at(i);
+        const bool isPair =
+            c.isHighSurrogate() && i + 1 < value.size() && value.at(i + 1).isLowSurrogate();
+        // Half a character would be read together with what follows it, be it the closing quote.
+        if (c.isNull() || (c.isSurrogate() && !isPair))
             continue;
         if (c == u'\'')
             quoted += u'\'';
         quoted += c;
+        if (isPair)
+            quoted += value.at(++i);
     }
     quoted += u'\'';
     return quoted;

@@ -23,6 +23,7 @@ class TestQuery : public DatabaseTest
 private slots:
     void text_comesBackAsItWas_data();
     void text_comesBackAsItWas();
+    void halfACharacter_takesNothingWithIt();
     void like_ignoresLetterCaseAndTakesTextLiterally_data();
     void like_ignoresLetterCaseAndTakesTextLiterally();
     void like_ignoresLetterCaseAfterReopening();
@@ -90,6 +91,14 @@ void TestQuery::text_comesBackAsItWas()
     QVERIFY(
         QueryExecPrepared(nullptr, "SELECT id FROM t WHERE name=:name", query, {{":name", text}}));
     QVERIFY(query.next());
+}
+
+void TestQuery::halfACharacter_takesNothingWithIt()
+{
+    const QString text = QString("нож") + QChar(0xd83d);
+    QVERIFY(QueryExec(nullptr, "INSERT INTO t(id,name,amount) VALUES('1'," +
+                                   sql::text(QChar(0xdd2a) + text) + ",'2')"));
+    QCOMPARE(rows("SELECT name FROM t WHERE amount=2"), "нож");
 }
 
 void TestQuery::like_ignoresLetterCaseAndTakesTextLiterally_data()
