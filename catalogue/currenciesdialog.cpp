@@ -66,7 +66,7 @@ void CurrenciesDialog::edit(qulonglong id)
     if (dialog.exec() != Accepted)
         return;
     refresh();
-    Session::instance().loadCurrencies(mainConnection);
+    Session::instance().refreshRates(this, mainConnection);
 }
 
 void CurrenciesDialog::on_calculateOutcostPushButton_clicked()

@@ -26,7 +26,8 @@ int recalculateSellingPrices(QWidget *parent, const QString &connectionName,
 {
     // Read to the end first: the updates below would run under the open result.
     QList<SqlRow> products;
-    if (!QueryRows(parent,
+    if (!Session::instance().refreshRates(parent, connectionName) ||
+        !QueryRows(parent,
                    "SELECT id, incost, currency, inoutratio, outcost FROM warehouse WHERE "
                    "inoutratio>'0';",
                    products, connectionName))

@@ -1,6 +1,7 @@
 #include "db/session.h"
 
 #include "app/logging.h"
+#include "app/messages.h"
 #include "db/passwords.h"
 #include "db/query.h"
 #include "db/sqltext.h"
@@ -104,6 +105,21 @@ bool Session::loadCurrencies(const QString &connectionName)
                              .value = row.at(3).toDouble()});
     }
     return true;
+}
+
+bool Session::refreshRate(QWidget *parent, const QString &code, const QString &connectionName)
+{
+    if (!m_currencies.isEmpty() && convertCurrencyToMain(1, code) == 1)
+        return true;
+    return refreshRates(parent, connectionName);
+}
+
+bool Session::refreshRates(QWidget *parent, const QString &connectionName)
+{
+    if (loadCurrencies(connectionName))
+        return true;
+    showWarning(parent, lastQueryError(connectionName));
+    return false;
 }
 
 const QList<Currency> &Session::currencies() const

@@ -1,11 +1,13 @@
 #include "income/posting.h"
 
 #include "app/logging.h"
+#include "app/messages.h"
 #include "db/dialect.h"
 #include "db/session.h"
 #include "db/sqltext.h"
 #include "db/transaction.h"
 #include "income/listlock.h"
+#include "income/pricerules.h"
 
 #include <QCoreApplication>
 
@@ -74,6 +76,10 @@ PostingResult ReceiptPosting::post(PaymentType paymentType, const PostingCallbac
                     [](const Line &line) { return line.quantity == 0.0; }))
         return failed(result, PostingOutcome::ZeroQuantity, zeroText);
 
+    // Another station may have changed the rates, and without any prices would go unconverted.
+    if (!Session::instance().loadCurrencies(m_connectionName))
+        return failed(result, PostingOutcome::Failed, failureText());
+
     logMessage(QStringLiteral("Posting receipt %1 with %2 lines.")
                    .arg(result.reportId)
                    .arg(m_lines.size()));
@@ -108,6 +114,14 @@ PostingResult ReceiptPosting::post(PaymentType paymentType, const PostingCallbac
                            "(SELECT MAX(id) FROM incomereports));"));
     }
     logMessage(QStringLiteral("Receipt %1 is posted.").arg(result.reportId));
+    if (!m_unknownProducts.isEmpty()) {
+        result.message += (result.message.isEmpty() ? QString() : QStringLiteral("\n\n")) +
+                          tr("Накладная № %1 проведена, но этих товаров нет в каталоге, их остаток "
+                             "и цены не записаны. Номера наименований:")
+                              .arg(result.reportId) +
+                          u' ' + shortened(m_unknownProducts).join(QStringLiteral(", "));
+        logMessage(result.message);
+    }
     makeUpForMissed(result);
     return result;
 }
@@ -153,7 +167,7 @@ bool ReceiptPosting::readLines()
 ReceiptPosting::Line ReceiptPosting::lineOf(const SqlRow &row)
 {
     return {.wareId = row.at(0).toULongLong(),
-            .quantity = row.at(1).toDouble(),
+            .quantity = finiteOrZero(row.at(1).toDouble()),
             .incost = row.at(2).toDouble(),
             .inoutratio = row.at(3).toDouble(),
             .outcost = row.at(4).toDouble(),
@@ -232,10 +246,12 @@ bool ReceiptPosting::postLine(const Line &line, PostingResult &result,
         return false;
     if (!run(QStringLiteral("UPDATE warehouse SET incost='") + sql::exact(warehouseIncost) +
              QStringLiteral("',inoutratio='") + sql::exact(line.inoutratio) +
-             QStringLiteral("', outcost='") + outcost + QStringLiteral("', quantity=quantity+'") +
-             quantity + QStringLiteral("', orderquantity='0' WHERE id='") + wareId +
-             QStringLiteral("';")))
+             QStringLiteral("', outcost='") + outcost +
+             QStringLiteral("', quantity=COALESCE(quantity,0)+'") + quantity +
+             QStringLiteral("', orderquantity='0' WHERE id='") + wareId + QStringLiteral("';")))
         return false;
+    if (m_query.numRowsAffected() == 0)
+        m_unknownProducts += wareId;
     if (!run(QStringLiteral("UPDATE articles SET orderquantity='0' WHERE wareid='") + wareId +
              QStringLiteral("';")))
         return false;

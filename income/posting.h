@@ -111,7 +111,8 @@ private:
     QString m_connectionName;
     QList<Alert> m_alerts;
     QList<Line> m_lines;
-    QSqlQuery m_query;           ///< used again for every statement
+    QSqlQuery m_query;             ///< used again for every statement
+    QStringList m_unknownProducts; ///< ids of posted lines whose product is not in the catalogue
     QList<QStringList> m_missed; ///< optional statements that failed without ending the transaction
     QString m_reportTimestamp;
 };

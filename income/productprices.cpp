@@ -92,15 +92,15 @@ std::optional<ProductPrice> readProductPrice(QWidget *parent, qulonglong id)
 {
     QList<SqlRow> rows;
     if (!QueryRows(parent,
-                   "SELECT name, incost, inoutratio, outcost FROM warehouse WHERE id='" +
+                   "SELECT name, incost, inoutratio, outcost, currency FROM warehouse WHERE id='" +
                        sql::id(id) + "';",
                    rows) ||
         rows.isEmpty())
         return {};
-    const QString currency =
-        QueryValue(parent, "SELECT currency FROM warehouse WHERE id='" + sql::id(id) + "';")
-            .toString();
     const SqlRow &row = rows.first();
+    const QString currency = row.at(4).toString();
+    if (!Session::instance().refreshRate(parent, currency, mainConnection))
+        return {};
     return ProductPrice{.id = id,
                         .name = row.at(0).toString(),
                         .incost = finiteOrZero(Session::instance().convertCurrencyToMain(
@@ -112,7 +112,8 @@ std::optional<ProductPrice> readProductPrice(QWidget *parent, qulonglong id)
 bool changePrices(QWidget *parent, const QList<qulonglong> &ids, const PriceChange &change)
 {
     QList<SqlRow> products;
-    if (!readProducts(parent, QStringLiteral("id, incost, currency, outcost, quantity"), ids,
+    if (!Session::instance().refreshRates(parent, mainConnection) ||
+        !readProducts(parent, QStringLiteral("id, incost, currency, outcost, quantity"), ids,
                       products))
         return false;
     QuietStatements statements(mainConnection);

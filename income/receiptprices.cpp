@@ -9,16 +9,12 @@
 #include "income/pricerules.h"
 
 #include <QCoreApplication>
-#include <QElapsedTimer>
 #include <QStringList>
 
 #include <algorithm>
 #include <cmath>
 
 namespace {
-
-/// In ms; less than the lock time-out of any of the databases.
-constexpr int longestWait = 4000;
 
 const QString linesQuery = QStringLiteral(
     "SELECT incomeinvoice.id,warehouse.id, incomeinvoice.incost, incomeinvoice.inoutratio, "
@@ -62,6 +58,8 @@ PriceUpdate ReceiptPrices::update(QWidget *parent,
                                   const std::function<void(int done, int total)> &progress)
 {
     PriceUpdate result;
+    if (!Session::instance().refreshRates(parent, m_connectionName))
+        return result;
     const QVariant count =
         QueryValue(parent, "SELECT COUNT(id) FROM incomeinvoice;", m_connectionName);
     QList<SqlRow> rows;
@@ -87,16 +85,13 @@ PriceUpdate ReceiptPrices::update(QWidget *parent,
 /// False when something could not be written.
 bool ReceiptPrices::updateLine(const QString &lineId, PriceUpdate &result)
 {
-    // A deadlock is worth another try; a station that holds the list for long is not waited for
-    // again and again.
-    QElapsedTimer waiting;
-    waiting.start();
-    LineUpdate outcome = tryLine(lineId);
-    for (int tries = 1; outcome == LineUpdate::DatabaseError && tries < maxLineTries &&
-                        !waiting.hasExpired(longestWait) && m_statements.isReachable();
-         ++tries)
+    LineTries tries(m_connectionName);
+    LineUpdate outcome = LineUpdate::DatabaseError;
+    do {
+        tries.begin();
         outcome = tryLine(lineId);
-    m_waitedTooLong = outcome == LineUpdate::DatabaseError && waiting.hasExpired(longestWait);
+    } while (outcome == LineUpdate::DatabaseError && tries.again() && m_statements.isReachable());
+    m_waitedTooLong = outcome == LineUpdate::DatabaseError && tries.waitedLong();
     if (outcome == LineUpdate::DatabaseError)
         m_statements.fail(lastQueryError(m_connectionName));
     const bool failed = outcome == LineUpdate::DatabaseError || outcome == LineUpdate::NotConverted;

@@ -8,6 +8,7 @@
 #include "tests/support/datatable.h"
 #include "tests/support/shop.h"
 
+#include <QRegularExpression>
 #include <QTest>
 
 class TestPosting : public DatabaseTest
@@ -23,6 +24,8 @@ private slots:
     void posting_stopsWhenTheListHasChanged();
     void posting_keepsLinesThatOthersAddMeanwhile();
     void posting_withAnUnknownRate_leavesNothing();
+    void rates_areThoseOfTheDatabase();
+    void foreignRows_loseNoUnits();
     void listEmptiedBeforeItIsRead_isNoReceipt();
     void secondStation_doesNotPostTheSameListAgain();
     void posting_movesTheSequenceOn();
@@ -263,6 +266,50 @@ void TestPosting::posting_withAnUnknownRate_leavesNothing()
     QCOMPARE(result.outcome, PostingOutcome::Failed);
     QVERIFY2(result.message.contains("«EUR»"), qPrintable(result.message));
     QCOMPARE(everything(), before);
+}
+
+void TestPosting::rates_areThoseOfTheDatabase()
+{
+    QVERIFY(QueryExec(nullptr, "UPDATE currencies SET value='90' WHERE c_code='EUR'"));
+    QVERIFY(Session::instance().loadCurrencies(mainConnection));
+    shop::addProduct({.id = 12, .currency = "EUR"});
+    shop::addLine({.wareId = 12, .incost = 900});
+    // By another workstation, of which this one hears nothing.
+    m_database->client("UPDATE currencies SET value='100' WHERE c_code='EUR'");
+    QCOMPARE(post().outcome, PostingOutcome::Posted);
+    QCOMPARE(rows("SELECT incost FROM warehouse").toDouble(), 9.0);
+
+    shop::addLine({.wareId = 12, .incost = 700});
+    const QString before = everything();
+    setStatementObserver([](QString &sqlText, const QString &) {
+        if (sqlText.contains("FROM currencies"))
+            sqlText = "SELECT nonsense FROM nowhere";
+    });
+    QTest::ignoreMessage(QtWarningMsg, QRegularExpression("SQL"));
+    QCOMPARE(post().outcome, PostingOutcome::Failed);
+    setStatementObserver({});
+    QCOMPARE(everything(), before);
+    QCOMPARE(post().outcome, PostingOutcome::Posted);
+    QCOMPARE(rows("SELECT incost FROM warehouse").toDouble(), 7.0);
+}
+
+/// Other programs write into the shared tables too.
+void TestPosting::foreignRows_loseNoUnits()
+{
+    shop::addProduct({.id = 11});
+    QVERIFY(QueryExec(nullptr, "UPDATE warehouse SET quantity=NULL"));
+    shop::addLine({.wareId = 11, .quantity = 2});
+    shop::addLine({.wareId = 77, .quantity = 3}); // of a product that was deleted
+    const PostingResult result = post();
+    QCOMPARE(result.outcome, PostingOutcome::Posted);
+    QCOMPARE(rows("SELECT quantity FROM warehouse").toDouble(), 2.0);
+    QCOMPARE(rows("SELECT COUNT(*) FROM income"), "2");
+    QVERIFY2(result.message.endsWith(" 77"), qPrintable(result.message));
+    if (m_dialect != Dialect::PostgreSql)
+        return; // the only one that knows such a number
+    shop::addLine({.wareId = 11, .quantity = 2});
+    QVERIFY(QueryExec(nullptr, "UPDATE incomeinvoice SET quantity='NaN'"));
+    QCOMPARE(post().outcome, PostingOutcome::ZeroQuantity);
 }
 
 void TestPosting::listEmptiedBeforeItIsRead_isNoReceipt()
