@@ -59,10 +59,12 @@ QList<qulonglong> LineDeletion::run(QWidget *parent)
 {
     bool done = false;
     bool reached = true;
-    for (int attempt = 0; attempt < maxLineTries && !done && reached; ++attempt) {
+    LineTries tries;
+    do {
         reached = ensureConnectionOpen(parent, mainConnection);
+        tries.begin();
         done = reached && tryAll();
-    }
+    } while (!done && reached && tries.again());
     if (done) {
         tell(parent);
         return m_deleted;

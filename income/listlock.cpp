@@ -3,6 +3,36 @@
 #include "db/dialect.h"
 #include "db/transaction.h"
 
+namespace {
+
+constexpr int maxTries = 3;
+/// In ms; less than the lock time-out of any of the databases.
+constexpr int longestWait = 4000;
+
+} // namespace
+
+LineTries::LineTries(const QString &connectionName)
+    : m_connectionName(connectionName)
+{
+}
+
+void LineTries::begin()
+{
+    ++m_tries;
+    m_waiting.start();
+}
+
+bool LineTries::again() const
+{
+    // What a lost COMMIT has done must be looked up however long it took.
+    return m_tries < maxTries && (!waitedLong() || lastOutcomeUnknown(m_connectionName));
+}
+
+bool LineTries::waitedLong() const
+{
+    return m_waiting.hasExpired(longestWait);
+}
+
 bool readLockedLines(const QString &select, QList<SqlRow> &rows, const QString &connectionName)
 {
     QString suffix;

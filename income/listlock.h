@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QElapsedTimer>
 #include <QList>
 #include <QString>
 
@@ -9,9 +10,28 @@
 /// The locks on the working list (incomeinvoice) that keep two workstations from changing the same
 /// lines. Nobody may be asked anything while they are held.
 
-/// How often a short transaction on lines is begun anew when the database throws it out, which
-/// servers do to one of two stations that wait for each other.
-inline constexpr int maxLineTries = 3;
+/// Counts the tries of a short transaction on lines. Servers throw out one of two stations that
+/// wait for each other, which is worth another try; a station that holds the list for long is not
+/// waited for again and again.
+class LineTries
+{
+public:
+    explicit LineTries(const QString &connectionName = mainConnection);
+
+    /// Counts a try that begins now.
+    void begin();
+
+    /// Whether the try, which has failed, is worth another one.
+    bool again() const;
+
+    /// Whether the try took so long that another station must be holding the list.
+    bool waitedLong() const;
+
+private:
+    QString m_connectionName;
+    int m_tries = 0;
+    QElapsedTimer m_waiting;
+};
 
 /// Reads lines inside a transaction and locks them until its end. In: a SELECT from incomeinvoice
 /// without a semicolon; joined tables are read, and on MySQL locked too. Out: its rows. False, with

@@ -2,6 +2,7 @@
 
 #include "app/logging.h"
 #include "app/messages.h"
+#include "db/dialect.h"
 #include "db/money.h"
 #include "db/query.h"
 #include "db/session.h"
@@ -41,10 +42,22 @@ double tidy(double quantity)
     return QString::number(quantity, 'f', mostDecimals).toDouble();
 }
 
-/// PostgreSQL keeps quantities in four bytes, so one read back may differ in the eighth digit.
-bool sameQuantity(double a, double b)
+/// Whether two amounts are the same for the database, one of which may be as it was entered.
+bool same(double a, double b)
 {
-    return std::abs(a - b) <= 2e-7 * std::max({1.0, std::abs(a), std::abs(b)});
+    // PostgreSQL keeps them in four bytes.
+    return a == b || (dialectOf(mainConnection) == Dialect::PostgreSql && float(a) == float(b));
+}
+
+ReceiptLine pricesOf(const ReceiptInput &input)
+{
+    return {.incost = input.incost, .inoutratio = input.inoutratio, .outcost = input.outcost};
+}
+
+bool samePrices(const ReceiptLine &a, const ReceiptLine &b)
+{
+    return same(a.incost, b.incost) && same(a.inoutratio, b.inoutratio) &&
+           same(a.outcost, b.outcost);
 }
 
 /// What other workstations did to the entry is looked for in the log afterwards.
@@ -107,21 +120,31 @@ LoadState ReceiptEntry::load(QWidget *parent, const ReceiptRequest &request)
             m_otherLines += line->quantity;
     }
     m_added = request.editLine ? 0 : finiteOrZero(request.addedQuantity);
-    if (wanted != lines.cend()) {
-        // Its prices may have been entered a minute ago; the catalogue's would undo that.
+    // A line's prices may have been entered a minute ago; the catalogue's would undo that.
+    if (wanted != lines.cend())
         m_line = *wanted;
-        return LoadState::Loaded;
-    }
+    else if (!readProductIncost(parent))
+        return LoadState::Failed;
+    m_expiretime = m_product.expiretime;
+    m_proposed = {.incost = proposedIncost(),
+                  .inoutratio = proposedInoutratio(),
+                  .outcost = proposedOutcost()};
+    return LoadState::Loaded;
+}
 
+bool ReceiptEntry::readProductIncost(QWidget *parent)
+{
+    Session &session = Session::instance();
+    if (!session.refreshRate(parent, m_product.currency, mainConnection))
+        return false;
     QSqlQuery query;
     if (!QueryExec(parent,
-                   "SELECT incost FROM warehouse WHERE id=" + quotedId(request.wareid) + ";",
+                   "SELECT incost FROM warehouse WHERE id=" + quotedId(m_product.id) + ";",
                    query))
-        return LoadState::Failed;
+        return false;
     const double incost = query.next() ? number(query.value(0)) : 0;
-    m_productIncost =
-        finiteOrZero(Session::instance().convertCurrencyToMain(incost, m_product.currency));
-    return LoadState::Loaded;
+    m_productIncost = finiteOrZero(session.convertCurrencyToMain(incost, m_product.currency));
+    return true;
 }
 
 const ReceiptProduct &ReceiptEntry::product() const
@@ -166,6 +189,8 @@ double ReceiptEntry::proposedOutcost() const
 
 SaveState ReceiptEntry::save(QWidget *parent, const ReceiptInput &input)
 {
+    const ReceiptLine entered = pricesOf(input);
+    m_pricesEntered = m_pricesEntered || !samePrices(entered, m_proposed);
     // One time stamp for the whole entry: a line is found again by it.
     const QString stamp = currentTimestamp();
     SaveState state = m_pending ? settlePending(parent) : SaveState::Saved;
@@ -173,9 +198,12 @@ SaveState ReceiptEntry::save(QWidget *parent, const ReceiptInput &input)
         state = writeLine(parent, input, stamp);
     if (state != SaveState::Saved)
         return state;
-    if (!QueryExec(parent, "UPDATE warehouse SET expiretime=" + sql::text(input.expiretime) +
-                               " WHERE id=" + quotedId(m_product.id) + ";"))
-        return SaveState::Failed;
+    if (input.expiretime != m_expiretime) {
+        if (!QueryExec(parent, "UPDATE warehouse SET expiretime=" + sql::text(input.expiretime) +
+                                   " WHERE id=" + quotedId(m_product.id) + ";"))
+            return SaveState::Failed;
+        m_expiretime = input.expiretime;
+    }
     // The receipt stands by now; a reference database that does not answer has been reported and
     // must not hold it up.
     if (input.passToReference)
@@ -271,7 +299,7 @@ SaveState ReceiptEntry::writeNewLine(QWidget *parent, const ReceiptInput &input,
                          tr("Новой строкой записано добавленное количество: %1.")
                              .arg(formatQuantity(quantity)));
     }
-    return writePrices(parent, input, stamp) ? SaveState::Saved : SaveState::Failed;
+    return writePrices(parent, pricesOf(input), stamp) ? SaveState::Saved : SaveState::Failed;
 }
 
 /// The quantity is written as a whole, so the line must still be what the user saw.
@@ -281,11 +309,13 @@ SaveState ReceiptEntry::writeExistingLine(QWidget *parent, const ReceiptInput &i
     const double quantity = tidy(input.quantity - m_goneQuantity);
     QList<ReceiptLine> lines;
     LineWrite written = LineWrite::Failed;
-    for (int attempt = 0; attempt < maxLineTries && written == LineWrite::Failed; ++attempt) {
+    LineTries tries;
+    do {
         if (!ensureConnectionOpen(parent, mainConnection))
             return SaveState::Failed;
+        tries.begin();
         written = tryExistingLine(input, stamp, quantity, lines);
-    }
+    } while (written == LineWrite::Failed && tries.again());
     if (written == LineWrite::Written)
         return SaveState::Saved;
     if (written == LineWrite::Failed)
@@ -301,7 +331,8 @@ SaveState ReceiptEntry::writeExistingLine(QWidget *parent, const ReceiptInput &i
 }
 
 /// Looks at the line and writes it in one short transaction: between the two nobody may change,
-/// post or delete it. No box is shown while the lock is held.
+/// post or delete it. Prices that the user has left alone stay what another station has perhaps
+/// made of them. No box is shown while the lock is held.
 ReceiptEntry::LineWrite ReceiptEntry::tryExistingLine(const ReceiptInput &input,
                                                       const QString &stamp, double quantity,
                                                       QList<ReceiptLine> &lines)
@@ -311,16 +342,15 @@ ReceiptEntry::LineWrite ReceiptEntry::tryExistingLine(const ReceiptInput &input,
         return LineWrite::Failed;
     const auto current = std::find_if(lines.cbegin(), lines.cend(),
                                       [this](const ReceiptLine &l) { return l.id == m_line->id; });
-    if (current == lines.cend() ||
-        (!sameQuantity(current->quantity, m_line->quantity) &&
-         !(m_unconfirmed && sameQuantity(current->quantity, *m_unconfirmed))))
+    if (current == lines.cend() || (!same(current->quantity, m_line->quantity) &&
+                                    !(m_unconfirmed && same(current->quantity, *m_unconfirmed))))
         return LineWrite::NotAsSeen;
     // Whether an earlier, unanswered COMMIT took place is known now.
     m_line->quantity = current->quantity;
     m_unconfirmed.reset();
     if (!QueryExec(nullptr, "UPDATE incomeinvoice SET quantity=" + quoted(quantity) +
                                 " WHERE id=" + quotedId(m_line->id) + ";") ||
-        !writePrices(nullptr, input, stamp))
+        !writePrices(nullptr, m_pricesEntered ? pricesOf(input) : *current, stamp))
         return LineWrite::Failed;
     if (!transaction.commit()) {
         if (lastOutcomeUnknown())
@@ -423,12 +453,12 @@ SaveState ReceiptEntry::insertLine(QWidget *parent, const ReceiptInput &input, c
 }
 
 /// All lines of a product carry one price.
-bool ReceiptEntry::writePrices(QWidget *parent, const ReceiptInput &input,
+bool ReceiptEntry::writePrices(QWidget *parent, const ReceiptLine &prices,
                                const QString &stamp) const
 {
-    return QueryExec(parent, "UPDATE incomeinvoice SET incost=" + quoted(input.incost) +
-                                 ", inoutratio=" + quoted(input.inoutratio) +
-                                 ", outcost=" + quoted(input.outcost) +
+    return QueryExec(parent, "UPDATE incomeinvoice SET incost=" + quoted(prices.incost) +
+                                 ", inoutratio=" + quoted(prices.inoutratio) +
+                                 ", outcost=" + quoted(prices.outcost) +
                                  ", userid=" + quotedId(Session::instance().user().id) +
                                  ", timestamp=" + sql::text(stamp) +
                                  " WHERE wareid=" + quotedId(m_product.id) + ";");

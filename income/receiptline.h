@@ -121,6 +121,7 @@ private:
     };
 
     bool readLines(QWidget *parent, QList<ReceiptLine> &lines, bool lock = false) const;
+    bool readProductIncost(QWidget *parent);
     bool readPosted(QWidget *parent, SqlRow &posted) const;
     SaveState settlePending(QWidget *parent);
     SaveState writeLine(QWidget *parent, const ReceiptInput &input, const QString &stamp);
@@ -136,7 +137,7 @@ private:
     static QString lineGoneText();
     SaveState insertLine(QWidget *parent, const ReceiptInput &input, const QString &stamp,
                          double quantity);
-    bool writePrices(QWidget *parent, const ReceiptInput &input, const QString &stamp) const;
+    bool writePrices(QWidget *parent, const ReceiptLine &prices, const QString &stamp) const;
     bool passPriceToReference(QWidget *parent, double outcost);
     bool writeAudit(QWidget *parent, const QString &stamp);
 
@@ -144,6 +145,9 @@ private:
     std::optional<ReceiptLine> m_line;
     std::optional<PendingInsert> m_pending;
     std::optional<double> m_unconfirmed; ///< a quantity of the line whose COMMIT got no answer
+    ReceiptLine m_proposed;              ///< the prices that the user found
+    bool m_pricesEntered = false;        ///< and has changed
+    QString m_expiretime;                ///< what the product has, as far as is known here
     double m_otherLines = 0;
     double m_added = 0;
     double m_goneQuantity = 0;  ///< of lost lines, still part of the quantity that the user sees

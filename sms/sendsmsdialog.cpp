@@ -19,6 +19,7 @@ using namespace std::chrono_literals;
 
 std::chrono::milliseconds stageTimeout = 30s;
 std::chrono::milliseconds refusalTimeout = 2s;
+constexpr int secondsToAnswer = 60;
 
 /// A refusal is shown in a small window and kept in the log; a whole error page is of no use there.
 constexpr qsizetype shownReplySize = 400;
@@ -180,9 +181,14 @@ void SendSmsDialog::askAboutErrors(const QList<QSslError> &errors)
     }
 
     const QPointer<SendSmsDialog> guard(this);
-    const int button =
-        askQuestion(this, tr("Обнаружены ошибки ssl:\r\n%1Продолжить?").arg(errorTexts),
-                    {tr("Продолжить"), tr("Отмена")}, /*defaultButton=*/1, /*escapeButton=*/1);
+    BoxRequest request;
+    request.text = tr("Обнаружены ошибки ssl:\r\n%1Продолжить?").arg(errorTexts);
+    request.buttons = {tr("Продолжить"), tr("Отмена")};
+    request.defaultButton = 1;
+    request.escapeButton = 1;
+    // A posting holds the list of all workstations meanwhile.
+    request.seconds = m_run ? secondsToAnswer : 0;
+    const int button = askQuestion(this, request);
     if (!guard)
         return;
     if (m_run && button == 0)

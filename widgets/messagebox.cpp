@@ -5,6 +5,9 @@
 #include <QCoreApplication>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QTimer>
+
+#include <chrono>
 
 namespace {
 
@@ -45,6 +48,8 @@ int showBox(QWidget *parent, const BoxRequest &request)
     box.setEscapeButton(buttons.value(request.escapeButton));
     if (QPushButton *button = buttons.value(request.defaultButton))
         button->setFocus();
+    if (request.seconds > 0)
+        QTimer::singleShot(std::chrono::seconds(request.seconds), &box, &QDialog::reject);
     box.exec();
 
     for (int index = 0; index < buttons.size(); ++index) {

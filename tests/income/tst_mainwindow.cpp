@@ -230,7 +230,8 @@ void TestMainWindow::wrongInput_neverBlocksTheNextScan_data()
     addRow("300 characters", QString(300, u'7'));
     addRow("quotes", "';DROP TABLE codes;--");
     addRow("blanks", "   ");
-    addRow("control characters", "460\0\x1b\t\r\n\x1d\x7f\u20289999999999");
+    addRow("control characters", QStringLiteral("460\0\u001b\t\r\n\u001d\u007f\u20289999999999"));
+    addRow("half a character", QStringLiteral("460") + QChar(0xd83d));
 }
 
 void TestMainWindow::wrongInput_neverBlocksTheNextScan()
