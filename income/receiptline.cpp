@@ -138,8 +138,7 @@ bool ReceiptEntry::readProductIncost(QWidget *parent)
     if (!session.refreshRate(parent, m_product.currency, mainConnection))
         return false;
     QSqlQuery query;
-    if (!QueryExec(parent,
-                   "SELECT incost FROM warehouse WHERE id=" + quotedId(m_product.id) + ";",
+    if (!QueryExec(parent, "SELECT incost FROM warehouse WHERE id=" + quotedId(m_product.id) + ";",
                    query))
         return false;
     const double incost = query.next() ? number(query.value(0)) : 0;
