@@ -4,6 +4,7 @@
 #include "db/query.h"
 #include "db/session.h"
 #include "db/sqltext.h"
+#include "db/transaction.h"
 #include "income/linedeletion.h"
 #include "income/posting.h"
 #include "income/receiptline.h"
@@ -56,9 +57,10 @@ public:
             m_told = request.text;
             return request.escapeButton;
         });
-        // The prices are written behind the units: from there on these are taken in.
+        // The prices are written behind the units of a new line: from there on these are taken in.
+        // In the transaction of a line that was there before nothing is certain yet.
         setStatementObserver([this](const QString &sqlText, const QString &) {
-            if (sqlText.startsWith("UPDATE incomeinvoice SET incost"))
+            if (sqlText.startsWith("UPDATE incomeinvoice SET incost") && !inTransaction())
                 m_unitsWritten = true;
         });
         for (int round = 0; round < m_order.rounds; ++round) {
@@ -149,8 +151,10 @@ private:
                 entry.save(nullptr, {.quantity = quantity, .incost = 10, .outcost = outcost});
             if (!m_told.isEmpty() || state != SaveState::Saved)
                 note({"refused", m_told.isEmpty() ? lastQueryError() : m_told});
-            if (state == SaveState::Saved)
+            if (state == SaveState::Saved) {
+                m_unitsWritten = true;
                 break;
+            }
             if (state == SaveState::Changed)
                 quantity = entry.proposedQuantity();
         }
