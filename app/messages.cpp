@@ -35,6 +35,14 @@ void showWarning(QWidget *parent, const QString &text, bool showBox)
     logMessage(text);
 }
 
+void showFailure(QWidget *parent, const QString &text, const QString &details)
+{
+    show(parent, {.kind = BoxKind::Warning, .text = text, .details = details, .buttons = {}});
+    logMessage(text);
+    if (!details.isEmpty())
+        logMessage(details);
+}
+
 void showInformation(QWidget *parent, const QString &text)
 {
     show(parent, {.kind = BoxKind::Information, .text = text, .buttons = {}});

@@ -17,6 +17,8 @@ struct BoxRequest
 {
     BoxKind kind = BoxKind::Information;
     QString text;
+    QString note = {};     ///< stands below the text, plain; for facts that belong to a question
+    QString details = {};  ///< words of another program, plain; shown only when asked for
     QStringList buttons;   ///< texts in order; a box without buttons gets a single "OK"
     int defaultButton = 0; ///< index taken by Return
     int escapeButton = 0;  ///< index taken by Escape and by closing the box
@@ -33,6 +35,10 @@ BoxHandler setBoxHandler(BoxHandler handler);
 
 /// Shows a warning box with the text when showBox is true; writes the text to the log always.
 void showWarning(QWidget *parent, const QString &text, bool showBox = true);
+
+/// Shows a warning box whose details (see BoxRequest) stay behind a button; the log gets the text
+/// and, on a line of their own, the details.
+void showFailure(QWidget *parent, const QString &text, const QString &details);
 
 /// Shows an information box with the text; nothing is logged.
 void showInformation(QWidget *parent, const QString &text);

@@ -3,6 +3,7 @@
 #include "app/messages.h"
 
 #include <QCoreApplication>
+#include <QLabel>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QTimer>
@@ -38,12 +39,27 @@ int showBox(QWidget *parent, const BoxRequest &request)
     box.setText(request.text);
     box.setTextInteractionFlags(Qt::TextSelectableByMouse);
 
+    if (!request.note.isEmpty()) {
+        box.setInformativeText(request.note);
+        // It is made with the text and guesses its format otherwise.
+        if (auto *label = box.findChild<QLabel *>(QStringLiteral("qt_msgbox_informativelabel")))
+            label->setTextFormat(Qt::PlainText);
+    }
+
     QStringList texts = request.buttons;
     if (texts.isEmpty())
         texts = {QCoreApplication::translate("MessageBox", "OK")};
     QList<QPushButton *> buttons;
     for (const QString &text : std::as_const(texts))
         buttons += box.addButton(text, commonRole);
+    if (!request.details.isEmpty()) {
+        box.setDetailedText(request.details);
+        const QList<QAbstractButton *> all = box.buttons();
+        for (QAbstractButton *button : all) {
+            if (!buttons.contains(button))
+                button->setText(QCoreApplication::translate("MessageBox", "Подробнее"));
+        }
+    }
     box.setDefaultButton(buttons.value(request.defaultButton));
     box.setEscapeButton(buttons.value(request.escapeButton));
     if (QPushButton *button = buttons.value(request.defaultButton))
