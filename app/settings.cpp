@@ -31,12 +31,13 @@ struct KeyPlace
     const char *defaultValue;
 };
 
-constexpr std::array<KeyPlace, 14> keyPlaces{{
+constexpr std::array<KeyPlace, 15> keyPlaces{{
     {SettingsKey::Connection, "general", "connection", ""},
     {SettingsKey::FriendConnection, "general", "friendconnection", ""},
     {SettingsKey::Login, "general", "login", ""},
     {SettingsKey::FontSize, "interface", "fontsize", "0"},
     {SettingsKey::Sounds, "interface", "sounds", "1"},
+    {SettingsKey::AddOnScan, "interface", "addonscan", "0"},
     {SettingsKey::SmsGateHost, "sms", "smsgatehost", ""},
     {SettingsKey::ImagesStoreType, "images", "imagesstoretype", "local"},
     {SettingsKey::ImagesStorePath, "images", "imagesstorepath", ""},

@@ -34,6 +34,7 @@ enum class SettingsKey {
     Login,            ///< login name entered last
     FontSize,         ///< interface font size in points, 0: the system's own
     Sounds,           ///< 1: sounds for found and not found codes
+    AddOnScan,        ///< 1: a scanned code goes into the receipt without the dialog
     SmsGateHost,      ///< host or host:port of the SMS gateway, empty: none
     ImagesStoreType,  ///< "local" or "webdav"
     ImagesStorePath,

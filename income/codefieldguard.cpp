@@ -1,5 +1,7 @@
 #include "income/codefieldguard.h"
 
+#include "widgets/scanreader.h"
+
 #include <QAbstractButton>
 #include <QComboBox>
 #include <QCoreApplication>
@@ -7,14 +9,6 @@
 #include <QLineEdit>
 #include <QSpinBox>
 #include <QTableView>
-
-#include <utility>
-
-namespace {
-
-constexpr int shortestBarcode = 8; ///< digits; no multiplier has so many
-
-} // namespace
 
 CodeFieldGuard::CodeFieldGuard(QLineEdit *codeField, QSpinBox *multiplier, QWidget *page)
     : QObject(page),
@@ -35,14 +29,22 @@ void CodeFieldGuard::take()
 {
     m_codeField->setFocus();
     m_codeField->selectAll();
+    m_takenText = m_codeField->text();
     m_taken = true;
+}
+
+bool CodeFieldGuard::isRepeated() const
+{
+    return m_repeated;
 }
 
 bool CodeFieldGuard::eventFilter(QObject *watched, QEvent *event)
 {
-    if (watched == m_multiplier && event->type() == QEvent::FocusIn) {
-        m_multiplierBefore = m_multiplier->value();
-        m_multiplierTyped.clear();
+    const bool isField = watched == m_codeField || watched == m_multiplier;
+    if (isField && event->type() == QEvent::ShortcutOverride &&
+        static_cast<QKeyEvent *>(event)->matches(QKeySequence::Undo)) {
+        event->ignore(); // it takes back an addition, not a letter
+        return true;
     }
     if (event->type() != QEvent::KeyPress)
         return QObject::eventFilter(watched, event);
@@ -51,12 +53,10 @@ bool CodeFieldGuard::eventFilter(QObject *watched, QEvent *event)
     const bool unmodified = !(key->modifiers() & ~(Qt::ShiftModifier | Qt::KeypadModifier));
     const bool isText = unmodified && !key->text().isEmpty() && key->text().at(0).isPrint();
 
-    if (watched == m_codeField) {
-        filterCodeKey(*key, isReturn, isText);
-        return false;
-    }
+    if (watched == m_codeField)
+        return filterCodeKey(*key, isReturn, isText);
     if (watched == m_multiplier)
-        return filterMultiplierKey(*key, isReturn, isText);
+        return filterMultiplierKey(isReturn);
     if (isReturn) {
         auto *view = qobject_cast<QTableView *>(watched);
         if (view && view->currentIndex().isValid())
@@ -66,14 +66,22 @@ bool CodeFieldGuard::eventFilter(QObject *watched, QEvent *event)
     // A list would search for the keys, and the Return behind them take whatever stands there.
     if (isText && key->key() != Qt::Key_Space) {
         take();
+        const ScanReader::HandingOn handingOn;
         QCoreApplication::sendEvent(m_codeField, event);
         return true;
     }
     return QObject::eventFilter(watched, event);
 }
 
-void CodeFieldGuard::filterCodeKey(const QKeyEvent &key, bool isReturn, bool isText)
+bool CodeFieldGuard::filterCodeKey(const QKeyEvent &key, bool isReturn, bool isText)
 {
+    if (key.key() == Qt::Key_Escape) {
+        m_codeField->clear();
+        m_taken = false;
+        return true;
+    }
+    if (isReturn)
+        m_repeated = m_taken && m_codeField->text() == m_takenText;
     // Only who moves the cursor or deletes a sign wants to correct what was looked up already.
     if (isText && m_taken)
         m_codeField->selectAll();
@@ -82,23 +90,14 @@ void CodeFieldGuard::filterCodeKey(const QKeyEvent &key, bool isReturn, bool isT
                        key.key() == Qt::Key_End;
     if (edits)
         m_taken = isReturn;
+    return false;
 }
 
-bool CodeFieldGuard::filterMultiplierKey(const QKeyEvent &key, bool isReturn, bool isText)
+bool CodeFieldGuard::filterMultiplierKey(bool isReturn)
 {
-    if (isText)
-        m_multiplierTyped += key.text();
     if (!isReturn)
         return false;
-    const QString typed = std::exchange(m_multiplierTyped, {});
-    if (typed.size() < shortestBarcode) {
-        m_multiplier->interpretText();
-        take();
-        return true;
-    }
-    m_multiplier->setValue(m_multiplierBefore);
+    m_multiplier->interpretText();
     take();
-    m_codeField->setText(typed);
-    emit strayScan();
     return true;
 }

@@ -9,9 +9,8 @@ class QModelIndex;
 class QSpinBox;
 class QTableView;
 
-/// Sees to it that what a scanner types arrives in the code field, wherever the focus is on the
-/// page, and replaces what stands there. Fields where people write are left alone; the multiplier
-/// tells a scan from a number by its length.
+/// Sees to it that what is typed on the page arrives in the code field, unless a field for texts or
+/// numbers has the focus, and that the next code replaces what stands there.
 class CodeFieldGuard final : public QObject
 {
     Q_OBJECT
@@ -20,25 +19,25 @@ public:
     /// Watches the page, which owns the guard.
     CodeFieldGuard(QLineEdit *codeField, QSpinBox *multiplier, QWidget *page);
 
-    /// Gives the focus to the code field; what stands there will be replaced by the next scan.
+    /// Gives the focus to the code field; what stands there will be replaced by the next code.
     void take();
+
+    /// Whether the last Return in the code field found there what had been looked up already.
+    bool isRepeated() const;
 
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 signals:
-    /// A code that was typed elsewhere stands in the code field and is to be looked up.
-    void strayScan();
-
     /// Return was pressed on a row of a table.
     void rowEntered(QTableView *view, const QModelIndex &index);
 
 private:
-    void filterCodeKey(const QKeyEvent &key, bool isReturn, bool isText);
-    bool filterMultiplierKey(const QKeyEvent &key, bool isReturn, bool isText);
+    bool filterCodeKey(const QKeyEvent &key, bool isReturn, bool isText);
+    bool filterMultiplierKey(bool isReturn);
 
     QLineEdit *m_codeField;
     QSpinBox *m_multiplier;
-    QString m_multiplierTyped; ///< since the multiplier has the focus
-    int m_multiplierBefore = 1;
+    QString m_takenText;
     bool m_taken = false; ///< the text of the code field was looked up, the next one replaces it
+    bool m_repeated = false;
 };

@@ -12,8 +12,6 @@
 
 namespace {
 
-constexpr int shortestCode = 8;
-
 struct CodeText
 {
     Q_DECLARE_TR_FUNCTIONS(CodeLookup)
@@ -208,7 +206,7 @@ CodeResult lookUpCode(QWidget *parent, const QString &text)
                           mainConnection);
 }
 
-CodeResult lookUpReferenceCode(QWidget *parent, const QString &text)
+CodeResult lookUpReferenceCode(QWidget *parent, const QString &text, bool ask)
 {
     const QString code = cleanCode(text);
     if (code.size() < shortestCode || !isConnectionRegistered(friendConnection))
@@ -217,7 +215,8 @@ CodeResult lookUpReferenceCode(QWidget *parent, const QString &text)
     if (std::any_of(readings.begin(), readings.end(),
                     [](const QString &reading) { return reading.startsWith(u'2'); }))
         return notFound();
-    if (askQuestion(parent, CodeText::tr("Код не найден. Поискать в справочной базе данных?"),
+    if (ask &&
+        askQuestion(parent, CodeText::tr("Код не найден. Поискать в справочной базе данных?"),
                     {CodeText::tr("Да"), CodeText::tr("Нет")}, 0, 1) != 0)
         return notFound();
 

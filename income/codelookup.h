@@ -5,6 +5,9 @@
 
 class QWidget;
 
+/// Signs of the shortest barcode; what is shorter is a product number.
+inline constexpr int shortestCode = 8;
+
 /// What a text in the code field turned out to be.
 enum class CodeKind {
     Nothing,  ///< no code at all: empty, or short and not a product id
@@ -39,8 +42,9 @@ CodeResult lookUpCode(QWidget *parent, const QString &text);
 /// Offers to look a code up in the reference database when lookUpCode() did not find it, and finds
 /// the local product of the same unique identifier. In-store codes (beginning with "2") and short
 /// texts are not offered, nor anything while no reference database is connected. A product that
-/// only the reference database knows is told to the user by name.
-CodeResult lookUpReferenceCode(QWidget *parent, const QString &text);
+/// only the reference database knows is told to the user by name. Without ask it is looked up at
+/// once.
+CodeResult lookUpReferenceCode(QWidget *parent, const QString &text, bool ask = true);
 
 /// The whole way of a scanned or typed text: lookUpCode(), then lookUpReferenceCode().
 CodeResult findProduct(QWidget *parent, const QString &text);

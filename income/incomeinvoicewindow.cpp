@@ -9,14 +9,12 @@
 #include "db/session.h"
 #include "db/transaction.h"
 #include "income/codefieldguard.h"
-#include "income/codelookup.h"
 #include "income/colorsqlquerymodel.h"
 #include "income/costdialog.h"
+#include "income/goodsentry.h"
 #include "income/linedeletion.h"
 #include "income/manual.h"
 #include "income/productlist.h"
-#include "income/quantityrestdialog.h"
-#include "income/receiptline.h"
 #include "income/receiptlist.h"
 #include "income/receiptprices.h"
 #include "login/euladialog.h"
@@ -24,7 +22,7 @@
 #include "sms/sendsmsdialog.h"
 #include "widgets/colors.h"
 #include "widgets/progressdialog.h"
-#include "widgets/sound.h"
+#include "widgets/scanreader.h"
 #include "widgets/tableplace.h"
 
 #include <QApplication>
@@ -35,6 +33,9 @@
 #include <QMenu>
 #include <QScopeGuard>
 #include <QSettings>
+#include <QToolButton>
+
+#include <utility>
 
 // Outside of any namespace, as the macro wants it.
 static void initializeImages()
@@ -46,7 +47,6 @@ namespace {
 
 constexpr int timerPeriodMs = 1000;
 constexpr int filterDelayMs = 150; ///< typing goes on before the list is read again
-constexpr int shortestBarcode = 8; ///< digits
 constexpr int maxTimerRest = 30;   ///< seconds between two looks for a lost server
 
 constexpr int nameColumn = 3;      ///< in both tables
@@ -82,6 +82,7 @@ IncomeInvoiceWindow::IncomeInvoiceWindow(QWidget *parent)
     initializeImages();
     m_ui->setupUi(this);
     setUpTables();
+    setUpEntry();
     guardCodeField();
     setUpStatusBar();
     createContextActions();
@@ -116,6 +117,10 @@ bool IncomeInvoiceWindow::isReady() const
 
 void IncomeInvoiceWindow::start()
 {
+    // Not before: a password may be typed by a machine, too.
+    m_scanReader = new ScanReader(m_ui->codeLineEdit, this);
+    connect(m_scanReader, &ScanReader::scanned, m_entry, &GoodsEntry::scan);
+    m_ui->addOnScanAction->setChecked(Settings::instance().intValue(SettingsKey::AddOnScan) != 0);
     fillFilters();
     refreshAll();
     m_codeField->take();
@@ -164,12 +169,31 @@ void IncomeInvoiceWindow::setUpTables()
     }
 }
 
+void IncomeInvoiceWindow::setUpEntry()
+{
+    m_entry = new GoodsEntry(
+        this,
+        [this] {
+            return EntryOptions{.multiplier = m_ui->multiplierSpinBox->value(),
+                                .startInPrice = m_ui->incostCheckBox->isChecked(),
+                                .addAtOnce = m_ui->addOnScanAction->isChecked(),
+                                .busy = m_busy};
+        },
+        [this] { m_scanReader->takeWaitingKeys(); });
+    connect(m_entry, &GoodsEntry::codeTaken, m_ui->codeLineEdit, &QLineEdit::setText);
+    connect(m_entry, &GoodsEntry::news, this, &IncomeInvoiceWindow::showNews);
+    connect(m_entry, &GoodsEntry::listTouched, this, &IncomeInvoiceWindow::showEntered);
+    connect(m_entry, &GoodsEntry::missedChanged, this, &IncomeInvoiceWindow::showMissedCount);
+    connect(m_entry, &GoodsEntry::multiplied, this, [this] {
+        if (!m_ui->lockPushButton->isChecked())
+            m_ui->multiplierSpinBox->setValue(1);
+    });
+}
+
 void IncomeInvoiceWindow::guardCodeField()
 {
     m_codeField =
         new CodeFieldGuard(m_ui->codeLineEdit, m_ui->multiplierSpinBox, m_ui->invoicePage);
-    connect(m_codeField, &CodeFieldGuard::strayScan, this,
-            &IncomeInvoiceWindow::on_codeLineEdit_returnPressed);
     connect(m_codeField, &CodeFieldGuard::rowEntered, this,
             [this](QTableView *view, const QModelIndex &index) {
                 if (view == m_ui->warehouseTableView)
@@ -185,6 +209,12 @@ void IncomeInvoiceWindow::setUpStatusBar()
 {
     m_scanLabel = new QLabel(this);
     m_scanLabel->setObjectName(QStringLiteral("scanLabel"));
+    m_missedButton = new QToolButton(this);
+    m_missedButton->setObjectName(QStringLiteral("missedButton"));
+    m_missedButton->setAutoRaise(true);
+    m_missedButton->setFocusPolicy(Qt::NoFocus);
+    m_missedButton->hide();
+    connect(m_missedButton, &QToolButton::clicked, m_ui->missedCodesAction, &QAction::trigger);
     m_countLabel = new QLabel(this);
     m_countLabel->setObjectName(QStringLiteral("countLabel"));
     m_connectionLabel = new QLabel(this);
@@ -195,6 +225,7 @@ void IncomeInvoiceWindow::setUpStatusBar()
     m_scanLabel->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
     m_scanLabel->setIndent(8);
     m_ui->statusbar->addWidget(m_scanLabel, 1);
+    m_ui->statusbar->addPermanentWidget(m_missedButton);
     m_ui->statusbar->addPermanentWidget(m_countLabel);
     m_ui->statusbar->addPermanentWidget(m_connectionLabel);
 }
@@ -323,6 +354,28 @@ void IncomeInvoiceWindow::on_decreaseMultiplierAction_triggered()
     m_ui->multiplierSpinBox->stepDown();
 }
 
+void IncomeInvoiceWindow::on_takeBackAction_triggered()
+{
+    m_entry->takeBack();
+}
+
+void IncomeInvoiceWindow::on_addOnScanAction_toggled(bool checked)
+{
+    Settings &settings = Settings::instance();
+    if (settings.intValue(SettingsKey::AddOnScan) == int(checked))
+        return;
+    settings.setValue(SettingsKey::AddOnScan, QString::number(int(checked)));
+    QString error;
+    if (!settings.save(&error))
+        showWarning(this, error);
+}
+
+void IncomeInvoiceWindow::on_missedCodesAction_triggered()
+{
+    m_entry->showMissed(m_ui->namefilterLineEdit->text());
+    m_codeField->take();
+}
+
 QTableView *IncomeInvoiceWindow::focusedTable() const
 {
     return m_ui->warehouseTableView->hasFocus() ? m_ui->warehouseTableView
@@ -395,66 +448,68 @@ void IncomeInvoiceWindow::on_showDisabledProductsAction_triggered()
 void IncomeInvoiceWindow::on_codeLineEdit_returnPressed()
 {
     m_ui->codeLineEdit->selectAll();
-    const QString text = m_ui->codeLineEdit->text().trimmed();
-    CodeResult found = lookUpCode(this, text);
-    if (found.kind == CodeKind::NotFound) {
-        // Heard and seen before any question about the reference database.
-        playSound(Sound::NotFound);
-        showScan(tr("Не найдено: %1").arg(text), false);
-        found = lookUpReferenceCode(this, text);
-    }
-    switch (found.kind) {
-    case CodeKind::Nothing:
-        if (!text.isEmpty()) {
-            playSound(Sound::NotFound);
-            showScan(tr("Не номер наименования и не штрих-код: %1").arg(text), false);
-        }
-        break;
-    case CodeKind::Product:
-        addProduct(found.wareid, found.packQuantity);
-        break;
-    case CodeKind::NotFound:
-        break;
-    case CodeKind::Failed:
-        playSound(Sound::NotFound);
-        showScan(tr("Ошибка базы данных при поиске кода %1").arg(text), false);
-        break;
-    }
+    // Without a dialog in between, one Return too many would be one unit too many.
+    if (m_ui->addOnScanAction->isChecked() && m_codeField->isRepeated())
+        return;
+    m_entry->enterCode(m_ui->codeLineEdit->text());
     m_codeField->take();
 }
 
-void IncomeInvoiceWindow::addProduct(qulonglong wareId, double packQuantity)
+void IncomeInvoiceWindow::showNews(const EntryNews &news)
 {
-    const bool accepted =
-        enterLine({.wareid = wareId,
-                   .addedQuantity = packQuantity * m_ui->multiplierSpinBox->value(),
-                   .startInPrice = m_ui->incostCheckBox->isChecked()});
-    if (accepted && !m_ui->lockPushButton->isChecked())
-        m_ui->multiplierSpinBox->setValue(1);
+    showScan(news.status, news.good);
+    if (!news.name.isEmpty())
+        m_ui->scanBar->showProduct(news.name, news.quantity, news.price, news.warning);
+    else if (news.good)
+        m_ui->scanBar->showProduct(news.status, {}, {});
+    else
+        m_ui->scanBar->showMiss(news.status);
+    m_enteredWareId = news.wareid;
 }
 
-bool IncomeInvoiceWindow::enterLine(const ReceiptRequest &request)
+/// Shows the list as it is now, and in it the line that was entered.
+void IncomeInvoiceWindow::showEntered()
 {
-    QuantityRestDialog dialog(request, this);
-    if (dialog.loadState() == LoadState::Loaded) {
-        playSound(Sound::Found);
-        showScan(tr("%1 %2").arg(dialog.product().article, dialog.product().name).trimmed(), true);
-    } else {
-        playSound(Sound::NotFound);
-    }
-    const bool accepted = dialog.exec() == QDialog::Accepted;
-    if (accepted) {
-        showScan(tr("%1 %2, в приходе: %3 %4")
-                     .arg(dialog.product().article, dialog.product().name,
-                          formatQuantity(dialog.acceptedQuantity()), dialog.product().unit)
-                     .trimmed(),
-                 true);
-    } else if (dialog.loadState() == LoadState::NotFound) {
-        showScan(tr("Наименование %1 не найдено").arg(request.wareid), false);
-    }
     refreshReceipt();
+    const int row = m_receipt->rowOfId(std::exchange(m_enteredWareId, 0), 1);
+    if (row >= 0) {
+        m_ui->incomeinvoiceTableView->selectRow(row);
+        m_ui->incomeinvoiceTableView->scrollTo(m_receipt->index(row, nameColumn));
+    }
     m_codeField->take();
-    return accepted;
+}
+
+void IncomeInvoiceWindow::showMissedCount()
+{
+    const qsizetype count = m_entry->missed().all().size();
+    m_missedButton->setText(tr("Не найдено кодов: %1").arg(count));
+    QPalette colours = palette();
+    for (const QPalette::ColorRole role : {QPalette::ButtonText, QPalette::WindowText})
+        colours.setColor(role, warningTextColor(colours));
+    m_missedButton->setPalette(colours);
+    m_missedButton->setVisible(count > 0);
+    m_ui->missedCodesAction->setEnabled(count > 0);
+}
+
+/// Whether the posting may go on although scanned codes are not in the receipt.
+bool IncomeInvoiceWindow::askAboutMissed()
+{
+    QStringList codes;
+    for (const MissedCode &code : m_entry->missed().all())
+        codes += tr("%1 (раз: %2)").arg(code.code).arg(code.times);
+    if (codes.isEmpty())
+        return true;
+    BoxRequest request;
+    request.text = tr("Не все отсканированные коды найдены: этих товаров нет в приходе. Провести "
+                      "накладную без них?");
+    request.note = shortened(codes, 5).join(u'\n');
+    request.buttons = {tr("Продолжить без них"), tr("Показать коды"), tr("Отмена")};
+    request.defaultButton = 1;
+    request.escapeButton = 2;
+    const int choice = askQuestion(this, request);
+    if (choice == 1)
+        on_missedCodesAction_triggered();
+    return choice == 0;
 }
 
 void IncomeInvoiceWindow::on_namefilterLineEdit_textChanged()
@@ -475,13 +530,11 @@ void IncomeInvoiceWindow::on_namefilterLineEdit_returnPressed()
 void IncomeInvoiceWindow::on_groupfilterComboBox_activated(int)
 {
     refreshProducts();
-    m_codeField->take();
 }
 
 void IncomeInvoiceWindow::on_brandfilterComboBox_activated(int)
 {
     refreshProducts();
-    m_codeField->take();
 }
 
 void IncomeInvoiceWindow::on_ratioCheckBox_toggled(bool)
@@ -494,17 +547,14 @@ void IncomeInvoiceWindow::on_warehouseTableView_doubleClicked(const QModelIndex 
 {
     const qulonglong wareId = m_products->value(index.row(), 0).toULongLong();
     if (wareId > 0)
-        addProduct(wareId, 1);
+        m_entry->addProduct(wareId);
 }
 
 void IncomeInvoiceWindow::on_incomeinvoiceTableView_doubleClicked(const QModelIndex &index)
 {
     if (!index.isValid())
         return;
-    enterLine({.wareid = m_receipt->wareId(index.row()),
-               .lineId = m_receipt->lineId(index.row()),
-               .editLine = true,
-               .startInPrice = m_ui->incostCheckBox->isChecked()});
+    m_entry->editLine(m_receipt->wareId(index.row()), m_receipt->lineId(index.row()));
 }
 
 void IncomeInvoiceWindow::on_warehouseTableView_customContextMenuRequested(const QPoint &position)
@@ -558,6 +608,8 @@ void IncomeInvoiceWindow::On_editLineAction_triggered()
 
 void IncomeInvoiceWindow::on_applyIncomeInvoicePushButton_clicked()
 {
+    if (!askAboutMissed())
+        return;
     const bool hadLines = m_receipt->rowCount() > 0;
     BoxRequest request;
     request.text = tr("<h3>Провести накладную?</h3><p>Будут обновлены: остаток, приходная цена, "
@@ -600,6 +652,7 @@ PostingResult IncomeInvoiceWindow::postReceipt(PaymentType paymentType)
     m_checkpointDue = true;
 
     if (result.outcome == PostingOutcome::Posted) {
+        m_entry->forget();
         showScan(tr("Накладная № %1 проведена, строк: %2, приходная сумма: %3")
                      .arg(QString::number(result.reportId), QString::number(result.lines),
                           formatMoney(result.total)),

@@ -11,11 +11,14 @@
 
 class CodeFieldGuard;
 class ColorSqlQueryModel;
+class GoodsEntry;
 class QLabel;
 class QModelIndex;
 class QTableView;
+class QToolButton;
 class ReceiptListModel;
-struct ReceiptRequest;
+class ScanReader;
+struct EntryNews;
 
 namespace Ui {
 class IncomeInvoiceWindow;
@@ -46,6 +49,9 @@ private slots:
     void on_deletewareAction_triggered();
     void on_increaseMultiplierAction_triggered();
     void on_decreaseMultiplierAction_triggered();
+    void on_takeBackAction_triggered();
+    void on_addOnScanAction_toggled(bool checked);
+    void on_missedCodesAction_triggered();
     void on_copyAction_triggered();
     void on_helpAction_triggered();
     void on_aboutAction_triggered();
@@ -88,10 +94,11 @@ private:
     void showScan(const QString &text, bool found);
     void showConnectionState(bool online);
 
-    /// Opens QuantityRestDialog to add so many units of a product, and afterwards gives the code
-    /// field back to the scanner.
-    void addProduct(qulonglong wareId, double packQuantity);
-    bool enterLine(const ReceiptRequest &request);
+    void setUpEntry();
+    void showNews(const EntryNews &news);
+    void showEntered();
+    void showMissedCount();
+    bool askAboutMissed();
     void fitReceiptNames();
     void fitProductNames();
     void guardCodeField();
@@ -102,15 +109,19 @@ private:
     ReceiptListModel *m_receipt;
     ColorSqlQueryModel *m_products;
     CodeFieldGuard *m_codeField = nullptr;
+    ScanReader *m_scanReader = nullptr;
+    GoodsEntry *m_entry = nullptr;
     QAction *m_changeCostAction = nullptr;
     QAction *m_editLineAction = nullptr;
     QList<QAction *> m_laterProductActions; ///< commands of dialogs that are not there yet
     QLabel *m_scanLabel = nullptr;
+    QToolButton *m_missedButton = nullptr;
     QLabel *m_countLabel = nullptr;
     QLabel *m_connectionLabel = nullptr;
     QTimer m_filterTimer;
     QTimer m_timer;
-    SqlRow m_signature; ///< of the working list at the last refresh
+    SqlRow m_signature;             ///< of the working list at the last refresh
+    qulonglong m_enteredWareId = 0; ///< whose line is to be shown at the next refresh
     bool m_ready = false;
     bool m_busy = false; ///< a posting or a recomputation runs
     bool m_online = true;

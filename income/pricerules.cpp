@@ -16,6 +16,16 @@ double sellingPrice(double incost, double coefficient)
     return roundSellingPrice(finiteOrZero(incost * coefficient));
 }
 
+bool isDoubtfulPrice(double incost, double outcost)
+{
+    return outcost <= 0 || (outcost < incost && !pricesEqual(incost, outcost));
+}
+
+QString doubtfulPriceCondition()
+{
+    return QStringLiteral("(COALESCE(outcost,0)<=0 OR COALESCE(incost,0)-outcost>=0.0001)");
+}
+
 double finiteOrZero(double value)
 {
     return std::isfinite(value) ? value : 0;

@@ -12,6 +12,12 @@ bool pricesEqual(double a, double b);
 /// The selling price that follows from a purchase price (main currency) and a fixed coefficient.
 double sellingPrice(double incost, double coefficient);
 
+/// Whether nobody sells like that on purpose: for nothing, or below the purchase price.
+bool isDoubtfulPrice(double incost, double outcost);
+
+/// The same as a condition on lines of `incomeinvoice`.
+QString doubtfulPriceCondition();
+
 /// The number when it is one, 0 for infinities and NaN.
 double finiteOrZero(double value);
 

@@ -1,5 +1,6 @@
 #include "income/productlist.h"
 
+#include "catalogue/barcode.h"
 #include "db/sqltext.h"
 
 #include <QHash>
@@ -7,6 +8,29 @@
 #include <QStringList>
 
 #include <functional>
+
+namespace {
+
+/// Every word stands in the article or in the name; or the whole is a barcode of the product.
+QString textCondition(const QString &text)
+{
+    QStringList words;
+    const QStringList parts = text.split(u' ', Qt::SkipEmptyParts);
+    for (const QString &word : parts) {
+        const QString pattern = sql::containing(word);
+        words += QStringLiteral("(`warehouse`.`article` LIKE ") + pattern +
+                 QStringLiteral(" OR `warehouse`.`name` LIKE ") + pattern + u')';
+    }
+    QString condition = words.join(QStringLiteral(" AND "));
+    if (looksLikeBarcode(text)) {
+        condition = u'(' + condition +
+                    QStringLiteral(") OR warehouse.id IN (SELECT wareid FROM codes WHERE code=") +
+                    sql::text(text) + u')';
+    }
+    return QStringLiteral(" (") + condition + u')';
+}
+
+} // namespace
 
 QString productListQuery(const ProductFilter &filter)
 {
@@ -21,18 +45,18 @@ QString productListQuery(const ProductFilter &filter)
     if (filter.brandId) {
         conditions += QStringLiteral(" `warehouse`.`brandid`='") + sql::id(*filter.brandId) + u'\'';
     }
-    if (!filter.text.isEmpty()) {
-        const QString pattern = sql::containing(filter.text);
-        conditions += QStringLiteral(" (`warehouse`.`article` LIKE ") + pattern +
-                      QStringLiteral(" OR `warehouse`.`name` LIKE ") + pattern + u')';
-    }
+    if (!filter.text.isEmpty())
+        conditions += textCondition(filter.text);
     QString query = QStringLiteral(
         "SELECT warehouse.id, warehouse.enabled, warehouse.article, warehouse.name, "
         "warehouse.outcost, warehouse.quantity, units.name  FROM warehouse LEFT JOIN units ON "
         "units.id=warehouse.unitid LEFT JOIN `groups` ON `groups`.`id`=`warehouse`.`groupid`");
     if (!conditions.isEmpty())
         query += QStringLiteral(" WHERE") + conditions.join(QStringLiteral(" AND"));
-    return query + QStringLiteral(" ORDER BY `warehouse`.`name`;");
+    query += QStringLiteral(" ORDER BY `warehouse`.`name`");
+    if (filter.limit > 0)
+        query += QStringLiteral(" LIMIT ") + sql::integer(filter.limit);
+    return query + u';';
 }
 
 QList<Choice> groupChoices(const QList<SqlRow> &rows)

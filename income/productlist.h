@@ -11,10 +11,11 @@
 /// What the user wants to see of the catalogue.
 struct ProductFilter
 {
-    QString text; ///< part of the article or the name, empty: all
-    std::optional<qulonglong> groupId;
-    std::optional<qulonglong> brandId;
+    QString text = {}; ///< words that article or name hold, or a whole barcode; empty: all
+    std::optional<qulonglong> groupId = {};
+    std::optional<qulonglong> brandId = {};
     bool showDisabled = false;
+    int limit = 0; ///< rows at the most; 0: all
 };
 
 /// The SELECT of the product table.

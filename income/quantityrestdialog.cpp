@@ -7,6 +7,7 @@
 #include "db/money.h"
 #include "db/session.h"
 #include "income/pricerules.h"
+#include "widgets/colors.h"
 #include "widgets/plaintext.h"
 
 #include <QDate>
@@ -18,7 +19,6 @@
 
 namespace {
 
-constexpr double largestUnquestioned = 99999;
 constexpr double largestUnquestionedRatio = 100;
 constexpr int mostQuantityDecimals = 6;
 
@@ -53,9 +53,11 @@ int decimalsOf(double quantity)
 
 } // namespace
 
-QuantityRestDialog::QuantityRestDialog(const ReceiptRequest &request, QWidget *parent)
+QuantityRestDialog::QuantityRestDialog(const ReceiptRequest &request, QWidget *parent,
+                                       QSet<QString> *agreedPrices)
     : QDialog(parent),
       m_ui(std::make_unique<Ui::QuantityRestDialog>()),
+      m_agreedPrices(agreedPrices ? agreedPrices : &m_ownAgreedPrices),
       m_startInPrice(request.startInPrice)
 {
     m_ui->setupUi(this);
@@ -83,9 +85,30 @@ const ReceiptProduct &QuantityRestDialog::product() const
     return m_entry.product();
 }
 
+const ReceiptEntry &QuantityRestDialog::entry() const
+{
+    return m_entry;
+}
+
+double QuantityRestDialog::quantityInReceipt() const
+{
+    return m_entry.line() ? m_entry.line()->quantity : 0;
+}
+
 double QuantityRestDialog::acceptedQuantity() const
 {
     return m_ui->quantityDoubleSpinBox->exact();
+}
+
+double QuantityRestDialog::sellingPrice() const
+{
+    return m_ui->outcostDoubleSpinBox->exact();
+}
+
+bool QuantityRestDialog::acceptForScan()
+{
+    on_acceptPushButton_clicked();
+    return result() == Accepted;
 }
 
 int QuantityRestDialog::exec()
@@ -106,14 +129,17 @@ void QuantityRestDialog::keyPressEvent(QKeyEvent *event)
 
 void QuantityRestDialog::on_acceptPushButton_clicked()
 {
-    if (!checkQuantity() || !checkPrices() || !checkExpiry())
+    if (!checkQuantity() || !checkPrices() || !checkMargin() || !checkExpiry())
         return;
     switch (m_entry.save(this, input())) {
     case SaveState::Saved:
         accept();
         break;
     case SaveState::Changed:
+    case SaveState::InDoubt:
         showQuantity();
+        if (!m_entry.pricesEntered())
+            showPrices();
         focusField(m_ui->quantityDoubleSpinBox);
         break;
     case SaveState::Failed:
@@ -134,6 +160,11 @@ void QuantityRestDialog::on_incostDoubleSpinBox_valueChanged(double)
 void QuantityRestDialog::on_ratioDoubleSpinBox_valueChanged(double)
 {
     updateOutcost();
+}
+
+void QuantityRestDialog::on_outcostDoubleSpinBox_valueChanged(double)
+{
+    showMargin();
 }
 
 void QuantityRestDialog::on_ratioCheckBox_toggled(bool checked)
@@ -158,6 +189,18 @@ void QuantityRestDialog::showProduct()
     m_ui->nameLabel->setToolTip(plainToolTip(product.name));
     m_ui->idLabel->setText(QString::number(product.id));
     m_ui->articleLabel->setText(breakable(product.article));
+    QString notice;
+    if (product.deleted)
+        notice = tr("Товара нет в каталоге: остаток и цены при проведении записаны не будут.");
+    else if (!product.enabled)
+        notice = tr("Наименование неактивно.");
+    m_ui->noticeLabel->setText(notice);
+    m_ui->noticeLabel->setVisible(!notice.isEmpty());
+    QPalette colours = palette();
+    colours.setColor(QPalette::WindowText, warningTextColor(colours));
+    m_ui->noticeLabel->setPalette(colours);
+    m_ui->expireLineEdit->setEnabled(!product.deleted);
+    m_ui->auditCheckBox->setEnabled(!product.deleted);
     m_ui->stockLabel->setText(
         QStringLiteral("%1 %2").arg(formatQuantity(product.stock), product.unit));
     m_ui->unitLabel->setText(product.unit);
@@ -190,6 +233,7 @@ void QuantityRestDialog::showPrices()
     const double present = incost > 0 && outcost > 0 ? outcost / incost : 1;
     m_ui->ratioDoubleSpinBox->setExact(ratio > 0 ? ratio : std::round(present * 1e4) / 1e4);
     m_ui->ratioCheckBox->setChecked(ratio > 0);
+    showMargin();
 }
 
 void QuantityRestDialog::showQuantity()
@@ -217,8 +261,32 @@ void QuantityRestDialog::updateOutcost()
 {
     if (m_ui->ratioCheckBox->isChecked()) {
         m_ui->outcostDoubleSpinBox->setExact(
-            sellingPrice(m_ui->incostDoubleSpinBox->exact(), m_ui->ratioDoubleSpinBox->exact()));
+            ::sellingPrice(m_ui->incostDoubleSpinBox->exact(), m_ui->ratioDoubleSpinBox->exact()));
     }
+    showMargin();
+}
+
+/// The selling price that the product has now, the new one, and what it brings.
+void QuantityRestDialog::showMargin()
+{
+    const QString currency = Session::instance().mainCurrencySymbol();
+    const double incost = m_ui->incostDoubleSpinBox->exact();
+    const double outcost = m_ui->outcostDoubleSpinBox->exact();
+    const double before = m_entry.product().outcost;
+    QString text = pricesEqual(before, outcost)
+                       ? tr("Расходная цена прежняя: %1 %2").arg(formatMoney(before), currency)
+                       : tr("Расходная цена: была %1 %2, станет %3 %2")
+                             .arg(formatMoney(before), currency, formatMoney(outcost));
+    const double margin = outcost - incost;
+    text += incost > 0 ? tr(". Наценка %1 %, %2 %3")
+                             .arg(QString::number(roundMoney(margin / incost * 100), 'f', 0),
+                                  formatMoney(margin), currency)
+                       : tr(". Наценка %1 %2").arg(formatMoney(margin), currency);
+    m_ui->marginLabel->setText(text);
+    QPalette colours = palette();
+    if (isDoubtfulPrice(incost, outcost))
+        colours.setColor(QPalette::WindowText, warningTextColor(colours));
+    m_ui->marginLabel->setPalette(colours);
 }
 
 void QuantityRestDialog::focusField(QWidget *field)
@@ -266,11 +334,7 @@ bool QuantityRestDialog::checkQuantity()
                 : tr("Знаков после запятой может быть не больше %1.").arg(field->decimals()));
     }
     const double quantity = field->exact();
-    if (quantity == 0) {
-        return refuse(field, tr("Количество не может быть нулевым. Чтобы убрать товар из прихода, "
-                                "удалите его строку."));
-    }
-    if (std::abs(quantity) <= largestUnquestioned)
+    if (!isQuestionableQuantity(quantity))
         return true;
     const QString typed = field->text();
     if (confirm(field, tr("Подтвердите количество: ") + QString::number(quantity, 'g', 6)))
@@ -311,6 +375,27 @@ bool QuantityRestDialog::checkPrices()
         return false;
     return !ratio->isChanged() || looksLikeBarcode(ratio->text()) ||
            ratio->value() <= largestUnquestionedRatio || confirm(ratio, question + ratio->text());
+}
+
+/// Nobody sells for nothing or at a loss without knowing it.
+bool QuantityRestDialog::checkMargin()
+{
+    const ReceiptInput entered = input();
+    const QString key = priceKey(m_entry.product().id, entered);
+    if (!isDoubtfulPrice(entered.incost, entered.outcost) || m_agreedPrices->contains(key))
+        return true;
+    const QString text = entered.outcost <= 0
+                             ? tr("Расходная цена не указана: товар будет продаваться за 0.")
+                             : tr("Расходная цена %1 ниже приходной %2.")
+                                   .arg(formatMoney(entered.outcost), formatMoney(entered.incost));
+    if (askQuestion(this, text + u' ' + tr("Записать такую цену?"),
+                    {tr("Записать"), tr("Вернуться к цене")}, 1, 1) == 0) {
+        m_agreedPrices->insert(key);
+        return true;
+    }
+    focusField(m_ui->ratioCheckBox->isChecked() ? m_ui->ratioDoubleSpinBox
+                                                : m_ui->outcostDoubleSpinBox);
+    return false;
 }
 
 bool QuantityRestDialog::checkExpiry()

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QDialog>
+#include <QSet>
 
 #include <memory>
 #include <optional>
@@ -22,7 +23,10 @@ class QuantityRestDialog final : public QDialog
     Q_OBJECT
 
 public:
-    explicit QuantityRestDialog(const ReceiptRequest &request, QWidget *parent = nullptr);
+    /// agreedPrices (may be null, else lives longer): doubtful prices that were confirmed, see
+    /// priceKey(); they are asked about once.
+    explicit QuantityRestDialog(const ReceiptRequest &request, QWidget *parent = nullptr,
+                                QSet<QString> *agreedPrices = nullptr);
     ~QuantityRestDialog() override;
 
     /// Whether the product could be read. When not, nothing was shown about a missing product, and
@@ -30,9 +34,20 @@ public:
     LoadState loadState() const;
 
     const ReceiptProduct &product() const;
+    const ReceiptEntry &entry() const;
+
+    /// What the line has before the entry; 0 without a line.
+    double quantityInReceipt() const;
 
     /// The quantity of the line, as accepted.
     double acceptedQuantity() const;
+
+    /// The selling price in the field, main currency.
+    double sellingPrice() const;
+
+    /// The next code was scanned: accepts the line as it stands. Whatever stops that is asked or
+    /// told as when a person accepts. Returns whether it was accepted.
+    bool acceptForScan();
 
     int exec() override;
 
@@ -44,6 +59,7 @@ private slots:
     void on_cancelPushButton_clicked();
     void on_incostDoubleSpinBox_valueChanged(double value);
     void on_ratioDoubleSpinBox_valueChanged(double value);
+    void on_outcostDoubleSpinBox_valueChanged(double value);
     void on_ratioCheckBox_toggled(bool checked);
 
 private:
@@ -51,12 +67,14 @@ private:
     void showPrices();
     void showQuantity();
     void updateOutcost();
+    void showMargin();
     void focusField(QWidget *field);
     std::optional<QString> expiretime() const;
     ReceiptInput input() const;
     bool checkQuantity();
     bool checkPrice(NumberSpinBox *field, const QString &question);
     bool checkPrices();
+    bool checkMargin();
     bool checkExpiry();
     bool refuse(QWidget *field, const QString &text);
     bool confirm(NumberSpinBox *field, const QString &question);
@@ -64,6 +82,8 @@ private:
     std::unique_ptr<Ui::QuantityRestDialog> m_ui;
     ReceiptEntry m_entry;
     LoadState m_loadState = LoadState::Failed;
+    QSet<QString> m_ownAgreedPrices;
+    QSet<QString> *m_agreedPrices;
     bool m_startInPrice = false;
     bool m_filled = false;
     QString m_shownExpiry; ///< the expiry date as the user first saw it

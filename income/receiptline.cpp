@@ -20,6 +20,7 @@ namespace {
 /// Decimals of a product without a unit: anything weighed or measured fits.
 constexpr int decimalsWithoutUnit = 3;
 constexpr int mostDecimals = 6;
+constexpr double largestUnquestioned = 99999;
 
 double number(const QVariant &value)
 {
@@ -60,14 +61,17 @@ bool samePrices(const ReceiptLine &a, const ReceiptLine &b)
            same(a.outcost, b.outcost);
 }
 
-/// What other workstations did to the entry is looked for in the log afterwards.
-void tell(QWidget *parent, const QString &text)
+} // namespace
+
+bool isQuestionableQuantity(double quantity)
 {
-    logMessage(text);
-    showInformation(parent, text);
+    return std::abs(quantity) > largestUnquestioned;
 }
 
-} // namespace
+QString priceKey(qulonglong wareid, const ReceiptInput &input)
+{
+    return sql::id(wareid) + ' ' + sql::exact(input.incost) + ' ' + sql::exact(input.outcost);
+}
 
 LoadState loadProduct(QWidget *parent, qulonglong wareid, ReceiptProduct &product)
 {
@@ -75,7 +79,8 @@ LoadState loadProduct(QWidget *parent, qulonglong wareid, ReceiptProduct &produc
     if (!QueryRows(parent,
                    "SELECT warehouse.wuid, warehouse.article, warehouse.name, warehouse.currency, "
                    "warehouse.inoutratio, warehouse.outcost, warehouse.quantity, "
-                   "warehouse.expiretime, units.name, units.decimals FROM warehouse LEFT JOIN "
+                   "warehouse.expiretime, units.name, units.decimals, warehouse.latime, "
+                   "warehouse.enabled FROM warehouse LEFT JOIN "
                    "units ON units.id=warehouse.unitid WHERE warehouse.id=" +
                        quotedId(wareid) + ";",
                    rows))
@@ -95,14 +100,27 @@ LoadState loadProduct(QWidget *parent, qulonglong wareid, ReceiptProduct &produc
     product.unit = row.at(8).toString();
     product.decimals =
         row.at(9).isNull() ? decimalsWithoutUnit : std::clamp(row.at(9).toInt(), 0, mostDecimals);
+    product.latime = row.at(10).toString();
+    product.enabled = row.at(11).toInt() > 0;
     return LoadState::Loaded;
+}
+
+void ReceiptEntry::setQuiet(bool quiet)
+{
+    m_quiet = quiet;
 }
 
 LoadState ReceiptEntry::load(QWidget *parent, const ReceiptRequest &request)
 {
     const LoadState state = loadProduct(parent, request.wareid, m_product);
-    if (state != LoadState::Loaded)
+    if (state == LoadState::NotFound && request.editLine) {
+        m_product = {.id = request.wareid,
+                     .name = tr("Наименование %1, удалено из каталога").arg(request.wareid),
+                     .decimals = decimalsWithoutUnit,
+                     .deleted = true};
+    } else if (state != LoadState::Loaded) {
         return state;
+    }
     QList<ReceiptLine> lines;
     if (!readLines(parent, lines))
         return LoadState::Failed;
@@ -186,6 +204,16 @@ double ReceiptEntry::proposedOutcost() const
     return m_line ? m_line->outcost : m_product.outcost;
 }
 
+bool ReceiptEntry::pricesEntered() const
+{
+    return m_pricesEntered;
+}
+
+const std::optional<Addition> &ReceiptEntry::addition() const
+{
+    return m_addition;
+}
+
 SaveState ReceiptEntry::save(QWidget *parent, const ReceiptInput &input)
 {
     const ReceiptLine entered = pricesOf(input);
@@ -197,7 +225,7 @@ SaveState ReceiptEntry::save(QWidget *parent, const ReceiptInput &input)
         state = writeLine(parent, input, stamp);
     if (state != SaveState::Saved)
         return state;
-    if (input.expiretime != m_expiretime) {
+    if (input.expiretime != m_expiretime && !m_product.deleted) {
         if (!QueryExec(parent, "UPDATE warehouse SET expiretime=" + sql::text(input.expiretime) +
                                    " WHERE id=" + quotedId(m_product.id) + ";"))
             return SaveState::Failed;
@@ -207,28 +235,59 @@ SaveState ReceiptEntry::save(QWidget *parent, const ReceiptInput &input)
     // must not hold it up.
     if (input.passToReference)
         passPriceToReference(parent, input.outcost);
-    if (input.audited && !writeAudit(parent, stamp))
+    if (input.audited && !m_product.deleted && !writeAudit(parent, stamp))
         return SaveState::Failed;
+    noteAddition(input, stamp);
     return SaveState::Saved;
+}
+
+/// Looks at the lines as they stand after the save. When they are not as it has left them, another
+/// station was there already, and nothing can be taken back.
+void ReceiptEntry::noteAddition(const ReceiptInput &input, const QString &stamp)
+{
+    m_addition.reset();
+    QList<ReceiptLine> after;
+    if (!readLines(nullptr, after))
+        return;
+    const qulonglong user = Session::instance().user().id;
+    Addition addition{.wareid = m_product.id, .name = m_product.name, .before = m_before};
+    for (const ReceiptLine &line : std::as_const(after)) {
+        const bool known =
+            std::any_of(m_before.cbegin(), m_before.cend(),
+                        [&line](const ReceiptLine &before) { return before.id == line.id; });
+        if (line.userid != user || line.timestamp != stamp ||
+            (!known && (addition.insertedId != 0 || m_line)))
+            return;
+        if (!known)
+            addition.insertedId = line.id;
+    }
+    if (after.size() != m_before.size() + (addition.insertedId != 0 ? 1 : 0))
+        return;
+    addition.after = after;
+    if (input.expiretime != m_product.expiretime && !m_product.deleted)
+        addition.expiry = {m_product.expiretime, input.expiretime};
+    if (input.audited && !m_product.deleted && Session::instance().hasRight(Right::AuditStock))
+        addition.audit = {m_product.latime, stamp};
+    m_addition = addition;
+}
+
+/// What other workstations did to the entry is looked for in the log afterwards.
+void ReceiptEntry::tell(QWidget *parent, const QString &text) const
+{
+    logMessage(text);
+    if (!m_quiet)
+        showInformation(parent, text);
 }
 
 /// Locked lines, inside a transaction, stay as they are until its end.
 bool ReceiptEntry::readLines(QWidget *parent, QList<ReceiptLine> &lines, bool lock) const
 {
     lines.clear();
-    const QString select = "SELECT id, quantity, incost, inoutratio, outcost FROM incomeinvoice "
-                           "WHERE wareid=" +
-                           quotedId(m_product.id) + " ORDER BY id";
+    const QString select = Additions::linesQuery(m_product.id);
     QList<SqlRow> rows;
-    if (lock ? !readLockedLines(select, rows) : !QueryRows(parent, select + u';', rows))
+    if (!(lock ? readLockedLines(select, rows) : QueryRows(parent, select + u';', rows)))
         return false;
-    for (const SqlRow &row : std::as_const(rows)) {
-        lines.append({.id = row.at(0).toULongLong(),
-                      .quantity = number(row.at(1)),
-                      .incost = number(row.at(2)),
-                      .inoutratio = number(row.at(3)),
-                      .outcost = number(row.at(4))});
-    }
+    lines = Additions::linesOf(rows);
     return true;
 }
 
@@ -270,6 +329,7 @@ SaveState ReceiptEntry::settlePending(QWidget *parent)
     const PendingInsert pending = *std::exchange(m_pending, std::nullopt);
     if (!own.isEmpty()) {
         m_line = ReceiptLine{.id = own.first().at(0).toULongLong(), .quantity = pending.quantity};
+        m_pricesEntered = true; // those of the line are this entry's own
     } else if (pending.certain) {
         // Written, and posted or deleted since: what is entered now is counted against it.
         m_line = ReceiptLine{.id = 0, .quantity = pending.quantity};
@@ -289,6 +349,7 @@ SaveState ReceiptEntry::writeLine(QWidget *parent, const ReceiptInput &input, co
 SaveState ReceiptEntry::writeNewLine(QWidget *parent, const ReceiptInput &input,
                                      const QString &stamp)
 {
+    m_before.clear();
     const double quantity = tidy(input.quantity - m_goneQuantity);
     const SaveState state = insertLine(parent, input, stamp, quantity);
     if (state != SaveState::Saved)
@@ -330,8 +391,9 @@ SaveState ReceiptEntry::writeExistingLine(QWidget *parent, const ReceiptInput &i
 }
 
 /// Looks at the line and writes it in one short transaction: between the two nobody may change,
-/// post or delete it. Prices that the user has left alone stay what another station has perhaps
-/// made of them. No box is shown while the lock is held.
+/// post or delete it. Its prices may have changed only when the user has entered his own: what he
+/// sees, what the line keeps and what the reference database gets are the same prices. No box is
+/// shown while the lock is held.
 ReceiptEntry::LineWrite ReceiptEntry::tryExistingLine(const ReceiptInput &input,
                                                       const QString &stamp, double quantity,
                                                       QList<ReceiptLine> &lines)
@@ -341,15 +403,19 @@ ReceiptEntry::LineWrite ReceiptEntry::tryExistingLine(const ReceiptInput &input,
         return LineWrite::Failed;
     const auto current = std::find_if(lines.cbegin(), lines.cend(),
                                       [this](const ReceiptLine &l) { return l.id == m_line->id; });
-    if (current == lines.cend() || (!same(current->quantity, m_line->quantity) &&
-                                    !(m_unconfirmed && same(current->quantity, *m_unconfirmed))))
+    if (current == lines.cend() ||
+        (!same(current->quantity, m_line->quantity) &&
+         !(m_unconfirmed && same(current->quantity, *m_unconfirmed))) ||
+        (!m_pricesEntered && !samePrices(*current, m_proposed)))
         return LineWrite::NotAsSeen;
+    if (!m_unconfirmed)
+        m_before = lines;
     // Whether an earlier, unanswered COMMIT took place is known now.
     m_line->quantity = current->quantity;
     m_unconfirmed.reset();
     if (!QueryExec(nullptr, "UPDATE incomeinvoice SET quantity=" + quoted(quantity) +
                                 " WHERE id=" + quotedId(m_line->id) + ";") ||
-        !writePrices(nullptr, m_pricesEntered ? pricesOf(input) : *current, stamp))
+        !writePrices(nullptr, pricesOf(input), stamp))
         return LineWrite::Failed;
     if (!transaction.commit()) {
         if (lastOutcomeUnknown())
@@ -363,13 +429,26 @@ ReceiptEntry::LineWrite ReceiptEntry::tryExistingLine(const ReceiptInput &input,
 /// Proposes the user's units on top of what the other workstation has made of the line.
 SaveState ReceiptEntry::lineChanged(QWidget *parent, const ReceiptLine &current, double added)
 {
-    const double before = m_line->quantity;
+    const ReceiptLine before = *m_line;
     m_line = current;
     m_added = added;
     m_goneQuantity = 0;
-    tell(parent, tr("Количество этого товара в приходе изменили на другом рабочем месте: было %1, "
-                    "стало %2. Проверьте новое количество и примите его ещё раз.")
-                     .arg(formatQuantity(before), formatQuantity(current.quantity)));
+    QStringList changes;
+    if (!same(before.quantity, current.quantity)) {
+        changes += tr("Количество этого товара в приходе изменили на другом рабочем месте: было "
+                      "%1, стало %2.")
+                       .arg(formatQuantity(before.quantity), formatQuantity(current.quantity));
+    }
+    if (!m_pricesEntered && !samePrices(m_proposed, current)) {
+        changes += tr("Цены этого товара в приходе изменили на другом рабочем месте: приходная "
+                      "была %1, стала %2, расходная была %3, стала %4.")
+                       .arg(formatMoney(m_proposed.incost), formatMoney(current.incost),
+                            formatMoney(m_proposed.outcost), formatMoney(current.outcost));
+        m_proposed = current;
+    }
+    if (changes.isEmpty())
+        changes += tr("Строку этого товара записали заново на другом рабочем месте.");
+    tell(parent, changes.join(u'\n') + u'\n' + tr("Проверьте и примите ещё раз."));
     return SaveState::Changed;
 }
 
@@ -403,11 +482,12 @@ SaveState ReceiptEntry::lineInDoubt(QWidget *parent, const QList<ReceiptLine> &l
         m_otherLines += line.quantity;
     m_added = 0;
     m_goneQuantity = 0;
+    m_quiet = false;
     tell(parent, tr("Связь с базой данных прервалась во время записи, а строки этого товара тем "
                     "временем добавили, изменили, провели или удалили на другом рабочем месте. "
                     "Неизвестно, вошло ли в них введённое количество: проверьте приход, затем "
                     "введите количество заново или отмените ввод."));
-    return SaveState::Changed;
+    return SaveState::InDoubt;
 }
 
 SaveState ReceiptEntry::notWritten(QWidget *parent, const QString &error)

@@ -7,6 +7,7 @@
 #include <optional>
 
 #include "db/query.h"
+#include "income/additions.h"
 
 class QWidget;
 
@@ -24,26 +25,19 @@ struct ReceiptRequest
 struct ReceiptProduct
 {
     qulonglong id = 0;
-    QString wuid;
-    QString article;
-    QString name;
-    QString unit;
+    QString wuid = {};
+    QString article = {};
+    QString name = {};
+    QString unit = {};
     int decimals = 0; ///< of a quantity in this unit
-    QString currency;
+    QString currency = {};
     double inoutratio = 0;
     double outcost = 0;
     double stock = 0;
-    QString expiretime; ///< as stored: "yyyy-MM-dd", empty for none
-};
-
-/// One line of the working list; prices in the main currency.
-struct ReceiptLine
-{
-    qulonglong id = 0;
-    double quantity = 0;
-    double incost = 0;
-    double inoutratio = 0;
-    double outcost = 0;
+    QString expiretime = {}; ///< as stored: "yyyy-MM-dd", empty for none
+    QString latime = {};     ///< when the stock was checked last, as stored
+    bool enabled = true;     ///< false: not sold any more
+    bool deleted = false;    ///< not in the catalogue any more; only its lines are there
 };
 
 /// What the user entered; prices in the main currency.
@@ -58,6 +52,12 @@ struct ReceiptInput
     bool passToReference = false; ///< write the selling price to the reference database too
 };
 
+/// Whether a quantity is so large that it may be a barcode.
+bool isQuestionableQuantity(double quantity);
+
+/// A text that is the same for the same prices of the same product.
+QString priceKey(qulonglong wareid, const ReceiptInput &input);
+
 enum class LoadState {
     Loaded,
     NotFound, ///< no such product, or the line to edit is gone
@@ -68,6 +68,7 @@ enum class SaveState {
     Saved,
     Failed,  ///< reported; saving again is safe and never doubles the line
     Changed, ///< another workstation changed the line; told, nothing written, proposals are new
+    InDoubt, ///< nobody knows whether an earlier save has written the line; told as for Changed
 };
 
 /// Reads a product by its id.
@@ -81,7 +82,11 @@ class ReceiptEntry
     Q_DECLARE_TR_FUNCTIONS(ReceiptEntry)
 
 public:
-    /// Reads product, line and prices.
+    /// What another workstation did to the line is only logged, not told: for who reads and saves
+    /// anew by himself after Changed. A line in doubt is told all the same.
+    void setQuiet(bool quiet);
+
+    /// Reads product, line and prices. A line whose product was deleted can be edited.
     LoadState load(QWidget *parent, const ReceiptRequest &request);
 
     const ReceiptProduct &product() const;
@@ -101,8 +106,16 @@ public:
     double proposedInoutratio() const;
     double proposedOutcost() const;
 
-    /// Writes the entry. The caller has settled that the quantity is not 0.
+    /// Whether the user has entered other prices than those proposed; then they are not proposed
+    /// anew after Changed.
+    bool pricesEntered() const;
+
+    /// Writes the entry.
     SaveState save(QWidget *parent, const ReceiptInput &input);
+
+    /// What the save that succeeded has changed, to be taken back; nothing when that cannot be
+    /// told.
+    const std::optional<Addition> &addition() const;
 
 private:
     /// An INSERT of which it is not known whether, or under which id, it is in the table.
@@ -140,6 +153,8 @@ private:
     bool writePrices(QWidget *parent, const ReceiptLine &prices, const QString &stamp) const;
     bool passPriceToReference(QWidget *parent, double outcost);
     bool writeAudit(QWidget *parent, const QString &stamp);
+    void noteAddition(const ReceiptInput &input, const QString &stamp);
+    void tell(QWidget *parent, const QString &text) const;
 
     ReceiptProduct m_product;
     std::optional<ReceiptLine> m_line;
@@ -147,7 +162,10 @@ private:
     std::optional<double> m_unconfirmed; ///< a quantity of the line whose COMMIT got no answer
     ReceiptLine m_proposed;              ///< the prices that the user found
     bool m_pricesEntered = false;        ///< and has changed
-    QString m_expiretime;                ///< what the product has, as far as is known here
+    QList<ReceiptLine> m_before;         ///< the product's lines just before they were written
+    std::optional<Addition> m_addition;
+    bool m_quiet = false;
+    QString m_expiretime; ///< what the product has, as far as is known here
     double m_otherLines = 0;
     double m_added = 0;
     double m_goneQuantity = 0;  ///< of lost lines, still part of the quantity that the user sees

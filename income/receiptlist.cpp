@@ -2,6 +2,12 @@
 
 #include "db/query.h"
 #include "income/pricerules.h"
+#include "widgets/colors.h"
+#include "widgets/plaintext.h"
+
+#include <QColor>
+#include <QGuiApplication>
+#include <QPalette>
 
 namespace {
 
@@ -78,6 +84,22 @@ ReceiptListModel::ReceiptListModel(QObject *parent)
 
 bool ReceiptListModel::refresh(QWidget *parent, bool extended, const QString &connectionName)
 {
+    // The purchase price is not among the columns of the short list.
+    QList<SqlRow> rows;
+    if (QueryRows(nullptr,
+                  "SELECT id, COALESCE(quantity,0), COALESCE(outcost,0) FROM incomeinvoice WHERE "
+                  "COALESCE(quantity,0)=0 OR " +
+                      doubtfulPriceCondition() + ";",
+                  rows, connectionName)) {
+        m_faults.clear();
+        for (const SqlRow &row : std::as_const(rows)) {
+            const bool empty = row.at(1).toDouble() == 0;
+            m_faults.insert(row.at(0).toULongLong(),
+                            empty ? tr("Количество 0: приход с такой строкой не проводится.")
+                            : row.at(2).toDouble() <= 0 ? tr("Расходная цена 0.")
+                                                        : tr("Расходная цена ниже приходной."));
+        }
+    }
     if (!select(parent, receiptListQuery(extended, dialectOf(connectionName)), connectionName))
         return false;
     QStringList headers;
@@ -108,6 +130,19 @@ ShownLine ReceiptListModel::shownLine(int row) const
             .wareid = wareId(row),
             .name = value(row, 3).toString(),
             .quantity = finiteOrZero(value(row, QStringLiteral("iquantity")).toDouble())};
+}
+
+QVariant ReceiptListModel::data(const QModelIndex &index, int role) const
+{
+    if (role == Qt::BackgroundRole && m_faults.contains(lineId(index.row())))
+        return blendColors(QGuiApplication::palette().color(QPalette::Base), QColor(220, 60, 40),
+                           0.25);
+    if (role == Qt::ToolTipRole) {
+        const QString fault = m_faults.value(lineId(index.row()));
+        if (!fault.isEmpty())
+            return plainToolTip(fault);
+    }
+    return SqlTableModel::data(index, role);
 }
 
 double ReceiptListModel::purchaseTotal() const

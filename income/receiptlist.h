@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QHash>
 #include <QString>
 #include <QStringList>
 
@@ -11,7 +12,8 @@
 /// price and sum.
 QString receiptListQuery(bool extended, Dialect dialect);
 
-/// The working list `incomeinvoice` with its headers and totals.
+/// The working list `incomeinvoice` with its headers and totals. Lines that cannot be posted, or
+/// hardly were meant so, are tinted; a tool tip says why.
 class ReceiptListModel final : public SqlTableModel
 {
     Q_OBJECT
@@ -28,6 +30,8 @@ public:
     /// The line as its row shows it.
     ShownLine shownLine(int row) const;
 
+    QVariant data(const QModelIndex &index, int role = Qt::DisplayRole) const override;
+
     /// Sum of purchase price times quantity, main currency; 0 while the list is not extended.
     double purchaseTotal() const;
 
@@ -36,6 +40,9 @@ public:
 
     /// Sum of the quantities.
     double unitCount() const;
+
+private:
+    QHash<qulonglong, QString> m_faults; ///< why a line is tinted, by its id
 };
 
 /// A cheap statement whose single row changes whenever the working list does.

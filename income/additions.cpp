@@ -1,0 +1,138 @@
+#include "income/additions.h"
+
+#include "app/logging.h"
+#include "app/messages.h"
+#include "db/money.h"
+#include "db/sqltext.h"
+#include "db/transaction.h"
+#include "income/listlock.h"
+#include "income/pricerules.h"
+
+void Additions::add(const Addition &addition)
+{
+    m_additions.append(addition);
+    m_unconfirmed = false;
+}
+
+void Additions::clear()
+{
+    m_additions.clear();
+    m_unconfirmed = false;
+}
+
+bool Additions::isEmpty() const
+{
+    return m_additions.isEmpty();
+}
+
+Additions::Result Additions::takeBack(QWidget *parent)
+{
+    if (m_additions.isEmpty())
+        return {.text = tr("Отменять нечего: после проведения или запуска ничего не добавлено")};
+    const Addition addition = m_additions.last();
+    Undo undo = addition.after.isEmpty() ? Undo::Changed : Undo::Failed;
+    LineTries tries;
+    while (undo == Undo::Failed) {
+        if (!ensureConnectionOpen(parent, mainConnection))
+            break;
+        tries.begin();
+        undo = tryUndo(addition);
+        if (undo == Undo::Failed && !tries.again()) {
+            showFailure(parent,
+                        tr("Последнее добавление не отменено, приход не изменён. Повторите позже."),
+                        lastQueryError());
+            break;
+        }
+    }
+    if (undo == Undo::Failed)
+        return {.wareid = addition.wareid,
+                .text = tr("Не отменено из-за ошибки базы данных: %1").arg(addition.name)};
+    m_additions.removeLast();
+    m_unconfirmed = false;
+    Result result{.done = undo == Undo::Done, .wareid = addition.wareid};
+    if (undo == Undo::Changed) {
+        result.text = tr("Не отменено, строку изменили на другом рабочем месте или удалили: %1")
+                          .arg(addition.name);
+        return result;
+    }
+    double units = 0;
+    for (const ReceiptLine &line : addition.before)
+        units += line.quantity;
+    result.text =
+        addition.before.isEmpty()
+            ? tr("Отменено, строка убрана: %1").arg(addition.name)
+            : tr("Отменено, снова в приходе %1: %2").arg(formatQuantity(units), addition.name);
+    logMessage(result.text);
+    return result;
+}
+
+QString Additions::linesQuery(qulonglong wareid)
+{
+    return "SELECT id, quantity, incost, inoutratio, outcost, userid, timestamp FROM incomeinvoice "
+           "WHERE wareid='" +
+           sql::id(wareid) + "' ORDER BY id";
+}
+
+QList<ReceiptLine> Additions::linesOf(const QList<SqlRow> &rows)
+{
+    QList<ReceiptLine> lines;
+    lines.reserve(rows.size());
+    for (const SqlRow &row : rows) {
+        lines.append({.id = row.at(0).toULongLong(),
+                      .quantity = finiteOrZero(row.at(1).toDouble()),
+                      .incost = finiteOrZero(row.at(2).toDouble()),
+                      .inoutratio = finiteOrZero(row.at(3).toDouble()),
+                      .outcost = finiteOrZero(row.at(4).toDouble()),
+                      .userid = row.at(5).toULongLong(),
+                      .timestamp = row.at(6).toString()});
+    }
+    return lines;
+}
+
+/// No box is shown while the lines are locked.
+Additions::Undo Additions::tryUndo(const Addition &addition)
+{
+    TransactionGuard transaction;
+    QList<SqlRow> rows;
+    if (!transaction.isActive() || !readLockedLines(linesQuery(addition.wareid), rows))
+        return Undo::Failed;
+    const QList<ReceiptLine> lines = linesOf(rows);
+    if (m_unconfirmed && lines == addition.before)
+        return Undo::Done;
+    if (lines != addition.after)
+        return Undo::Changed;
+    if (!restore(addition))
+        return Undo::Failed;
+    if (transaction.commit())
+        return Undo::Done;
+    m_unconfirmed = m_unconfirmed || lastOutcomeUnknown();
+    return Undo::Failed;
+}
+
+bool Additions::restore(const Addition &addition)
+{
+    for (const ReceiptLine &line : addition.before) {
+        if (!QueryExec(nullptr,
+                       "UPDATE incomeinvoice SET quantity='" + sql::exact(line.quantity) +
+                           "', incost='" + sql::exact(line.incost) + "', inoutratio='" +
+                           sql::exact(line.inoutratio) + "', outcost='" + sql::exact(line.outcost) +
+                           "', userid='" + sql::id(line.userid) + "', timestamp=" +
+                           sql::text(line.timestamp) + " WHERE id='" + sql::id(line.id) + "';"))
+            return false;
+    }
+    if (addition.insertedId != 0 && !QueryExec(nullptr, "DELETE FROM incomeinvoice WHERE id='" +
+                                                            sql::id(addition.insertedId) + "';"))
+        return false;
+    return restoreColumn(addition, QStringLiteral("expiretime"), addition.expiry) &&
+           restoreColumn(addition, QStringLiteral("latime"), addition.audit);
+}
+
+/// Only what nobody has written over since.
+bool Additions::restoreColumn(const Addition &addition, const QString &column,
+                              const Addition::Change &change)
+{
+    return !change ||
+           QueryExec(nullptr, "UPDATE warehouse SET " + column + '=' + sql::text(change->first) +
+                                  " WHERE id='" + sql::id(addition.wareid) + "' AND " + column +
+                                  '=' + sql::text(change->second) + ';');
+}

@@ -1,0 +1,103 @@
+#pragma once
+
+#include <QList>
+#include <QObject>
+#include <QPointer>
+#include <QString>
+
+#include <functional>
+#include <optional>
+
+class QKeyEvent;
+class QLineEdit;
+class QWidget;
+
+/// Tells the time in ms by which keys are told from a scanner's; tests set one. Without one the
+/// times that the keys bear count, so that keys which had to wait are no faster for it.
+using KeyClock = std::function<qint64()>;
+
+/// Sets the clock (an empty one takes it off) and returns the former one.
+KeyClock setKeyClock(KeyClock clock);
+
+/// Tells a scanner from a hand in all windows of the program: 8 or more signs faster than anybody
+/// types, then Return. The code field takes its scans itself; anywhere else what the keys have
+/// written is taken back, nothing is accepted or answered by the Return, and scanned() tells the
+/// code.
+///
+/// Return held down does nothing anywhere, nor does a second Return at once behind a scan.
+class ScanReader final : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// Watches the application as long as it lives.
+    ScanReader(QLineEdit *codeField, QObject *parent);
+
+    /// Takes the keys that wait for the program, before a window opens in front of those that they
+    /// were meant for: Qt would drop them. A scan among them is told, its beginning is kept.
+    void takeWaitingKeys();
+
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
+    /// While it lives, key events are not new ones but handed from one widget to another.
+    class HandingOn
+    {
+    public:
+        HandingOn();
+        ~HandingOn();
+        HandingOn(const HandingOn &) = delete;
+        HandingOn &operator=(const HandingOn &) = delete;
+    };
+
+signals:
+    /// A code that was scanned outside of the code field.
+    void scanned(const QString &code);
+
+private:
+    /// When a key was pressed: by its own account (0: unknown), and by our clock.
+    struct Moment
+    {
+        qint64 stamp = 0;
+        qint64 clock = 0;
+    };
+
+    /// What stood in a field before a scan began to write there.
+    struct FieldText
+    {
+        QPointer<QWidget> widget;
+        QPointer<QLineEdit> edit;
+        QString text;
+        int cursor = 0;
+        int selectionStart = -1;
+        int selectionLength = 0;
+    };
+
+    /// Signs that came fast behind each other.
+    struct Burst
+    {
+        QString text;
+        Moment first;
+        Moment last;
+        QList<FieldText> fields;
+    };
+
+    static Moment momentOf(const QKeyEvent &key);
+    static qint64 between(const Moment &earlier, const Moment &later);
+    bool isSeen(const QWidget *receiver, const QKeyEvent &key);
+    bool filterKey(QWidget *receiver, const QKeyEvent &key);
+    bool filterReturn(QWidget *receiver, const QKeyEvent &key, const Moment &now);
+    bool filterSign(QWidget *receiver, const QKeyEvent &key, const Moment &now);
+    bool isScan(const Burst &burst, const QWidget *receiver, const Moment &now) const;
+    static void keepText(Burst &burst, QWidget *receiver);
+    static void putBack(const Burst &burst);
+
+    QPointer<QLineEdit> m_codeField;
+    Burst m_burst;
+    std::optional<Moment> m_scanReturn;   ///< of the last scan
+    std::optional<Moment> m_repeatReturn; ///< the last one of a key held down
+    bool m_taking = false;                ///< takeWaitingKeys() is at work
+    // The key event seen last: it comes again for each parent that it is offered to.
+    const QKeyEvent *m_seen = nullptr;
+    QPointer<const QWidget> m_seenBy;
+    int m_seenKey = 0;
+};
