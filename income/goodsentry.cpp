@@ -20,6 +20,13 @@ namespace {
 constexpr int lookAgainMs = 50; ///< while something stands in the way of a waiting code
 constexpr int mostTries = 3;    ///< to add at once what other stations change at the same moment
 
+/// What cannot be taken back is kept as such, lest the one before it is taken for the last.
+Addition additionOf(const ReceiptEntry &entry)
+{
+    return entry.addition().value_or(
+        Addition{.wareid = entry.product().id, .name = entry.product().name});
+}
+
 } // namespace
 
 GoodsEntry::GoodsEntry(QWidget *window, std::function<EntryOptions()> options,
@@ -51,8 +58,8 @@ void GoodsEntry::serveWaiting()
     m_timer.start(lookAgainMs);
     QWidget *modal = QApplication::activeModalWidget();
     if (m_dialog && modal == m_dialog) {
-        if (!std::exchange(m_dialogStopped, true) && !m_dialog->acceptForScan())
-            soundStop();
+        if (!std::exchange(m_dialogStopped, true))
+            acceptAndGoOn();
     } else if (modal || QApplication::activePopupWidget()) {
         if (!m_options().busy)
             soundStop();
@@ -70,6 +77,27 @@ void GoodsEntry::soundStop()
         playSound(Sound::NotFound);
 }
 
+/// The dialog stays where it is for the next product: keys that come while one window closes and
+/// another opens would be lost.
+void GoodsEntry::acceptAndGoOn()
+{
+    if (!m_dialog->save()) {
+        soundStop();
+        return;
+    }
+    finishLine();
+    m_request = {};
+    do {
+        const QString code = m_waiting.takeFirst();
+        emit codeTaken(code);
+        lookUp(code);
+    } while (m_request.wareid == 0 && !m_waiting.isEmpty());
+    if (m_request.wareid == 0)
+        m_dialog->reject(); // there is nothing more to show in it
+    else
+        m_dialogStopped = false;
+}
+
 void GoodsEntry::enterCode(const QString &text)
 {
     if (m_entering || m_options().busy) {
@@ -78,17 +106,36 @@ void GoodsEntry::enterCode(const QString &text)
     }
     {
         const QScopedValueRollback entering(m_entering, true);
-        CodeResult found = lookUpCode(m_window, text);
-        if (found.kind == CodeKind::NotFound) {
-            // Heard and seen before any question about the reference database.
-            playSound(Sound::NotFound);
-            tell({.status = tr("Не найдено: %1").arg(cleanCode(text))});
-            found = lookUpReferenceCode(m_window, text);
-        }
-        enterFound(text, found);
+        lookUp(text);
     }
     if (!m_waiting.isEmpty())
         m_timer.start(0);
+}
+
+void GoodsEntry::scanTorn(const QString &rest)
+{
+    playSound(Sound::NotFound);
+    tell({.status = tr("Скан считан не полностью, повторите его: …%1").arg(rest)});
+    m_missed.add(u'…' + rest, tr("считан не полностью"));
+    emit missedChanged();
+}
+
+bool GoodsEntry::lastWasAdded() const
+{
+    return m_lastAdded;
+}
+
+void GoodsEntry::lookUp(const QString &text)
+{
+    m_lastAdded = false;
+    CodeResult found = lookUpCode(parentNow(), text);
+    if (found.kind == CodeKind::NotFound) {
+        // Heard and seen before any question about the reference database.
+        playSound(Sound::NotFound);
+        tell({.status = tr("Не найдено: %1").arg(cleanCode(text))});
+        found = lookUpReferenceCode(parentNow(), text);
+    }
+    enterFound(text, found);
 }
 
 void GoodsEntry::enterFound(const QString &text, const CodeResult &found)
@@ -106,8 +153,7 @@ void GoodsEntry::enterFound(const QString &text, const CodeResult &found)
         const ReceiptRequest request{.wareid = found.wareid,
                                      .addedQuantity = found.packQuantity * options.multiplier,
                                      .startInPrice = options.startInPrice};
-        if (enter(request, code))
-            emit multiplied();
+        enter(request, code);
         break;
     }
     case CodeKind::NotFound:
@@ -129,11 +175,10 @@ void GoodsEntry::enterFound(const QString &text, const CodeResult &found)
 void GoodsEntry::addProduct(qulonglong wareid)
 {
     const EntryOptions options = m_options();
-    if (openDialog({.wareid = wareid,
-                    .addedQuantity = double(options.multiplier),
-                    .startInPrice = options.startInPrice},
-                   {}))
-        emit multiplied();
+    openDialog({.wareid = wareid,
+                .addedQuantity = double(options.multiplier),
+                .startInPrice = options.startInPrice},
+               {});
 }
 
 void GoodsEntry::editLine(qulonglong wareid, qulonglong lineId)
@@ -145,12 +190,18 @@ void GoodsEntry::editLine(qulonglong wareid, qulonglong lineId)
                {});
 }
 
-/// Returns whether the list holds it now.
-bool GoodsEntry::enter(const ReceiptRequest &request, const QString &code)
+void GoodsEntry::enter(const ReceiptRequest &request, const QString &code)
 {
-    if (m_options().addAtOnce && addAtOnce(request, code))
-        return true;
-    return openDialog(request, code);
+    // With more codes behind it the dialog would be accepted as soon as it stood there.
+    if ((m_options().addAtOnce || !m_waiting.isEmpty()) && addAtOnce(request, code))
+        return;
+    if (!m_dialog) {
+        openDialog(request, code);
+        return;
+    }
+    if (m_dialog->load(request) == LoadState::Loaded)
+        m_request = request;
+    showLoaded(*m_dialog, request, code);
 }
 
 /// False when the dialog has to decide.
@@ -159,7 +210,7 @@ bool GoodsEntry::addAtOnce(const ReceiptRequest &request, const QString &code)
     for (int tries = 0; tries < mostTries; ++tries) {
         ReceiptEntry entry;
         entry.setQuiet(true);
-        if (entry.load(m_window, request) != LoadState::Loaded)
+        if (entry.load(parentNow(), request) != LoadState::Loaded)
             return false;
         const ReceiptInput input{.quantity = entry.proposedQuantity(),
                                  .incost = entry.proposedIncost(),
@@ -170,11 +221,13 @@ bool GoodsEntry::addAtOnce(const ReceiptRequest &request, const QString &code)
             (isDoubtfulPrice(input.incost, input.outcost) &&
              !m_agreedPrices.contains(priceKey(request.wareid, input))))
             return false;
-        switch (entry.save(m_window, input)) {
+        switch (entry.save(parentNow(), input)) {
         case SaveState::Saved:
-            note(entry);
+            m_additions.add(additionOf(entry));
+            m_lastAdded = true;
             playSound(Sound::Found);
             tell(newsOf(entry.product(), input.quantity, input.outcost));
+            emit multiplied();
             emit listTouched();
             return true;
         case SaveState::Changed:
@@ -191,10 +244,34 @@ bool GoodsEntry::addAtOnce(const ReceiptRequest &request, const QString &code)
     return false;
 }
 
+/// Returns whether the line of this request, and perhaps more of them behind it, were accepted.
 bool GoodsEntry::openDialog(const ReceiptRequest &request, const QString &code)
 {
     const QScopedValueRollback entering(m_entering, true);
     QuantityRestDialog dialog(request, m_window, &m_agreedPrices);
+    showLoaded(dialog, request, code);
+    m_linesFinished = false;
+    if (dialog.loadState() == LoadState::Loaded) {
+        m_takeWaitingKeys();
+        m_dialog = &dialog;
+        m_request = request;
+        m_dialogStopped = false;
+        if (!m_waiting.isEmpty())
+            m_timer.start(0);
+        if (dialog.exec() == QDialog::Accepted)
+            finishLine();
+        m_dialog = nullptr;
+    }
+    emit listTouched();
+    if (!m_waiting.isEmpty())
+        m_timer.start(0);
+    return m_linesFinished;
+}
+
+/// Tells what came of opening a product.
+void GoodsEntry::showLoaded(const QuantityRestDialog &dialog, const ReceiptRequest &request,
+                            const QString &code)
+{
     switch (dialog.loadState()) {
     case LoadState::Loaded:
         playSound(Sound::Found);
@@ -214,24 +291,27 @@ bool GoodsEntry::openDialog(const ReceiptRequest &request, const QString &code)
         miss(code, tr("ошибка базы данных"));
         break;
     }
-    bool accepted = false;
-    if (dialog.loadState() == LoadState::Loaded) {
-        m_takeWaitingKeys();
-        m_dialog = &dialog;
-        m_dialogStopped = false;
-        if (!m_waiting.isEmpty())
-            m_timer.start(0);
-        accepted = dialog.exec() == QDialog::Accepted;
-        m_dialog = nullptr;
-    }
-    if (accepted) {
-        note(dialog.entry());
-        tell(newsOf(dialog.product(), dialog.acceptedQuantity(), dialog.sellingPrice()));
-    }
+}
+
+/// The line in the dialog is written.
+void GoodsEntry::finishLine()
+{
+    m_additions.add(additionOf(m_dialog->entry()));
+    m_lastAdded = true;
+    EntryNews said =
+        newsOf(m_dialog->product(), m_dialog->acceptedQuantity(), m_dialog->sellingPrice());
+    if (m_request.editLine)
+        said.wareid = 0; // its row is the current one, perhaps not the product's first
+    tell(said);
+    if (!m_request.editLine)
+        emit multiplied();
     emit listTouched();
-    if (!m_waiting.isEmpty())
-        m_timer.start(0);
-    return accepted;
+    m_linesFinished = true;
+}
+
+QWidget *GoodsEntry::parentNow() const
+{
+    return m_dialog ? static_cast<QWidget *>(m_dialog) : m_window;
 }
 
 void GoodsEntry::takeBack()
@@ -239,6 +319,7 @@ void GoodsEntry::takeBack()
     if (m_entering || m_options().busy)
         return;
     const Additions::Result result = m_additions.takeBack(m_window);
+    m_lastAdded = false;
     playSound(result.done ? Sound::Found : Sound::NotFound);
     tell({.good = result.done, .status = result.text, .wareid = result.wareid});
     emit listTouched();
@@ -273,12 +354,6 @@ const MissedCodes &GoodsEntry::missed() const
 const QStringList &GoodsEntry::waiting() const
 {
     return m_waiting;
-}
-
-void GoodsEntry::note(const ReceiptEntry &entry)
-{
-    m_additions.add(entry.addition().value_or(
-        Addition{.wareid = entry.product().id, .name = entry.product().name}));
 }
 
 /// Product numbers are typed by somebody who sees what becomes of them.

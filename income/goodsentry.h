@@ -55,6 +55,12 @@ public:
     /// A code that was scanned somewhere in the program: entered as soon as nothing stands open.
     void scan(const QString &code);
 
+    /// A scan that did not arrive whole: it is heard, seen and kept.
+    void scanTorn(const QString &rest);
+
+    /// Whether the last code that was looked up went into the list.
+    bool lastWasAdded() const;
+
     /// Opens the dialog to add so many units of a product.
     void addProduct(qulonglong wareid);
 
@@ -88,11 +94,16 @@ signals:
 private:
     void serveWaiting();
     void soundStop();
+    void lookUp(const QString &text);
     void enterFound(const QString &text, const CodeResult &found);
-    bool enter(const ReceiptRequest &request, const QString &code);
+    void enter(const ReceiptRequest &request, const QString &code);
     bool addAtOnce(const ReceiptRequest &request, const QString &code);
     bool openDialog(const ReceiptRequest &request, const QString &code);
-    void note(const ReceiptEntry &entry);
+    void acceptAndGoOn();
+    void showLoaded(const QuantityRestDialog &dialog, const ReceiptRequest &request,
+                    const QString &code);
+    void finishLine();
+    QWidget *parentNow() const;
     void miss(const QString &code, const QString &reason);
     void tell(const EntryNews &said);
     static EntryNews newsOf(const ReceiptProduct &product, double quantity, double outcost);
@@ -106,7 +117,10 @@ private:
     MissedCodes m_missed;
     QSet<QString> m_agreedPrices; ///< doubtful prices that the user has confirmed
     QuantityRestDialog *m_dialog = nullptr;
+    ReceiptRequest m_request;     ///< what the dialog shows
     bool m_dialogStopped = false; ///< it did not take the scan behind it
     bool m_stopHeard = false;     ///< that a scan has to wait was heard
+    bool m_linesFinished = false; ///< the dialog has written a line
+    bool m_lastAdded = false;
     bool m_entering = false;
 };

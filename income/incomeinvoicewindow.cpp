@@ -120,6 +120,7 @@ void IncomeInvoiceWindow::start()
     // Not before: a password may be typed by a machine, too.
     m_scanReader = new ScanReader(m_ui->codeLineEdit, this);
     connect(m_scanReader, &ScanReader::scanned, m_entry, &GoodsEntry::scan);
+    connect(m_scanReader, &ScanReader::torn, m_entry, &GoodsEntry::scanTorn);
     m_ui->addOnScanAction->setChecked(Settings::instance().intValue(SettingsKey::AddOnScan) != 0);
     fillFilters();
     refreshAll();
@@ -448,8 +449,8 @@ void IncomeInvoiceWindow::on_showDisabledProductsAction_triggered()
 void IncomeInvoiceWindow::on_codeLineEdit_returnPressed()
 {
     m_ui->codeLineEdit->selectAll();
-    // Without a dialog in between, one Return too many would be one unit too many.
-    if (m_ui->addOnScanAction->isChecked() && m_codeField->isRepeated())
+    // One Return too many would be one unit too many: the next scan accepts an open line.
+    if (m_codeField->isRepeated() && m_entry->lastWasAdded())
         return;
     m_entry->enterCode(m_ui->codeLineEdit->text());
     m_codeField->take();

@@ -57,13 +57,25 @@ QuantityRestDialog::QuantityRestDialog(const ReceiptRequest &request, QWidget *p
                                        QSet<QString> *agreedPrices)
     : QDialog(parent),
       m_ui(std::make_unique<Ui::QuantityRestDialog>()),
-      m_agreedPrices(agreedPrices ? agreedPrices : &m_ownAgreedPrices),
-      m_startInPrice(request.startInPrice)
+      m_entry(std::make_unique<ReceiptEntry>()),
+      m_agreedPrices(agreedPrices ? agreedPrices : &m_ownAgreedPrices)
 {
     m_ui->setupUi(this);
-    m_loadState = m_entry.load(parent, request);
+    load(request);
+}
+
+LoadState QuantityRestDialog::load(const ReceiptRequest &request)
+{
+    QWidget *parent = isVisible() ? this : parentWidget();
+    auto entry = std::make_unique<ReceiptEntry>();
+    m_loadState = entry->load(parent, request);
     if (m_loadState != LoadState::Loaded)
-        return;
+        return m_loadState;
+    m_entry = std::move(entry);
+    m_startInPrice = request.startInPrice;
+    m_filled = false;
+    m_ui->auditCheckBox->setChecked(false);
+    m_ui->friendOutcostCheckBox->setChecked(false);
     showProduct();
     showPrices();
     showQuantity();
@@ -71,6 +83,7 @@ QuantityRestDialog::QuantityRestDialog(const ReceiptRequest &request, QWidget *p
     // Room for the lines of a long name.
     resize(width(), std::max(height(), layout()->heightForWidth(width())));
     focusField(m_startInPrice ? m_ui->incostDoubleSpinBox : m_ui->quantityDoubleSpinBox);
+    return m_loadState;
 }
 
 QuantityRestDialog::~QuantityRestDialog() = default;
@@ -82,17 +95,17 @@ LoadState QuantityRestDialog::loadState() const
 
 const ReceiptProduct &QuantityRestDialog::product() const
 {
-    return m_entry.product();
+    return m_entry->product();
 }
 
 const ReceiptEntry &QuantityRestDialog::entry() const
 {
-    return m_entry;
+    return *m_entry;
 }
 
 double QuantityRestDialog::quantityInReceipt() const
 {
-    return m_entry.line() ? m_entry.line()->quantity : 0;
+    return m_entry->line() ? m_entry->line()->quantity : 0;
 }
 
 double QuantityRestDialog::acceptedQuantity() const
@@ -103,12 +116,6 @@ double QuantityRestDialog::acceptedQuantity() const
 double QuantityRestDialog::sellingPrice() const
 {
     return m_ui->outcostDoubleSpinBox->exact();
-}
-
-bool QuantityRestDialog::acceptForScan()
-{
-    on_acceptPushButton_clicked();
-    return result() == Accepted;
 }
 
 int QuantityRestDialog::exec()
@@ -129,22 +136,28 @@ void QuantityRestDialog::keyPressEvent(QKeyEvent *event)
 
 void QuantityRestDialog::on_acceptPushButton_clicked()
 {
-    if (!checkQuantity() || !checkPrices() || !checkMargin() || !checkExpiry())
-        return;
-    switch (m_entry.save(this, input())) {
-    case SaveState::Saved:
+    if (save())
         accept();
-        break;
+}
+
+bool QuantityRestDialog::save()
+{
+    if (!checkQuantity() || !checkPrices() || !checkMargin() || !checkExpiry())
+        return false;
+    switch (m_entry->save(this, input())) {
+    case SaveState::Saved:
+        return true;
     case SaveState::Changed:
     case SaveState::InDoubt:
         showQuantity();
-        if (!m_entry.pricesEntered())
+        if (!m_entry->pricesEntered())
             showPrices();
         focusField(m_ui->quantityDoubleSpinBox);
         break;
     case SaveState::Failed:
         break;
     }
+    return false;
 }
 
 void QuantityRestDialog::on_cancelPushButton_clicked()
@@ -184,7 +197,7 @@ void QuantityRestDialog::on_ratioCheckBox_toggled(bool checked)
 
 void QuantityRestDialog::showProduct()
 {
-    const ReceiptProduct &product = m_entry.product();
+    const ReceiptProduct &product = m_entry->product();
     m_ui->nameLabel->setText(breakable(product.name));
     m_ui->nameLabel->setToolTip(plainToolTip(product.name));
     m_ui->idLabel->setText(QString::number(product.id));
@@ -224,9 +237,9 @@ void QuantityRestDialog::showPrices()
     m_ui->incostDoubleSpinBox->setLeastDecimals(moneyDecimals);
     m_ui->outcostDoubleSpinBox->setLeastDecimals(moneyDecimals);
 
-    const double incost = m_entry.proposedIncost();
-    const double outcost = m_entry.proposedOutcost();
-    const double ratio = m_entry.proposedInoutratio();
+    const double incost = m_entry->proposedIncost();
+    const double outcost = m_entry->proposedOutcost();
+    const double ratio = m_entry->proposedInoutratio();
     m_ui->incostDoubleSpinBox->setExact(incost);
     m_ui->outcostDoubleSpinBox->setExact(outcost);
     // Without a coefficient the present one is proposed, should the user want to fix it.
@@ -238,12 +251,12 @@ void QuantityRestDialog::showPrices()
 
 void QuantityRestDialog::showQuantity()
 {
-    const std::optional<ReceiptLine> &line = m_entry.line();
+    const std::optional<ReceiptLine> &line = m_entry->line();
     const double inLine = line ? line->quantity : 0;
-    const double inAll = inLine + m_entry.otherLinesQuantity();
-    const double added = m_entry.addedQuantity();
+    const double inAll = inLine + m_entry->otherLinesQuantity();
+    const double added = m_entry->addedQuantity();
     QString text = tr("Уже в приходе: %1").arg(formatQuantity(inLine));
-    if (m_entry.otherLinesQuantity() != 0)
+    if (m_entry->otherLinesQuantity() != 0)
         text += tr(" (во всех строках: %1)").arg(formatQuantity(inAll));
     m_ui->inReceiptLabel->setText(text);
     m_ui->sumLabel->setText(line && added != 0
@@ -251,9 +264,9 @@ void QuantityRestDialog::showQuantity()
                                       formatQuantity(std::abs(added))
                                 : QString());
 
-    const double quantity = m_entry.proposedQuantity();
+    const double quantity = m_entry->proposedQuantity();
     m_ui->quantityDoubleSpinBox->setDecimals(
-        std::max(m_entry.product().decimals, decimalsOf(quantity)));
+        std::max(m_entry->product().decimals, decimalsOf(quantity)));
     m_ui->quantityDoubleSpinBox->setExact(quantity);
 }
 
@@ -272,7 +285,7 @@ void QuantityRestDialog::showMargin()
     const QString currency = Session::instance().mainCurrencySymbol();
     const double incost = m_ui->incostDoubleSpinBox->exact();
     const double outcost = m_ui->outcostDoubleSpinBox->exact();
-    const double before = m_entry.product().outcost;
+    const double before = m_entry->product().outcost;
     QString text = pricesEqual(before, outcost)
                        ? tr("Расходная цена прежняя: %1 %2").arg(formatMoney(before), currency)
                        : tr("Расходная цена: была %1 %2, станет %3 %2")
@@ -304,7 +317,7 @@ std::optional<QString> QuantityRestDialog::expiretime() const
 {
     const QString text = m_ui->expireLineEdit->text();
     if (text == m_shownExpiry)
-        return m_entry.product().expiretime;
+        return m_entry->product().expiretime;
     if (text.trimmed().isEmpty())
         return QString();
     const QDate date = dateOf(text);
@@ -381,7 +394,7 @@ bool QuantityRestDialog::checkPrices()
 bool QuantityRestDialog::checkMargin()
 {
     const ReceiptInput entered = input();
-    const QString key = priceKey(m_entry.product().id, entered);
+    const QString key = priceKey(m_entry->product().id, entered);
     if (!isDoubtfulPrice(entered.incost, entered.outcost) || m_agreedPrices->contains(key))
         return true;
     const QString text = entered.outcost <= 0

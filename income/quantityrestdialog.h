@@ -45,9 +45,12 @@ public:
     /// The selling price in the field, main currency.
     double sellingPrice() const;
 
-    /// The next code was scanned: accepts the line as it stands. Whatever stops that is asked or
-    /// told as when a person accepts. Returns whether it was accepted.
-    bool acceptForScan();
+    /// Writes the line as it stands and leaves the dialog open. What is in the way is asked or told
+    /// as when a person accepts. Returns whether the line is written.
+    bool save();
+
+    /// Goes on with another product, as if opened anew.
+    LoadState load(const ReceiptRequest &request);
 
     int exec() override;
 
@@ -80,7 +83,7 @@ private:
     bool confirm(NumberSpinBox *field, const QString &question);
 
     std::unique_ptr<Ui::QuantityRestDialog> m_ui;
-    ReceiptEntry m_entry;
+    std::unique_ptr<ReceiptEntry> m_entry;
     LoadState m_loadState = LoadState::Failed;
     QSet<QString> m_ownAgreedPrices;
     QSet<QString> *m_agreedPrices;

@@ -9,8 +9,10 @@
 #include <QPlainTextEdit>
 #include <QRegularExpression>
 #include <QTextEdit>
+#include <QWindow>
 
 #include <algorithm>
+#include <cstring>
 #include <utility>
 
 namespace {
@@ -98,13 +100,49 @@ ScanReader::ScanReader(QLineEdit *codeField, QObject *parent)
       m_codeField(codeField)
 {
     qApp->installEventFilter(this);
+    qApp->installNativeEventFilter(this);
+}
+
+ScanReader::~ScanReader()
+{
+    qApp->removeNativeEventFilter(this);
 }
 
 void ScanReader::takeWaitingKeys()
 {
     m_taking = true;
-    QCoreApplication::processEvents();
+    do {
+        QCoreApplication::processEvents(QEventLoop::AllEvents, int(longestGap));
+        // A scan that has begun is awaited.
+    } while (!m_burst.text.isEmpty() && ownTime() - m_lastSign <= longestGap);
     m_taking = false;
+}
+
+bool ScanReader::nativeEventFilter(const QByteArray &eventType, void *message, qintptr *)
+{
+    if (eventType != "xcb_generic_event_t")
+        return false;
+    struct KeyPress
+    {
+        quint8 kind;
+        quint8 key;
+        quint16 sequence;
+        quint32 time;
+        quint32 root;
+        quint32 window;
+    };
+    constexpr quint8 keyPress = 2;
+    constexpr quint8 returnKeys[] = {36, 104};
+    KeyPress press{};
+    memcpy(&press, message, sizeof press);
+    // A second Return is dropped gladly.
+    if ((press.kind & 0x7f) != keyPress || press.key == returnKeys[0] || press.key == returnKeys[1])
+        return false;
+    const QWindow *modal = QGuiApplication::modalWindow();
+    const QWindow *focus = QGuiApplication::focusWindow();
+    if (modal && (focus ? focus != modal : modal->winId() != press.window))
+        m_lostAt = press.time;
+    return false;
 }
 
 bool ScanReader::eventFilter(QObject *watched, QEvent *event)
@@ -202,6 +240,12 @@ bool ScanReader::filterReturn(QWidget *receiver, const QKeyEvent &key, const Mom
         return true;
     m_scanReturn.reset();
     const Burst burst = std::exchange(m_burst, {});
+    if (isTorn(burst)) {
+        m_scanReturn = now;
+        putBack(burst);
+        emit torn(burst.text);
+        return true;
+    }
     if (!isScan(burst, receiver, now))
         return false;
     m_scanReturn = now;
@@ -223,13 +267,25 @@ bool ScanReader::filterSign(QWidget *receiver, const QKeyEvent &key, const Momen
         m_burst = {};
     if (held)
         return false;
+    // The next Return is that of another code.
+    m_scanReturn.reset();
+    m_repeatReturn.reset();
     if (m_burst.text.isEmpty())
         m_burst.first = now;
     keepText(m_burst, receiver);
+    m_lastSign = ownTime();
     m_burst.text += key.text();
     m_burst.last = now;
     // The second fast sign on a button or in a box is no command any more.
     return m_burst.text.size() > 1 && !takesText(receiver);
+}
+
+/// Whether fast signs have lost some of their number: whatever is left of them is no entry.
+bool ScanReader::isTorn(const Burst &burst) const
+{
+    return m_lostAt && !burst.text.isEmpty() && burst.last.stamp >= *m_lostAt &&
+           burst.first.stamp - longestGap <= *m_lostAt &&
+           between(burst.first, burst.last) <= slowestAverage * (burst.text.size() - 1);
 }
 
 bool ScanReader::isScan(const Burst &burst, const QWidget *receiver, const Moment &now) const

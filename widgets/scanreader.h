@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QAbstractNativeEventFilter>
 #include <QList>
 #include <QObject>
 #include <QPointer>
@@ -25,19 +26,24 @@ KeyClock setKeyClock(KeyClock clock);
 /// code.
 ///
 /// Return held down does nothing anywhere, nor does a second Return at once behind a scan.
-class ScanReader final : public QObject
+class ScanReader final : public QObject, public QAbstractNativeEventFilter
 {
     Q_OBJECT
 
 public:
     /// Watches the application as long as it lives.
     ScanReader(QLineEdit *codeField, QObject *parent);
+    ~ScanReader() override;
 
     /// Takes the keys that wait for the program, before a window opens in front of those that they
     /// were meant for: Qt would drop them. A scan among them is told, its beginning is kept.
     void takeWaitingKeys();
 
     bool eventFilter(QObject *watched, QEvent *event) override;
+
+    /// Notes key presses of an X server for a window that is blocked by a modal one, which has not
+    /// got the focus yet: Qt drops them.
+    bool nativeEventFilter(const QByteArray &eventType, void *message, qintptr *result) override;
 
     /// While it lives, key events are not new ones but handed from one widget to another.
     class HandingOn
@@ -52,6 +58,9 @@ public:
 signals:
     /// A code that was scanned outside of the code field.
     void scanned(const QString &code);
+
+    /// A scan of which signs were lost, and what came of it. Nothing of it was accepted.
+    void torn(const QString &rest);
 
 private:
     /// When a key was pressed: by its own account (0: unknown), and by our clock.
@@ -87,6 +96,7 @@ private:
     bool filterKey(QWidget *receiver, const QKeyEvent &key);
     bool filterReturn(QWidget *receiver, const QKeyEvent &key, const Moment &now);
     bool filterSign(QWidget *receiver, const QKeyEvent &key, const Moment &now);
+    bool isTorn(const Burst &burst) const;
     bool isScan(const Burst &burst, const QWidget *receiver, const Moment &now) const;
     static void keepText(Burst &burst, QWidget *receiver);
     static void putBack(const Burst &burst);
@@ -95,7 +105,9 @@ private:
     Burst m_burst;
     std::optional<Moment> m_scanReturn;   ///< of the last scan
     std::optional<Moment> m_repeatReturn; ///< the last one of a key held down
+    qint64 m_lastSign = 0;                ///< by our clock
     bool m_taking = false;                ///< takeWaitingKeys() is at work
+    std::optional<quint32> m_lostAt;      ///< when a key was dropped, by its own account
     // The key event seen last: it comes again for each parent that it is offered to.
     const QKeyEvent *m_seen = nullptr;
     QPointer<const QWidget> m_seenBy;
