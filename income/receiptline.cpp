@@ -477,6 +477,8 @@ SaveState ReceiptEntry::lineInDoubt(QWidget *parent, const QList<ReceiptLine> &l
 {
     m_unconfirmed.reset();
     m_line = lines.isEmpty() ? std::nullopt : std::optional(lines.first());
+    if (m_line && !m_pricesEntered)
+        m_proposed = *m_line;
     m_otherLines = 0;
     for (const ReceiptLine &line : lines.mid(1))
         m_otherLines += line.quantity;

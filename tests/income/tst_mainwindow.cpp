@@ -60,7 +60,7 @@ private:
     void activate();
     void scan(const QString &code)
     {
-        WindowHands::scan(*m_window, code);
+        m_hands->scan(*m_window, code);
     }
     void accept(const QString &quantity = {})
     {
@@ -311,11 +311,6 @@ void TestMainWindow::filters_narrowTheProducts()
 void TestMainWindow::scansFindTheCodeField()
 {
     auto *field = child<QLineEdit>("codeLineEdit");
-    const auto scanAtFocus = [&](const QString &code) {
-        for (const QChar c : code)
-            QTest::keyClick(QApplication::focusWidget(), c.toLatin1());
-        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Return);
-    };
     const QList<QWidget *> places = {child<QTableView>("incomeinvoiceTableView"),
                                      child<QTableView>("warehouseTableView"),
                                      child<QComboBox>("groupfilterComboBox"),
@@ -333,9 +328,10 @@ void TestMainWindow::scansFindTheCodeField()
         if (place == field)
             QTest::mouseClick(field, Qt::LeftButton); // takes the selection away
         accept();
-        scanAtFocus("4600000000015");
+        m_hands->press("4600000000015", 5);
+        ++expected;
+        QTRY_COMPARE(cell("incomeinvoiceTableView", 0, "Кол-во"), QString::number(expected));
         QCOMPARE(field->text(), "4600000000015");
-        QCOMPARE(cell("incomeinvoiceTableView", 0, "Кол-во"), QString::number(++expected));
         QCOMPARE(child<QSpinBox>("multiplierSpinBox")->value(), 1);
     }
     // A multiplier can be typed all the same.

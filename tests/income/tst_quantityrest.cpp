@@ -82,7 +82,7 @@ void TestQuantityRest::prepare()
 {
     openShop(int(Right::ReceiveGoods));
     shop::addProduct({.id = 11, .name = shop::nastyName, .stock = 4, .article = "<b>А'1"});
-    shop::addProduct({.id = 12, .name = "Сыр", .incost = 100});
+    shop::addProduct({.id = 12, .name = "Сыр", .incost = 100, .outcost = 150});
     QVERIFY(QueryExec(nullptr, "UPDATE warehouse SET unitid='2' WHERE id='12'")); // kg
 }
 
@@ -148,7 +148,7 @@ void TestQuantityRest::typedQuantity_isReadAsMeant_data()
     addRow("half a piece", 11ULL, "7.5", "");
     addRow("whole with a point", 11ULL, "7.", "7");
     addRow("return to the supplier", 11ULL, "-2", "-2");
-    addRow("zero", 11ULL, "0", "");
+    addRow("zero", 11ULL, "0", "0");
     addRow("minus alone", 11ULL, "-", "");
     addRow("letters are no keys of a number", 11ULL, "a1b2", "12");
     addRow("weight with a point", 12ULL, "0.125", "0.125");

@@ -168,13 +168,13 @@ void TestSoak::scan()
         m_order += id;
     ++m_list[id];
     m_hands->accept();
-    WindowHands::scan(*m_window, codeOf(id));
+    m_hands->scan(*m_window, codeOf(id));
     QCOMPARE(lines(), int(m_order.size()));
 }
 
 void TestSoak::scanUnknown()
 {
-    WindowHands::scan(*m_window, "4700000" + QString::number(100000 + m_random.bounded(100000)));
+    m_hands->scan(*m_window, "4700000" + QString::number(100000 + m_random.bounded(100000)));
     QVERIFY(child<QLabel>("scanLabel")->text().startsWith("Не найдено"));
     QCOMPARE(lines(), int(m_order.size()));
 }

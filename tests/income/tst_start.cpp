@@ -169,7 +169,7 @@ void TestStart::readOnlyDirectory_leavesTheWorkGoingOn()
         qPrintable(m_boxes->lastText()));
     window.show();
     m_hands->accept();
-    WindowHands::scan(window, "101");
+    m_hands->scan(window, "101");
     m_boxes->answer("Провести (наличными)");
     click(window, "applyIncomeInvoicePushButton");
     QCOMPARE(database.client("SELECT quantity FROM warehouse"), "6.0");

@@ -3,6 +3,7 @@
 #include "app/configdir.h"
 #include "db/session.h"
 #include "tests/support/widgets.h"
+#include "widgets/scanreader.h"
 #include "widgets/sound.h"
 
 #include <QAbstractSpinBox>
@@ -13,11 +14,26 @@ namespace {
 
 const QString password = "secret";
 
+/// Where keys go: offscreen nobody activates a window that comes or comes back.
+QWidget *placeOfKeys()
+{
+    QWidget *modal = QApplication::activeModalWidget();
+    if (!modal && QApplication::focusWidget())
+        return QApplication::focusWidget();
+    const QWidgetList windows = QApplication::topLevelWidgets();
+    for (QWidget *window : windows) {
+        if (modal ? window == modal : qobject_cast<IncomeInvoiceWindow *>(window) != nullptr)
+            return window->focusWidget() ? window->focusWidget() : window;
+    }
+    return modal;
+}
+
 } // namespace
 
 WindowHands::WindowHands()
 {
     setSoundHandler([this](Sound sound) { sounds += sound == Sound::Found ? '+' : '-'; });
+    setKeyClock([this] { return m_now; });
     QSettings().clear();
     QSettings().setValue("acceptedEula", true);
 }
@@ -25,6 +41,7 @@ WindowHands::WindowHands()
 WindowHands::~WindowHands()
 {
     setSoundHandler({});
+    setKeyClock({});
     Settings::instance().reset();
 }
 
@@ -56,7 +73,8 @@ void WindowHands::logIn()
 
 void WindowHands::accept(const QString &quantity)
 {
-    steps.add("QuantityRestDialog", [quantity](QDialog *dialog) {
+    steps.add("QuantityRestDialog", [this, quantity](QDialog *dialog) {
+        wait(1000);
         auto *field = child<QAbstractSpinBox>(*dialog, "quantityDoubleSpinBox");
         field->setFocus();
         if (!quantity.isEmpty()) {
@@ -69,10 +87,24 @@ void WindowHands::accept(const QString &quantity)
 
 void WindowHands::scan(const QWidget &window, const QString &code)
 {
+    wait(1000);
     auto *field = child<QLineEdit>(window, "codeLineEdit");
     field->setFocus();
     QTest::keyClicks(field, code);
     QTest::keyClick(field, Qt::Key_Return);
+}
+
+void WindowHands::press(const QString &keys, int gap, int returns)
+{
+    wait(1000);
+    for (const QChar c : keys) {
+        QTest::keyClick(placeOfKeys(), c.toLatin1());
+        wait(gap);
+    }
+    for (; returns > 0; --returns) {
+        QTest::keyClick(placeOfKeys(), Qt::Key_Return);
+        wait(gap);
+    }
 }
 
 void enterPassword(QDialog *dialog)

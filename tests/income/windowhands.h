@@ -34,10 +34,22 @@ public:
     void accept(const QString &quantity = {});
 
     /// Keys into the code field as a scanner sends them, Return at the end.
-    static void scan(const QWidget &window, const QString &code);
+    void scan(const QWidget &window, const QString &code);
+
+    /// Keys to whatever has the focus, so many ms apart, and so many Returns behind them.
+    void press(const QString &keys, int gap, int returns = 1);
+
+    /// Lets time pass for whoever tells scans from typed keys.
+    void wait(int ms)
+    {
+        m_now += ms;
+    }
 
     DialogSteps steps;
     QString sounds; ///< "+" for each found, "-" for each not found
+
+private:
+    qint64 m_now = 1000; ///< ms, the time of the keys
 };
 
 /// The password into a connection dialog, then Return.
