@@ -305,8 +305,13 @@ void IncomeInvoiceWindow::on_deletewareAction_triggered()
     QList<ShownLine> lines;
     for (const QModelIndex &index : rows)
         lines += m_receipt->shownLine(index.row());
-    if (askQuestion(this, tr("Вы действительно хотите удалить из прихода выделенные позиции?"),
-                    {tr("Да"), tr("Нет")}, 1, 1) != 0)
+    BoxRequest request;
+    request.text = tr("Вы действительно хотите удалить из прихода выделенные позиции?");
+    request.note = deletionNote(lines);
+    request.buttons = {tr("Да"), tr("Нет")};
+    request.defaultButton = 1;
+    request.escapeButton = 1;
+    if (askQuestion(this, request) != 0)
         return;
     deleteLines(this, lines);
     refreshReceipt();

@@ -3,6 +3,8 @@
 #include <QString>
 #include <QStringList>
 
+#include <optional>
+
 #include "db/dialect.h"
 #include "income/linedeletion.h"
 #include "widgets/sqltablemodel.h"
@@ -31,11 +33,17 @@ public:
     /// Sum of purchase price times quantity, main currency; 0 while the list is not extended.
     double purchaseTotal() const;
 
+    /// The same sum whether the list is extended or not; nothing when it could not be read.
+    std::optional<double> purchaseSum() const;
+
     /// Sum of the selling sums, main currency.
     double sellingTotal() const;
 
     /// Sum of the quantities.
     double unitCount() const;
+
+private:
+    std::optional<double> m_purchaseSum;
 };
 
 /// A cheap statement whose single row changes whenever the working list does.

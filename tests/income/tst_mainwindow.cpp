@@ -382,6 +382,7 @@ void TestMainWindow::deletedLines_areGone()
     m_boxes->answer("Да");
     QTest::keyClick(view, Qt::Key_Delete);
     QCOMPARE(m_boxes->lastText(), "Вы действительно хотите удалить из прихода выделенные позиции?");
+    QCOMPARE(m_boxes->requests().last().note, "Молоко ТОПЛЁНОЕ — 1 шт");
     QCOMPARE(rows("SELECT wareid FROM incomeinvoice"), "102");
     view->selectRow(0);
     child<QAction>("copyAction")->trigger();
