@@ -7,6 +7,7 @@
 #include <memory>
 
 #include "db/query.h"
+#include "income/customeralerts.h"
 #include "income/posting.h"
 
 class CodeFieldGuard;
@@ -34,7 +35,7 @@ public:
     /// Whether a user is logged in and the main connection is there.
     bool isReady() const;
 
-    /// Posts the working list and shows how it ended; refreshes nothing.
+    /// Posts the working list and shows how it ended; refreshes nothing and tells no customer.
     PostingResult postReceipt(PaymentType paymentType);
 
 protected:
@@ -95,6 +96,8 @@ private:
     void fitReceiptNames();
     void fitProductNames();
     void guardCodeField();
+    PostingResult postReceipt(ReceiptPosting &posting, PaymentType paymentType);
+    void tellCustomers(const QList<DueAlert> &due);
     QList<qulonglong> selectedProductIds() const;
     QTableView *focusedTable() const;
 
@@ -108,6 +111,7 @@ private:
     QLabel *m_scanLabel = nullptr;
     QLabel *m_countLabel = nullptr;
     QLabel *m_connectionLabel = nullptr;
+    CustomerAlerts m_customerAlerts;
     QTimer m_filterTimer;
     QTimer m_timer;
     SqlRow m_signature; ///< of the working list at the last refresh
