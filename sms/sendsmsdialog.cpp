@@ -87,7 +87,7 @@ void SendSmsDialog::done(int result)
     m_timer.stop();
     m_sslSocket->disconnect(this);
     if (m_run && result == Accepted) {
-        m_run->answer = shownReply(gatewayAnswer());
+        m_run->answer = shownReply(gatewayAnswer()).simplified();
     } else if (m_run && m_run->reason.isEmpty()) {
         // By the button or Escape.
         m_run->over = true;
