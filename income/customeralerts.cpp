@@ -12,7 +12,8 @@
 
 namespace {
 
-constexpr qsizetype mostWords = 5; ///< in a message box
+constexpr qsizetype mostFaults = 5; ///< in a message box
+constexpr qsizetype mostAnswers = 2;
 
 QString tr(const char *text)
 {
@@ -42,14 +43,16 @@ QStringList grouped(const QStringList &words)
 
 QString AlertReport::text() const
 {
-    if (told == 0 && untold == 0 && words.isEmpty())
+    if (told == 0 && untold == 0 && faults.isEmpty())
         return {};
     QString text = tr("Покупателей оповещено по СМС: %1, не оповещено: %2.")
                        .arg(QString::number(told), QString::number(untold));
     if (untold > 0)
         text += u'\n' + tr("Неоповещённые остаются в списке ожидания до следующего прихода.");
+    const QStringList words =
+        shortened(grouped(faults), mostFaults) + shortened(grouped(answers), mostAnswers);
     if (!words.isEmpty())
-        text += QStringLiteral("\n\n") + shortened(grouped(words), mostWords).join(u'\n');
+        text += QStringLiteral("\n\n") + words.join(u'\n');
     return text;
 }
 
@@ -87,25 +90,27 @@ AlertReport CustomerAlerts::tell(const QList<DueAlert> &due, const AlertCallback
             run.over = true; // what cannot be deleted afterwards is better not sent
             run.reason = databaseFault();
         }
-        if (!run.over && m_undeleted.contains(alert)) {
-            remove(alert);
+        if (m_undeleted.contains(alert)) {
+            if (!run.over)
+                remove(alert);
             continue;
         }
+        run.place = tr("%1 из %2").arg(QString::number(done + 1), QString::number(due.size()));
         QString text = form;
         text.replace(QStringLiteral("<PRODUCT>"), alert.wareName);
         if (run.over || !callbacks.send(alert.phone, text, run)) {
             ++report.untold;
-            report.words += run.reason;
+            report.faults += run.reason;
             continue;
         }
         ++report.told;
         if (!run.answer.isEmpty())
-            report.words += tr("Ответ шлюза: ") + run.answer;
+            report.answers += tr("Ответ шлюза: ") + run.answer;
         if (!remove(alert))
-            report.words += tr("Покупатель %1 оповещён, но остался в списке ожидания. %2")
-                                .arg(alert.phone, databaseFault());
+            report.faults += tr("Покупатель %1 оповещён, но остался в списке ожидания. %2")
+                                 .arg(alert.phone, databaseFault());
     }
-    report.words.removeAll(QString());
+    report.faults.removeAll(QString());
     if (!report.text().isEmpty())
         logMessage(report.text());
     return report;

@@ -16,7 +16,8 @@ struct AlertReport
 {
     int told = 0;
     int untold = 0;
-    QStringList words; ///< what the gateway and others said, one for each customer it was said of
+    QStringList faults;  ///< what went wrong, one for each customer
+    QStringList answers; ///< what the gateway said to those messages that it took
 
     /// What the user is told; empty when there was nobody to tell.
     QString text() const;

@@ -35,8 +35,11 @@ SendSmsDialog::SendSmsDialog(QWidget *parent, const QString &phone, const QStrin
     m_ui->setupUi(this);
     m_timer.setSingleShot(true);
     debugLog(QStringLiteral("SendSmsDialog(%1, %2)").arg(phone, text));
-    if (m_run)
+    if (m_run) {
         m_run->reason = m_run->answer = QString();
+        if (!m_run->place.isEmpty())
+            setWindowTitle(windowTitle() + QStringLiteral(" — ") + m_run->place);
+    }
 
     m_message.phone = sms::cleanPhone(phone);
     m_message.text = text;

@@ -16,6 +16,7 @@ class QSslSocket;
 /// Several messages in a row.
 struct SmsRun
 {
+    QString place;  ///< of the next message among all of them, for the title; may be empty
     QString reason; ///< why the last message was not sent, for the user; empty when it was
     QString answer; ///< what the gateway said to the last one that it took
     QList<QList<QSslError>> acceptedErrors; ///< certificate errors that the user has let pass
