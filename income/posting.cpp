@@ -497,6 +497,6 @@ PostingResult ReceiptPosting::failed(PostingResult result)
     result.due.clear();
     if (result.outcome != PostingOutcome::EmptyList)
         logMessage(QStringLiteral("Receipt %1 is not posted: ").arg(result.reportId) +
-                   result.message + u' ' + result.details);
+                   QString(result.message + u' ' + result.details).trimmed());
     return result;
 }
