@@ -22,7 +22,6 @@ struct BoxRequest
     QStringList buttons;   ///< texts in order; a box without buttons gets a single "OK"
     int defaultButton = 0; ///< index taken by Return
     int escapeButton = 0;  ///< index taken by Escape and by closing the box
-    int seconds = 0;       ///< to answer in, before the escape button is taken; 0: any time
     bool html = false;     ///< the text is our own markup; otherwise it is shown as it stands
 };
 

@@ -337,8 +337,13 @@ void IncomeInvoiceWindow::on_deletewareAction_triggered()
     QList<ShownLine> lines;
     for (const QModelIndex &index : rows)
         lines += m_receipt->shownLine(index.row());
-    if (askQuestion(this, tr("Вы действительно хотите удалить из прихода выделенные позиции?"),
-                    {tr("Да"), tr("Нет")}, 1, 1) != 0)
+    BoxRequest request;
+    request.text = tr("Вы действительно хотите удалить из прихода выделенные позиции?");
+    request.note = deletionNote(lines);
+    request.buttons = {tr("Да"), tr("Нет")};
+    request.defaultButton = 1;
+    request.escapeButton = 1;
+    if (askQuestion(this, request) != 0)
         return;
     deleteLines(this, lines);
     refreshReceipt();
@@ -609,33 +614,63 @@ void IncomeInvoiceWindow::On_editLineAction_triggered()
 
 void IncomeInvoiceWindow::on_applyIncomeInvoicePushButton_clicked()
 {
+    const bool hadLines = m_receipt->rowCount() > 0;
+    ReceiptPosting posting(this, mainConnection);
+    const std::optional<ReceiptSummary> summary = posting.look();
+    if (!summary) { // the user has been told
+        showScan(PostingResult().headline(), false);
+        return;
+    }
+    refreshReceipt(); // the list behind the question is the one that it is about
+    if (summary->lines == 0) {
+        showScan(hadLines ? PostingResult{.outcome = PostingOutcome::EmptyList}.headline()
+                          : tr("Приход пуст, проводить нечего"),
+                 false);
+        m_codeField->take();
+        return;
+    }
     if (!askAboutMissed())
         return;
-    const bool hadLines = m_receipt->rowCount() > 0;
     BoxRequest request;
     request.text = tr("<h3>Провести накладную?</h3><p>Будут обновлены: остаток, приходная цена, "
                       "расходная цена. Выберите способ оплаты товара.</p>");
+    request.note = summary->text();
     request.buttons = {tr("Провести (наличными)"), tr("Провести (безналичными)"), tr("Отмена")};
     request.defaultButton = 2;
     request.escapeButton = 2;
     request.html = true;
     const int choice = askQuestion(this, request);
-    if (choice == 2)
+    if (choice == 2) {
+        const bool changed = posting.hasChanged();
+        showScan(changed ? tr("Накладная не проведена: отменено, а список тем временем изменён на "
+                              "другом рабочем месте")
+                         : tr("Накладная не проведена: отменено"),
+                 !changed);
+        if (changed)
+            refreshReceipt();
+        m_codeField->take();
         return;
+    }
     const PostingResult result =
-        postReceipt(choice == 0 ? PaymentType::Cash : PaymentType::Cashless);
-    if (hadLines && result.outcome == PostingOutcome::EmptyList)
-        showScan(tr("Приход уже пуст: его провели или удалили на другом рабочем месте"), false);
-    refreshAll();
+        postReceipt(posting, choice == 0 ? PaymentType::Cash : PaymentType::Cashless);
+    // Without its server there is nothing to read, and the user has been asked once.
+    if (openConnection(mainConnection))
+        refreshAll();
+    tellCustomers(result.due);
     m_codeField->take();
 }
 
 PostingResult IncomeInvoiceWindow::postReceipt(PaymentType paymentType)
 {
+    ReceiptPosting posting(this, mainConnection);
+    return postReceipt(posting, paymentType);
+}
+
+PostingResult IncomeInvoiceWindow::postReceipt(ReceiptPosting &posting, PaymentType paymentType)
+{
     m_busy = true;
     const auto free = qScopeGuard([this] { m_busy = false; });
     std::unique_ptr<ProgressDialog> progress;
-    SmsRun messages;
     PostingCallbacks callbacks;
     callbacks.started = [&](int lines) {
         progress = std::make_unique<ProgressDialog>(tr("Перемещение на склад..."), lines, this);
@@ -643,30 +678,45 @@ PostingResult IncomeInvoiceWindow::postReceipt(PaymentType paymentType)
     callbacks.progress = [&](int done) {
         progress->advance(done);
     };
-    callbacks.sendSms = [&](const QString &phone, const QString &text) {
-        return sendSms(progress.get(), phone, text, &messages);
-    };
-    PostingResult result = ReceiptPosting(this, mainConnection).post(paymentType, callbacks);
+    PostingResult result = posting.post(paymentType, callbacks);
     if (progress)
         progress->setValue(progress->maximum());
     progress.reset();
     m_checkpointDue = true;
 
-    if (result.outcome == PostingOutcome::Posted) {
+    const bool posted = result.outcome == PostingOutcome::Posted;
+    if (posted)
         m_entry->forget();
-        showScan(tr("Накладная № %1 проведена, строк: %2, приходная сумма: %3")
-                     .arg(QString::number(result.reportId), QString::number(result.lines),
-                          formatMoney(result.total)),
-                 true);
-        if (!result.message.isEmpty())
-            showInformation(this, result.message);
-    } else if (!result.message.isEmpty()) {
+    showScan(result.headline(), posted);
+    if (!result.details.isEmpty() && !result.message.isEmpty())
+        showFailure(this, result.message, result.details);
+    else if (posted && !result.message.isEmpty())
+        showInformation(this, result.message);
+    else if (!result.message.isEmpty())
         showWarning(this, result.message);
-    }
-    messages.refused.removeDuplicates();
-    if (!messages.refused.isEmpty())
-        showInformation(this, shortened(messages.refused).join(u'\n'));
     return result;
+}
+
+/// Nothing of the posting is open any more: a gateway may be as slow as it likes.
+void IncomeInvoiceWindow::tellCustomers(const QList<DueAlert> &due)
+{
+    m_busy = true;
+    const auto free = qScopeGuard([this] { m_busy = false; });
+    std::unique_ptr<ProgressDialog> progress;
+    AlertCallbacks callbacks;
+    callbacks.progress = [&](int done) {
+        if (!progress)
+            progress = std::make_unique<ProgressDialog>(tr("Отправка СМС покупателям..."),
+                                                        int(due.size()), this);
+        progress->advance(done);
+    };
+    callbacks.send = [&](const QString &phone, const QString &text, SmsRun &run) {
+        return sendSms(progress.get(), phone, text, &run);
+    };
+    const AlertReport report = m_customerAlerts.tell(due, callbacks);
+    progress.reset();
+    if (!report.text().isEmpty())
+        showInformation(this, report.text());
 }
 
 void IncomeInvoiceWindow::on_cancelImportPushButton_clicked()
@@ -742,9 +792,12 @@ void IncomeInvoiceWindow::showTotals()
 {
     m_ui->in_totalLabel->setText(tr("Приходный итог: ") + formatMoney(m_receipt->purchaseTotal()));
     m_ui->totalLabel->setText(tr("Расходный итог: ") + formatMoney(m_receipt->sellingTotal()));
-    m_countLabel->setText(
+    QString counts =
         tr("Строк: %1, единиц: %2")
-            .arg(QString::number(m_receipt->rowCount()), formatQuantity(m_receipt->unitCount())));
+            .arg(QString::number(m_receipt->rowCount()), formatQuantity(m_receipt->unitCount()));
+    if (const std::optional<double> sum = m_receipt->purchaseSum())
+        counts += tr(", приходная сумма: %1").arg(formatMoney(*sum));
+    m_countLabel->setText(counts);
 }
 
 void IncomeInvoiceWindow::refreshProducts()

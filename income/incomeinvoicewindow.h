@@ -7,6 +7,7 @@
 #include <memory>
 
 #include "db/query.h"
+#include "income/customeralerts.h"
 #include "income/posting.h"
 
 class CodeFieldGuard;
@@ -37,7 +38,7 @@ public:
     /// Whether a user is logged in and the main connection is there.
     bool isReady() const;
 
-    /// Posts the working list and shows how it ended; refreshes nothing.
+    /// Posts the working list and shows how it ended; refreshes nothing and tells no customer.
     PostingResult postReceipt(PaymentType paymentType);
 
 protected:
@@ -102,6 +103,8 @@ private:
     void fitReceiptNames();
     void fitProductNames();
     void guardCodeField();
+    PostingResult postReceipt(ReceiptPosting &posting, PaymentType paymentType);
+    void tellCustomers(const QList<DueAlert> &due);
     QList<qulonglong> selectedProductIds() const;
     QTableView *focusedTable() const;
 
@@ -118,6 +121,7 @@ private:
     QToolButton *m_missedButton = nullptr;
     QLabel *m_countLabel = nullptr;
     QLabel *m_connectionLabel = nullptr;
+    CustomerAlerts m_customerAlerts;
     QTimer m_filterTimer;
     QTimer m_timer;
     SqlRow m_signature;             ///< of the working list at the last refresh

@@ -18,6 +18,7 @@
 namespace {
 
 constexpr qsizetype idsPerStatement = 1000; ///< the length of a statement is limited
+constexpr qsizetype mostNoted = 5;          ///< lines that a question has room for
 
 class LineDeletion
 {
@@ -33,6 +34,7 @@ public:
     }
 
     QList<qulonglong> run(QWidget *parent);
+    static QString nameOf(const ShownLine &line);
 
 private:
     struct Current
@@ -45,7 +47,6 @@ private:
     bool look();
     void tell(QWidget *parent) const;
     QString text(qsizetype most) const;
-    static QString nameOf(const ShownLine &line);
 
     QList<ShownLine> m_lines;
     QHash<qulonglong, Current> m_current; ///< what the list holds of them now
@@ -176,6 +177,16 @@ QString LineDeletion::nameOf(const ShownLine &line)
 }
 
 } // namespace
+
+QString deletionNote(const QList<ShownLine> &lines)
+{
+    QStringList items;
+    for (const ShownLine &line : lines)
+        items += (LineDeletion::nameOf(line).simplified() + QStringLiteral(" — ") +
+                  formatQuantity(line.quantity) + u' ' + line.unit)
+                     .trimmed();
+    return shortened(items, mostNoted).join(u'\n');
+}
 
 QList<qulonglong> deleteLines(QWidget *parent, QList<ShownLine> lines)
 {

@@ -12,7 +12,12 @@ struct ShownLine
     qulonglong wareid = 0;
     QString name; ///< of the product
     double quantity = 0;
+    QString unit = {};
 };
+
+/// What the question about the deletion of lines says of them: the first ones, a line of text for
+/// each, and how many more.
+QString deletionNote(const QList<ShownLine> &lines);
 
 /// Deletes lines of the working list in one short transaction. Those that another workstation has
 /// changed, posted or deleted since they were shown are left alone; that is logged and told over

@@ -3,11 +3,13 @@
 #include "app/logging.h"
 #include "app/messages.h"
 #include "db/dialect.h"
+#include "db/money.h"
 #include "db/session.h"
 #include "db/sqltext.h"
 #include "db/transaction.h"
 #include "income/listlock.h"
 #include "income/pricerules.h"
+#include "income/receiptsums.h"
 
 #include <QCoreApplication>
 
@@ -24,13 +26,45 @@ QString tr(const char *text)
     return QCoreApplication::translate("ReceiptPosting", text);
 }
 
-QString listChangedText()
-{
-    return tr("Список прихода изменён на другом рабочем месте. Накладная не проведена, проверьте "
-              "список и повторите.");
-}
+/// What both the look at the list and its comparison under the lock read.
+const QString lineColumns = QStringLiteral(
+    "SELECT wareid, quantity, incost, inoutratio, outcost, userid, timestamp FROM incomeinvoice");
 
 } // namespace
+
+QString ReceiptSummary::text() const
+{
+    QStringList parts = {
+        tr("Строк: %1, единиц: %2").arg(QString::number(lines), formatQuantity(units)),
+        tr("Приходная сумма: ") + formatMoney(purchase),
+        tr("Расходная сумма: ") + formatMoney(selling)};
+    if (doubtfulPrices > 0)
+        parts += tr("Строк с расходной ценой 0 или ниже приходной: %1").arg(doubtfulPrices);
+    return parts.join(u'\n');
+}
+
+QString PostingResult::headline() const
+{
+    const QString number = QString::number(reportId);
+    const QString refused = tr("Накладная не проведена: ");
+    switch (outcome) {
+    case PostingOutcome::Posted:
+        return tr("Накладная № %1 проведена, строк: %2, приходная сумма: %3")
+            .arg(number, QString::number(lines), formatMoney(total));
+    case PostingOutcome::EmptyList:
+        return tr("Приход уже пуст: его провели или удалили на другом рабочем месте");
+    case PostingOutcome::ZeroQuantity:
+        return refused + tr("есть позиции с нулевым количеством");
+    case PostingOutcome::ListChanged:
+        return refused + tr("список изменён на другом рабочем месте");
+    case PostingOutcome::OutcomeUnknown:
+        return tr("Неизвестно, проведена ли накладная № %1: связь с базой данных прервалась")
+            .arg(number);
+    case PostingOutcome::Failed:
+        break;
+    }
+    return refused + (message.isEmpty() || !details.isEmpty() ? tr("ошибка базы данных") : message);
+}
 
 ReceiptPosting::ReceiptPosting(QWidget *parent, const QString &connectionName)
     : m_parent(parent),
@@ -38,74 +72,90 @@ ReceiptPosting::ReceiptPosting(QWidget *parent, const QString &connectionName)
 {
 }
 
+std::optional<ReceiptSummary> ReceiptPosting::look()
+{
+    QList<SqlRow> rows;
+    if (!QueryRows(m_parent, lineColumns + u';', rows, m_connectionName))
+        return std::nullopt;
+    m_lookedAt = sortedLines(rows);
+    ReceiptSummary summary;
+    AmountSum units;
+    AmountSum purchase;
+    AmountSum selling;
+    for (const Line &line : std::as_const(*m_lookedAt)) {
+        ++summary.lines;
+        units.add(line.quantity);
+        purchase.add(line.incost, line.quantity);
+        selling.add(line.outcost, line.quantity);
+        if (isDoubtfulPrice(line.incost, line.outcost))
+            ++summary.doubtfulPrices;
+    }
+    summary.units = units.value();
+    summary.purchase = purchase.value();
+    summary.selling = selling.value();
+    return summary;
+}
+
+bool ReceiptPosting::hasChanged()
+{
+    QList<SqlRow> rows;
+    return m_lookedAt && QueryRows(nullptr, lineColumns + u';', rows, m_connectionName) &&
+           !areSame(sortedLines(rows), *m_lookedAt);
+}
+
 PostingResult ReceiptPosting::post(PaymentType paymentType, const PostingCallbacks &callbacks)
 {
     PostingResult result;
-    if (!readAlerts()) // with a parent the user has been told
-        return failed(result, PostingOutcome::Failed, m_parent ? QString() : failureText());
+    if (!readAlerts()) {
+        databaseFailed(result);
+        if (m_parent) // the user has been told
+            result.message.clear();
+        return failed(result);
+    }
     const std::optional<qulonglong> reportId =
         Session::instance().nextReportId(nullptr, m_connectionName);
-    if (!reportId)
-        return failed(result, PostingOutcome::Failed, failureText());
+    if (!reportId) {
+        databaseFailed(result);
+        return failed(result);
+    }
     result.reportId = *reportId;
-
-    const QString zeroText = tr("В накладной имеются позиции с нулевым количеством.");
-    QList<SqlRow> rows;
-    if (!QueryRows(nullptr, QStringLiteral("SELECT id FROM incomeinvoice WHERE quantity=0;"), rows,
-                   m_connectionName))
-        return failed(result, PostingOutcome::Failed, failureText());
-    if (!rows.isEmpty())
-        return failed(result, PostingOutcome::ZeroQuantity, zeroText);
-
-    if (!QueryRows(nullptr, QStringLiteral("SELECT COUNT(id) FROM incomeinvoice;"), rows,
-                   m_connectionName))
-        return failed(result, PostingOutcome::Failed, failureText());
-    const int count = rows.isEmpty() ? 0 : rows.first().first().toInt();
-    if (count == 0)
-        return failed(result, PostingOutcome::EmptyList, {});
+    int count = 0;
+    if (!checkQuantities(result) || !countLines(count, result))
+        return failed(result);
+    if (count == 0) {
+        result.outcome = PostingOutcome::EmptyList;
+        return failed(result);
+    }
     if (callbacks.started)
         callbacks.started(count);
-
-    if (!readLines())
-        return failed(result, PostingOutcome::Failed, failureText());
-    // Posted by another station since it was counted: there is no receipt under this number.
-    if (m_lines.isEmpty())
-        return failed(result, PostingOutcome::ListChanged, listChangedText());
-    // A line without any quantity would pass the test for zero.
-    if (std::any_of(m_lines.cbegin(), m_lines.cend(),
-                    [](const Line &line) { return line.quantity == 0.0; }))
-        return failed(result, PostingOutcome::ZeroQuantity, zeroText);
+    if (!readLines(result))
+        return failed(result);
 
     // Another station may have changed the rates, and without any prices would go unconverted.
-    if (!Session::instance().loadCurrencies(m_connectionName))
-        return failed(result, PostingOutcome::Failed, failureText());
-
+    if (!Session::instance().loadCurrencies(m_connectionName)) {
+        databaseFailed(result);
+        return failed(result);
+    }
     logMessage(QStringLiteral("Posting receipt %1 with %2 lines.")
                    .arg(result.reportId)
                    .arg(m_lines.size()));
     TransactionGuard transaction(m_connectionName);
-    if (!transaction.isActive())
-        return failed(result, PostingOutcome::Failed, failureText());
-    if (!lockAndCompare(result) || !postLines(result, callbacks)) {
-        transaction.rollback();
-        return failed(result, result.outcome, result.message);
+    if (!transaction.isActive()) {
+        databaseFailed(result);
+        return failed(result);
     }
-    m_reportTimestamp = currentTimestamp();
-    if (result.lines > 0 && !writeReport(result, paymentType)) {
-        result.message = failureText();
+    if (!lockAndCompare(result) || !postLines(result, callbacks) ||
+        !writeReport(result, paymentType) || !emptyList(result)) {
         transaction.rollback();
-        return failed(result, PostingOutcome::Failed, result.message);
-    }
-    if (!emptyList(result)) {
-        transaction.rollback();
-        return failed(result, result.outcome, result.message);
+        return failed(result);
     }
     if (!transaction.commit()) {
-        if (!lastOutcomeUnknown(m_connectionName))
-            return failed(result, PostingOutcome::Failed, failureText());
-        settleLostCommit(result, paymentType);
+        if (lastOutcomeUnknown(m_connectionName))
+            settleLostCommit(result, paymentType);
+        else
+            databaseFailed(result);
         if (result.outcome != PostingOutcome::Posted)
-            return failed(result, result.outcome, result.message);
+            return failed(result);
     }
     result.outcome = PostingOutcome::Posted;
     if (dialectOf(m_connectionName) == Dialect::PostgreSql) {
@@ -134,11 +184,33 @@ bool ReceiptPosting::readAlerts()
         return false;
     m_alerts.clear();
     for (const SqlRow &row : std::as_const(rows))
-        m_alerts += {row.at(0).toULongLong(), row.at(1).toULongLong(), row.at(2).toString()};
+        m_alerts += {.id = row.at(0).toULongLong(),
+                     .wareId = row.at(1).toULongLong(),
+                     .phone = row.at(2).toString(),
+                     .wareName = {}};
     return true;
 }
 
-bool ReceiptPosting::readLines()
+bool ReceiptPosting::checkQuantities(PostingResult &result)
+{
+    QList<SqlRow> rows;
+    if (!QueryRows(nullptr, QStringLiteral("SELECT id FROM incomeinvoice WHERE quantity=0;"), rows,
+                   m_connectionName))
+        return databaseFailed(result);
+    return rows.isEmpty() || zeroQuantity(result);
+}
+
+bool ReceiptPosting::countLines(int &count, PostingResult &result)
+{
+    QList<SqlRow> rows;
+    if (!QueryRows(nullptr, QStringLiteral("SELECT COUNT(id) FROM incomeinvoice;"), rows,
+                   m_connectionName))
+        return databaseFailed(result);
+    count = rows.isEmpty() ? 0 : rows.first().first().toInt();
+    return true;
+}
+
+bool ReceiptPosting::readLines(PostingResult &result)
 {
     QList<SqlRow> rows;
     if (!QueryRows(
@@ -149,7 +221,7 @@ bool ReceiptPosting::readLines()
                            "warehouse.currency, warehouse.outcost FROM incomeinvoice LEFT JOIN "
                            "warehouse ON warehouse.id=incomeinvoice.wareid;"),
             rows, m_connectionName))
-        return false;
+        return databaseFailed(result);
     m_lines.clear();
     m_lines.reserve(rows.size());
     for (const SqlRow &row : std::as_const(rows)) {
@@ -160,7 +232,13 @@ bool ReceiptPosting::readLines()
         line.oldOutcost = row.at(10).toDouble();
         m_lines += std::move(line);
     }
-    return true;
+    // Posted by another station since it was counted: there is no receipt under this number.
+    if (m_lines.isEmpty() || (m_lookedAt && !areSame(sorted(m_lines), *m_lookedAt)))
+        return listChanged(result);
+    // A line without any quantity would pass the test for zero.
+    const bool hasZero = std::any_of(m_lines.cbegin(), m_lines.cend(),
+                                     [](const Line &line) { return line.quantity == 0.0; });
+    return !hasZero || zeroQuantity(result);
 }
 
 /// The columns product, quantity, purchase price, ratio, selling price, user, time stamp.
@@ -182,48 +260,45 @@ QList<ReceiptPosting::Line> ReceiptPosting::sorted(QList<Line> lines)
     return lines;
 }
 
+QList<ReceiptPosting::Line> ReceiptPosting::sortedLines(const QList<SqlRow> &rows)
+{
+    QList<Line> lines;
+    lines.reserve(rows.size());
+    for (const SqlRow &row : rows)
+        lines += lineOf(row);
+    return sorted(std::move(lines));
+}
+
+bool ReceiptPosting::areSame(const QList<Line> &a, const QList<Line> &b)
+{
+    return std::equal(a.cbegin(), a.cend(), b.cbegin(), b.cend(),
+                      [](const Line &x, const Line &y) { return x.key() == y.key(); });
+}
+
 bool ReceiptPosting::lockAndCompare(PostingResult &result)
 {
     QList<SqlRow> rows;
-    if (!readLockedList(
-            QStringLiteral("SELECT wareid, quantity, incost, inoutratio, outcost, userid, "
-                           "timestamp FROM incomeinvoice"),
-            rows, m_connectionName)) {
-        result.message = failureText();
-        return false;
-    }
-    QList<Line> lines;
-    lines.reserve(rows.size());
-    for (const SqlRow &row : std::as_const(rows))
-        lines += lineOf(row);
-    const QList<Line> found = sorted(std::move(lines));
-    const QList<Line> posted = sorted(m_lines);
-    if (std::equal(found.cbegin(), found.cend(), posted.cbegin(), posted.cend(),
-                   [](const Line &a, const Line &b) { return a.key() == b.key(); }))
-        return true;
-    result.outcome = PostingOutcome::ListChanged;
-    result.message = listChangedText();
-    return false;
+    if (!readLockedList(lineColumns, rows, m_connectionName))
+        return databaseFailed(result);
+    return areSame(sortedLines(rows), sorted(m_lines)) || listChanged(result);
 }
 
 bool ReceiptPosting::postLines(PostingResult &result, const PostingCallbacks &callbacks)
 {
+    AmountSum total;
     for (const Line &line : std::as_const(m_lines)) {
         if (callbacks.progress)
             callbacks.progress(result.lines);
-        if (!postLine(line, result, callbacks)) {
-            if (result.message.isEmpty())
-                result.message = failureText();
-            return false;
-        }
-        result.total += line.quantity * line.incost;
+        if (!postLine(line, result))
+            return !result.message.isEmpty() ? false : databaseFailed(result);
+        total.add(line.incost, line.quantity);
         ++result.lines;
     }
+    result.total = total.value();
     return true;
 }
 
-bool ReceiptPosting::postLine(const Line &line, PostingResult &result,
-                              const PostingCallbacks &callbacks)
+bool ReceiptPosting::postLine(const Line &line, PostingResult &result)
 {
     const QString wareId = sql::id(line.wareId);
     const QString outcost = sql::exact(line.outcost);
@@ -260,9 +335,8 @@ bool ReceiptPosting::postLine(const Line &line, PostingResult &result,
         markPriceChange(line);
     runOptional({QStringLiteral("UPDATE cart SET outcost='") + outcost +
                  QStringLiteral("' WHERE wareid='") + wareId + QStringLiteral("';")});
-    if (line.quantity > 0 && line.stock + line.quantity > 0 && !m_alerts.isEmpty() &&
-        !transactionBroken(m_connectionName))
-        tellCustomers(line, callbacks);
+    if (line.quantity > 0 && line.stock + line.quantity > 0)
+        noteDueAlerts(line, result);
     // A failure that has ended the transaction on the database's side ends the posting.
     return !transactionBroken(m_connectionName);
 }
@@ -276,47 +350,37 @@ void ReceiptPosting::markPriceChange(const Line &line)
                      QStringLiteral("',") + sql::now() + QStringLiteral(");")});
 }
 
-void ReceiptPosting::tellCustomers(const Line &line, const PostingCallbacks &callbacks)
+void ReceiptPosting::noteDueAlerts(const Line &line, PostingResult &result)
 {
-    if (!callbacks.sendSms)
-        return;
-    QString text = Session::instance().option(QStringLiteral("SMS_ONSALE_TEXT"));
-    text.replace(QStringLiteral("<PRODUCT>"), line.wareName);
-    for (qsizetype i = 0; i < m_alerts.size() && !transactionBroken(m_connectionName);) {
-        if (m_alerts.at(i).wareId != line.wareId ||
-            !callbacks.sendSms(m_alerts.at(i).phone, text)) {
+    for (qsizetype i = 0; i < m_alerts.size();) {
+        if (m_alerts.at(i).wareId != line.wareId) {
             ++i;
             continue;
         }
-        runOptional({QStringLiteral("DELETE FROM alerts WHERE id='") + sql::id(m_alerts.at(i).id) +
-                     QStringLiteral("';")});
-        m_alerts.removeAt(i);
+        DueAlert alert = m_alerts.takeAt(i);
+        alert.wareName = line.wareName;
+        result.due += std::move(alert);
     }
 }
 
-bool ReceiptPosting::writeReport(const PostingResult &result, PaymentType paymentType)
+bool ReceiptPosting::writeReport(PostingResult &result, PaymentType paymentType)
 {
+    m_reportTimestamp = currentTimestamp();
     return run(QStringLiteral(
                    "INSERT INTO incomereports(id,total,payment_type,userid,timestamp) VALUES(") +
                sql::id(result.reportId) + QStringLiteral(", ") + sql::exact(result.total) +
                QStringLiteral(", ") + sql::integer(static_cast<int>(paymentType)) +
                QStringLiteral(", ") + sql::id(Session::instance().user().id) + QStringLiteral(",") +
-               sql::text(m_reportTimestamp) + QStringLiteral(");"));
+               sql::text(m_reportTimestamp) + QStringLiteral(");")) ||
+           databaseFailed(result);
 }
 
 bool ReceiptPosting::emptyList(PostingResult &result)
 {
     QSqlQuery query;
-    if (!QueryExec(nullptr, QStringLiteral("DELETE FROM incomeinvoice;"), query,
-                   m_connectionName)) {
-        result.message = failureText();
-        return false;
-    }
-    if (query.numRowsAffected() == result.lines)
-        return true;
-    result.outcome = PostingOutcome::ListChanged;
-    result.message = listChangedText();
-    return false;
+    if (!QueryExec(nullptr, QStringLiteral("DELETE FROM incomeinvoice;"), query, m_connectionName))
+        return databaseFailed(result);
+    return query.numRowsAffected() == result.lines || listChanged(result);
 }
 
 void ReceiptPosting::settleLostCommit(PostingResult &result, PaymentType paymentType)
@@ -394,28 +458,45 @@ void ReceiptPosting::makeUpForMissed(PostingResult &result)
     if (!result.message.isEmpty())
         result.message += QStringLiteral("\n\n");
     result.message += tr("Накладная № %1 проведена, но записано не всё, что за ней следует: цены в "
-                         "открытых заказах, отметки о новых ценах или оповещения покупателей. "
-                         "Проверьте ценники.")
-                          .arg(result.reportId) +
-                      QStringLiteral("\n\n") + error;
+                         "открытых заказах или отметки о новых ценах. Проверьте ценники.")
+                          .arg(result.reportId);
+    result.details = error;
     logMessage(result.message);
 }
 
-PostingResult ReceiptPosting::failed(PostingResult result, PostingOutcome outcome,
-                                     const QString &message) const
+/// Notes the failure of a statement, before a rollback makes it forgotten. Always false, like the
+/// refusals below.
+bool ReceiptPosting::databaseFailed(PostingResult &result) const
 {
-    result.outcome = outcome;
-    result.message = message;
-    result.lines = 0;
-    result.total = 0;
-    if (outcome != PostingOutcome::EmptyList)
-        logMessage(QStringLiteral("Receipt %1 is not posted: ").arg(result.reportId) + message);
-    return result;
+    result.outcome = PostingOutcome::Failed;
+    result.message = tr("Накладная не проведена, все изменения отменены.");
+    result.details = lastQueryError(m_connectionName);
+    return false;
 }
 
-QString ReceiptPosting::failureText() const
+bool ReceiptPosting::listChanged(PostingResult &result)
 {
-    const QString error = lastQueryError(m_connectionName);
-    return tr("Накладная не проведена, все изменения отменены.") +
-           (error.isEmpty() ? QString() : QStringLiteral("\n\n") + error);
+    result.outcome = PostingOutcome::ListChanged;
+    result.message = tr("Список прихода изменён на другом рабочем месте. Накладная не проведена, "
+                        "проверьте список и повторите.");
+    return false;
+}
+
+bool ReceiptPosting::zeroQuantity(PostingResult &result)
+{
+    result.outcome = PostingOutcome::ZeroQuantity;
+    result.message = tr("В накладной имеются позиции с нулевым количеством.");
+    return false;
+}
+
+/// Takes out what would only be true of a posted receipt.
+PostingResult ReceiptPosting::failed(PostingResult result)
+{
+    result.lines = 0;
+    result.total = 0;
+    result.due.clear();
+    if (result.outcome != PostingOutcome::EmptyList)
+        logMessage(QStringLiteral("Receipt %1 is not posted: ").arg(result.reportId) +
+                   QString(result.message + u' ' + result.details).trimmed());
+    return result;
 }

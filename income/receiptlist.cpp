@@ -2,6 +2,7 @@
 
 #include "db/query.h"
 #include "income/pricerules.h"
+#include "income/receiptsums.h"
 #include "widgets/colors.h"
 #include "widgets/plaintext.h"
 
@@ -38,10 +39,23 @@ constexpr ListColumn listColumns[] = {
 double sum(const SqlTableModel &model, const QString &columnName)
 {
     const int column = model.columnOf(columnName);
-    double total = 0;
+    AmountSum total;
     for (int row = 0; row < model.rowCount(); ++row)
-        total += model.value(row, column).toDouble();
-    return total;
+        total.add(model.value(row, column).toDouble());
+    return total.value();
+}
+
+/// Added up here: PostgreSQL would add the 7 digits of its REAL up with their dust.
+std::optional<double> readPurchaseSum(const QString &connectionName)
+{
+    QList<SqlRow> rows;
+    if (!QueryRows(nullptr, QStringLiteral("SELECT incost, quantity FROM incomeinvoice;"), rows,
+                   connectionName))
+        return std::nullopt;
+    AmountSum total;
+    for (const SqlRow &row : std::as_const(rows))
+        total.add(row.at(0).toDouble(), row.at(1).toDouble());
+    return total.value();
 }
 
 } // namespace
@@ -111,6 +125,7 @@ bool ReceiptListModel::refresh(QWidget *parent, bool extended, const QString &co
         }
     }
     setColumns(headers, kinds);
+    m_purchaseSum = extended ? purchaseTotal() : readPurchaseSum(connectionName);
     return true;
 }
 
@@ -129,7 +144,8 @@ ShownLine ReceiptListModel::shownLine(int row) const
     return {.id = lineId(row),
             .wareid = wareId(row),
             .name = value(row, 3).toString(),
-            .quantity = finiteOrZero(value(row, QStringLiteral("iquantity")).toDouble())};
+            .quantity = finiteOrZero(value(row, QStringLiteral("iquantity")).toDouble()),
+            .unit = value(row, columnOf(QStringLiteral("iquantity")) + 1).toString()};
 }
 
 QVariant ReceiptListModel::data(const QModelIndex &index, int role) const
@@ -149,10 +165,15 @@ double ReceiptListModel::purchaseTotal() const
 {
     const int incost = columnOf(QStringLiteral("iincost"));
     const int quantity = columnOf(QStringLiteral("iquantity"));
-    double total = 0;
+    AmountSum total;
     for (int row = 0; incost >= 0 && row < rowCount(); ++row)
-        total += value(row, incost).toDouble() * value(row, quantity).toDouble();
-    return total;
+        total.add(value(row, incost).toDouble(), value(row, quantity).toDouble());
+    return total.value();
+}
+
+std::optional<double> ReceiptListModel::purchaseSum() const
+{
+    return m_purchaseSum;
 }
 
 double ReceiptListModel::sellingTotal() const

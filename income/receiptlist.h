@@ -4,6 +4,8 @@
 #include <QString>
 #include <QStringList>
 
+#include <optional>
+
 #include "db/dialect.h"
 #include "income/linedeletion.h"
 #include "widgets/sqltablemodel.h"
@@ -35,6 +37,9 @@ public:
     /// Sum of purchase price times quantity, main currency; 0 while the list is not extended.
     double purchaseTotal() const;
 
+    /// The same sum whether the list is extended or not; nothing when it could not be read.
+    std::optional<double> purchaseSum() const;
+
     /// Sum of the selling sums, main currency.
     double sellingTotal() const;
 
@@ -43,6 +48,7 @@ public:
 
 private:
     QHash<qulonglong, QString> m_faults; ///< why a line is tinted, by its id
+    std::optional<double> m_purchaseSum;
 };
 
 /// A cheap statement whose single row changes whenever the working list does.

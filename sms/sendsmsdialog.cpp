@@ -19,9 +19,8 @@ using namespace std::chrono_literals;
 
 std::chrono::milliseconds stageTimeout = 30s;
 std::chrono::milliseconds refusalTimeout = 2s;
-constexpr int secondsToAnswer = 60;
 
-/// A refusal is shown in a small window and kept in the log; a whole error page is of no use there.
+/// A reply is shown in small windows and kept in the log; a whole error page is of no use there.
 constexpr qsizetype shownReplySize = 400;
 
 } // namespace
@@ -36,24 +35,21 @@ SendSmsDialog::SendSmsDialog(QWidget *parent, const QString &phone, const QStrin
     m_ui->setupUi(this);
     m_timer.setSingleShot(true);
     debugLog(QStringLiteral("SendSmsDialog(%1, %2)").arg(phone, text));
+    if (m_run) {
+        m_run->reason = m_run->answer = QString();
+        if (!m_run->place.isEmpty())
+            setWindowTitle(windowTitle() + QStringLiteral(" — ") + m_run->place);
+    }
 
     m_message.phone = sms::cleanPhone(phone);
     m_message.text = text;
     if (!sms::isMobilePhone(m_message.phone)) {
         const QString refusal = tr("СМС не отправлена, неправильный телефонный номер: %1 размер %2")
                                     .arg(m_message.phone, QString::number(m_message.phone.size()));
-        if (m_run) {
-            logMessage(refusal);
-            m_run->refused += refusal;
-        } else {
+        if (m_run)
+            fail(refusal);
+        else
             showInformation(parent, refusal);
-        }
-        SendSmsDialog::done(Rejected);
-        return;
-    }
-    if (m_run && m_run->over) {
-        logMessage(
-            QStringLiteral("No message to %1, the gateway was given up.").arg(m_message.phone));
         SendSmsDialog::done(Rejected);
         return;
     }
@@ -93,6 +89,13 @@ void SendSmsDialog::done(int result)
     m_over = true;
     m_timer.stop();
     m_sslSocket->disconnect(this);
+    if (m_run && result == Accepted) {
+        m_run->answer = shownReply(gatewayAnswer()).simplified();
+    } else if (m_run && m_run->reason.isEmpty()) {
+        // By the button or Escape.
+        m_run->over = true;
+        m_run->reason = tr("Отправка СМС прервана.");
+    }
     // Queued: done() is called from the socket's own signals.
     QMetaObject::invokeMethod(
         m_sslSocket, [socket = m_sslSocket] { socket->abort(); }, Qt::QueuedConnection);
@@ -102,13 +105,13 @@ void SendSmsDialog::done(int result)
 void SendSmsDialog::start()
 {
     const QString address = Settings::instance().value(SettingsKey::SmsGateHost);
-    if (address.trimmed().isEmpty()) {
-        fail(tr("СМС не отправлена: адрес SMS-шлюза не задан."));
-        return;
-    }
     const std::optional<sms::Gateway> gateway = sms::parseGateway(address);
     if (!gateway) {
-        fail(tr("СМС не отправлена: неправильный адрес SMS-шлюза: %1").arg(address));
+        if (m_run)
+            m_run->over = true;
+        fail(address.trimmed().isEmpty()
+                 ? tr("СМС не отправлена: адрес SMS-шлюза не задан.")
+                 : tr("СМС не отправлена: неправильный адрес SMS-шлюза: %1").arg(address));
         return;
     }
     m_gateway = *gateway;
@@ -186,21 +189,22 @@ void SendSmsDialog::askAboutErrors(const QList<QSslError> &errors)
     request.buttons = {tr("Продолжить"), tr("Отмена")};
     request.defaultButton = 1;
     request.escapeButton = 1;
-    // A posting holds the list of all workstations meanwhile.
-    request.seconds = m_run ? secondsToAnswer : 0;
     const int button = askQuestion(this, request);
     if (!guard)
         return;
     if (m_run && button == 0)
         m_run->acceptedErrors += errors;
-    else if (m_run)
-        m_run->over = true;
     if (m_over)
         return;
-    if (button == 0)
+    if (button == 0) {
         goOnInSpiteOf(errors);
-    else
-        reject();
+        return;
+    }
+    if (m_run) {
+        m_run->over = true;
+        m_run->reason = tr("Сертификат SMS-шлюза не принят.");
+    }
+    reject();
 }
 
 void SendSmsDialog::goOnInSpiteOf(const QList<QSslError> &errors)
@@ -216,7 +220,7 @@ void SendSmsDialog::On_sslSocket_readyRead()
     if (m_over)
         return;
     // A reply in pieces is no refusal until its header is whole. Then the rest is awaited for a
-    // moment only, for the caller holds a transaction open.
+    // moment only: it changes nothing, and the next message waits.
     if (m_reply.isFull()) {
         fail(refusalText());
     } else if (m_reply.hasHeader()) {
@@ -251,10 +255,8 @@ void SendSmsDialog::endWithoutReply(const QString &reason)
         return;
     const bool silent = m_reply.bytes().isEmpty();
     const QString status = silent ? tr("Ошибка отправки SMS: ") + reason : refusalText();
-    if (silent && m_run) {
+    if (silent && m_run)
         m_run->over = true;
-        m_run->refused += status;
-    }
     fail(status);
 }
 
@@ -262,15 +264,22 @@ void SendSmsDialog::fail(const QString &status)
 {
     showStatus(status);
     logMessage(status.simplified());
+    if (m_run)
+        m_run->reason = status.simplified();
     reject();
 }
 
 QString SendSmsDialog::refusalText() const
 {
-    QString reply = sms::withoutSecrets(QString::fromUtf8(m_reply.bytes()), m_message).trimmed();
+    return tr("Ошибка отправки SMS: ") + shownReply(m_reply.bytes());
+}
+
+QString SendSmsDialog::shownReply(const QByteArray &bytes) const
+{
+    QString reply = sms::withoutSecrets(QString::fromUtf8(bytes), m_message).trimmed();
     if (reply.size() > shownReplySize)
         reply = reply.left(shownReplySize) + u'…';
-    return tr("Ошибка отправки SMS: ") + reply;
+    return reply;
 }
 
 bool sendSms(QWidget *parent, const QString &phone, const QString &text, SmsRun *run)

@@ -4,7 +4,6 @@
 #include <QList>
 #include <QSslError>
 #include <QString>
-#include <QStringList>
 #include <QTimer>
 
 #include <chrono>
@@ -14,13 +13,15 @@
 
 class QSslSocket;
 
-/// Several messages in a row of which none may wait for a person more than it must, because the
-/// database is held meanwhile.
+/// Several messages in a row.
 struct SmsRun
 {
-    QStringList refused;                    ///< messages for the user about what was not sent
+    QString place;  ///< of the next message among all of them, for the title; may be empty
+    QString reason; ///< why the last message was not sent, for the user; empty when it was
+    QString answer; ///< what the gateway said to the last one that it took
     QList<QList<QSslError>> acceptedErrors; ///< certificate errors that the user has let pass
-    /// The certificate was refused or the gateway does not answer: nothing more is sent.
+    /// The user has stopped it, the certificate was refused or the gateway does not answer: no
+    /// further message is worth a try.
     bool over = false;
 };
 
@@ -36,7 +37,7 @@ class SendSmsDialog : public QDialog
     Q_OBJECT
 
 public:
-    /// With a run (which must live longer) a wrong number is put there instead of shown, and a
+    /// With a run (which must live longer) the end is told there, a wrong number too, and a
     /// question that was answered in it is not asked again.
     SendSmsDialog(QWidget *parent, const QString &phone, const QString &text,
                   SmsRun *run = nullptr);
@@ -73,6 +74,7 @@ private:
     void endWithoutReply(const QString &reason);
     void fail(const QString &status);
     QString refusalText() const;
+    QString shownReply(const QByteArray &bytes) const;
 
     std::unique_ptr<Ui::SendSmsDialog> m_ui;
     QSslSocket *m_sslSocket = nullptr;

@@ -119,7 +119,9 @@ bool Reply::isFull() const
 
 bool Reply::isAccepted() const
 {
-    return m_bytes.contains("200 OK");
+    // The status line only: a failure may speak of "200 OK" in its body.
+    const qsizetype lineEnd = m_bytes.indexOf('\n');
+    return QByteArrayView(m_bytes).first(lineEnd < 0 ? m_bytes.size() : lineEnd).contains("200 OK");
 }
 
 bool Reply::hasHeader() const

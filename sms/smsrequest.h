@@ -59,7 +59,7 @@ public:
     const QByteArray &bytes() const;
     bool isFull() const;
 
-    /// Whether the gateway took the message.
+    /// Whether the gateway took the message, which its first line tells.
     bool isAccepted() const;
 
     /// Whether the header has come whole.

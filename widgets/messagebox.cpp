@@ -6,9 +6,6 @@
 #include <QLabel>
 #include <QMessageBox>
 #include <QPushButton>
-#include <QTimer>
-
-#include <chrono>
 
 namespace {
 
@@ -64,8 +61,6 @@ int showBox(QWidget *parent, const BoxRequest &request)
     box.setEscapeButton(buttons.value(request.escapeButton));
     if (QPushButton *button = buttons.value(request.defaultButton))
         button->setFocus();
-    if (request.seconds > 0)
-        QTimer::singleShot(std::chrono::seconds(request.seconds), &box, &QDialog::reject);
     box.exec();
 
     for (int index = 0; index < buttons.size(); ++index) {

@@ -140,6 +140,8 @@ void TestLineDeletion::manyLines_areToldInShort()
     rows("INSERT INTO incomeinvoice(wareid,quantity) VALUES" + values.join(','));
     const QList<ShownLine> lines = shown();
     rows("UPDATE incomeinvoice SET quantity=quantity+'1' WHERE quantity>'998'");
+    QCOMPARE(deletionNote(lines).count('\n'), 5);
+    QVERIFY(deletionNote(lines).endsWith("\nи ещё 1007"));
     m_boxes->answer("OK");
     QCOMPARE(deleteLines(m_window.get(), lines).size(), 1000);
     QCOMPARE(rows("SELECT COUNT(*) FROM incomeinvoice WHERE quantity>'999'"), "12");

@@ -1,9 +1,11 @@
 // Posting is all or nothing, and what is deleted from the working list is what was posted, on each
 // of the three databases, whatever other stations do meanwhile.
+#include "app/settings.h"
 #include "db/query.h"
 #include "db/session.h"
 #include "db/transaction.h"
-#include "income/posting.h"
+#include "income/customeralerts.h"
+#include "sms/sendsmsdialog.h"
 #include "tests/support/databasetest.h"
 #include "tests/support/datatable.h"
 #include "tests/support/shop.h"
@@ -17,7 +19,8 @@ class TestPosting : public DatabaseTest
 
 private slots:
     void posting_writesEverythingAndEmptiesTheList();
-    void posting_tellsWaitingCustomersOnce();
+    void customers_areToldOnceAndHoldNobodyUp();
+    void question_namesSumsWithoutDust();
     void posting_refusesWhatItCannotPost();
     void posting_keepsAmountsWhole();
     void posting_stopsWhenTheListHasChanged_data();
@@ -107,34 +110,64 @@ void TestPosting::posting_writesEverythingAndEmptiesTheList()
     QCOMPARE(rows("SELECT wareid FROM changeoutcostinfo"), "11");
 }
 
-void TestPosting::posting_tellsWaitingCustomersOnce()
+void TestPosting::customers_areToldOnceAndHoldNobodyUp()
 {
+    QVERIFY(m_database->open(otherStation));
     shop::addProduct({.id = 11, .name = "Чайник \"Искра\" %1"});
     shop::addProduct({.id = 12, .stock = -5});
     shop::addProduct({.id = 13, .stock = 5});
     for (const int line : {11, 11, 12, 13})
         shop::addLine({.wareId = qulonglong(line), .quantity = line == 13 ? -1.0 : 2.0});
-    shop::addAlert(11, "+7 900 111-11-11");
-    shop::addAlert(12, "+7 900 222-22-22");
-    shop::addAlert(11, "+7 900 333-33-33");
-    shop::addAlert(11, "bad");
-    shop::addAlert(13, "+7 900 444-44-44");
-    QVERIFY(QueryExec(nullptr, "UPDATE options SET value='Есть <PRODUCT>, <PRODUCT>!' WHERE "
-                               "name='SMS_ONSALE_TEXT'"));
-    QVERIFY(Session::instance().loadOptions(nullptr, mainConnection));
+    for (const char *phone : {"111", "333", "bad", "late"})
+        shop::addAlert(11, phone);
+    shop::addAlert(12, "222");
+    shop::addAlert(13, "444");
+    const QList<DueAlert> due = post().due;
+    QCOMPARE(due.size(), 4);
+    // By another station: the options of this one are older.
+    m_database->client(
+        "UPDATE options SET value='Есть <PRODUCT>, <PRODUCT>!' WHERE name='SMS_ONSALE_TEXT'");
+
     QStringList sent;
-    PostingCallbacks callbacks;
-    callbacks.sendSms = [&](const QString &phone, const QString &text) {
+    AlertCallbacks callbacks;
+    callbacks.send = [&](const QString &phone, const QString &text, SmsRun &run) {
         sent += phone + '|' + text;
-        return phone != "bad";
+        run.over = phone == "bad"; // as a silent gateway
+        run.reason = run.over ? "нет ответа" : "";
+        if (sent.size() == 1) {
+            shop::addLine({.wareId = 12}, otherStation); // would fail behind a lock
+            m_database->client("DELETE FROM alerts WHERE phone='333'");
+        }
+        return !run.over;
     };
-    QCOMPARE(post(callbacks).outcome, PostingOutcome::Posted);
+    CustomerAlerts alerts;
+    QVERIFY(alerts.tell(due, callbacks).text().isEmpty()); // no gateway
+    Settings::instance().setValue(SettingsKey::SmsGateHost, "sms.example");
+    setStatementObserver([](QString &sqlText, const QString &) {
+        if (sqlText.startsWith("DELETE FROM alerts"))
+            sqlText = "SELECT nonsense FROM nowhere";
+    });
+    const AlertReport report = alerts.tell(due, callbacks);
+    setStatementObserver({});
+    QVERIFY2(report.text().startsWith("Покупателей оповещено по СМС: 1, не оповещено: 2."),
+             qPrintable(report.text()));
+    QVERIFY2(report.text().endsWith("\nнет ответа (покупателей: 2)"), qPrintable(report.text()));
+    QCOMPARE(alerts.tell(due, callbacks).told, 0);
+    Settings::instance().reset();
     const QString text = "|Есть Чайник \"Искра\" %1, Чайник \"Искра\" %1!";
-    // The refused one is tried again with the second line of the product.
-    QCOMPARE(sent, QStringList({"+7 900 111-11-11" + text, "+7 900 333-33-33" + text, "bad" + text,
-                                "bad" + text}));
-    QCOMPARE(rows("SELECT phone FROM alerts ORDER BY id"),
-             "+7 900 222-22-22\nbad\n+7 900 444-44-44");
+    QCOMPARE(sent, QStringList({"111" + text, "bad" + text, "bad" + text}));
+    QCOMPARE(rows("SELECT phone FROM alerts ORDER BY id"), "bad\nlate\n222\n444");
+}
+
+void TestPosting::question_namesSumsWithoutDust()
+{
+    shop::addProduct({.id = 11});
+    shop::addLine({.wareId = 11, .quantity = 3, .incost = 0.335, .outcost = 0});
+    shop::addLine({.wareId = 11, .quantity = 0.2, .incost = 1, .outcost = 0.9});
+    shop::addLine({.wareId = 11, .quantity = 1, .incost = 5, .outcost = 5});
+    QCOMPARE(ReceiptPosting(nullptr, mainConnection).look()->text(),
+             "Строк: 3, единиц: 4.2\nПриходная сумма: 6.21\nРасходная сумма: 5.18\n"
+             "Строк с расходной ценой 0 или ниже приходной: 2");
 }
 
 void TestPosting::posting_refusesWhatItCannotPost()
@@ -175,40 +208,46 @@ void TestPosting::posting_keepsAmountsWhole()
 
 void TestPosting::posting_stopsWhenTheListHasChanged_data()
 {
-    addColumns<QString>("change");
-    addRow("line added",
-           "INSERT INTO incomeinvoice(wareid,quantity,incost,outcost) VALUES('12','1','1','1')");
-    addRow("line deleted", "DELETE FROM incomeinvoice WHERE wareid='11'");
-    addRow("quantity", "UPDATE incomeinvoice SET quantity='9' WHERE wareid='12'");
-    addRow("price", "UPDATE incomeinvoice SET outcost='9' WHERE wareid='12'");
-    addRow("posted by another", "DELETE FROM incomeinvoice");
+    addColumns<QString, bool>("change", "duringQuestion");
+    const QString added =
+        "INSERT INTO incomeinvoice(wareid,quantity,incost,outcost) VALUES('12','1','1','1')";
+    addRow("line added", added, false);
+    addRow("line added during the question", added, true);
+    addRow("line deleted", QString("DELETE FROM incomeinvoice WHERE wareid='11'"), true);
+    addRow("quantity", QString("UPDATE incomeinvoice SET quantity='9' WHERE wareid='12'"), true);
+    addRow("price", QString("UPDATE incomeinvoice SET outcost='9' WHERE wareid='12'"), false);
+    addRow("posted by another", QString("DELETE FROM incomeinvoice"), false);
 }
 
 void TestPosting::posting_stopsWhenTheListHasChanged()
 {
     QFETCH(QString, change);
+    QFETCH(bool, duringQuestion);
     QVERIFY(m_database->open(otherStation));
     shop::addProduct({.id = 11});
     shop::addProduct({.id = 12});
     shop::addLine({.wareId = 11});
     shop::addLine({.wareId = 12});
-    // Behind the count, before the lock: the lines are read by then.
+    ReceiptPosting posting(nullptr, mainConnection);
+    QVERIFY(posting.look());
+    QVERIFY(!posting.hasChanged());
     QString before;
-    bool changed = false;
     const auto changeOnce = [&] {
-        if (changed)
-            return;
-        changed = true;
-        QVERIFY(QueryExec(nullptr, change, otherStation));
-        before = everything();
+        if (before.isEmpty()) {
+            QVERIFY(QueryExec(nullptr, change, otherStation));
+            before = everything();
+        }
     };
+    // Behind the count, before the lock: the lines are read by then.
     setStatementObserver([&](QString &sqlText, const QString &connection) {
         if (connection == mainConnection && sqlText == "BEGIN")
             changeOnce();
     });
-    const PostingResult result = post();
+    if (duringQuestion)
+        changeOnce();
+    QCOMPARE(posting.hasChanged(), duringQuestion);
+    const PostingResult result = posting.post(PaymentType::Cash, {});
     setStatementObserver({});
-    QVERIFY(changed);
     QCOMPARE(result.outcome, PostingOutcome::ListChanged);
     QVERIFY(!result.message.isEmpty());
     QCOMPARE(everything(), before);

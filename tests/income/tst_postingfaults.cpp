@@ -41,12 +41,7 @@ PostingResult postWithFault(int at, const std::function<void(QString &sqlText)> 
         if (isMeant || (forGood && sqlText == met))
             fault(sqlText);
     });
-    PostingCallbacks callbacks;
-    callbacks.sendSms = [](const QString &, const QString &) {
-        return true;
-    };
-    PostingResult result =
-        ReceiptPosting(nullptr, mainConnection).post(PaymentType::Cash, callbacks);
+    PostingResult result = ReceiptPosting(nullptr, mainConnection).post(PaymentType::Cash, {});
     setStatementObserver({});
     return result;
 }
@@ -191,12 +186,15 @@ void TestPostingFaults::errorAtEveryStatement()
         const PostingResult result = postWithFault(
             at, [](QString &sqlText) { sqlText = "SELECT nonsense FROM nowhere"; }, forGood);
         const QByteArray place = QByteArray::number(at) + ": " + m_statements.at(at).toUtf8();
+        // Nobody is told of a receipt that is not there.
+        QVERIFY2(result.due.size() == (result.outcome == PostingOutcome::Posted),
+                 place.constData());
         if (result.outcome != PostingOutcome::Posted) {
             ++refused;
             QVERIFY2(!result.message.isEmpty(), place.constData());
             QVERIFY2(state() == m_before, place.constData());
         } else if (forGood && !result.message.isEmpty()) {
-            // A mark, a cart or an alert that the database refuses alone is told.
+            // A mark or a cart that the database refuses alone is told.
             QVERIFY2(core() == coreAfter, place.constData());
         } else {
             QVERIFY2(state() == m_after, place.constData());
@@ -306,6 +304,7 @@ void TestPostingFaults::lostCommit_isLookedUp()
                   serverGone);
     const PostingResult result = post();
     QVERIFY(proxy.hasCut());
+    QCOMPARE(result.due.size(), committed && !serverGone ? 1 : 0);
     QCOMPARE(result.outcome, serverGone  ? PostingOutcome::OutcomeUnknown
                              : committed ? PostingOutcome::Posted
                                          : PostingOutcome::Failed);

@@ -303,7 +303,7 @@ void TestWorkstations::commitRefusedByTheCluster_isPostedAgain()
     const bool mayPass = meanwhile.startsWith("INSERT");
     if (!mayPass || refused.outcome != PostingOutcome::Posted) {
         QCOMPARE(refused.outcome, PostingOutcome::Failed);
-        QVERIFY2(refused.message.contains("Deadlock"), qPrintable(refused.message));
+        QVERIFY2(refused.details.contains("Deadlock"), qPrintable(refused.message));
         QVERIFY(logText().contains(refused.message));
     }
     QCOMPARE(ReceiptPosting(nullptr, mainConnection).post(PaymentType::Cash, {}).outcome, again);

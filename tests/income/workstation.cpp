@@ -191,7 +191,8 @@ private:
                 note({"posted", sql::id(result.reportId), sql::integer(result.lines)});
                 return;
             }
-            note({"refused", result.message, "posting"});
+            note(
+                {"refused", result.details.isEmpty() ? result.message : result.details, "posting"});
         }
     }
 
