@@ -11,6 +11,7 @@
 
 class CodeFieldGuard;
 class ColorSqlQueryModel;
+class NameColumn;
 class QLabel;
 class QModelIndex;
 class QTableView;
@@ -38,7 +39,6 @@ public:
     PostingResult postReceipt(PaymentType paymentType);
 
 protected:
-    void showEvent(QShowEvent *event) override;
     void closeEvent(QCloseEvent *event) override;
 
 private slots:
@@ -67,15 +67,18 @@ private slots:
     void on_cancelImportPushButton_clicked();
     void On_timer_timeout();
     void On_changeCostAction_triggered();
+    void On_changeGroupAction_triggered();
     void On_editLineAction_triggered();
 
 private:
     bool chooseConnection();
     void connectFriendDatabase();
     void setUpTables();
+    void setUpNarrowWindow();
     void setUpStatusBar();
     void createContextActions();
     void restoreWindowState();
+    void fitScreen();
     void saveWindowState() const;
     void applyFontSize();
     void start();
@@ -92,8 +95,6 @@ private:
     /// field back to the scanner.
     void addProduct(qulonglong wareId, double packQuantity);
     bool enterLine(const ReceiptRequest &request);
-    void fitReceiptNames();
-    void fitProductNames();
     void guardCodeField();
     QList<qulonglong> selectedProductIds() const;
     QTableView *focusedTable() const;
@@ -102,9 +103,12 @@ private:
     ReceiptListModel *m_receipt;
     ColorSqlQueryModel *m_products;
     CodeFieldGuard *m_codeField = nullptr;
+    NameColumn *m_receiptNames = nullptr;
+    NameColumn *m_productNames = nullptr;
     QAction *m_changeCostAction = nullptr;
+    QAction *m_changeGroupAction = nullptr;
+    QAction *m_addToLabelsAction = nullptr; ///< its dialog is not there yet
     QAction *m_editLineAction = nullptr;
-    QList<QAction *> m_laterProductActions; ///< commands of dialogs that are not there yet
     QLabel *m_scanLabel = nullptr;
     QLabel *m_countLabel = nullptr;
     QLabel *m_connectionLabel = nullptr;
@@ -116,7 +120,6 @@ private:
     bool m_online = true;
     bool m_checkpointDue = false; ///< a posting has filled SQLite's log
     bool m_productColumnsSized = false;
-    bool m_productColumnsKept = false; ///< sized by the user in an earlier run
-    int m_timerRest = 0;               ///< seconds that the timer still keeps still after a failure
-    int m_timerDelay = 0;              ///< how long it rests after the next failure
+    int m_timerRest = 0;  ///< seconds that the timer still keeps still after a failure
+    int m_timerDelay = 0; ///< how long it rests after the next failure
 };
