@@ -238,11 +238,22 @@ void IncomeInvoiceWindow::createContextActions()
     for (QAction *action : actions)
         action->setIcon(contrastIcon(action->icon()));
 
-    QAction *menu = add("menuAction", QString());
-    menu->setShortcut(Qt::Key_F10);
-    addAction(menu);
-    connect(menu, &QAction::triggered, this,
+    QAction *openMenu = add("menuAction", QString());
+    openMenu->setShortcut(Qt::Key_F10);
+    addAction(openMenu);
+    connect(openMenu, &QAction::triggered, this,
             [this] { m_ui->menubar->setActiveAction(m_ui->fileMenu->menuAction()); });
+    // Escape would leave the keyboard in the menu bar, where the next scan is lost.
+    const QList<QMenu *> menus = m_ui->menubar->findChildren<QMenu *>();
+    for (const QMenu *menu : menus) {
+        connect(
+            menu, &QMenu::aboutToHide, this,
+            [this] {
+                if (m_ui->menubar->hasFocus() && !QApplication::activePopupWidget())
+                    m_codeField->take();
+            },
+            Qt::QueuedConnection);
+    }
 }
 
 void IncomeInvoiceWindow::restoreWindowState()
