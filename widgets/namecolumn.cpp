@@ -9,7 +9,7 @@
 
 namespace {
 
-constexpr int leastSigns = 20; ///< of a name that must stay legible
+constexpr int leastSigns = 16; ///< of a name that must stay legible
 constexpr int mostSigns = 40;  ///< that another column gets unless the user wants it wider
 
 int signsWidth(const QTableView *view, int signs)
@@ -34,10 +34,12 @@ void NameColumn::resizeToContents()
 {
     m_view->resizeColumnsToContents();
     for (int column = 0; column < m_view->model()->columnCount(); ++column) {
-        if (column != m_column && !m_view->isColumnHidden(column)) {
-            const int width = std::min(m_view->columnWidth(column), signsWidth(m_view, mostSigns));
-            m_view->setColumnWidth(column, m_draggedWidths.value(headerOf(column), width));
-        }
+        if (m_view->isColumnHidden(column))
+            continue;
+        int width = m_view->columnWidth(column);
+        if (column != m_column)
+            width = std::min(width, signsWidth(m_view, mostSigns));
+        m_view->setColumnWidth(column, m_draggedWidths.value(headerOf(column), width));
     }
     fit();
 }
@@ -89,8 +91,6 @@ void NameColumn::noteDragging(int column, int size)
     if (QGuiApplication::mouseButtons() == Qt::NoButton || size == 0 ||
         !m_view->horizontalHeader()->underMouse())
         return;
-    if (column == m_column)
-        m_dragged = true;
-    else
-        m_draggedWidths[headerOf(column)] = size;
+    m_draggedWidths[headerOf(column)] = size;
+    m_dragged = m_dragged || column == m_column;
 }

@@ -37,5 +37,5 @@ private:
     int m_column;
     int m_lesserColumns;
     bool m_dragged = false;
-    QMap<QString, int> m_draggedWidths; ///< of the other columns, by header
+    QMap<QString, int> m_draggedWidths; ///< by header
 };
