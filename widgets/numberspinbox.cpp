@@ -155,7 +155,8 @@ bool NumberSpinBox::event(QEvent *event)
 }
 
 // The base class puts the former number in place of a wrong text whenever the field or its window
-// is left; the three handlers below and keyPressEvent() keep it from doing so.
+// is left; the three handlers below pass it over, and so does keyPressEvent().
+// NOLINTBEGIN(bugprone-parent-virtual-call)
 
 void NumberSpinBox::changeEvent(QEvent *event)
 {
@@ -183,6 +184,8 @@ void NumberSpinBox::focusOutEvent(QFocusEvent *event)
     QWidget::focusOutEvent(event);
     emit editingFinished();
 }
+
+// NOLINTEND(bugprone-parent-virtual-call)
 
 void NumberSpinBox::focusInEvent(QFocusEvent *event)
 {
