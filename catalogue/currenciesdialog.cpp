@@ -18,7 +18,7 @@ CurrenciesDialog::CurrenciesDialog(QWidget *parent)
     m_ui->resultLabel->clear();
     m_model->setColumns(
         {tr("Номер"), tr("Код"), tr("Символ"), tr("Курс")},
-        {ColumnKind::Number, ColumnKind::Plain, ColumnKind::Plain, ColumnKind::Number});
+        {ColumnKind::Number, ColumnKind::Plain, ColumnKind::Plain, ColumnKind::Factor});
     m_ui->currenciesTableView->setModel(m_model);
     connect(m_ui->currenciesTableView->selectionModel(), &QItemSelectionModel::currentRowChanged,
             this, [this](const QModelIndex &current) {

@@ -3,6 +3,7 @@
 #include "ui_currencydialog.h"
 
 #include "app/messages.h"
+#include "db/money.h"
 #include "db/query.h"
 #include "db/sqltext.h"
 
@@ -34,7 +35,13 @@ bool CurrencyDialog::load()
     const SqlRow &row = rows.first();
     m_ui->cCodeLineEdit->setText(row.at(0).toString());
     m_ui->symbolLineEdit->setText(row.at(1).toString());
-    m_ui->valueDoubleSpinBox->setExact(row.at(2).toDouble());
+    NumberSpinBox *field = m_ui->valueDoubleSpinBox;
+    const double rate = row.at(2).toDouble();
+    if (!row.at(2).isNull() && rate >= field->minimum() && rate <= field->maximum())
+        field->setExact(rate);
+    else // shown as it is, not as the nearest rate that could be entered
+        field->showText(row.at(2).isNull() ? QString() : formatFactor(rate));
+    m_shownRate = field->text();
     return true;
 }
 
@@ -51,20 +58,34 @@ void CurrencyDialog::on_cancelPushButton_clicked()
 
 bool CurrencyDialog::save()
 {
-    if (!m_ui->valueDoubleSpinBox->hasAcceptableInput()) {
-        showInformation(this, tr("Пожалуйста, введите курс валюты больше нуля, не более %1 знаков "
-                                 "после запятой.")
-                                  .arg(m_ui->valueDoubleSpinBox->decimals()));
-        m_ui->valueDoubleSpinBox->setFocus();
-        m_ui->valueDoubleSpinBox->selectAll();
-        return false;
+    if (m_ui->cCodeLineEdit->text().trimmed().isEmpty())
+        return refuse(m_ui->cCodeLineEdit, tr("Пожалуйста, введите код валюты."));
+    NumberSpinBox *field = m_ui->valueDoubleSpinBox;
+    const bool rateEntered = m_id == 0 || field->text() != m_shownRate;
+    if (rateEntered && !field->hasAcceptableInput()) {
+        return refuse(field, tr("Пожалуйста, введите курс валюты больше нуля, не более %1 знаков "
+                                "после запятой.")
+                                     .arg(field->decimals()) +
+                                 u'\n' + field->fault());
     }
     const QString code = sql::text(m_ui->cCodeLineEdit->text());
     const QString symbol = sql::text(m_ui->symbolLineEdit->text());
-    const QString value = sql::number(m_ui->valueDoubleSpinBox->exact());
+    const QString value = sql::number(field->value());
     if (m_id == 0)
         return QueryExec(this, "INSERT INTO currencies(c_code,symbol,value) VALUES(" + code + ", " +
                                    symbol + ", '" + value + "');");
-    return QueryExec(this, "UPDATE currencies SET c_code=" + code + ", symbol=" + symbol +
-                               ", value='" + value + "' WHERE id='" + sql::id(m_id) + "';");
+    // A rate that nobody has touched stays as it is stored, with all its digits.
+    const QString rate = rateEntered ? ", value='" + value + u'\'' : QString();
+    return QueryExec(this, "UPDATE currencies SET c_code=" + code + ", symbol=" + symbol + rate +
+                               " WHERE id='" + sql::id(m_id) + "';");
+}
+
+/// Tells what is wrong with a field and leads the user there.
+bool CurrencyDialog::refuse(QWidget *field, const QString &text)
+{
+    showInformation(this, text);
+    field->setFocus();
+    if (field == m_ui->valueDoubleSpinBox)
+        m_ui->valueDoubleSpinBox->selectAll();
+    return false;
 }

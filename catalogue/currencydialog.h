@@ -24,7 +24,9 @@ private slots:
 private:
     bool load();
     bool save();
+    bool refuse(QWidget *field, const QString &text);
 
     std::unique_ptr<Ui::CurrencyDialog> m_ui;
     qulonglong m_id;
+    QString m_shownRate; ///< as the user first saw it; empty also for a rate that is not set
 };

@@ -7,18 +7,31 @@
 
 #include <cmath>
 
+namespace {
+
+/// The number that a product of decimal fractions means: 90 * 1.4 is 126, though its double is a
+/// little less. Beyond a million a double has fewer than 9 decimals left, so its digits count too.
+double tidied(double price)
+{
+    constexpr int safeDigits = 15;
+    constexpr int decimals = 9;
+    const double digits = QString::number(price, 'g', safeDigits).toDouble();
+    return QString::number(digits, 'f', decimals).toDouble();
+}
+
+} // namespace
+
 double roundSellingPrice(double price)
 {
-    // Also takes NaN, which compares with nothing.
-    if (!(price > 20) || std::isinf(price))
-        return std::trunc(price) + 0.0; // never "-0"
-    const double step = price < 100 ? 5 : 10;
-    // The remainder of the whole part; exact also where the price is beyond 64 bits.
-    const double rest = std::fmod(std::trunc(price), step);
-    double rounded = price - rest;
-    if (rest > step / 2)
-        rounded += step;
-    return std::trunc(rounded);
+    if (!std::isfinite(price))
+        return price;
+    const double exact = tidied(price);
+    const double whole = std::trunc(exact) + 0.0; // never "-0"
+    if (exact <= 20)
+        return whole;
+    const double step = exact < 100 ? 5 : 10;
+    const double rest = std::fmod(whole, step); // exact also where the price is beyond 64 bits
+    return whole - rest + (rest > step / 2 ? step : 0);
 }
 
 int recalculateSellingPrices(QWidget *parent, const QString &connectionName,

@@ -17,7 +17,7 @@ struct Currency
 };
 
 /// Rounds a computed selling price in the main currency: whole numbers up to 20, then steps of 5,
-/// from 100 on steps of 10; the exact half goes down.
+/// from 100 on steps of 10; the exact half goes down. Binary dust of the computation is ignored.
 double roundSellingPrice(double price);
 
 /// Writes anew the selling prices of all products with a fixed coefficient on a connection.

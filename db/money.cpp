@@ -51,9 +51,14 @@ QString formatMoney(double amount)
 
 QString formatQuantity(double quantity)
 {
-    if (!std::isfinite(quantity))
+    return formatFactor(quantity, 3);
+}
+
+QString formatFactor(double factor, int mostDecimals)
+{
+    if (!std::isfinite(factor))
         return QStringLiteral("—");
-    QString text = roundedText(quantity, 3);
+    QString text = roundedText(factor, mostDecimals);
     if (text.contains(u'.')) {
         while (text.endsWith(u'0'))
             text.chop(1);

@@ -107,13 +107,6 @@ bool Session::loadCurrencies(const QString &connectionName)
     return true;
 }
 
-bool Session::refreshRate(QWidget *parent, const QString &code, const QString &connectionName)
-{
-    if (!m_currencies.isEmpty() && convertCurrencyToMain(1, code) == 1)
-        return true;
-    return refreshRates(parent, connectionName);
-}
-
 bool Session::refreshRates(QWidget *parent, const QString &connectionName)
 {
     if (loadCurrencies(connectionName))

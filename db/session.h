@@ -71,11 +71,8 @@ public:
     /// Reads the table of currencies in the order of ids; on failure the list is empty.
     bool loadCurrencies(const QString &connectionName);
 
-    /// Reads the rates anew when a conversion of that currency depends on them: another workstation
-    /// may have changed them. False, told, when they cannot be read.
-    bool refreshRate(QWidget *parent, const QString &code, const QString &connectionName);
-
-    /// loadCurrencies() that tells when it fails.
+    /// loadCurrencies() that tells when it fails. Goes before every conversion that is shown as a
+    /// proposal or written: another workstation may have changed any rate or added a currency.
     bool refreshRates(QWidget *parent, const QString &connectionName);
 
     const QList<Currency> &currencies() const;

@@ -18,7 +18,7 @@ ColorSqlQueryModel::ColorSqlQueryModel(QObject *parent)
 {
     setColumns({tr("Код"), QString(), tr("Арт."), tr("Наименование"), tr("Цена"), tr("Остаток"),
                 tr("Ед.")},
-               {ColumnKind::Number, ColumnKind::Plain, ColumnKind::Plain, ColumnKind::Plain,
+               {ColumnKind::Number, ColumnKind::Plain, ColumnKind::Plain, ColumnKind::Name,
                 ColumnKind::Money, ColumnKind::Quantity, ColumnKind::Plain});
 }
 

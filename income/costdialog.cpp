@@ -6,6 +6,7 @@
 #include "db/money.h"
 #include "db/session.h"
 #include "income/productprices.h"
+#include "widgets/plaintext.h"
 
 #include <QHeaderView>
 
@@ -99,8 +100,10 @@ void CostDialog::showProducts(const QList<ProductPrice> &prices)
     for (int row = 0; row < prices.size(); ++row) {
         const ProductPrice &price = prices.at(row);
         addNumber(row, IdColumn, QString::number(price.id));
-        table->setItem(row, NameColumn, new QTableWidgetItem(price.name.simplified()));
-        addNumber(row, RatioColumn, formatQuantity(price.inoutratio));
+        auto *name = new QTableWidgetItem(price.name.simplified());
+        name->setToolTip(plainToolTip(price.name));
+        table->setItem(row, NameColumn, name);
+        addNumber(row, RatioColumn, formatFactor(price.inoutratio));
         addNumber(row, OutcostColumn, formatMoney(price.outcost));
     }
     QHeaderView *header = table->horizontalHeader();
@@ -144,7 +147,7 @@ bool CostDialog::checkField(NumberSpinBox *field, const QString &refusal, const 
 {
     bool good = field->hasAcceptableInput() && field->value() > 0;
     if (!good)
-        showInformation(this, refusal);
+        showInformation(this, field->hasAcceptableInput() ? refusal : field->fault());
     else if (field->isChanged() && looksLikeBarcode(field->text()))
         good = askQuestion(this, question + field->text(), {tr("Подтвердить"), tr("Отмена")}, 1,
                            1) == 0;

@@ -12,8 +12,10 @@
 #include "income/colorsqlquerymodel.h"
 #include "income/costdialog.h"
 #include "income/goodsentry.h"
+#include "income/groupdialog.h"
 #include "income/linedeletion.h"
 #include "income/manual.h"
+#include "income/productgroups.h"
 #include "income/productlist.h"
 #include "income/receiptlist.h"
 #include "income/receiptprices.h"
@@ -21,6 +23,10 @@
 #include "login/selectconnectiondialog.h"
 #include "sms/sendsmsdialog.h"
 #include "widgets/colors.h"
+#include "widgets/contrasticon.h"
+#include "widgets/foldingrow.h"
+#include "widgets/namecolumn.h"
+#include "widgets/placeholder.h"
 #include "widgets/progressdialog.h"
 #include "widgets/scanreader.h"
 #include "widgets/tableplace.h"
@@ -32,6 +38,8 @@
 #include <QLabel>
 #include <QMenu>
 #include <QScopeGuard>
+#include <QScreen>
+#include <QScrollBar>
 #include <QSettings>
 #include <QToolButton>
 
@@ -49,27 +57,13 @@ constexpr int timerPeriodMs = 1000;
 constexpr int filterDelayMs = 150; ///< typing goes on before the list is read again
 constexpr int maxTimerRest = 30;   ///< seconds between two looks for a lost server
 
-constexpr int nameColumn = 3;      ///< in both tables
-constexpr int leastNameSigns = 20; ///< that must stay legible of a name
-
-/// Takes from the column of names what the table lacks to show all its columns up to the last one
-/// that matters.
-void fitNames(QTableView *view, int lastColumn)
-{
-    const QHeaderView *header = view->horizontalHeader();
-    const int end = header->sectionPosition(lastColumn) + header->sectionSize(lastColumn);
-    const int missing = end - view->viewport()->width();
-    const int least = view->fontMetrics().averageCharWidth() * leastNameSigns;
-    if (missing > 0)
-        view->setColumnWidth(nameColumn,
-                             qMin(view->columnWidth(nameColumn),
-                                  qMax(least, view->columnWidth(nameColumn) - missing)));
-}
+constexpr int nameColumn = 3; ///< in both tables
 
 const QString geometryKey = QStringLiteral("incomegeometry");
 const QString stateKey = QStringLiteral("incomestate");
 const QString splitterKey = QStringLiteral("income_splitter_state");
 const QString productTableKey = QStringLiteral("income_warehouse_table_state");
+const QString productNameKey = QStringLiteral("income_warehouse_name_dragged");
 
 } // namespace
 
@@ -86,6 +80,7 @@ IncomeInvoiceWindow::IncomeInvoiceWindow(QWidget *parent)
     guardCodeField();
     setUpStatusBar();
     createContextActions();
+    setUpNarrowWindow();
     for (QAction *action : {m_ui->wareBaseAction, m_ui->syncArticlesAction, m_ui->syncImagesAction})
         action->setVisible(false);
 
@@ -164,10 +159,31 @@ void IncomeInvoiceWindow::setUpTables()
     m_ui->warehouseTableView->setModel(m_products);
     for (QTableView *view : {m_ui->incomeinvoiceTableView, m_ui->warehouseTableView}) {
         view->verticalHeader()->setDefaultSectionSize(view->fontMetrics().height() + 8);
-        view->horizontalHeader()->setMaximumSectionSize(520);
         // Measuring all rows of a long list for the widths would make it slow.
         view->horizontalHeader()->setResizeContentsPrecision(100);
     }
+    constexpr int lesserColumns = 1; // when a line was added matters least
+    m_receiptNames = new NameColumn(m_ui->incomeinvoiceTableView, nameColumn, lesserColumns);
+    m_productNames = new NameColumn(m_ui->warehouseTableView, nameColumn);
+}
+
+/// A large font or a small screen leaves no room for the rows as they stand in the form.
+void IncomeInvoiceWindow::setUpNarrowWindow()
+{
+    constexpr int shortestFilter = 14; // signs
+    m_ui->namefilterLineEdit->setMinimumWidth(
+        m_ui->namefilterLineEdit->fontMetrics().averageCharWidth() * shortestFilter);
+    new FoldingRow(m_ui->filterNameLayout, m_ui->filterGroupBox);
+    new FoldingRow(m_ui->filterChoiceLayout, m_ui->filterGroupBox);
+    new FoldingRow(m_ui->codeRowLayout, m_ui->incomeInvoiceGroupBox);
+    // As narrow as folded rows allow; the layouts would ask for what their rows need at present.
+    for (QWidget *box :
+         {m_ui->filterGroupBox, m_ui->productsGroupBox, m_ui->incomeInvoiceGroupBox}) {
+        box->layout()->activate(); // nested rows were measured before their texts were set
+        box->setMinimumWidth(box->minimumSizeHint().width());
+    }
+    setPlaceholders(m_ui->codeLineEdit, {tr("Штрих-код или номер наименования"),
+                                         tr("Штрих-код или номер"), tr("Штрих-код")});
 }
 
 void IncomeInvoiceWindow::setUpEntry()
@@ -233,32 +249,61 @@ void IncomeInvoiceWindow::setUpStatusBar()
 
 void IncomeInvoiceWindow::createContextActions()
 {
-    m_changeCostAction = new QAction(tr("Изменить цену"), this);
-    m_changeCostAction->setObjectName(QStringLiteral("changeCostAction"));
+    const auto add = [this](const char *name, const QString &text) {
+        auto *action = new QAction(text, this);
+        action->setObjectName(QLatin1String(name));
+        return action;
+    };
+    m_addToLabelsAction = add("addToLabelsAction", tr("Добавить в этикетки"));
+    m_addToLabelsAction->setEnabled(false);
+    m_changeCostAction = add("changeCostAction", tr("Изменить цену"));
     connect(m_changeCostAction, &QAction::triggered, this,
             &IncomeInvoiceWindow::On_changeCostAction_triggered);
-    m_editLineAction = new QAction(tr("Изменить позицию"), this);
-    m_editLineAction->setObjectName(QStringLiteral("editLineAction"));
+    m_changeGroupAction = add("changeGroupAction", tr("Изменить группу"));
+    connect(m_changeGroupAction, &QAction::triggered, this,
+            &IncomeInvoiceWindow::On_changeGroupAction_triggered);
+    m_editLineAction = add("editLineAction", tr("Изменить позицию"));
     connect(m_editLineAction, &QAction::triggered, this,
             &IncomeInvoiceWindow::On_editLineAction_triggered);
-    const QList<QPair<QString, QString>> later = {
-        {QStringLiteral("addToLabelsAction"), tr("Добавить в этикетки")},
-        {QStringLiteral("changeGroupAction"), tr("Изменить группу")}};
-    for (const auto &[name, text] : later) {
-        auto *action = new QAction(text, this);
-        action->setObjectName(name);
-        action->setEnabled(false);
-        m_laterProductActions += action;
+
+    const QList<QAction *> actions = findChildren<QAction *>();
+    for (QAction *action : actions)
+        action->setIcon(contrastIcon(action->icon()));
+
+    QAction *openMenu = add("menuAction", QString());
+    openMenu->setShortcut(Qt::Key_F10);
+    addAction(openMenu);
+    connect(openMenu, &QAction::triggered, this,
+            [this] { m_ui->menubar->setActiveAction(m_ui->fileMenu->menuAction()); });
+    // Escape would leave the keyboard in the menu bar, where the next scan is lost.
+    const QList<QMenu *> menus = m_ui->menubar->findChildren<QMenu *>();
+    for (const QMenu *menu : menus) {
+        connect(
+            menu, &QMenu::aboutToHide, this,
+            [this] {
+                if (m_ui->menubar->hasFocus() && !QApplication::activePopupWidget())
+                    m_codeField->take();
+            },
+            Qt::QueuedConnection);
     }
 }
 
 void IncomeInvoiceWindow::restoreWindowState()
 {
     const QSettings store;
-    restoreGeometry(store.value(geometryKey).toByteArray());
+    if (!restoreGeometry(store.value(geometryKey).toByteArray()))
+        fitScreen();
     restoreState(store.value(stateKey).toByteArray());
     if (!m_ui->splitter->restoreState(store.value(splitterKey).toByteArray()))
         m_ui->splitter->setSizes({width() * 2 / 5, width() * 3 / 5});
+}
+
+/// The size of the first start: roomy on a large screen, whole on a small one.
+void IncomeInvoiceWindow::fitScreen()
+{
+    const QSize room = screen()->availableGeometry().size();
+    const QSize frame(12, 44); // of the window, which is not known before it is shown
+    resize(QSize(1600, 950).boundedTo(room - frame));
 }
 
 void IncomeInvoiceWindow::saveWindowState() const
@@ -269,6 +314,7 @@ void IncomeInvoiceWindow::saveWindowState() const
     store.setValue(splitterKey, m_ui->splitter->saveState());
     if (m_productColumnsSized)
         store.setValue(productTableKey, m_ui->warehouseTableView->horizontalHeader()->saveState());
+    store.setValue(productNameKey, m_productNames->isDragged());
 }
 
 void IncomeInvoiceWindow::applyFontSize()
@@ -281,33 +327,6 @@ void IncomeInvoiceWindow::applyFontSize()
     setFont(larger);
     for (QTableView *view : {m_ui->incomeinvoiceTableView, m_ui->warehouseTableView})
         view->verticalHeader()->setDefaultSectionSize(view->fontMetrics().height() + 8);
-}
-
-void IncomeInvoiceWindow::fitReceiptNames()
-{
-    // When a line was added matters least.
-    if (isVisible() && m_receipt->columnCount() > 1)
-        fitNames(m_ui->incomeinvoiceTableView, m_receipt->columnCount() - 2);
-}
-
-void IncomeInvoiceWindow::fitProductNames()
-{
-    // Widths that the user has set are left alone.
-    if (isVisible() && m_productColumnsSized && !m_productColumnsKept)
-        fitNames(m_ui->warehouseTableView, m_products->columnCount() - 1);
-}
-
-void IncomeInvoiceWindow::showEvent(QShowEvent *event)
-{
-    QMainWindow::showEvent(event);
-    // Only now the tables know their room.
-    QMetaObject::invokeMethod(
-        this,
-        [this] {
-            fitReceiptNames();
-            fitProductNames();
-        },
-        Qt::QueuedConnection);
 }
 
 void IncomeInvoiceWindow::closeEvent(QCloseEvent *event)
@@ -568,11 +587,10 @@ void IncomeInvoiceWindow::on_warehouseTableView_customContextMenuRequested(const
     QMenu menu(this);
     const bool selected = !selectedProductIds().isEmpty();
     m_changeCostAction->setEnabled(selected);
-    menu.addAction(m_ui->copyAction);
+    m_changeGroupAction->setEnabled(selected);
+    menu.addActions({m_addToLabelsAction, m_changeCostAction, m_changeGroupAction});
     menu.addSeparator();
-    menu.addAction(m_changeCostAction);
-    for (QAction *action : std::as_const(m_laterProductActions))
-        menu.addAction(action);
+    menu.addAction(m_ui->copyAction);
     menu.exec(m_ui->warehouseTableView->viewport()->mapToGlobal(position));
 }
 
@@ -607,6 +625,25 @@ void IncomeInvoiceWindow::On_changeCostAction_triggered()
         refreshProducts();
 }
 
+void IncomeInvoiceWindow::On_changeGroupAction_triggered()
+{
+    const QList<qulonglong> ids = selectedProductIds();
+    if (ids.isEmpty())
+        return;
+    GroupDialog dialog(ids, this);
+    if (dialog.exec() != QDialog::Accepted)
+        return;
+    const GroupChange change = changeGroup(this, ids, dialog.group());
+    if (change.done) {
+        QString text = tr("Группа «%1» записана наименованиям: %2")
+                           .arg(dialog.groupName(), QString::number(change.changed));
+        if (change.missing > 0)
+            text += tr(", нет в каталоге: ") + QString::number(change.missing);
+        showScan(text, true);
+    }
+    refreshProducts();
+}
+
 void IncomeInvoiceWindow::On_editLineAction_triggered()
 {
     on_incomeinvoiceTableView_doubleClicked(m_ui->incomeinvoiceTableView->currentIndex());
@@ -615,6 +652,8 @@ void IncomeInvoiceWindow::On_editLineAction_triggered()
 void IncomeInvoiceWindow::on_applyIncomeInvoicePushButton_clicked()
 {
     const bool hadLines = m_receipt->rowCount() > 0;
+    if (hadLines && !askAboutMissed())
+        return;
     ReceiptPosting posting(this, mainConnection);
     const std::optional<ReceiptSummary> summary = posting.look();
     if (!summary) { // the user has been told
@@ -629,8 +668,6 @@ void IncomeInvoiceWindow::on_applyIncomeInvoicePushButton_clicked()
         m_codeField->take();
         return;
     }
-    if (!askAboutMissed())
-        return;
     BoxRequest request;
     request.text = tr("<h3>Провести накладную?</h3><p>Будут обновлены: остаток, приходная цена, "
                       "расходная цена. Выберите способ оплаты товара.</p>");
@@ -781,9 +818,9 @@ void IncomeInvoiceWindow::refreshReceipt()
     const TablePlace place(view, m_receipt);
     if (!m_receipt->refresh(this, m_ui->ratioCheckBox->isChecked()))
         return;
-    view->resizeColumnsToContents();
+    m_receiptNames->resizeToContents();
     view->setColumnWidth(1, 0);
-    fitReceiptNames();
+    m_receiptNames->fit();
     place.restore();
     showTotals();
 }
@@ -819,11 +856,12 @@ void IncomeInvoiceWindow::refreshProducts()
         return;
     if (!m_productColumnsSized && m_products->rowCount() > 0) {
         m_productColumnsSized = true;
-        view->resizeColumnsToContents();
         view->setColumnHidden(1, true);
-        m_productColumnsKept = view->horizontalHeader()->restoreState(
-            QSettings().value(productTableKey).toByteArray());
-        fitProductNames();
+        m_productNames->resizeToContents();
+        const QSettings store;
+        if (view->horizontalHeader()->restoreState(store.value(productTableKey).toByteArray()))
+            m_productNames->setDragged(store.value(productNameKey).toBool());
+        m_productNames->fit();
     }
     view->setColumnHidden(1, true);
     place.restore();
@@ -839,11 +877,13 @@ void IncomeInvoiceWindow::fillFilters()
         for (const auto &[id, name] : choices)
             box->addItem(name, id);
         box->setCurrentIndex(chosen.isValid() ? qMax(0, box->findData(chosen)) : 0);
+        // The open list may be wider than its box, so that long names can be read.
+        const QAbstractItemView *list = box->view();
+        box->view()->setMinimumWidth(
+            qMin(list->sizeHintForColumn(0) + list->verticalScrollBar()->sizeHint().width(),
+                 box->screen()->availableGeometry().width() / 2));
     };
-    if (QueryRows(this,
-                  QStringLiteral("SELECT id, parent, name FROM `groups` ORDER BY parent, "
-                                 "name;"),
-                  rows))
+    if (QueryRows(this, groupsQuery(), rows))
         fill(m_ui->groupfilterComboBox, tr("Все группы"), groupChoices(rows));
     if (QueryRows(this, QStringLiteral("SELECT id,name FROM brands ORDER BY name;"), rows)) {
         QList<Choice> brands;

@@ -13,6 +13,7 @@
 class CodeFieldGuard;
 class ColorSqlQueryModel;
 class GoodsEntry;
+class NameColumn;
 class QLabel;
 class QModelIndex;
 class QTableView;
@@ -42,7 +43,6 @@ public:
     PostingResult postReceipt(PaymentType paymentType);
 
 protected:
-    void showEvent(QShowEvent *event) override;
     void closeEvent(QCloseEvent *event) override;
 
 private slots:
@@ -74,15 +74,18 @@ private slots:
     void on_cancelImportPushButton_clicked();
     void On_timer_timeout();
     void On_changeCostAction_triggered();
+    void On_changeGroupAction_triggered();
     void On_editLineAction_triggered();
 
 private:
     bool chooseConnection();
     void connectFriendDatabase();
     void setUpTables();
+    void setUpNarrowWindow();
     void setUpStatusBar();
     void createContextActions();
     void restoreWindowState();
+    void fitScreen();
     void saveWindowState() const;
     void applyFontSize();
     void start();
@@ -100,8 +103,6 @@ private:
     void showEntered();
     void showMissedCount();
     bool askAboutMissed();
-    void fitReceiptNames();
-    void fitProductNames();
     void guardCodeField();
     PostingResult postReceipt(ReceiptPosting &posting, PaymentType paymentType);
     void tellCustomers(const QList<DueAlert> &due);
@@ -114,9 +115,12 @@ private:
     CodeFieldGuard *m_codeField = nullptr;
     ScanReader *m_scanReader = nullptr;
     GoodsEntry *m_entry = nullptr;
+    NameColumn *m_receiptNames = nullptr;
+    NameColumn *m_productNames = nullptr;
     QAction *m_changeCostAction = nullptr;
+    QAction *m_changeGroupAction = nullptr;
+    QAction *m_addToLabelsAction = nullptr; ///< its dialog is not there yet
     QAction *m_editLineAction = nullptr;
-    QList<QAction *> m_laterProductActions; ///< commands of dialogs that are not there yet
     QLabel *m_scanLabel = nullptr;
     QToolButton *m_missedButton = nullptr;
     QLabel *m_countLabel = nullptr;
@@ -131,7 +135,6 @@ private:
     bool m_online = true;
     bool m_checkpointDue = false; ///< a posting has filled SQLite's log
     bool m_productColumnsSized = false;
-    bool m_productColumnsKept = false; ///< sized by the user in an earlier run
-    int m_timerRest = 0;               ///< seconds that the timer still keeps still after a failure
-    int m_timerDelay = 0;              ///< how long it rests after the next failure
+    int m_timerRest = 0;  ///< seconds that the timer still keeps still after a failure
+    int m_timerDelay = 0; ///< how long it rests after the next failure
 };

@@ -59,7 +59,12 @@ QString productListQuery(const ProductFilter &filter)
     return query + u';';
 }
 
-QList<Choice> groupChoices(const QList<SqlRow> &rows)
+QString groupsQuery()
+{
+    return QStringLiteral("SELECT id, parent, name FROM `groups` ORDER BY parent, name;");
+}
+
+QList<GroupNode> groupTree(const QList<SqlRow> &rows)
 {
     QSet<qulonglong> ids;
     for (const SqlRow &row : rows)
@@ -71,14 +76,14 @@ QList<Choice> groupChoices(const QList<SqlRow> &rows)
         children[isChild ? parent : 0] += i;
     }
 
-    QList<Choice> choices;
+    QList<GroupNode> tree;
     QSet<qsizetype> placed;
     const std::function<void(qsizetype, int)> place = [&](qsizetype i, int depth) {
         if (placed.contains(i))
             return;
         placed += i;
         const qulonglong id = rows.at(i).at(0).toULongLong();
-        choices += {id, QStringLiteral(" - ").repeated(depth) + rows.at(i).at(2).toString()};
+        tree += {.id = id, .name = rows.at(i).at(2).toString(), .depth = depth};
         for (const qsizetype child : children.value(id))
             place(child, depth + 1);
     };
@@ -87,5 +92,14 @@ QList<Choice> groupChoices(const QList<SqlRow> &rows)
     // What hangs in a circle has no root of its own.
     for (qsizetype i = 0; i < rows.size(); ++i)
         place(i, 0);
+    return tree;
+}
+
+QList<Choice> groupChoices(const QList<SqlRow> &rows)
+{
+    QList<Choice> choices;
+    const QList<GroupNode> tree = groupTree(rows);
+    for (const GroupNode &node : tree)
+        choices += {node.id, QStringLiteral(" - ").repeated(node.depth) + node.name};
     return choices;
 }

@@ -21,10 +21,24 @@ struct ProductFilter
 /// The SELECT of the product table.
 QString productListQuery(const ProductFilter &filter);
 
+/// A group in the tree of groups.
+struct GroupNode
+{
+    qulonglong id = 0;
+    QString name;
+    int depth = 0; ///< 0: a root
+};
+
+/// The SELECT whose rows groupTree() and groupChoices() take: id, parent, name, siblings in the
+/// order in which they are to stand.
+QString groupsQuery();
+
+/// The groups as a tree, children behind their parents. A group whose parent is missing, or that is
+/// its own ancestor, stands among the roots.
+QList<GroupNode> groupTree(const QList<SqlRow> &rows);
+
 /// An entry of a choice: id and the text shown.
 using Choice = QPair<qulonglong, QString>;
 
-/// The groups as a tree, children behind their parents with " - " before the name. A group whose
-/// parent is missing, or that is its own ancestor, stands among the roots.
-/// Rows: id, parent, name, in the order in which siblings are to stand.
+/// The tree of groups as a list, " - " before the name for each step down.
 QList<Choice> groupChoices(const QList<SqlRow> &rows);

@@ -99,7 +99,7 @@ std::optional<ProductPrice> readProductPrice(QWidget *parent, qulonglong id)
         return {};
     const SqlRow &row = rows.first();
     const QString currency = row.at(4).toString();
-    if (!Session::instance().refreshRate(parent, currency, mainConnection))
+    if (!Session::instance().refreshRates(parent, mainConnection))
         return {};
     return ProductPrice{.id = id,
                         .name = row.at(0).toString(),

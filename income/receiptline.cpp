@@ -153,7 +153,7 @@ LoadState ReceiptEntry::load(QWidget *parent, const ReceiptRequest &request)
 bool ReceiptEntry::readProductIncost(QWidget *parent)
 {
     Session &session = Session::instance();
-    if (!session.refreshRate(parent, m_product.currency, mainConnection))
+    if (!session.refreshRates(parent, mainConnection))
         return false;
     QSqlQuery query;
     if (!QueryExec(parent, "SELECT incost FROM warehouse WHERE id=" + quotedId(m_product.id) + ";",

@@ -24,9 +24,9 @@ constexpr ListColumn listColumns[] = {
     {QT_TRANSLATE_NOOP("ReceiptListModel", "Код"), ColumnKind::Number, false},
     {"", ColumnKind::Number, false}, // product id, not shown
     {QT_TRANSLATE_NOOP("ReceiptListModel", "Артикул"), ColumnKind::Plain, false},
-    {QT_TRANSLATE_NOOP("ReceiptListModel", "Наименование"), ColumnKind::Plain, false},
+    {QT_TRANSLATE_NOOP("ReceiptListModel", "Наименование"), ColumnKind::Name, false},
     {QT_TRANSLATE_NOOP("ReceiptListModel", "Коэф."), ColumnKind::Ratio, true},
-    {QT_TRANSLATE_NOOP("ReceiptListModel", "Фикс.коэф"), ColumnKind::Ratio, true},
+    {QT_TRANSLATE_NOOP("ReceiptListModel", "Фикс.коэф"), ColumnKind::Factor, true},
     {QT_TRANSLATE_NOOP("ReceiptListModel", "Прих.цена"), ColumnKind::Money, true},
     {QT_TRANSLATE_NOOP("ReceiptListModel", "Расх.цена"), ColumnKind::Money, false},
     {QT_TRANSLATE_NOOP("ReceiptListModel", "Кол-во"), ColumnKind::Quantity, false},

@@ -20,6 +20,10 @@ PasswordDialog::PasswordDialog(const QString &login, QWidget *parent)
     m_ui->introLabel->setText(
         tr("У пользователя «%1» ещё нет пароля. Придумайте пароль и введите его дважды.")
             .arg(login));
+    // The layout does not by itself make room for the lines that a large font breaks the text into.
+    const int width = qMax(this->width(), sizeHint().width());
+    setMinimumHeight(layout()->heightForWidth(width));
+    resize(width, minimumHeight());
     m_ui->newPasswordLineEdit->setFocus();
 }
 

@@ -1,30 +1,33 @@
 #include "widgets/numberspinbox.h"
 
+#include "widgets/colors.h"
+
 #include <QFocusEvent>
+#include <QHelpEvent>
 #include <QKeyEvent>
+#include <QLineEdit>
 #include <QRegularExpression>
 #include <QTimer>
+#include <QToolTip>
 #include <QWheelEvent>
 
 #include <algorithm>
+#include <optional>
 
 namespace {
 
-/// As QString::toDouble() wants it: a point, no blanks (a pasted "1 234,50").
-QString plainNumber(const QString &text)
+/// As QString::toDouble() wants it: a point, an ASCII minus, no blanks around it or between
+/// thousands (a pasted "1 234,50"). Nothing when the text is no number.
+std::optional<QString> plainNumber(const QString &text)
 {
     QString plain;
-    for (const QChar c : text) {
-        if (!c.isSpace())
-            plain += c == u',' ? QChar(u'.') : c;
-    }
-    return plain;
-}
-
-/// What is left while a number is begun or has been deleted.
-bool isBlank(const QString &plain)
-{
-    return plain.isEmpty() || plain == u"-" || plain == u"." || plain == u"-.";
+    for (const QChar c : text.trimmed())
+        plain += c == u',' ? u'.' : c == QChar(0x2212) ? u'-' : c.isSpace() ? u' ' : c;
+    static const QRegularExpression form(
+        QStringLiteral("^-?(([0-9]+|[0-9]{1,3}( [0-9]{3})+)\\.?[0-9]*|\\.[0-9]+)$"));
+    if (!plain.isEmpty() && !form.match(plain).hasMatch())
+        return std::nullopt;
+    return plain.remove(u' ');
 }
 
 } // namespace
@@ -33,6 +36,7 @@ NumberSpinBox::NumberSpinBox(QWidget *parent)
     : QDoubleSpinBox(parent)
 {
     setFocusPolicy(Qt::StrongFocus);
+    connect(lineEdit(), &QLineEdit::textChanged, this, &NumberSpinBox::markFault);
 }
 
 void NumberSpinBox::setLeastDecimals(int decimals)
@@ -78,26 +82,110 @@ QString NumberSpinBox::textFromValue(double value) const
 
 double NumberSpinBox::valueFromText(const QString &text) const
 {
-    return plainNumber(text).toDouble();
+    return plainNumber(text).value_or(QString()).toDouble();
 }
 
+QString NumberSpinBox::faultOf(const QString &text) const
+{
+    const std::optional<QString> plain = plainNumber(text);
+    if (!plain)
+        return tr("Это не число.");
+    if (plain->isEmpty() && minimum() > 0)
+        return tr("Число не введено.");
+    const qsizetype point = plain->indexOf(u'.');
+    if (point >= 0 && plain->size() - point - 1 > decimals()) {
+        return decimals() == 0
+                   ? tr("Число должно быть целым.")
+                   : tr("Знаков после запятой может быть не больше %1.").arg(decimals());
+    }
+    const double number = plain->toDouble();
+    if (number > maximum())
+        return tr("Число не может быть больше %1.").arg(textFromValue(maximum()));
+    if (number < minimum())
+        return tr("Число не может быть меньше %1.").arg(textFromValue(minimum()));
+    return {};
+}
+
+/// Nothing is kept from being typed: a field that swallows letters makes -5 of "LOT-5".
 QValidator::State NumberSpinBox::validate(QString &text, int &position) const
 {
     Q_UNUSED(position);
-    static const QRegularExpression form(QStringLiteral("^-?[0-9]*(\\.([0-9]{0,9}))?$"));
-    const QString plain = plainNumber(text);
-    const QRegularExpressionMatch match = form.match(plain);
-    if (!match.hasMatch() || (minimum() >= 0 && plain.startsWith(u'-')))
-        return QValidator::Invalid;
-    if (match.capturedLength(2) > decimals())
-        return QValidator::Intermediate;
-    if (isBlank(plain))
-        return minimum() <= 0 ? QValidator::Acceptable : QValidator::Intermediate;
-    const double number = plain.toDouble();
-    if (number > maximum() || (minimum() < 0 && number < minimum()))
-        return QValidator::Invalid;
-    return number < minimum() ? QValidator::Intermediate : QValidator::Acceptable;
+    return faultOf(text).isEmpty() ? QValidator::Acceptable : QValidator::Intermediate;
 }
+
+void NumberSpinBox::fixup(QString &text) const
+{
+    // The base class takes out what separates thousands in some countries: "7,5" would be 75.
+    Q_UNUSED(text);
+}
+
+void NumberSpinBox::showText(const QString &text)
+{
+    lineEdit()->setText(text);
+}
+
+QString NumberSpinBox::fault() const
+{
+    return faultOf(text());
+}
+
+void NumberSpinBox::markFault()
+{
+    QPalette colours; // nothing set: that of the field
+    if (!hasAcceptableInput()) {
+        const QColor warning = warningTextColor(palette());
+        colours.setColor(QPalette::Active, QPalette::Text, warning);
+        colours.setColor(QPalette::Inactive, QPalette::Text, warning);
+    }
+    lineEdit()->setPalette(colours);
+}
+
+void NumberSpinBox::stepBy(int steps)
+{
+    if (hasAcceptableInput())
+        QDoubleSpinBox::stepBy(steps);
+}
+
+bool NumberSpinBox::event(QEvent *event)
+{
+    if (event->type() != QEvent::ToolTip || hasAcceptableInput())
+        return QDoubleSpinBox::event(event);
+    QToolTip::showText(static_cast<QHelpEvent *>(event)->globalPos(), fault(), this);
+    return true;
+}
+
+// The base class puts the former number in place of a wrong text whenever the field or its window
+// is left; the three handlers below pass it over, and so does keyPressEvent().
+// NOLINTBEGIN(bugprone-parent-virtual-call)
+
+void NumberSpinBox::changeEvent(QEvent *event)
+{
+    if (event->type() == QEvent::ActivationChange && !hasAcceptableInput())
+        QWidget::changeEvent(event);
+    else
+        QDoubleSpinBox::changeEvent(event);
+}
+
+void NumberSpinBox::hideEvent(QHideEvent *event)
+{
+    if (hasAcceptableInput())
+        QDoubleSpinBox::hideEvent(event);
+    else
+        QWidget::hideEvent(event);
+}
+
+void NumberSpinBox::focusOutEvent(QFocusEvent *event)
+{
+    if (hasAcceptableInput()) {
+        QDoubleSpinBox::focusOutEvent(event);
+        return;
+    }
+    lineEdit()->event(event);
+    QWidget::focusOutEvent(event);
+    emit editingFinished();
+}
+
+// NOLINTEND(bugprone-parent-virtual-call)
 
 void NumberSpinBox::focusInEvent(QFocusEvent *event)
 {
@@ -113,8 +201,7 @@ void NumberSpinBox::focusInEvent(QFocusEvent *event)
 
 void NumberSpinBox::keyPressEvent(QKeyEvent *event)
 {
-    // The spin box would put its former number in place of a wrong one, and the dialog would take
-    // that; the dialog has to see what was typed.
+    // The dialog has to see what was typed.
     if ((event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) && !hasAcceptableInput())
         event->ignore();
     else

@@ -4,8 +4,12 @@
 
 /// A number field for people in a hurry: takes decimal point and comma, shows no trailing zeros,
 /// selects its whole content on focus, does not turn with the mouse wheel, and an emptied field is
-/// 0 and not the number that stood there before. More decimals than allowed may be typed, but are
-/// no acceptable input: dropping the point of "7.5" would make it 75.
+/// 0 and not the number that stood there before.
+///
+/// Anything may be typed or pasted. What is no number, has more decimals than allowed or lies
+/// outside the range is never made into another number: it stays as typed, whichever way the field
+/// is left, in the colour of warnings and with the reason as tool tip. Meanwhile value() is the
+/// last number that was right, and hasAcceptableInput() tells the dialog to refuse.
 class NumberSpinBox final : public QDoubleSpinBox
 {
     Q_OBJECT
@@ -25,16 +29,31 @@ public:
     /// Whether the field's number is another than the one set.
     bool isChanged() const;
 
+    /// Shows a text as if it had been typed, for a stored value that the field would not take.
+    void showText(const QString &text);
+
+    /// Why the text is no acceptable input, a sentence for the user; empty when it is one.
+    QString fault() const;
+
     QString textFromValue(double value) const override;
     double valueFromText(const QString &text) const override;
     QValidator::State validate(QString &text, int &position) const override;
+    void fixup(QString &text) const override;
+    void stepBy(int steps) override;
 
 protected:
+    bool event(QEvent *event) override;
+    void changeEvent(QEvent *event) override;
     void focusInEvent(QFocusEvent *event) override;
+    void focusOutEvent(QFocusEvent *event) override;
+    void hideEvent(QHideEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
     void wheelEvent(QWheelEvent *event) override;
 
 private:
+    QString faultOf(const QString &text) const;
+    void markFault();
+
     double m_exact = 0;
     double m_shown = 0; ///< the field's rounded form of m_exact
     int m_leastDecimals = 0;

@@ -2,6 +2,7 @@
 
 #include "db/money.h"
 #include "db/query.h"
+#include "widgets/plaintext.h"
 
 #include <QSqlRecord>
 
@@ -104,16 +105,20 @@ QVariant SqlTableModel::data(const QModelIndex &index, int role) const
 {
     if (!index.isValid())
         return {};
+    const ColumnKind kind = m_kinds.value(index.column(), ColumnKind::Plain);
+    const bool isText = kind == ColumnKind::Plain || kind == ColumnKind::Name;
     switch (role) {
     case Qt::DisplayRole:
         return displayText(index.row(), index.column());
     case Qt::EditRole:
         return value(index.row(), index.column());
+    case Qt::ToolTipRole:
+        if (const QString text = displayText(index.row(), index.column());
+            kind == ColumnKind::Name && !text.isEmpty())
+            return plainToolTip(text);
+        return {};
     case Qt::TextAlignmentRole:
-        return QVariant::fromValue(m_kinds.value(index.column(), ColumnKind::Plain) ==
-                                           ColumnKind::Plain
-                                       ? Qt::Alignment(Qt::AlignLeft | Qt::AlignVCenter)
-                                       : Qt::Alignment(Qt::AlignRight | Qt::AlignVCenter));
+        return QVariant::fromValue((isText ? Qt::AlignLeft : Qt::AlignRight) | Qt::AlignVCenter);
     default:
         return {};
     }
@@ -139,8 +144,11 @@ QString SqlTableModel::displayText(int row, int column) const
     case ColumnKind::Quantity:
         return formatQuantity(cell.toDouble());
     case ColumnKind::Ratio:
-        return QString::number(cell.toDouble(), 'f', 2);
+        return formatFactor(cell.toDouble(), 4);
+    case ColumnKind::Factor:
+        return formatFactor(cell.toDouble());
     case ColumnKind::Plain:
+    case ColumnKind::Name:
     case ColumnKind::Number:
         break;
     }

@@ -11,10 +11,12 @@
 /// How a column's values are shown.
 enum class ColumnKind {
     Plain,    ///< as the database returns it
+    Name,     ///< as Plain; a tool tip shows what the column is too narrow for
     Number,   ///< a whole number or id, to the right
     Money,    ///< two decimals, a bare ".00" dropped
     Quantity, ///< up to three decimals
-    Ratio,    ///< two decimals
+    Ratio,    ///< a computed coefficient, up to four decimals
+    Factor,   ///< a coefficient or rate as somebody entered it, with all its decimals
 };
 
 /// The rows of one SELECT, read to the end at once: no statement stays open on the connection, and

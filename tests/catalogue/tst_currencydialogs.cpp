@@ -36,9 +36,9 @@ private slots:
     void newCurrency_isStored();
     void savedCurrency_isLoadedAndChanged();
     void missingCurrency_endsTheDialog();
-    void rate_keepsItsSmallDecimals();
-    void impossibleRate_keepsTheDialogOpen_data();
-    void impossibleRate_keepsTheDialogOpen();
+    void untouchedRate_staysAsStored();
+    void impossibleInput_keepsTheDialogOpen_data();
+    void impossibleInput_keepsTheDialogOpen();
     void list_opensRowsAndRefreshes_data();
     void list_opensRowsAndRefreshes();
     void recalculation_changesPricesByRate();
@@ -88,7 +88,7 @@ void TestCurrencyDialogs::savedCurrency_isLoadedAndChanged()
     QCOMPARE(child<QLineEdit>(dialog, "symbolLineEdit")->text(), "€");
     QCOMPARE(valueEdit(dialog)->value(), 92.5);
 
-    // Neither empty fields nor a second currency of the same code are refused.
+    // Neither an empty symbol nor a second currency of the same code is refused.
     child<QLineEdit>(dialog, "cCodeLineEdit")->setText("USD");
     child<QLineEdit>(dialog, "symbolLineEdit")->clear();
     click(dialog, "savePushButton");
@@ -103,37 +103,50 @@ void TestCurrencyDialogs::missingCurrency_endsTheDialog()
     QCOMPARE(dialog.exec(), 0);
 }
 
-void TestCurrencyDialogs::rate_keepsItsSmallDecimals()
+void TestCurrencyDialogs::untouchedRate_staysAsStored()
 {
-    QVERIFY(QueryExec(nullptr, "UPDATE currencies SET value='0.003527' WHERE id='3';"));
-    CurrencyDialog dialog(3, nullptr);
-    click(dialog, "savePushButton");
-    QCOMPARE(rows("SELECT value FROM currencies WHERE id=3"), "0.003527");
+    for (const char *rate : {"0", "NULL", "1500000", "0.003527", "64.78123"}) {
+        rows(QStringLiteral("UPDATE currencies SET symbol='?', value=%1 WHERE id=3").arg(rate));
+        const QString stored = rows("SELECT value FROM currencies WHERE id=3");
+        CurrencyDialog dialog(3, nullptr);
+        QCOMPARE(valueEdit(dialog)->text(), QString(rate).remove("NULL"));
+        child<QLineEdit>(dialog, "symbolLineEdit")->setText("$");
+        valueEdit(dialog)->setFocus();
+        click(dialog, "savePushButton");
+        QCOMPARE(rows("SELECT symbol, value FROM currencies WHERE id=3"), "$\t" + stored);
+    }
 }
 
-void TestCurrencyDialogs::impossibleRate_keepsTheDialogOpen_data()
+void TestCurrencyDialogs::impossibleInput_keepsTheDialogOpen_data()
 {
-    addColumns<QString>("typed");
-    addRow("emptied", "");
-    addRow("zero", "0");
-    addRow("too many decimals", "0.0000001");
+    addColumns<QString, QString, QString>("code", "rate", "told");
+    addRow("emptied", "EUR", "", "введите курс валюты");
+    addRow("zero", "EUR", "0", "не может быть меньше 0.000001.");
+    addRow("too many decimals", "EUR", "0.0000001", "не больше 6.");
+    addRow("too much", "EUR", "1500000", "не может быть больше 999999.");
+    addRow("words", "EUR", "LOT-5", "Это не число.");
+    addRow("no code", " ", "92.5", "введите код валюты");
 }
 
-void TestCurrencyDialogs::impossibleRate_keepsTheDialogOpen()
+void TestCurrencyDialogs::impossibleInput_keepsTheDialogOpen()
 {
-    QFETCH(QString, typed);
+    QFETCH(QString, code);
+    QFETCH(QString, rate);
+    QFETCH(QString, told);
 
     CurrencyDialog dialog(2, nullptr);
     dialog.show();
+    child<QLineEdit>(dialog, "cCodeLineEdit")->setText(code);
     valueEdit(dialog)->selectAll();
     QTest::keyClick(valueEdit(dialog), Qt::Key_Delete);
-    QTest::keyClicks(valueEdit(dialog), typed);
+    QTest::keyClicks(valueEdit(dialog), rate);
+    child<QLineEdit>(dialog, "cCodeLineEdit")->setFocus();
     m_boxes->answer("OK");
-    QTest::keyClick(valueEdit(dialog), Qt::Key_Return);
-    QCOMPARE(m_boxes->lastText(), "Пожалуйста, введите курс валюты больше нуля, не более 6 знаков "
-                                  "после запятой.");
+    click(dialog, "savePushButton");
+    QVERIFY2(m_boxes->lastText().contains(told), qPrintable(m_boxes->lastText()));
     QVERIFY(dialog.isVisible());
-    QCOMPARE(rows("SELECT value FROM currencies WHERE id=2"), "92.5");
+    QCOMPARE(valueEdit(dialog)->text(), rate);
+    QCOMPARE(rows("SELECT c_code, value FROM currencies WHERE id=2"), "EUR\t92.5");
 }
 
 void TestCurrencyDialogs::list_opensRowsAndRefreshes_data()

@@ -124,15 +124,36 @@ void TestValues::sellingPrice_data()
 {
     addColumns<double, double>("price", "rounded");
 
-    const QList<QPair<double, double>> prices = {
-        {0, 0},       {0.99, 0},     {19, 19},       {19.99, 19},      {20, 20},
-        {20.4, 20},   {22.9, 20},    {23, 25},       {23.7, 25},       {24, 25},
-        {27.99, 25},  {28, 30},      {49.95, 50},    {97.9, 95},       {99.9, 100},
-        {100, 100},   {105.99, 100}, {106, 110},     {115, 110},       {117, 120},
-        {125, 120},   {126, 130},    {999, 1000},    {-5.7, -5},       {-300.5, -300},
-        {1e10, 1e10}, {1e19, 1e19},  {1e300, 1e300}, {-1e300, -1e300}, {infinity, infinity}};
+    // The products are not quite what they are on paper: 125.99999999999999 and the like.
+    const QList<QPair<double, double>> prices = {{0.99, 0},
+                                                 {19.99, 19},
+                                                 {20.4, 20},
+                                                 {22.9, 20},
+                                                 {23, 25},
+                                                 {27.99, 25},
+                                                 {28, 30},
+                                                 {49.95, 50},
+                                                 {99.9, 100},
+                                                 {105.99, 100},
+                                                 {106, 110},
+                                                 {115, 110},
+                                                 {125.9, 120},
+                                                 {999, 1000},
+                                                 {-5.7, -5},
+                                                 {-300.5, -300},
+                                                 {1e19, 1e19},
+                                                 {1e300, 1e300},
+                                                 {-1e300, -1e300},
+                                                 {infinity, infinity},
+                                                 {90 * 1.4, 130},
+                                                 {200 * 1.13, 230},
+                                                 {1780 * 1.15, 2050},
+                                                 {10 * 1.9, 19},
+                                                 {1.1 * 64.78 * 1.5, 110},
+                                                 {4.35 * 100 * 1.0, 430},
+                                                 {1e8 * 1.15 + 6, 115000010}};
     for (const auto &[price, rounded] : prices)
-        QTest::addRow("%g", price) << price << rounded;
+        QTest::addRow("%.17g", price) << price << rounded;
 }
 
 void TestValues::sellingPrice()

@@ -2,6 +2,7 @@
 // through the dialogs, buttons of the boxes.
 #include "db/query.h"
 #include "db/transaction.h"
+#include "income/groupdialog.h"
 #include "tests/support/databasetest.h"
 #include "tests/support/datatable.h"
 #include "tests/support/servers.h"
@@ -15,14 +16,17 @@
 #include <QClipboard>
 #include <QComboBox>
 #include <QDialog>
+#include <QHeaderView>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMenu>
 #include <QPushButton>
 #include <QScrollBar>
 #include <QSettings>
 #include <QSpinBox>
 #include <QTableView>
 #include <QTest>
+#include <QTreeWidget>
 
 #include <algorithm>
 #include <memory>
@@ -46,6 +50,8 @@ private slots:
     void otherStation_isSeenByTheTimer();
     void lostServer_isShownAndForgotten();
     void nastyNames_showAsTheyAre();
+    void groupOfSelectedProducts_isChanged();
+    void menuKey_opensTheMenu();
     void windowState_isKept();
 
 private:
@@ -356,7 +362,13 @@ void TestMainWindow::extendedColumns_comeAndGo()
     QCOMPARE(cell("incomeinvoiceTableView", 0, "Коэф."), "");
     rows("UPDATE incomeinvoice SET incost='8'");
     child<QAction>("refreshAction")->trigger();
-    QCOMPARE(cell("incomeinvoiceTableView", 0, "Коэф."), "2.50");
+    QCOMPARE(cell("incomeinvoiceTableView", 0, "Коэф."), "2.5");
+    rows("UPDATE incomeinvoice SET incost='4000', outcost='5100', inoutratio='1.275'");
+    child<QAction>("refreshAction")->trigger();
+    QCOMPARE(cell("incomeinvoiceTableView", 0, "Коэф."), "1.275");
+    QCOMPARE(cell("incomeinvoiceTableView", 0, "Фикс.коэф"), "1.275");
+    rows("UPDATE incomeinvoice SET incost='8', outcost='20'");
+    child<QAction>("refreshAction")->trigger();
     QCOMPARE(cell("incomeinvoiceTableView", 0, "Прих.сумма"), "16");
     QCOMPARE(child<QLabel>("in_totalLabel")->text(), "Приходный итог: 16");
     child<QCheckBox>("ratioCheckBox")->setChecked(false);
@@ -464,6 +476,59 @@ void TestMainWindow::nastyNames_showAsTheyAre()
     child<QLineEdit>("namefilterLineEdit")->setText("100% %1 <IMG");
     QTRY_COMPARE(lineCount("warehouseTableView"), 1);
     QCOMPARE(cell("warehouseTableView", 0, "Наименование"), name);
+    // The name has the room that there is, and is whole in the tool tip.
+    m_window->resize(2400, 600);
+    for (const char *table : {"warehouseTableView", "incomeinvoiceTableView"}) {
+        auto *view = child<QTableView>(table);
+        QTRY_COMPARE(view->horizontalHeader()->length(), view->viewport()->width());
+        QVERIFY(view->model()
+                    ->index(0, 3)
+                    .data(Qt::ToolTipRole)
+                    .toString()
+                    .contains("&lt;img src=x&gt;"));
+    }
+}
+
+void TestMainWindow::groupOfSelectedProducts_isChanged()
+{
+    const int count = lineCount("warehouseTableView");
+    const QString before = rows("SELECT id, groupid FROM warehouse ORDER BY id");
+    const auto choose = [this](const QString &group, const QString &button) {
+        m_hands->steps.whenOpen<GroupDialog>([=](GroupDialog &dialog) {
+            auto *tree = dialog.findChild<QTreeWidget *>();
+            tree->setCurrentItem(tree->findItems(group, Qt::MatchRecursive).value(0));
+            dialog.findChild<QPushButton *>(button)->click();
+        });
+        child<QTableView>("warehouseTableView")->selectAll();
+        child<QAction>("changeGroupAction")->trigger();
+    };
+    choose("Мебель", "cancelPushButton");
+    // The second product cannot be written: the first one is not left in the new group.
+    int written = 0;
+    setStatementObserver([&](QString &sqlText, const QString &) {
+        if (sqlText.startsWith("UPDATE warehouse SET groupid") && ++written == 2)
+            sqlText = "SELECT nonsense FROM nowhere";
+    });
+    m_boxes->answer("OK");
+    choose("Мебель", "acceptPushButton");
+    setStatementObserver({});
+    QVERIFY(m_boxes->lastText().startsWith("Группа не изменена"));
+    QCOMPARE(rows("SELECT id, groupid FROM warehouse ORDER BY id"), before);
+
+    choose("Мебель", "acceptPushButton");
+    QCOMPARE(rows("SELECT COUNT(*) FROM warehouse WHERE groupid=3").toInt(), count);
+    QCOMPARE(child<QLabel>("scanLabel")->text(),
+             QStringLiteral("Группа «Мебель» записана наименованиям: %1").arg(count));
+    choose("без группы", "acceptPushButton");
+    QCOMPARE(rows("SELECT COUNT(*) FROM warehouse WHERE groupid=0").toInt(), count);
+}
+
+void TestMainWindow::menuKey_opensTheMenu()
+{
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_F10);
+    QCOMPARE(QApplication::activePopupWidget(), child<QMenu>("fileMenu"));
+    QTest::keyClick(QApplication::activePopupWidget(), Qt::Key_Escape);
+    QTRY_COMPARE(m_window->focusWidget(), child<QLineEdit>("codeLineEdit"));
 }
 
 void TestMainWindow::windowState_isKept()

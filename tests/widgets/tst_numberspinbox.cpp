@@ -1,6 +1,9 @@
 #include "tests/support/datatable.h"
 #include "widgets/numberspinbox.h"
 
+#include <QApplication>
+#include <QClipboard>
+#include <QLineEdit>
 #include <QTest>
 
 class TestNumberSpinBox : public QObject
@@ -15,50 +18,67 @@ private slots:
 
 void TestNumberSpinBox::typedNumber_isTaken_data()
 {
-    addColumns<QLocale, QString, double, QString, bool>("locale", "typed", "value", "shown",
-                                                        "acceptable");
-
-    for (const QLocale &locale :
-         {QLocale(QLocale::Russian, QLocale::Russia), QLocale(QLocale::C)}) {
-        const QByteArray name = locale.name().toLatin1();
-        const auto row = [&](const char *what, const QString &typed, double value,
-                             const QString &shown, bool acceptable = true) {
-            QTest::addRow("%s, %s", name.constData(), what)
-                << locale << typed << value << shown << acceptable;
-        };
-        row("point", "12.5", 12.5, "12.5");
-        row("comma", "12,5", 12.5, "12.5");
-        row("zeros dropped", "0,2500", 0.25, "0.25");
-        row("whole number", "100", 100, "100");
-        row("nothing behind the comma", "7,", 7, "7");
-        row("second point is not taken", "1.2,3", 1.23, "1.23");
-        row("letters are not taken", "1o2", 12, "12");
-        row("beyond the range", "10000", 1000, "1000");
-        row("zero", "0", 0, "0");
-        row("emptied", "", 0, "0");
-        // Stands there for the dialog to refuse; 1 is the number from before.
-        row("too many decimals", "1,23456", 1, "1,23456", false);
-    }
+    addColumns<QString, int, double, QString>("typed", "decimals", "value", "shown");
+    addRow("point", "12.50", 4, 12.5, "12.5");
+    addRow("comma", "0,2500", 4, 0.25, "0.25");
+    addRow("nothing behind the comma", "7,", 4, 7.0, "7");
+    addRow("thousands", " 1\u00a0234,50", 4, 1234.5, "1234.5");
+    addRow("other minus", "\u22125", 4, -5.0, "-5");
+    addRow("emptied", "", 4, 0.0, "0");
+    // They stand there for the dialog to refuse; 1 is the number from before.
+    addRow("too many decimals", "1,23456", 4, 1.0, "1,23456");
+    addRow("part of a piece", "7,5", 0, 1.0, "7,5");
+    addRow("beyond the range", "100001", 4, 1.0, "100001");
+    addRow("letters", "LOT-5", 4, 1.0, "LOT-5");
+    addRow("two numbers", "7 5", 4, 1.0, "7 5");
+    addRow("only a sign", "-", 4, 1.0, "-");
 }
 
+/// Typed or pasted, left in each way a field can be left, where the comma parts decimals and where
+/// it parts thousands.
 void TestNumberSpinBox::typedNumber_isTaken()
 {
-    QFETCH(QLocale, locale);
     QFETCH(QString, typed);
-
-    NumberSpinBox box;
-    box.setLocale(locale);
-    box.setDecimals(4);
-    box.setMaximum(1000);
-    box.setValue(1);
-    box.setKeyboardTracking(false);
-    box.selectAll();
-    QTest::keyClick(&box, Qt::Key_Delete);
-    QTest::keyClicks(&box, typed);
-    QTEST(box.hasAcceptableInput(), "acceptable");
-    QTest::keyClick(&box, Qt::Key_Return);
-    QTEST(box.value(), "value");
-    QTEST(box.text(), "shown");
+    QFETCH(int, decimals);
+    QFETCH(QString, shown);
+    for (const QLocale &locale : {QLocale(QLocale::Russian), QLocale(QLocale::C)}) {
+        for (const Qt::Key key :
+             {Qt::Key_Return, Qt::Key_Tab, Qt::Key_Backtab, Qt::Key_Up, Qt::Key_PageDown}) {
+            QWidget window;
+            NumberSpinBox box(&window);
+            QLineEdit other(&window);
+            box.setLocale(locale);
+            box.setDecimals(decimals);
+            box.setRange(-100, 100000);
+            box.setValue(1);
+            box.setKeyboardTracking(false);
+            window.show();
+            QVERIFY(QTest::qWaitForWindowActive(&window));
+            box.setFocus();
+            box.selectAll();
+            QTest::keyClick(&box, Qt::Key_Delete);
+            QApplication::clipboard()->setText(typed);
+            if (key == Qt::Key_Tab || typed != QString::fromLatin1(typed.toUtf8()))
+                QTest::keyClick(&box, Qt::Key_V, Qt::ControlModifier);
+            else
+                QTest::keyClicks(&box, typed);
+            const bool refused = typed == shown;
+            QCOMPARE(box.hasAcceptableInput(), !refused);
+            QCOMPARE(box.fault().isEmpty(), !refused);
+            if (!refused && (key == Qt::Key_Up || key == Qt::Key_PageDown))
+                continue;
+            QTest::keyClick(&box, key);
+            QTEST(box.value(), "value");
+            QCOMPARE(box.text(), shown);
+            other.setFocus();
+            box.setFocus();
+            QWidget elsewhere;
+            elsewhere.show();
+            QVERIFY(QTest::qWaitForWindowActive(&elsewhere));
+            window.hide();
+            QCOMPARE(box.text(), shown);
+        }
+    }
 }
 
 void TestNumberSpinBox::exactNumber_staysUntilTheUserChangesIt()
