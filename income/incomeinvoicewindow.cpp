@@ -116,6 +116,7 @@ bool IncomeInvoiceWindow::isReady() const
 
 void IncomeInvoiceWindow::start()
 {
+    const CommandScope command;
     fillFilters();
     refreshAll();
     m_codeField->take();
@@ -308,6 +309,7 @@ void IncomeInvoiceWindow::on_deletewareAction_triggered()
     if (askQuestion(this, tr("Вы действительно хотите удалить из прихода выделенные позиции?"),
                     {tr("Да"), tr("Нет")}, 1, 1) != 0)
         return;
+    const CommandScope command;
     deleteLines(this, lines);
     refreshReceipt();
     m_codeField->take();
@@ -362,12 +364,14 @@ void IncomeInvoiceWindow::on_aboutAction_triggered()
 
 void IncomeInvoiceWindow::on_refreshAction_triggered()
 {
+    const CommandScope command;
     fillFilters();
     refreshAll();
 }
 
 void IncomeInvoiceWindow::on_currenciesAction_triggered()
 {
+    const CommandScope command;
     CurrenciesDialog dialog(this);
     dialog.exec();
     refreshAll();
@@ -375,6 +379,7 @@ void IncomeInvoiceWindow::on_currenciesAction_triggered()
 
 void IncomeInvoiceWindow::on_updateCostsAction_triggered()
 {
+    const CommandScope command;
     m_busy = true;
     const auto free = qScopeGuard([this] { m_busy = false; });
     std::unique_ptr<ProgressDialog> progress;
@@ -394,6 +399,7 @@ void IncomeInvoiceWindow::on_showDisabledProductsAction_triggered()
 
 void IncomeInvoiceWindow::on_codeLineEdit_returnPressed()
 {
+    const CommandScope command;
     m_ui->codeLineEdit->selectAll();
     const QString text = m_ui->codeLineEdit->text().trimmed();
     CodeResult found = lookUpCode(this, text);
@@ -435,6 +441,7 @@ void IncomeInvoiceWindow::addProduct(qulonglong wareId, double packQuantity)
 
 bool IncomeInvoiceWindow::enterLine(const ReceiptRequest &request)
 {
+    const CommandScope command;
     QuantityRestDialog dialog(request, this);
     if (dialog.loadState() == LoadState::Loaded) {
         playSound(Sound::Found);
@@ -546,6 +553,7 @@ void IncomeInvoiceWindow::On_changeCostAction_triggered()
     const QList<qulonglong> ids = selectedProductIds();
     if (ids.isEmpty())
         return;
+    const CommandScope command;
     CostDialog dialog(ids, this);
     if (dialog.exec() == QDialog::Accepted)
         refreshProducts();
@@ -569,6 +577,7 @@ void IncomeInvoiceWindow::on_applyIncomeInvoicePushButton_clicked()
     const int choice = askQuestion(this, request);
     if (choice == 2)
         return;
+    const CommandScope command;
     const PostingResult result =
         postReceipt(choice == 0 ? PaymentType::Cash : PaymentType::Cashless);
     if (hadLines && result.outcome == PostingOutcome::EmptyList)
@@ -662,6 +671,7 @@ void IncomeInvoiceWindow::showConnectionState(bool online)
 
 void IncomeInvoiceWindow::refreshAll()
 {
+    const CommandScope command;
     refreshReceipt();
     refreshProducts();
 }

@@ -108,6 +108,7 @@ void QuantityRestDialog::on_acceptPushButton_clicked()
 {
     if (!checkQuantity() || !checkPrices() || !checkExpiry())
         return;
+    const CommandScope command;
     switch (m_entry.save(this, input())) {
     case SaveState::Saved:
         accept();

@@ -82,7 +82,7 @@ void TestSession::login_failsWithoutAnswer()
 {
     rows("ALTER TABLE users RENAME TO lost;");
     QCOMPARE(m_session.logIn(nullptr, "admin", "", mainConnection), LoginResult::Failed);
-    QVERIFY(!m_session.setPassword(nullptr, "x", mainConnection));
+    QCOMPARE(Session::setFirstPassword(nullptr, 1, "x", mainConnection), FirstPassword::Failed);
 }
 
 void TestSession::options_areReadByName()
@@ -159,11 +159,10 @@ void TestSession::recalculation_writesOnlyWhatChanges()
     QVERIFY(Session::instance().loadCurrencies(mainConnection));
     QList<QPair<int, int>> steps;
 
-    const int changed = recalculateSellingPrices(nullptr, mainConnection, [&](int done, int total) {
+    const auto result = recalculateSellingPrices(nullptr, mainConnection, [&](int done, int total) {
         steps.append({done, total});
     });
-
-    QCOMPARE(changed, 6);
+    QCOMPARE(result.changed, 6);
     QCOMPARE(steps,
              (QList<QPair<int, int>>{{1, 7}, {2, 7}, {3, 7}, {4, 7}, {5, 7}, {6, 7}, {7, 7}}));
     const QStringList lines = rows("SELECT outcost FROM warehouse ORDER BY id;").split(u'\n');
@@ -189,11 +188,11 @@ void TestSession::recalculation_goesOnAfterAFailure()
         break;
     }
     QVERIFY(Session::instance().loadCurrencies(mainConnection));
-    QCOMPARE(recalculateSellingPrices(nullptr, mainConnection, {}), 2);
+    QCOMPARE(recalculateSellingPrices(nullptr, mainConnection, {}).changed, 2);
     QCOMPARE(rows("SELECT id FROM warehouse WHERE outcost>0 ORDER BY id;"), "1\n3");
 
     rows("ALTER TABLE warehouse RENAME TO lost;");
-    QCOMPARE(recalculateSellingPrices(nullptr, mainConnection, {}), -1);
+    QVERIFY(!recalculateSellingPrices(nullptr, mainConnection, {}).read);
 }
 
 void TestSession::reportId_followsTheLast()

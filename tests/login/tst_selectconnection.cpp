@@ -76,7 +76,7 @@ bool makeDatabase(const ConnectionEntry &entry)
     const bool made =
         createConnection(nullptr, entry, name) && createSchema(nullptr, name) &&
         Session::instance().logIn(nullptr, "admin", {}, name) == LoginResult::PasswordNeeded &&
-        Session::instance().setPassword(nullptr, "secret", name);
+        Session::setFirstPassword(nullptr, 1, "secret", name) == FirstPassword::Set;
     removeConnection(name);
     Session::instance().reset();
     return made;
