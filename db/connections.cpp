@@ -72,8 +72,9 @@ QString openingSentence(FailureCause cause)
 {
     switch (cause) {
     case FailureCause::Unreachable:
-        return tr("Сервер базы данных не отвечает или отказал в соединении. Проверьте сеть и "
-                  "сервер, а в подключении — адрес, имя базы, имя пользователя и пароль.");
+        return tr(
+            "Сервер базы данных не отвечает или отказал в соединении. Проверьте сеть и "
+            "сервер, а в подключении — адрес, имя базы, имя пользователя, пароль и файлы TLS.");
     case FailureCause::NoRight:
         return tr("Сервер не принимает имя и пароль пользователя базы данных или не пускает его в "
                   "эту базу. Исправьте подключение.");
@@ -439,12 +440,17 @@ DatabaseFailure databaseWriteFault(const ConnectionEntry &entry, const QString &
     if (dialectOfDbType(entry.dbtype) != Dialect::Sqlite || !openConnection(connectionName))
         return {};
     QSqlQuery query(QSqlDatabase::database(connectionName, false));
-    // What a posting does first; nothing is written yet.
-    if (query.exec(QStringLiteral("BEGIN IMMEDIATE"))) {
-        query.exec(QStringLiteral("ROLLBACK"));
-        return {};
+    // A real write, taken back: BEGIN alone succeeds on a file that can only be read.
+    bool written = query.exec(QStringLiteral("BEGIN IMMEDIATE")) &&
+                   query.exec(QStringLiteral("PRAGMA user_version")) && query.next();
+    if (written) {
+        const QString version = query.value(0).toString();
+        written = query.exec(QStringLiteral("PRAGMA user_version=") + version);
     }
     const QSqlError error = query.lastError();
+    query.exec(QStringLiteral("ROLLBACK"));
+    if (written)
+        return {};
     const FailureCause cause = causeOf(Dialect::Sqlite, error);
     if (cause == FailureCause::Locked || cause == FailureCause::Other)
         return {};

@@ -66,7 +66,8 @@ void TestSession::login()
         {"disabled namesake first", "Глеб", "чай", LoginResult::Accepted},
         {"quote and backslash in the login", "O'Нил\\", "чай", LoginResult::Accepted},
         {"plain password in the table", "Дина", "чай", LoginResult::Refused},
-        {"no password set, one given", "admin", "чай", LoginResult::Refused},
+        {"no password set, others have one", "admin", "", LoginResult::NoPassword},
+        {"the same, one given", "admin", "чай", LoginResult::NoPassword},
     };
     for (const Case &one : cases) {
         m_session.reset();
@@ -76,6 +77,18 @@ void TestSession::login()
         QCOMPARE(m_session.user().login, in ? one.login : "");
         QCOMPARE(m_session.user().id != 0, in);
     }
+
+    QList<SessionUser> users;
+    QVERIFY(Session::usersWithoutPassword(nullptr, users, mainConnection));
+    QCOMPARE(users.size(), 1);
+    rows("UPDATE users SET password=NULL");
+    QCOMPARE(m_session.logIn(nullptr, "Анна", "", mainConnection), LoginResult::NoPassword);
+    QCOMPARE(m_session.logIn(nullptr, "admin", "", mainConnection), LoginResult::PasswordNeeded);
+    // Of two stations the first one wins.
+    QCOMPARE(Session::setFirstPassword(nullptr, 1, "чай", mainConnection), FirstPassword::Set);
+    QCOMPARE(Session::setFirstPassword(nullptr, 1, "кофе", mainConnection),
+             FirstPassword::AlreadySet);
+    QCOMPARE(m_session.logIn(nullptr, "admin", "чай", mainConnection), LoginResult::Accepted);
 }
 
 void TestSession::login_failsWithoutAnswer()
