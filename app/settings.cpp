@@ -157,16 +157,27 @@ Settings::LoadResult Settings::load(const QString &path, bool showBox)
     }
 
     QFile file(path);
-    QString fault;
-    if (file.open(QIODevice::ReadOnly)) {
-        QXmlStreamReader xml(&file);
-        if (read(xml))
-            return LoadResult::Loaded;
-        fault = tr("строка %1: %2").arg(QString::number(xml.lineNumber()), xml.errorString());
-    } else {
-        fault = file.errorString();
+    QByteArray content;
+    // Read whole first: a disk that fails in the middle does not make a broken file.
+    if (file.open(QIODevice::ReadOnly))
+        content = file.readAll();
+    if (file.error() != QFileDevice::NoError) {
+        m_connections = {localConnection()};
+        m_unread = true;
+        showWarning(nullptr,
+                    tr("Файл настроек %1 не удалось прочитать (%2). Он оставлен как есть, до его "
+                       "исправления действуют настройки по умолчанию и ничего не сохраняется. "
+                       "Проверьте права доступа к файлу и запустите программу снова.")
+                        .arg(path, file.errorString()),
+                    showBox);
+        return LoadResult::Unreadable;
     }
     file.close();
+    QXmlStreamReader xml(content);
+    if (read(xml))
+        return LoadResult::Loaded;
+    const QString fault =
+        tr("строка %1: %2").arg(QString::number(xml.lineNumber()), xml.errorString());
 
     reset();
     m_path = path;
@@ -255,6 +266,8 @@ bool Settings::save(QString *error) const
     };
     if (QFileInfo(path).absolutePath() == QFileInfo(settingsFilePath()).absolutePath())
         ensureConfigDir();
+    if (m_unread && QFileInfo::exists(path))
+        return fail(tr("прежний файл не удалось прочитать, поэтому он не перезаписан"));
     if (m_setAsideFirst && QFileInfo::exists(path)) {
         if (setAside(path).isEmpty())
             return fail(tr("прежний файл повреждён, и его не удалось переименовать"));
@@ -309,6 +322,7 @@ void Settings::write(QXmlStreamWriter &xml) const
 void Settings::reset()
 {
     m_path.clear();
+    m_unread = false;
     m_setAsideFirst = false;
     m_connections.clear();
     m_sections.clear();

@@ -50,15 +50,16 @@ enum class SettingsKey {
 class Settings
 {
 public:
-    enum class LoadResult { Loaded, Missing, Broken };
+    enum class LoadResult { Loaded, Missing, Broken, Unreadable };
 
     /// The process-wide settings.
     static Settings &instance();
 
     /// Replaces everything by the file's content and remembers the path for save(). A missing file
-    /// leaves the defaults with the ready local connection. So does a broken or unreadable one,
-    /// which is kept beside as path + ".broken"; a log line tells its name and the line, and with
-    /// showBox a box tells the user.
+    /// leaves the defaults with the ready local connection. So does a broken one, which is kept
+    /// beside as path + ".broken", and one that cannot be read, which is left alone and not written
+    /// over by save(); a log line tells its name and the line, and with showBox a box tells the
+    /// user.
     LoadResult load(const QString &path, bool showBox = false);
 
     /// Writes everything to the path of the last load(), readable by the owner only. Returns false
@@ -91,5 +92,6 @@ private:
     QList<ConnectionEntry> m_connections;
     QMap<QString, QMap<QString, QString>> m_sections; ///< section, key, value
     QStringList m_foreign; ///< elements of other programs that are no plain keys, as XML
+    bool m_unread = false; ///< what stands at the path is not known
     mutable bool m_setAsideFirst = false; ///< a broken file still stands at the path
 };

@@ -25,7 +25,7 @@ void prepareLogin(const ConnectionEntry &entry)
     if (!createConnection(nullptr, entry, connection))
         qFatal("no connection");
     Session::instance().logIn(nullptr, "admin", {}, connection);
-    Session::instance().setPassword(nullptr, password, connection);
+    Session::setFirstPassword(nullptr, Session::instance().user().id, password, connection);
     removeConnection(connection);
 }
 

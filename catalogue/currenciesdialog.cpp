@@ -65,20 +65,28 @@ void CurrenciesDialog::edit(qulonglong id)
     CurrencyDialog dialog(id, this);
     if (dialog.exec() != Accepted)
         return;
+    const CommandScope command;
     refresh();
     Session::instance().refreshRates(this, mainConnection);
 }
 
 void CurrenciesDialog::on_calculateOutcostPushButton_clicked()
 {
+    const CommandScope command;
     std::unique_ptr<ProgressDialog> progress;
-    const int changed = recalculateSellingPrices(this, mainConnection, [&](int done, int total) {
+    const auto advance = [&](int done, int total) {
         if (!progress)
             progress = std::make_unique<ProgressDialog>(tr("Пересчёт расходных цен"), total, this);
         progress->advance(done);
-    });
-    m_ui->resultLabel->setText(changed < 0 ? tr("Расходные цены не пересчитаны.")
-                                           : tr("Изменено расходных цен: %1").arg(changed));
+    };
+    const PriceRecalculation result = recalculateSellingPrices(this, mainConnection, advance);
+    QString text = result.read ? tr("Изменено расходных цен: %1").arg(result.changed)
+                               : tr("Расходные цены не пересчитаны.");
+    if (result.failed > 0)
+        text += tr(", с ошибками: %1").arg(result.failed);
+    if (result.left > 0)
+        text += tr(", не пересчитано: %1").arg(result.left);
+    m_ui->resultLabel->setText(text);
 }
 
 void CurrenciesDialog::on_closePushButton_clicked()

@@ -12,17 +12,20 @@
 #include <QDebug>
 #include <QFile>
 #include <QFileInfo>
+#include <QRegularExpression>
 #include <QSqlDatabase>
 #include <QSqlDriver>
 #include <QSqlError>
 #include <QSqlQuery>
 #include <QStringList>
+#include <QThread>
 #include <QVariant>
 
 #include <sqlite3.h>
 
 #include <map>
 #include <set>
+#include <vector>
 
 namespace {
 
@@ -36,6 +39,48 @@ std::map<QString, ConnectionState> &states()
 {
     static std::map<QString, ConnectionState> all;
     return all;
+}
+
+/// How deep the event loops were nested at the start of each open scope.
+std::vector<int> &commandLevels()
+{
+    static std::vector<int> levels;
+    return levels;
+}
+
+void beginCommandAnew()
+{
+    for (auto &[name, state] : states()) {
+        state.givenUp.clear();
+        state.told.clear();
+    }
+}
+
+/// Keeps what went wrong at the opening.
+void noteOpeningFailure(ConnectionState &state, Dialect dialect, const QSqlError &error)
+{
+    state.lastError = error.text();
+    state.cause = causeOf(dialect, error);
+    // The libraries of the servers have many codes for it, or none. Our own refusals have no type.
+    if (dialect != Dialect::Sqlite && state.cause == FailureCause::Other &&
+        error.type() != QSqlError::UnknownError)
+        state.cause = FailureCause::Unreachable;
+}
+
+/// What to tell of a connection that cannot be opened for the first time.
+QString openingSentence(FailureCause cause)
+{
+    switch (cause) {
+    case FailureCause::Unreachable:
+        return tr(
+            "Сервер базы данных не отвечает или отказал в соединении. Проверьте сеть и "
+            "сервер, а в подключении — адрес, имя базы, имя пользователя, пароль и файлы TLS.");
+    case FailureCause::NoRight:
+        return tr("Сервер не принимает имя и пароль пользователя базы данных или не пускает его в "
+                  "эту базу. Исправьте подключение.");
+    default:
+        return sentenceOf(cause);
+    }
 }
 
 std::set<QString> &registeredNames()
@@ -146,7 +191,7 @@ bool isSecretEnough(const QSqlDatabase &database)
 /// In a cluster the node may lag behind the others: a line just added there, or the receipt that
 /// this station posted before it was sent to another node, would not be seen. Reads, UPDATE and
 /// DELETE wait until the node has caught up.
-bool waitForCluster(QSqlDatabase &database, QString &error)
+bool waitForCluster(QSqlDatabase &database, QSqlError &error)
 {
     // A server that does not know the variable is no node of a cluster.
     QSqlQuery query(database);
@@ -155,21 +200,23 @@ bool waitForCluster(QSqlDatabase &database, QString &error)
         return true;
     if (runSetup(query, QStringLiteral("SET SESSION wsrep_sync_wait=3")))
         return true;
-    error = query.lastError().text();
+    error = query.lastError();
     return false;
 }
 
-bool setUpSession(QSqlDatabase &database, const QString &connectionName, QString &error)
+bool setUpSession(QSqlDatabase &database, const QString &connectionName, QSqlError &error)
 {
-    const Dialect dialect = dialectOf(connectionName);
-    if (dialect == Dialect::MySql && !isSecretEnough(database)) {
-        error = tr("Сервер не шифрует соединение, хотя для него указаны ключи TLS.");
+    const auto refuse = [&error](const QString &text) {
+        error = QSqlError(text, {}, QSqlError::UnknownError);
         return false;
-    }
+    };
+    const Dialect dialect = dialectOf(connectionName);
+    if (dialect == Dialect::MySql && !isSecretEnough(database))
+        return refuse(tr("Сервер не шифрует соединение, хотя для него указаны ключи TLS."));
     for (const QString &statement : setupStatements(dialect)) {
         QSqlQuery query(database);
         if (!runSetup(query, statement)) {
-            error = query.lastError().text();
+            error = query.lastError();
             return false;
         }
     }
@@ -182,10 +229,8 @@ bool setUpSession(QSqlDatabase &database, const QString &connectionName, QString
     if (dialect != Dialect::Sqlite)
         return true;
     // No statement may be active while functions are registered.
-    if (!registerSqliteFunctions(database)) {
-        error = tr("Функции SQLite недоступны.");
-        return false;
-    }
+    if (!registerSqliteFunctions(database))
+        return refuse(tr("Функции SQLite недоступны."));
     // A read-only file, or one that another program holds, can be used without it.
     QSqlQuery journal(database);
     if (!journal.exec(QStringLiteral("PRAGMA journal_mode=WAL")))
@@ -195,9 +240,63 @@ bool setUpSession(QSqlDatabase &database, const QString &connectionName, QString
 
 } // namespace
 
+CommandScope::CommandScope()
+{
+    std::vector<int> &levels = commandLevels();
+    const int level = QThread::currentThread()->loopLevel();
+    if (levels.empty() || level > levels.back())
+        beginCommandAnew();
+    levels.push_back(level);
+}
+
+CommandScope::~CommandScope()
+{
+    commandLevels().pop_back();
+    if (commandLevels().empty())
+        beginCommandAnew();
+}
+
 ConnectionState &connectionState(const QString &connectionName)
 {
     return states()[connectionName];
+}
+
+FailureCause failureCause(const QSqlDatabase &database, const QSqlError &error)
+{
+    if (error.type() == QSqlError::NoError)
+        return FailureCause::None;
+    const FailureCause cause = causeOf(dialectOf(database.connectionName()), error);
+    return cause == FailureCause::Other && isConnectionLost(database, error)
+               ? FailureCause::Unreachable
+               : cause;
+}
+
+bool askToReconnect(QWidget *parent, const QString &connectionName, const QString &error)
+{
+    ConnectionState &state = connectionState(connectionName);
+    if (!parent || !state.givenUp.isEmpty())
+        return false;
+    const QString text = tr("Ошибка открытия базы данных: %1").arg(error);
+    if (askQuestion(parent, text, {tr("Повторить"), tr("Отмена")}, 0, 1) == 0)
+        return true;
+    if (!commandLevels().empty())
+        state.givenUp = error.isEmpty() ? text : error;
+    return false;
+}
+
+bool shallTell(ConnectionState &state, FailureCause cause)
+{
+    return cause == FailureCause::Other || commandLevels().empty() ||
+           state.told.insert(cause).second;
+}
+
+qint64 answerLimit(const QSqlDatabase &database)
+{
+    static const QRegularExpression option(
+        QStringLiteral("(MYSQL_OPT_READ_TIMEOUT|tcp_user_timeout)=(\\d+)"));
+    const QRegularExpressionMatch match = option.match(database.connectOptions());
+    constexpr qint64 second = 1000;
+    return match.captured(2).toLongLong() * (match.captured(1).startsWith(u'M') ? second : 1);
 }
 
 bool isConnectionLost(const QSqlDatabase &database, const QSqlError &error)
@@ -264,9 +363,14 @@ bool createConnection(QWidget *parent, const ConnectionEntry &entry, const QStri
 {
     removeConnection(connectionName);
     const std::optional<Dialect> dialect = dialectOfDbType(entry.dbtype);
+    if (!dialect) {
+        showWarning(parent, tr("Ошибка создания соединения: %1")
+                                .arg(tr("неизвестный вид базы данных «%1». Исправьте подключение.")
+                                         .arg(entry.dbtype)));
+        return false;
+    }
     {
-        QSqlDatabase database = QSqlDatabase::addDatabase(
-            dialect ? driverName(*dialect) : entry.dbtype, connectionName);
+        QSqlDatabase database = QSqlDatabase::addDatabase(driverName(*dialect), connectionName);
         if (dialect == Dialect::MySql) {
             addServerConnection(database, entry);
             const QString options = tlsOptions(entry);
@@ -285,25 +389,29 @@ bool createConnection(QWidget *parent, const ConnectionEntry &entry, const QStri
                 QStringLiteral("connect_timeout=10;keepalives=1;keepalives_idle=30;"
                                "keepalives_interval=10;keepalives_count=3;"
                                "tcp_user_timeout=120000"));
-        } else if (dialect == Dialect::Sqlite) {
+        } else {
             ensureConfigDir();
             database.setDatabaseName(sqlitePath(entry));
         }
         if (!database.isValid())
             debugLog(QStringLiteral("addDatabase: db not valid. ") + database.lastError().text());
     }
-    registeredNames().insert(connectionName);
     connectionState(connectionName) = {};
-    if (openConnection(connectionName))
+    if (openConnection(connectionName)) {
+        registeredNames().insert(connectionName);
         return true;
-    QString reason = connectionState(connectionName).lastError;
-    if (dialect == Dialect::Sqlite) {
-        // SQLite's own words are the same for everything that stands in its way.
-        const QString fault = databaseFileFault(entry);
-        if (!fault.isEmpty())
-            reason = tr("%1 (%2)").arg(fault, reason);
     }
-    showWarning(parent, tr("Ошибка создания соединения: %1").arg(reason));
+    const ConnectionState state = connectionState(connectionName);
+    removeConnection(connectionName);
+    const QString text = tr("Ошибка создания соединения: %1");
+    // SQLite's own words are the same for everything that stands in its way.
+    QString reason = dialect == Dialect::Sqlite ? databaseFileFault(entry) : QString();
+    if (reason.isEmpty())
+        reason = openingSentence(state.cause);
+    if (reason.isEmpty())
+        showWarning(parent, text.arg(state.lastError));
+    else
+        showFailure(parent, text.arg(reason), state.lastError);
     return false;
 }
 
@@ -327,14 +435,35 @@ QString databaseFileFault(const ConnectionEntry &entry)
         .arg(file.filePath());
 }
 
+DatabaseFailure databaseWriteFault(const ConnectionEntry &entry, const QString &connectionName)
+{
+    if (dialectOfDbType(entry.dbtype) != Dialect::Sqlite || !openConnection(connectionName))
+        return {};
+    QSqlQuery query(QSqlDatabase::database(connectionName, false));
+    // A real write, taken back: BEGIN alone succeeds on a file that can only be read.
+    bool written = query.exec(QStringLiteral("BEGIN IMMEDIATE")) &&
+                   query.exec(QStringLiteral("PRAGMA user_version")) && query.next();
+    if (written) {
+        const QString version = query.value(0).toString();
+        written = query.exec(QStringLiteral("PRAGMA user_version=") + version);
+    }
+    const QSqlError error = query.lastError();
+    query.exec(QStringLiteral("ROLLBACK"));
+    if (written)
+        return {};
+    const FailureCause cause = causeOf(Dialect::Sqlite, error);
+    if (cause == FailureCause::Locked || cause == FailureCause::Other)
+        return {};
+    const QString fault = databaseFileFault(entry);
+    return {.text = fault.isEmpty() ? sentenceOf(cause) : fault,
+            .details = error.text(),
+            .general = true};
+}
+
 bool ensureConnectionOpen(QWidget *parent, const QString &connectionName)
 {
     while (!openConnection(connectionName)) {
-        if (!parent)
-            return false;
-        const QString text =
-            tr("Ошибка открытия базы данных: %1").arg(connectionState(connectionName).lastError);
-        if (askQuestion(parent, text, {tr("Повторить"), tr("Отмена")}, 0, 1) != 0)
+        if (!askToReconnect(parent, connectionName, connectionState(connectionName).lastError))
             return false;
     }
     return true;
@@ -381,18 +510,25 @@ bool openConnection(const QString &connectionName)
     if (database.isOpen())
         return true;
     ConnectionState &state = connectionState(connectionName);
+    if (!state.givenUp.isEmpty()) {
+        state.lastError = state.givenUp;
+        state.cause = FailureCause::Unreachable;
+        return false;
+    }
     if (!database.isValid()) {
         state.lastError = database.lastError().text();
+        state.cause = FailureCause::Other;
         return false;
     }
+    const Dialect dialect = dialectOf(connectionName);
     database.close(); // an unusable handle of a lost server must not be kept
     if (!database.open()) {
-        state.lastError = database.lastError().text();
+        noteOpeningFailure(state, dialect, database.lastError());
         return false;
     }
-    QString error;
+    QSqlError error;
     if (!setUpSession(database, connectionName, error)) {
-        state.lastError = error;
+        noteOpeningFailure(state, dialect, error);
         database.close();
         return false;
     }

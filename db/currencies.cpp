@@ -34,9 +34,12 @@ double roundSellingPrice(double price)
     return whole - rest + (rest > step / 2 ? step : 0);
 }
 
-int recalculateSellingPrices(QWidget *parent, const QString &connectionName,
-                             const std::function<void(int done, int total)> &progress)
+PriceRecalculation
+recalculateSellingPrices(QWidget *parent, const QString &connectionName,
+                         const std::function<void(int done, int total)> &progress)
 {
+    const CommandScope command;
+    PriceRecalculation result;
     // Read to the end first: the updates below would run under the open result.
     QList<SqlRow> products;
     if (!Session::instance().refreshRates(parent, connectionName) ||
@@ -44,10 +47,10 @@ int recalculateSellingPrices(QWidget *parent, const QString &connectionName,
                    "SELECT id, incost, currency, inoutratio, outcost FROM warehouse WHERE "
                    "inoutratio>'0';",
                    products, connectionName))
-        return -1;
+        return result;
+    result.read = true;
     const int total = static_cast<int>(products.size());
     int done = 0;
-    int changed = 0;
     for (const SqlRow &product : std::as_const(products)) {
         const double cost = Session::instance().convertCurrencyToMain(product.at(1).toDouble(),
                                                                       product.at(2).toString());
@@ -59,12 +62,18 @@ int recalculateSellingPrices(QWidget *parent, const QString &connectionName,
             if (QueryExec(parent,
                           "UPDATE warehouse SET outcost='" + sql::number(price) + "' WHERE id='" +
                               id + "'",
-                          connectionName))
-                ++changed;
+                          connectionName)) {
+                ++result.changed;
+            } else if (lastFailure(connectionName).general) {
+                result.left = total - done;
+                break;
+            } else {
+                ++result.failed;
+            }
         }
         ++done;
         if (progress)
             progress(done, total);
     }
-    return changed;
+    return result;
 }

@@ -20,8 +20,17 @@ struct Currency
 /// from 100 on steps of 10; the exact half goes down. Binary dust of the computation is ignored.
 double roundSellingPrice(double price);
 
+/// How far the recalculation of all selling prices came.
+struct PriceRecalculation
+{
+    bool read = false; ///< the products and the rates
+    int changed = 0;
+    int failed = 0; ///< refused by the database one by one
+    int left = 0;   ///< not tried any more: locks, rights, disks and lost servers stop them all
+};
+
 /// Writes anew the selling prices of all products with a fixed coefficient on a connection.
 /// progress(done, total) is called for every row. Failed rows are reported and passed over.
-/// Returns the number of prices changed, or -1 when the products could not be read.
-int recalculateSellingPrices(QWidget *parent, const QString &connectionName,
-                             const std::function<void(int done, int total)> &progress);
+PriceRecalculation
+recalculateSellingPrices(QWidget *parent, const QString &connectionName,
+                         const std::function<void(int done, int total)> &progress);

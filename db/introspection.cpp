@@ -15,7 +15,8 @@ Statements statementsOf(Dialect dialect)
 {
     switch (dialect) {
     case Dialect::Sqlite:
-        return {"SELECT name, '' FROM sqlite_master WHERE type='table';",
+        return {"SELECT name, '' FROM sqlite_master WHERE type='table' AND "
+                "substr(name,1,7)<>'sqlite_';",
                 "SELECT t.name, c.name FROM sqlite_master AS t JOIN pragma_table_info(t.name) AS c "
                 "WHERE t.type='table';",
                 "SELECT t.name, c.name FROM sqlite_master AS t JOIN pragma_index_list(t.name) AS i "
@@ -30,7 +31,9 @@ Statements statementsOf(Dialect dialect)
                 "WHERE table_schema=DATABASE() AND seq_in_index=1;"};
     case Dialect::PostgreSql:
         return {"SELECT c.relname, '' FROM pg_catalog.pg_class c "
-                "WHERE c.relkind IN ('r','p') AND pg_catalog.pg_table_is_visible(c.oid);",
+                "JOIN pg_catalog.pg_namespace n ON n.oid=c.relnamespace "
+                "WHERE c.relkind IN ('r','p') AND pg_catalog.pg_table_is_visible(c.oid) "
+                "AND n.nspname NOT IN ('pg_catalog','information_schema');",
                 "SELECT c.relname, a.attname FROM pg_catalog.pg_class c "
                 "JOIN pg_catalog.pg_attribute a ON a.attrelid=c.oid "
                 "WHERE c.relkind IN ('r','p') AND pg_catalog.pg_table_is_visible(c.oid) "
@@ -81,6 +84,14 @@ QPair<QString, QString> DatabaseContents::folded(const QString &table, const QSt
     if (m_dialect == Dialect::PostgreSql)
         return {table, column};
     return {table.toLower(), column.toLower()};
+}
+
+QStringList DatabaseContents::tables() const
+{
+    QStringList names;
+    for (const auto &[table, none] : m_tables)
+        names += table;
+    return names;
 }
 
 bool DatabaseContents::hasTable(const QString &table) const

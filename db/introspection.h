@@ -3,6 +3,7 @@
 #include <QPair>
 #include <QSet>
 #include <QString>
+#include <QStringList>
 
 #include <optional>
 
@@ -17,6 +18,9 @@ public:
     /// Asks a database for its tables, columns and indexes, one statement each. Nothing when a
     /// statement failed.
     static std::optional<DatabaseContents> read(QWidget *parent, const QString &connectionName);
+
+    /// The names of all tables but the database's own.
+    QStringList tables() const;
 
     bool hasTable(const QString &table) const;
     bool hasColumn(const QString &table, const QString &column) const;

@@ -8,6 +8,7 @@
 
 #include <QCoreApplication>
 #include <QDebug>
+#include <QElapsedTimer>
 #include <QRegularExpression>
 #include <QSqlDatabase>
 #include <QSqlError>
@@ -38,6 +39,23 @@ bool mustNotRunTwice(const QString &sqlText)
     return additive.match(sqlText).hasMatch();
 }
 
+/// Keeps, shows and logs a failure of a statement. The query must have been let go of: nothing may
+/// hold the database while the user reads the box.
+void reportFailure(QWidget *parent, const QSqlError &error, FailureCause cause,
+                   const QString &statement, const QString &connectionName)
+{
+    ConnectionState &state = connectionState(connectionName);
+    state.lastError = tr("Ошибка SQL:") + QString::number(error.type()) + u' ' + error.text();
+    state.cause = cause;
+    const DatabaseFailure failure = lastFailure(connectionName);
+    if (parent && shallTell(state, cause))
+        showFailure(parent, failure.text, failure.details);
+    else
+        showWarning(parent, state.lastError, false);
+    showWarning(parent, statement, false);
+    qWarning().noquote() << state.lastError;
+}
+
 /// One statement on its way through reconnects and the retry.
 class StatementRun
 {
@@ -51,9 +69,11 @@ public:
           m_connectionName(connectionName),
           m_state(connectionState(connectionName)),
           m_inTransaction(m_state.inTransaction),
-          m_formerError(m_state.lastError)
+          m_formerError(m_state.lastError),
+          m_formerCause(m_state.cause)
     {
         m_state.lastError.clear();
+        m_state.cause = FailureCause::None;
         m_state.outcomeUnknown = false;
     }
 
@@ -63,8 +83,11 @@ public:
             if (!makeReady())
                 return false;
             m_state.idle = 0;
+            QElapsedTimer waiting;
+            waiting.start();
             if (execute())
                 return true;
+            m_waited = waiting.elapsed();
             const QSqlError error = m_query.lastError();
             if (error.type() == QSqlError::NoError)
                 return true;
@@ -89,9 +112,11 @@ private:
             if (!m_state.broken) {
                 m_state.broken = true;
                 m_formerError = tr("Соединение с базой данных потеряно.");
+                m_formerCause = FailureCause::Unreachable;
                 logMessage(m_formerError);
             }
             m_state.lastError = m_formerError;
+            m_state.cause = m_formerCause;
             return false;
         }
         for (;;) {
@@ -145,44 +170,44 @@ private:
 
     bool shallRepeat(const QSqlError &error)
     {
+        const FailureCause cause = failureCause(database(), error);
         if (m_inTransaction) {
             m_state.broken = endsTransaction(database(), error);
-            report(error, false);
+            report(error, cause, false);
             return false;
         }
         if (isConnectionLost(database(), error))
             return shallReconnect(error);
-        if (!m_retried) {
+        // Nobody waits twice for an answer that came too late, or anew for what was just told.
+        if (!m_retried && cause != FailureCause::TimedOut && m_state.told.count(cause) == 0) {
             m_retried = true;
             dropConnection();
             return true;
         }
-        report(error, true);
+        report(error, cause, true);
         return false;
     }
 
     bool shallReconnect(const QSqlError &error)
     {
         const bool unknown = mustNotRunTwice(m_sqlText) && mayHaveRun(database(), error);
-        if (!unknown && ++m_reconnects <= maxSilentReconnects) {
+        const qint64 limit = answerLimit(database());
+        const bool tooLate = limit > 0 && m_waited >= limit;
+        if (!unknown && !tooLate && ++m_reconnects <= maxSilentReconnects) {
             dropConnection();
             return true;
         }
-        if (unknown) {
-            report(error, true);
-            m_state.outcomeUnknown = true;
-            dropConnection();
+        dropConnection();
+        if (unknown || tooLate) {
+            m_state.outcomeUnknown = unknown;
+            report(error, unknown ? FailureCause::Unreachable : FailureCause::TimedOut, true);
             return false;
         }
-        dropConnection();
-        if (m_parent) {
-            const QString text = tr("Ошибка открытия базы данных: %1").arg(error.text());
-            if (askQuestion(m_parent, text, {tr("Повторить"), tr("Отмена")}, 0, 1) == 0) {
-                m_reconnects = 0;
-                return true;
-            }
+        if (askToReconnect(m_parent, m_connectionName, error.text())) {
+            m_reconnects = 0;
+            return true;
         }
-        report(error, false);
+        report(error, FailureCause::Unreachable, false);
         return false;
     }
 
@@ -192,17 +217,11 @@ private:
         closeConnection(m_connectionName);
     }
 
-    void report(const QSqlError &error, bool showBox)
+    void report(const QSqlError &error, FailureCause cause, bool showBox)
     {
-        const QString message =
-            tr("Ошибка SQL:") + QString::number(error.type()) + u' ' + error.text();
         const QString statement = m_query.lastQuery().isEmpty() ? m_sqlText : m_query.lastQuery();
-        m_state.lastError = message;
-        // Nothing may hold the database while the user reads the box.
         m_query = QSqlQuery();
-        showWarning(m_parent, message, showBox && m_parent);
-        showWarning(m_parent, statement, false);
-        qWarning().noquote() << message;
+        reportFailure(showBox ? m_parent : nullptr, error, cause, statement, m_connectionName);
     }
 
     QWidget *m_parent;
@@ -213,6 +232,8 @@ private:
     ConnectionState &m_state;
     bool m_inTransaction;
     QString m_formerError;
+    FailureCause m_formerCause;
+    qint64 m_waited = 0; ///< for the answer that has failed, in milliseconds
     bool m_retried = false;
     bool m_pinged = false;
     int m_reconnects = 0;
@@ -274,16 +295,14 @@ bool readToEnd(QWidget *parent, QSqlQuery &query, const QString &connectionName)
     const QSqlError error = query.lastError();
     if (error.type() == QSqlError::NoError)
         return true;
-    const QString message = tr("Ошибка SQL:") + QString::number(error.type()) + u' ' + error.text();
     const QString statement = query.lastQuery();
+    const QSqlDatabase database = QSqlDatabase::database(connectionName, false);
     ConnectionState &state = connectionState(connectionName);
-    state.lastError = message;
     if (state.inTransaction)
-        state.broken = endsTransaction(QSqlDatabase::database(connectionName, false), error);
-    const bool showBox = parent && !state.inTransaction;
+        state.broken = endsTransaction(database, error);
     query = QSqlQuery();
-    showWarning(parent, message, showBox);
-    showWarning(parent, statement, false);
+    reportFailure(state.inTransaction ? nullptr : parent, error, failureCause(database, error),
+                  statement, connectionName);
     return false;
 }
 
@@ -298,6 +317,30 @@ QVariant QueryValue(QWidget *parent, const QString &sqlText, const QString &conn
 QString lastQueryError(const QString &connectionName)
 {
     return connectionState(connectionName).lastError;
+}
+
+DatabaseFailure lastFailure(const QString &connectionName)
+{
+    const ConnectionState &state = connectionState(connectionName);
+    if (state.lastError.isEmpty())
+        return {};
+    const QString sentence =
+        state.outcomeUnknown
+            ? tr("Связь с базой данных прервалась во время записи, и неизвестно, "
+                 "выполнена ли она. Проверьте, что записано, прежде чем повторять.")
+            : sentenceOf(state.cause);
+    if (sentence.isEmpty())
+        return {.text = state.lastError};
+    return {.text = sentence, .details = state.lastError, .general = true};
+}
+
+void showLastFailure(QWidget *parent, const QString &otherwise, const QString &front,
+                     const QString &connectionName)
+{
+    const DatabaseFailure failure = lastFailure(connectionName);
+    const QString text = failure.text.isEmpty() ? otherwise : failure.text;
+    showFailure(parent, front.isEmpty() ? text : front + QStringLiteral("\n\n") + text,
+                failure.details);
 }
 
 bool lastOutcomeUnknown(const QString &connectionName)

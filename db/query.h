@@ -17,10 +17,11 @@ using SqlRow = QList<QVariant>;
 
 /// Runs one literal SQL text. The text is written in the common form (backquoted names, REPLACE,
 /// INSERT OR IGNORE, LIKE) and turned into the dialect of the connection. A lost connection is
-/// reopened silently a few times, any other failure is retried once on a reopened connection; then
-/// the error is shown over the parent (with a parent), the message and the statement are logged,
-/// and false is returned. Inside a transaction nothing is retried and no box is shown: the failure
-/// is logged and the caller rolls back.
+/// reopened silently a few times, any other failure but an answer that came too late is retried
+/// once on a reopened connection; then the error is shown over the parent (with a parent) as
+/// lastFailure() has it, the message and the statement are logged, and false is returned. Inside a
+/// transaction nothing is retried and no box is shown: the failure is logged and the caller rolls
+/// back.
 bool QueryExec(QWidget *parent, const QString &sqlText, QSqlQuery &query,
                const QString &connectionName = mainConnection);
 
@@ -45,8 +46,19 @@ bool readToEnd(QWidget *parent, QSqlQuery &query, const QString &connectionName 
 QVariant QueryValue(QWidget *parent, const QString &sqlText,
                     const QString &connectionName = mainConnection);
 
-/// What went wrong last on the connection, as shown to the user; empty after a success.
+/// What went wrong last on the connection, in the words that stand in the log; empty after a
+/// success.
 QString lastQueryError(const QString &connectionName = mainConnection);
+
+/// What went wrong last on the connection, as it is told to the user: a sentence for locks, rights,
+/// disks and lost connections, with the database's words as details, otherwise those words alone.
+/// No text after a success.
+DatabaseFailure lastFailure(const QString &connectionName = mainConnection);
+
+/// Shows lastFailure() over the parent, or the text when there was none, with a text of the caller
+/// in front when one is given.
+void showLastFailure(QWidget *parent, const QString &otherwise, const QString &front = {},
+                     const QString &connectionName = mainConnection);
 
 /// Sees every statement just before it goes to its connection, also "BEGIN", "COMMIT" and
 /// "ROLLBACK" of the transaction helpers, and may exchange it. For diagnosis and for making faults

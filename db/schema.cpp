@@ -8,6 +8,9 @@
 
 #include <QSet>
 
+#include <algorithm>
+#include <optional>
+
 namespace {
 
 /// 1: the tables that the whole suite shares; 2: the later columns, tables and indexes.
@@ -45,6 +48,18 @@ private:
     QString m_connectionName;
 };
 
+/// Which tables get their shipped rows.
+enum class Rows { OfAllTables, OfNewTables, OfEmptyTables };
+
+constexpr qsizetype mostWords = 5; ///< failures of a run that are quoted
+
+QList<TableDescription> allTables()
+{
+    QList<TableDescription> tables(schemaTables().begin(), schemaTables().end());
+    tables.append(QList<TableDescription>(laterTables().begin(), laterTables().end()));
+    return tables;
+}
+
 /// One run over a database that adds what is missing.
 class SchemaRun
 {
@@ -57,9 +72,9 @@ public:
     {
     }
 
-    bool succeeded() const
+    const SchemaFaults &faults() const
     {
-        return m_succeeded;
+        return m_faults;
     }
 
     void createTables(std::span<const TableDescription> tables)
@@ -72,28 +87,37 @@ public:
         }
     }
 
-    /// Writes the shipped rows of all tables or only of those that were created in this run.
-    void writeRows(bool ofAllTables)
+    /// Writes the shipped rows.
+    void writeRows(Rows which)
     {
-        QStringList tables;
         const QList<DefaultRow> rows = defaultRows();
-        for (const DefaultRow &row : rows) {
-            if (!ofAllTables && !m_created.contains(row.table))
-                continue;
-            run(row.statement);
-            if (!tables.contains(row.table))
-                tables += row.table;
+        if (which == Rows::OfEmptyTables) {
+            QSet<QString> seen = m_created;
+            for (const DefaultRow &row : rows) {
+                if (!seen.contains(row.table) && isEmpty(row.table))
+                    m_created.insert(row.table);
+                seen.insert(row.table);
+            }
         }
-        if (m_dialect == Dialect::PostgreSql)
-            moveSequences(tables);
+        for (const DefaultRow &row : rows) {
+            if (which == Rows::OfAllTables || m_created.contains(row.table))
+                run(row.statement);
+        }
     }
 
+    /// Behind the columns that are there: the place of a column that was lost is gone.
     void addColumns()
     {
-        for (const ColumnAddition &column : laterColumns()) {
-            if (!m_contents.hasColumn(column.table, column.name))
-                run(addColumnStatement(column, m_dialect));
+        const QList<TableDescription> tables = allTables();
+        for (const TableDescription &table : tables) {
+            if (!m_contents.hasTable(table.name))
+                continue;
+            const QStringList columns = declaredColumns(table);
+            for (const QString &column : columns)
+                addColumn(table.name, column);
         }
+        for (const ColumnAddition &column : laterColumns())
+            addColumn(column.table, QLatin1String(column.name) + u' ' + column.type);
     }
 
     void createIndexes()
@@ -104,35 +128,95 @@ public:
         }
     }
 
-private:
-    void run(const QString &statement)
+    /// Rows written with their ids leave PostgreSQL's sequences behind, here and in programs that
+    /// copy databases; the next row without one would meet a taken id. Sequences never go back.
+    void moveSequences()
     {
-        // A failed statement does not stop the rest, but a server that is gone must not be asked
-        // about, statement by statement, once the user has given up.
-        if (m_gone || QueryExec(m_parent, statement, m_connectionName))
+        if (m_dialect != Dialect::PostgreSql)
             return;
-        m_succeeded = false;
-        m_gone = !openConnection(m_connectionName);
-    }
-
-    /// Rows written with their ids leave PostgreSQL's sequences behind; the next row without one
-    /// would meet a taken id. Sequences never go back.
-    void moveSequences(const QStringList &tables)
-    {
-        for (const QString &table : tables) {
-            const QString sequence = "pg_get_serial_sequence('" + table + "','id')";
+        QStringList checks;
+        const QList<TableDescription> tables = allTables();
+        for (const TableDescription &table : tables) {
+            if (m_created.contains(table.name) || m_contents.hasColumn(table.name, "id"))
+                checks += sequenceCheck(table.name);
+        }
+        QList<SqlRow> lagging;
+        if (m_gone || checks.isEmpty())
+            return;
+        if (!QueryRows(nullptr, checks.join(" UNION ALL ") + u';', lagging, m_connectionName)) {
+            // Not every account may read every table: what it may not read it does not fill.
+            lagging.clear();
+            for (const QString &check : std::as_const(checks)) {
+                QList<SqlRow> rows;
+                QueryRows(nullptr, check + u';', rows, m_connectionName);
+                lagging += rows;
+            }
+        }
+        for (const SqlRow &row : std::as_const(lagging)) {
+            const QString table = row.first().toString();
+            const QString sequence = sequenceOf(table);
             run("SELECT setval(" + sequence + ", newest) FROM (SELECT MAX(id) AS newest FROM `" +
                 table + "`) AS ids WHERE newest>COALESCE(pg_sequence_last_value(" + sequence +
                 "::regclass),0);");
         }
     }
 
+private:
+    /// A failed statement does not stop the rest, but a server that is gone must not be asked
+    /// about, statement by statement, once the user has given up.
+    void run(const QString &statement)
+    {
+        if (!m_unhurried)
+            m_unhurried.emplace(m_connectionName);
+        while (!m_gone && !QueryExec(nullptr, statement, m_connectionName)) {
+            const bool lost = !openConnection(m_connectionName);
+            const DatabaseFailure failure = lastFailure(m_connectionName);
+            if (lost && ensureConnectionOpen(m_parent, m_connectionName))
+                continue;
+            if (m_faults.count++ == 0 && !failure.details.isEmpty())
+                m_faults.sentence = failure.text;
+            if (m_faults.words.size() < mostWords)
+                m_faults.words += failure.details.isEmpty() ? failure.text : failure.details;
+            m_gone = lost;
+            return;
+        }
+    }
+
+    void addColumn(const QString &table, const QString &declaration)
+    {
+        if (!m_contents.hasColumn(table, declaration.section(u' ', 0, 0)))
+            run(addColumnStatement(table, declaration, m_dialect));
+    }
+
+    bool isEmpty(const QString &table)
+    {
+        QList<SqlRow> rows;
+        return QueryRows(nullptr, "SELECT id FROM `" + table + "` LIMIT 1;", rows,
+                         m_connectionName) &&
+               rows.isEmpty();
+    }
+
+    static QString sequenceOf(const QString &table)
+    {
+        return "pg_get_serial_sequence('" + table + "','id')";
+    }
+
+    /// Gives the name of the table when its sequence lags and may be moved.
+    static QString sequenceCheck(const QString &table)
+    {
+        const QString sequence = sequenceOf(table);
+        return "SELECT '" + table + "' FROM `" + table + "` HAVING CASE WHEN " +
+               "has_sequence_privilege(" + sequence + ",'UPDATE') THEN MAX(id)>COALESCE(" +
+               "pg_sequence_last_value(" + sequence + "::regclass),0) ELSE false END";
+    }
+
     QWidget *m_parent;
     QString m_connectionName;
     Dialect m_dialect;
     const DatabaseContents &m_contents;
-    QSet<QString> m_created;
-    bool m_succeeded = true;
+    QSet<QString> m_created; ///< or without rows
+    SchemaFaults m_faults;
+    std::optional<UnhurriedWrites> m_unhurried;
     bool m_gone = false;
 };
 
@@ -171,24 +255,59 @@ bool recordVersion(QWidget *parent, const QString &connectionName)
                                         connectionName);
 }
 
-bool bringUpToDate(QWidget *parent, const QString &connectionName, bool writeAllRows)
+bool bringUpToDate(QWidget *parent, const QString &connectionName, Rows rows, SchemaFaults *faults)
 {
+    const CommandScope command;
     const std::optional<DatabaseContents> contents = DatabaseContents::read(parent, connectionName);
     if (!contents)
         return false;
-    SchemaRun run(parent, connectionName, *contents);
+    SchemaFaults found;
     {
         // No transaction: MySQL ends it at each CREATE, PostgreSQL at the first failed statement,
         // after which the rest must still be done.
-        const UnhurriedWrites unhurried(connectionName);
+        SchemaRun run(parent, connectionName, *contents);
         run.createTables(schemaTables());
-        run.writeRows(writeAllRows);
         run.createTables(laterTables());
         run.addColumns();
+        run.writeRows(rows);
         run.createIndexes();
+        run.moveSequences();
+        found = run.faults();
     }
+    if (faults)
+        *faults = found;
     // With something missing the database stays an older one, and the next start tries again.
-    return run.succeeded() && recordVersion(parent, connectionName);
+    return found.count == 0 && recordVersion(parent, connectionName);
+}
+
+/// Whether a table is the suite's: most of the columns that are declared for it are there.
+bool isOfTheSuite(const TableDescription &table, const DatabaseContents &contents)
+{
+    constexpr qsizetype fewestToTell = 3; ///< an id and a name are in many a table
+    const QStringList columns = declaredColumns(table);
+    const auto there = std::count_if(columns.begin(), columns.end(), [&](const QString &column) {
+        return contents.hasColumn(table.name, column.section(u' ', 0, 0));
+    });
+    return contents.hasColumn(table.name, table.key) && there >= fewestToTell &&
+           there * 4 >= columns.size() * 3;
+}
+
+/// What a database without a recorded version is.
+SchemaState stateWithoutVersion(QWidget *parent, const QString &connectionName)
+{
+    const std::optional<DatabaseContents> contents = DatabaseContents::read(parent, connectionName);
+    if (!contents)
+        return SchemaState::Unknown;
+    const bool versionTable = contents->hasTable("dbversion");
+    const qsizetype others = contents->tables().size() - (versionTable ? 1 : 0);
+    if (others == 0)
+        return SchemaState::Missing;
+    const QList<TableDescription> known = allTables();
+    const auto ours = std::count_if(known.begin(), known.end(), [&](const TableDescription &table) {
+        return isOfTheSuite(table, *contents);
+    });
+    constexpr qsizetype enough = 3; // more than chance
+    return ours >= enough || ours * 2 >= others ? SchemaState::Unrecorded : SchemaState::Foreign;
 }
 
 } // namespace
@@ -204,27 +323,32 @@ SchemaState schemaState(QWidget *parent, const QString &connectionName)
     if (!there)
         return SchemaState::Unknown;
     if (!*there)
-        return SchemaState::Missing;
+        return stateWithoutVersion(parent, connectionName);
     QList<SqlRow> rows;
     if (!QueryRows(parent, "SELECT MAX(version) FROM dbversion;", rows, connectionName) ||
         rows.isEmpty())
         return SchemaState::Unknown;
     if (rows.first().first().isNull())
-        return SchemaState::Missing; // a creation that was broken off before it recorded itself
+        return stateWithoutVersion(parent, connectionName);
     const int version = rows.first().first().toInt();
     if (version == currentVersion)
         return SchemaState::Current;
     return version < currentVersion ? SchemaState::Older : SchemaState::Newer;
 }
 
-bool createSchema(QWidget *parent, const QString &connectionName)
+bool createSchema(QWidget *parent, const QString &connectionName, SchemaFaults *faults)
 {
-    return bringUpToDate(parent, connectionName, true);
+    return bringUpToDate(parent, connectionName, Rows::OfAllTables, faults);
 }
 
-bool upgradeSchema(QWidget *parent, const QString &connectionName)
+bool upgradeSchema(QWidget *parent, const QString &connectionName, SchemaFaults *faults)
 {
-    return bringUpToDate(parent, connectionName, false);
+    return bringUpToDate(parent, connectionName, Rows::OfNewTables, faults);
+}
+
+bool adoptSchema(QWidget *parent, const QString &connectionName, SchemaFaults *faults)
+{
+    return bringUpToDate(parent, connectionName, Rows::OfEmptyTables, faults);
 }
 
 QStringList nonTransactionalTables(QWidget *parent, const QString &connectionName)
@@ -237,9 +361,8 @@ QStringList nonTransactionalTables(QWidget *parent, const QString &connectionNam
               "table_type='BASE TABLE' AND engine<>'InnoDB' ORDER BY table_name;",
               rows, connectionName);
     QSet<QString> known;
-    for (const TableDescription &table : schemaTables())
-        known.insert(table.name);
-    for (const TableDescription &table : laterTables())
+    const QList<TableDescription> all = allTables();
+    for (const TableDescription &table : all)
         known.insert(table.name);
     QStringList tables;
     for (const SqlRow &row : std::as_const(rows)) {
@@ -252,9 +375,8 @@ QStringList nonTransactionalTables(QWidget *parent, const QString &connectionNam
 QStringList schemaStatements(Dialect dialect)
 {
     QStringList statements;
-    for (const TableDescription &table : schemaTables())
-        statements += createTableStatement(table, dialect);
-    for (const TableDescription &table : laterTables())
+    const QList<TableDescription> tables = allTables();
+    for (const TableDescription &table : tables)
         statements += createTableStatement(table, dialect);
     return statements;
 }

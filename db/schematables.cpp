@@ -289,10 +289,18 @@ QString createTableStatement(const TableDescription &table, Dialect dialect)
     return statement + u';';
 }
 
-QString addColumnStatement(const ColumnAddition &column, Dialect dialect)
+QString addColumnStatement(const QString &table, const QString &declaration, Dialect dialect)
 {
-    return "ALTER TABLE " + backquoted(column.table) + " ADD COLUMN " +
-           renderColumn(QLatin1String(column.name) + u' ' + column.type, dialect) + u';';
+    return "ALTER TABLE " + backquoted(table) + " ADD COLUMN " +
+           renderColumn(declaration, dialect) + u';';
+}
+
+QStringList declaredColumns(const TableDescription &table)
+{
+    QStringList columns = QString(table.columns).split(u',');
+    for (QString &column : columns)
+        column = column.trimmed();
+    return columns;
 }
 
 QString createIndexStatement(const IndexDescription &index, Dialect dialect)

@@ -2,6 +2,7 @@
 
 #include <QList>
 #include <QString>
+#include <QStringList>
 
 #include <span>
 
@@ -49,5 +50,8 @@ std::span<const IndexDescription> schemaIndexes();
 QString indexName(const IndexDescription &index);
 
 QString createTableStatement(const TableDescription &table, Dialect dialect);
-QString addColumnStatement(const ColumnAddition &column, Dialect dialect);
+QString addColumnStatement(const QString &table, const QString &declaration, Dialect dialect);
+
+/// The declared columns of a table behind its key, each with its type.
+QStringList declaredColumns(const TableDescription &table);
 QString createIndexStatement(const IndexDescription &index, Dialect dialect);

@@ -6,6 +6,14 @@
 #include "db/query.h"
 #include "db/sqltext.h"
 
+namespace {
+
+constexpr qulonglong shippedAdministrator = 1;
+
+const QString withoutPassword = QStringLiteral("(password IS NULL OR password='')");
+
+} // namespace
+
 Session &Session::instance()
 {
     static Session session;
@@ -44,18 +52,72 @@ LoginResult Session::logIn(QWidget *parent, const QString &login, const QString 
     }
     if (!readToEnd(parent, query, connectionName))
         return LoginResult::Failed;
-    if (!found || !verifyPassword(password, stored))
+    if (!found)
         return LoginResult::Refused;
-    m_user = user;
-    return stored.isEmpty() ? LoginResult::PasswordNeeded : LoginResult::Accepted;
+    const LoginResult result = stored.isEmpty()
+                                   ? logInWithoutPassword(parent, user, password, connectionName)
+                               : verifyPassword(password, stored) ? LoginResult::Accepted
+                                                                  : LoginResult::Refused;
+    if (result == LoginResult::Accepted || result == LoginResult::PasswordNeeded)
+        m_user = user;
+    return result;
 }
 
-bool Session::setPassword(QWidget *parent, const QString &password, const QString &connectionName)
+/// Whoever comes first could take over an account without a password. Only on a fresh database, of
+/// which nobody has a password yet, there is nobody who could give one.
+LoginResult Session::logInWithoutPassword(QWidget *parent, const SessionUser &user,
+                                          const QString &password, const QString &connectionName)
 {
+    QList<SqlRow> rows;
+    if (!QueryRows(parent, "SELECT COUNT(id) FROM users WHERE NOT " + withoutPassword + u';', rows,
+                   connectionName) ||
+        rows.isEmpty())
+        return LoginResult::Failed;
+    const bool fresh = rows.first().first().toInt() == 0;
+    if (!fresh || user.id != shippedAdministrator ||
+        (user.rights & static_cast<int>(Right::ManageUsers)) == 0)
+        return LoginResult::NoPassword;
+    return password.isEmpty() ? LoginResult::PasswordNeeded : LoginResult::Refused;
+}
+
+FirstPassword Session::setFirstPassword(QWidget *parent, qulonglong userId, const QString &password,
+                                        const QString &connectionName)
+{
+    const QString stored = hashPassword(password);
     QSqlQuery query;
-    return QueryExecPrepared(parent, "UPDATE users SET password=:password WHERE id=:id;", query,
-                             {{":password", hashPassword(password)}, {":id", m_user.id}},
-                             connectionName);
+    if (!QueryExecPrepared(parent,
+                           "UPDATE users SET password=:password WHERE id=:id AND " +
+                               withoutPassword + u';',
+                           query, {{":password", stored}, {":id", userId}}, connectionName))
+        return FirstPassword::Failed;
+    if (query.numRowsAffected() > 0)
+        return FirstPassword::Set;
+    // Our own first try may have done it before its connection was lost.
+    QList<SqlRow> rows;
+    if (!QueryRows(parent, "SELECT password FROM users WHERE id='" + sql::id(userId) + "';", rows,
+                   connectionName))
+        return FirstPassword::Failed;
+    return !rows.isEmpty() && rows.first().first().toString() == stored ? FirstPassword::Set
+                                                                        : FirstPassword::AlreadySet;
+}
+
+bool Session::usersWithoutPassword(QWidget *parent, QList<SessionUser> &users,
+                                   const QString &connectionName)
+{
+    users.clear();
+    QList<SqlRow> rows;
+    if (!QueryRows(parent,
+                   "SELECT id, login, name, rights FROM users WHERE enabled<>0 AND login<>'' AND " +
+                       withoutPassword + " ORDER BY login, id;",
+                   rows, connectionName))
+        return false;
+    for (const SqlRow &row : std::as_const(rows)) {
+        users.append({.id = row.at(0).toULongLong(),
+                      .login = row.at(1).toString(),
+                      .name = row.at(2).toString(),
+                      .rights = row.at(3).toInt()});
+    }
+    return true;
 }
 
 const SessionUser &Session::user() const
@@ -83,7 +145,7 @@ bool Session::loadOptions(QWidget *parent, const QString &connectionName)
         if (!m_options.contains(row.at(0).toString()))
             m_options.insert(row.at(0).toString(), row.at(1).toString());
     }
-    return loadCurrencies(connectionName) && read;
+    return read && refreshRates(parent, connectionName);
 }
 
 QString Session::option(const QString &name) const
@@ -93,9 +155,14 @@ QString Session::option(const QString &name) const
 
 bool Session::loadCurrencies(const QString &connectionName)
 {
+    return readCurrencies(nullptr, connectionName);
+}
+
+bool Session::readCurrencies(QWidget *parent, const QString &connectionName)
+{
     m_currencies.clear();
     QList<SqlRow> rows;
-    if (!QueryRows(nullptr, "SELECT id, c_code, symbol, value FROM currencies ORDER BY id;", rows,
+    if (!QueryRows(parent, "SELECT id, c_code, symbol, value FROM currencies ORDER BY id;", rows,
                    connectionName))
         return false;
     for (const SqlRow &row : std::as_const(rows)) {
@@ -109,10 +176,7 @@ bool Session::loadCurrencies(const QString &connectionName)
 
 bool Session::refreshRates(QWidget *parent, const QString &connectionName)
 {
-    if (loadCurrencies(connectionName))
-        return true;
-    showWarning(parent, lastQueryError(connectionName));
-    return false;
+    return readCurrencies(parent, connectionName);
 }
 
 const QList<Currency> &Session::currencies() const

@@ -35,9 +35,16 @@ struct SessionUser
 
 enum class LoginResult {
     Accepted,
-    PasswordNeeded, ///< right, but the user has no password yet and must set one
+    PasswordNeeded, ///< the administrator of a fresh database, who must set a password
+    NoPassword,     ///< a user who has none yet: the administrator gives the first one
     Refused,        ///< unknown login, wrong password or a disabled user
     Failed,         ///< the database did not answer
+};
+
+enum class FirstPassword {
+    Set,
+    AlreadySet, ///< somebody else was quicker; it stays as it is
+    Failed,     ///< the database did not answer
 };
 
 /// What holds for the whole run: the user, the options and the currencies of the main database.
@@ -55,8 +62,13 @@ public:
     LoginResult logIn(QWidget *parent, const QString &login, const QString &password,
                       const QString &connectionName);
 
-    /// Stores a new password for the session's user. False when the statement failed.
-    bool setPassword(QWidget *parent, const QString &password, const QString &connectionName);
+    /// Stores the first password of a user, only while there is none.
+    static FirstPassword setFirstPassword(QWidget *parent, qulonglong userId,
+                                          const QString &password, const QString &connectionName);
+
+    /// Reads the enabled users who have no password yet, by login. False when that failed.
+    static bool usersWithoutPassword(QWidget *parent, QList<SessionUser> &users,
+                                     const QString &connectionName);
 
     const SessionUser &user() const;
     void setUser(const SessionUser &user);
@@ -92,6 +104,9 @@ public:
     std::optional<qulonglong> nextReportId(QWidget *parent, const QString &connectionName) const;
 
 private:
+    static LoginResult logInWithoutPassword(QWidget *parent, const SessionUser &user,
+                                            const QString &password, const QString &connectionName);
+    bool readCurrencies(QWidget *parent, const QString &connectionName);
     const Currency *findCurrency(const QString &code) const;
 
     SessionUser m_user;

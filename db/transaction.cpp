@@ -79,9 +79,11 @@ bool transactionBegin(const QString &connectionName)
             state.outcomeUnknown = false;
             state.idle = 0;
             state.lastError.clear();
+            state.cause = FailureCause::None;
             return true;
         }
         state.lastError = error.text();
+        state.cause = failureCause(database, error);
         if (!isConnectionLost(database, error))
             break;
         closeConnection(connectionName); // nothing is under way yet: open it anew
@@ -109,9 +111,11 @@ bool transactionCommit(const QString &connectionName)
     qDebug() << "Transaction commit failed.";
     state.outcomeUnknown = isConnectionLost(database, error);
     const QString text = error.text();
+    const FailureCause cause = failureCause(database, error);
     const bool unknown = state.outcomeUnknown;
     transactionRollback(connectionName); // a refused COMMIT may leave the transaction open
     state.lastError = text;
+    state.cause = cause;
     state.outcomeUnknown = unknown;
     return false;
 }

@@ -38,9 +38,7 @@ Additions::Result Additions::takeBack(QWidget *parent)
         tries.begin();
         undo = tryUndo(addition);
         if (undo == Undo::Failed && !tries.again()) {
-            showFailure(parent,
-                        tr("Последнее добавление не отменено, приход не изменён. Повторите позже."),
-                        lastQueryError());
+            showLastFailure(parent, {}, tr("Последнее добавление не отменено, приход не изменён."));
             break;
         }
     }

@@ -63,6 +63,7 @@ void CostDialog::on_acceptPushButton_clicked()
             return;
         change.outcost = m_ui->outcostDoubleSpinBox->exact();
     }
+    const CommandScope command;
     // What failed has been told, and the rest is written: the list has to be read again.
     changePrices(this, m_ids, change);
     accept();

@@ -81,6 +81,7 @@ void GoodsEntry::soundStop()
 /// another opens would be lost.
 void GoodsEntry::acceptAndGoOn()
 {
+    const CommandScope command;
     if (!m_dialog->save()) {
         soundStop();
         return;
@@ -127,6 +128,7 @@ bool GoodsEntry::lastWasAdded() const
 
 void GoodsEntry::lookUp(const QString &text)
 {
+    const CommandScope command;
     m_lastAdded = false;
     CodeResult found = lookUpCode(parentNow(), text);
     if (found.kind == CodeKind::NotFound) {
@@ -247,6 +249,7 @@ bool GoodsEntry::addAtOnce(const ReceiptRequest &request, const QString &code)
 /// Returns whether the line of this request, and perhaps more of them behind it, were accepted.
 bool GoodsEntry::openDialog(const ReceiptRequest &request, const QString &code)
 {
+    const CommandScope command;
     const QScopedValueRollback entering(m_entering, true);
     QuantityRestDialog dialog(request, m_window, &m_agreedPrices);
     showLoaded(dialog, request, code);
@@ -318,6 +321,7 @@ void GoodsEntry::takeBack()
 {
     if (m_entering || m_options().busy)
         return;
+    const CommandScope command;
     const Additions::Result result = m_additions.takeBack(m_window);
     m_lastAdded = false;
     playSound(result.done ? Sound::Found : Sound::NotFound);

@@ -112,6 +112,7 @@ bool IncomeInvoiceWindow::isReady() const
 
 void IncomeInvoiceWindow::start()
 {
+    const CommandScope command;
     // Not before: a password may be typed by a machine, too.
     m_scanReader = new ScanReader(m_ui->codeLineEdit, this);
     connect(m_scanReader, &ScanReader::scanned, m_entry, &GoodsEntry::scan);
@@ -364,6 +365,7 @@ void IncomeInvoiceWindow::on_deletewareAction_triggered()
     request.escapeButton = 1;
     if (askQuestion(this, request) != 0)
         return;
+    const CommandScope command;
     deleteLines(this, lines);
     refreshReceipt();
     m_codeField->take();
@@ -440,12 +442,14 @@ void IncomeInvoiceWindow::on_aboutAction_triggered()
 
 void IncomeInvoiceWindow::on_refreshAction_triggered()
 {
+    const CommandScope command;
     fillFilters();
     refreshAll();
 }
 
 void IncomeInvoiceWindow::on_currenciesAction_triggered()
 {
+    const CommandScope command;
     CurrenciesDialog dialog(this);
     dialog.exec();
     refreshAll();
@@ -453,6 +457,7 @@ void IncomeInvoiceWindow::on_currenciesAction_triggered()
 
 void IncomeInvoiceWindow::on_updateCostsAction_triggered()
 {
+    const CommandScope command;
     m_busy = true;
     const auto free = qScopeGuard([this] { m_busy = false; });
     std::unique_ptr<ProgressDialog> progress;
@@ -472,6 +477,7 @@ void IncomeInvoiceWindow::on_showDisabledProductsAction_triggered()
 
 void IncomeInvoiceWindow::on_codeLineEdit_returnPressed()
 {
+    const CommandScope command;
     m_ui->codeLineEdit->selectAll();
     // One Return too many would be one unit too many: the next scan accepts an open line.
     if (m_codeField->isRepeated() && m_entry->lastWasAdded())
@@ -620,6 +626,7 @@ void IncomeInvoiceWindow::On_changeCostAction_triggered()
     const QList<qulonglong> ids = selectedProductIds();
     if (ids.isEmpty())
         return;
+    const CommandScope command;
     CostDialog dialog(ids, this);
     if (dialog.exec() == QDialog::Accepted)
         refreshProducts();
@@ -688,6 +695,7 @@ void IncomeInvoiceWindow::on_applyIncomeInvoicePushButton_clicked()
         m_codeField->take();
         return;
     }
+    const CommandScope command;
     const PostingResult result =
         postReceipt(posting, choice == 0 ? PaymentType::Cash : PaymentType::Cashless);
     // Without its server there is nothing to read, and the user has been asked once.
@@ -803,6 +811,7 @@ void IncomeInvoiceWindow::showConnectionState(bool online)
 
 void IncomeInvoiceWindow::refreshAll()
 {
+    const CommandScope command;
     refreshReceipt();
     refreshProducts();
 }

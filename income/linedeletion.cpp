@@ -75,8 +75,10 @@ QList<qulonglong> LineDeletion::run(QWidget *parent)
                                "удалены ли позиции: проверьте приход."));
     } else {
         // Who does not want to reconnect knows what is wrong.
-        const QString error = lastQueryError();
-        showWarning(parent, error.isEmpty() ? tr("Строки прихода не удалены.") : error, reached);
+        if (reached)
+            showLastFailure(parent, tr("Строки прихода не удалены."));
+        else
+            showWarning(parent, lastQueryError(), false);
     }
     return {};
 }

@@ -30,6 +30,17 @@ QString tr(const char *text)
 const QString lineColumns = QStringLiteral(
     "SELECT wareid, quantity, incost, inoutratio, outcost, userid, timestamp FROM incomeinvoice");
 
+/// Adds to the message what the database's failure means, and keeps its own words as details.
+void addFailure(PostingResult &result, const DatabaseFailure &failure)
+{
+    if (failure.details.isEmpty()) {
+        result.details = failure.text;
+        return;
+    }
+    result.message += QStringLiteral("\n\n") + failure.text;
+    result.details = failure.details;
+}
+
 } // namespace
 
 QString ReceiptSummary::text() const
@@ -437,7 +448,7 @@ void ReceiptPosting::runOptional(const QStringList &statements)
 
 void ReceiptPosting::makeUpForMissed(PostingResult &result)
 {
-    QString error;
+    DatabaseFailure failure;
     for (const QStringList &statements : std::exchange(m_missed, {})) {
         TransactionGuard transaction(m_connectionName);
         const bool reached = transaction.isActive();
@@ -446,21 +457,21 @@ void ReceiptPosting::makeUpForMissed(PostingResult &result)
             done = done && run(sqlText);
         if (done && transaction.commit())
             continue;
-        if (error.isEmpty())
-            error = lastQueryError(m_connectionName);
+        if (failure.text.isEmpty())
+            failure = lastFailure(m_connectionName);
         logMessage(QStringLiteral("Left out of receipt %1: ").arg(result.reportId) +
                    statements.join(u' '));
         if (!reached)
             break; // the rest would wait for the database as long, and in vain
     }
-    if (error.isEmpty())
+    if (failure.text.isEmpty())
         return;
     if (!result.message.isEmpty())
         result.message += QStringLiteral("\n\n");
     result.message += tr("Накладная № %1 проведена, но записано не всё, что за ней следует: цены в "
                          "открытых заказах или отметки о новых ценах. Проверьте ценники.")
                           .arg(result.reportId);
-    result.details = error;
+    addFailure(result, failure);
     logMessage(result.message);
 }
 
@@ -470,7 +481,7 @@ bool ReceiptPosting::databaseFailed(PostingResult &result) const
 {
     result.outcome = PostingOutcome::Failed;
     result.message = tr("Накладная не проведена, все изменения отменены.");
-    result.details = lastQueryError(m_connectionName);
+    addFailure(result, lastFailure(m_connectionName));
     return false;
 }
 

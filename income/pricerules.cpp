@@ -49,28 +49,33 @@ QuietStatements::QuietStatements(const QString &connectionName)
 
 bool QuietStatements::run(const QString &sqlText)
 {
-    return QueryExec(nullptr, sqlText, m_connectionName) || fail(lastQueryError(m_connectionName));
+    return QueryExec(nullptr, sqlText, m_connectionName) || fail(lastFailure(m_connectionName));
 }
 
 bool QuietStatements::markPriceChange(qulonglong wareid)
 {
     return ::markPriceChange(nullptr, wareid, m_connectionName) ||
-           fail(lastQueryError(m_connectionName));
+           fail(lastFailure(m_connectionName));
 }
 
-bool QuietStatements::fail(const QString &reason)
+bool QuietStatements::fail(const DatabaseFailure &failure)
 {
-    if (m_reason.isEmpty())
-        m_reason = reason;
+    if (m_failure.text.isEmpty())
+        m_failure = failure;
     return false;
 }
 
-QString QuietStatements::reason() const
+const DatabaseFailure &QuietStatements::failure() const
 {
-    return m_reason;
+    return m_failure;
 }
 
 bool QuietStatements::isReachable() const
 {
     return openConnection(m_connectionName);
+}
+
+bool QuietStatements::canGoOn() const
+{
+    return !lastFailure(m_connectionName).general && isReachable();
 }

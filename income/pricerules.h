@@ -38,17 +38,20 @@ public:
     /// markPriceChange() in the same way.
     bool markPriceChange(qulonglong wareid);
 
-    /// Keeps a reason for the user unless there is one already. Always false.
-    bool fail(const QString &reason);
+    /// Keeps a failure for the user unless there is one already. Always false.
+    bool fail(const DatabaseFailure &failure);
 
-    /// The first failure; empty when there was none.
-    QString reason() const;
+    /// The first failure, as it is told to the user; without a text when there was none.
+    const DatabaseFailure &failure() const;
 
     /// Whether the connection can be had. In a loop it is asked after a failure: every further
     /// statement would wait for a server that is gone.
     bool isReachable() const;
 
+    /// The same, and what failed last was about one row: locks, rights and disks stop them all.
+    bool canGoOn() const;
+
 private:
     QString m_connectionName;
-    QString m_reason;
+    DatabaseFailure m_failure;
 };

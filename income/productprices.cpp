@@ -50,7 +50,8 @@ bool changePrice(QuietStatements &statements, const SqlRow &product, const Price
     if (change.incost) {
         const double incost = session.convertCurrencyFromMain(*change.incost, currency);
         if (!std::isfinite(incost))
-            return statements.fail(ProductPrices::tr("Курс валюты %1 равен нулю.").arg(currency));
+            return statements.fail(
+                {.text = ProductPrices::tr("Курс валюты %1 равен нулю.").arg(currency)});
         assignments += " incost=" + sql::exact(incost);
     }
     double outcost = change.outcost;
@@ -117,19 +118,22 @@ bool changePrices(QWidget *parent, const QList<qulonglong> &ids, const PriceChan
                       products))
         return false;
     QuietStatements statements(mainConnection);
-    int failed = 0;
-    for (const SqlRow &product : std::as_const(products)) {
-        if (changePrice(statements, product, change))
+    qsizetype failed = 0;
+    for (qsizetype i = 0; i < products.size(); ++i) {
+        if (changePrice(statements, products.at(i), change))
             continue;
         ++failed;
-        if (!statements.isReachable())
+        if (!statements.canGoOn()) {
+            failed += products.size() - i - 1;
             break;
+        }
     }
     if (failed == 0)
         return true;
-    showWarning(
+    showFailure(
         parent,
         ProductPrices::tr("Не все цены изменены. Наименований с ошибками: %1.").arg(failed) +
-            u'\n' + statements.reason());
+            u'\n' + statements.failure().text,
+        statements.failure().details);
     return false;
 }

@@ -144,6 +144,7 @@ bool QuantityRestDialog::save()
 {
     if (!checkQuantity() || !checkPrices() || !checkMargin() || !checkExpiry())
         return false;
+    const CommandScope command;
     switch (m_entry->save(this, input())) {
     case SaveState::Saved:
         return true;
@@ -339,13 +340,8 @@ ReceiptInput QuantityRestDialog::input() const
 bool QuantityRestDialog::checkQuantity()
 {
     NumberSpinBox *field = m_ui->quantityDoubleSpinBox;
-    if (!field->hasAcceptableInput()) {
-        return refuse(
-            field,
-            field->decimals() == 0
-                ? tr("Количество этого товара указывается целым числом.")
-                : tr("Знаков после запятой может быть не больше %1.").arg(field->decimals()));
-    }
+    if (!checkNumber(field))
+        return false;
     const double quantity = field->exact();
     if (!isQuestionableQuantity(quantity))
         return true;
@@ -360,18 +356,19 @@ bool QuantityRestDialog::checkQuantity()
     return false;
 }
 
+bool QuantityRestDialog::checkNumber(NumberSpinBox *field)
+{
+    if (!field->hasAcceptableInput())
+        return refuse(field, field->fault());
+    return !field->text().trimmed().isEmpty() ||
+           refuse(field, tr("Число не введено. Если нужен ноль, введите 0."));
+}
+
 /// A price field takes what a person would type; what a scanner would is asked about.
 bool QuantityRestDialog::checkPrice(NumberSpinBox *field, const QString &question)
 {
-    if (!field->hasAcceptableInput()) {
-        return refuse(
-            field,
-            field->minimum() > 0
-                ? tr("Коэффициент должен быть больше нуля, знаков после запятой "
-                     "может быть не больше %1.")
-                      .arg(field->decimals())
-                : tr("Знаков после запятой может быть не больше %1.").arg(field->decimals()));
-    }
+    if (!checkNumber(field))
+        return false;
     return !field->isChanged() || !looksLikeBarcode(field->text()) ||
            confirm(field, question + field->text());
 }

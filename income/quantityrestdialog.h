@@ -75,6 +75,7 @@ private:
     std::optional<QString> expiretime() const;
     ReceiptInput input() const;
     bool checkQuantity();
+    bool checkNumber(NumberSpinBox *field);
     bool checkPrice(NumberSpinBox *field, const QString &question);
     bool checkPrices();
     bool checkMargin();

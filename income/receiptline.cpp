@@ -311,9 +311,9 @@ SaveState ReceiptEntry::settlePending(QWidget *parent)
     if (!ensureConnectionOpen(parent, mainConnection))
         return SaveState::Failed;
     if (!m_pending->certain && !waitForListWriters())
-        return notWritten(parent, tr("Неизвестно, записана ли строка: её запись прервалась. "
-                                     "Проверьте приход или повторите позже.") +
-                                      QStringLiteral("\n\n") + lastQueryError());
+        return notWritten(parent, {.text = tr("Неизвестно, записана ли строка: её запись "
+                                              "прервалась. Проверьте приход или повторите позже."),
+                                   .details = lastQueryError()});
     QList<SqlRow> own;
     QList<ReceiptLine> lines;
     SqlRow posted;
@@ -379,7 +379,7 @@ SaveState ReceiptEntry::writeExistingLine(QWidget *parent, const ReceiptInput &i
     if (written == LineWrite::Written)
         return SaveState::Saved;
     if (written == LineWrite::Failed)
-        return notWritten(parent, lastQueryError());
+        return notWritten(parent, lastFailure());
     if (m_unconfirmed)
         return lineInDoubt(parent, lines);
     const double added = tidy(quantity - m_line->quantity);
@@ -492,9 +492,10 @@ SaveState ReceiptEntry::lineInDoubt(QWidget *parent, const QList<ReceiptLine> &l
     return SaveState::InDoubt;
 }
 
-SaveState ReceiptEntry::notWritten(QWidget *parent, const QString &error)
+SaveState ReceiptEntry::notWritten(QWidget *parent, const DatabaseFailure &failure)
 {
-    showWarning(parent, error.isEmpty() ? tr("Строка прихода не записана.") : error);
+    showFailure(parent, failure.text.isEmpty() ? tr("Строка прихода не записана.") : failure.text,
+                failure.details);
     return SaveState::Failed;
 }
 
@@ -522,7 +523,7 @@ SaveState ReceiptEntry::insertLine(QWidget *parent, const ReceiptInput &input, c
         m_pending = pending;
         return SaveState::Saved;
     }
-    const QString error = lastQueryError();
+    const DatabaseFailure failure = lastFailure();
     if (lastOutcomeUnknown()) {
         m_pending = pending;
         const SaveState state = settlePending(parent);
@@ -530,7 +531,7 @@ SaveState ReceiptEntry::insertLine(QWidget *parent, const ReceiptInput &input, c
             return state;
         m_pending = pending; // it may still be on its way to the server
     }
-    return notWritten(parent, error);
+    return notWritten(parent, failure);
 }
 
 /// All lines of a product carry one price.

@@ -146,7 +146,7 @@ private:
     SaveState lineGone(QWidget *parent, const ReceiptInput &input, const QString &stamp,
                        double added);
     SaveState lineInDoubt(QWidget *parent, const QList<ReceiptLine> &lines);
-    static SaveState notWritten(QWidget *parent, const QString &error);
+    static SaveState notWritten(QWidget *parent, const DatabaseFailure &failure);
     static QString lineGoneText();
     SaveState insertLine(QWidget *parent, const ReceiptInput &input, const QString &stamp,
                          double quantity);

@@ -93,7 +93,7 @@ bool ReceiptPrices::updateLine(const QString &lineId, PriceUpdate &result)
     } while (outcome == LineUpdate::DatabaseError && tries.again() && m_statements.isReachable());
     m_waitedTooLong = outcome == LineUpdate::DatabaseError && tries.waitedLong();
     if (outcome == LineUpdate::DatabaseError)
-        m_statements.fail(lastQueryError(m_connectionName));
+        m_statements.fail(lastFailure(m_connectionName));
     const bool failed = outcome == LineUpdate::DatabaseError || outcome == LineUpdate::NotConverted;
     result.failed += failed ? 1 : 0;
     result.gone += outcome == LineUpdate::Gone ? 1 : 0;
@@ -135,7 +135,7 @@ ReceiptPrices::LineUpdate ReceiptPrices::writeProduct(const SqlRow &row, double 
     const QString currency = row.at(6).toString();
     const double converted = Session::instance().convertCurrencyFromMain(incost, currency);
     if (!std::isfinite(converted) || !std::isfinite(outcost)) {
-        m_statements.fail(tr("Курс валюты %1 равен нулю.").arg(currency));
+        m_statements.fail({.text = tr("Курс валюты %1 равен нулю.").arg(currency)});
         return LineUpdate::NotConverted;
     }
     const qulonglong wareid = row.at(1).toULongLong();
@@ -166,7 +166,7 @@ void ReceiptPrices::tell(QWidget *parent, const PriceUpdate &result) const
     QStringList parts;
     if (result.failed > 0) {
         parts += tr("Не все цены обновлены. Строк с ошибками: %1.").arg(result.failed);
-        parts += m_statements.reason();
+        parts += m_statements.failure().text;
     }
     if (m_waitedTooLong)
         parts += tr("Приход занят на другом рабочем месте, остальные строки не пересчитаны: "
@@ -177,7 +177,7 @@ void ReceiptPrices::tell(QWidget *parent, const PriceUpdate &result) const
                      .arg(result.gone);
     }
     if (!parts.isEmpty())
-        showWarning(parent, parts.join(u'\n'));
+        showFailure(parent, parts.join(u'\n'), m_statements.failure().details);
 }
 
 } // namespace

@@ -4,11 +4,9 @@
 #include "app/settings.h"
 #include "login/connectioncheck.h"
 #include "login/connectiondialog.h"
-#include "login/loginsequence.h"
 #include "login/passworddialog.h"
+#include "login/userpasswordsdialog.h"
 #include "ui_selectconnectiondialog.h"
-
-#include <optional>
 
 namespace {
 
@@ -143,33 +141,58 @@ void SelectConnectionDialog::on_checkPushButton_clicked()
     unsetCursor();
 }
 
-void SelectConnectionDialog::on_okPushButton_clicked()
+/// What was entered; nothing, told, when something is missing.
+std::optional<LoginRequest> SelectConnectionDialog::request()
 {
     const ConnectionEntry *entry = Settings::instance().findConnection(connectionName());
     if (!entry) {
         askForFirstConnection();
-        return;
+        return std::nullopt;
     }
     const QString login = m_ui->loginLineEdit->text().trimmed();
     if (login.isEmpty()) {
         showWarning(this, tr("Введите имя пользователя."));
         m_ui->loginLineEdit->setFocus();
-        return;
+        return std::nullopt;
     }
-    if (friendConnectionName() == entry->name) {
+    return LoginRequest{*entry, login, m_ui->passwordLineEdit->text()};
+}
+
+NewPasswordQuestion SelectConnectionDialog::passwordQuestion()
+{
+    return [this](const QString &login) -> std::optional<QString> {
+        PasswordDialog dialog(login, this);
+        return dialog.exec() == QDialog::Accepted ? std::optional(dialog.password()) : std::nullopt;
+    };
+}
+
+void SelectConnectionDialog::on_passwordsPushButton_clicked()
+{
+    const std::optional<LoginRequest> entered = request();
+    if (!entered)
+        return;
+    setCursor(Qt::WaitCursor);
+    givePasswords(this, *entered, passwordQuestion(), [this] {
+        unsetCursor();
+        UserPasswordsDialog(passwordQuestion(), this).exec();
+    });
+    unsetCursor();
+    focusPassword();
+}
+
+void SelectConnectionDialog::on_okPushButton_clicked()
+{
+    const std::optional<LoginRequest> entered = request();
+    if (!entered)
+        return;
+    if (friendConnectionName() == entered->connection.name) {
         showWarning(this, tr("Справочная база не может быть той же, что и основная. Выберите "
                              "другую или «нет»."));
         m_ui->friendConnectionListWidget->setFocus();
         return;
     }
     setCursor(Qt::WaitCursor);
-    const LoginStep step = runLogin(this, {*entry, login, m_ui->passwordLineEdit->text()},
-                                    [this](const QString &name) -> std::optional<QString> {
-                                        PasswordDialog dialog(name, this);
-                                        return dialog.exec() == QDialog::Accepted
-                                                   ? std::optional(dialog.password())
-                                                   : std::nullopt;
-                                    });
+    const LoginStep step = runLogin(this, *entered, passwordQuestion());
     unsetCursor();
     if (step != LoginStep::Done) {
         if (step == LoginStep::LogIn)
@@ -179,7 +202,7 @@ void SelectConnectionDialog::on_okPushButton_clicked()
     Settings &settings = Settings::instance();
     settings.setValue(SettingsKey::Connection, connectionName());
     settings.setValue(SettingsKey::FriendConnection, friendConnectionName());
-    settings.setValue(SettingsKey::Login, login);
+    settings.setValue(SettingsKey::Login, entered->login);
     keepSettings();
     accept();
 }

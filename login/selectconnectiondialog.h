@@ -3,6 +3,9 @@
 #include <QDialog>
 
 #include <memory>
+#include <optional>
+
+#include "login/loginsequence.h"
 
 class QListWidget;
 
@@ -35,10 +38,13 @@ private slots:
     void on_editPushButton_clicked();
     void on_deletePushButton_clicked();
     void on_checkPushButton_clicked();
+    void on_passwordsPushButton_clicked();
     void on_okPushButton_clicked();
     void on_cancelPushButton_clicked();
 
 private:
+    std::optional<LoginRequest> request();
+    NewPasswordQuestion passwordQuestion();
     void fillLists(const QString &connection, const QString &friendConnection);
     void addConnection();
     void askForFirstConnection();

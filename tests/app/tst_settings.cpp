@@ -5,6 +5,7 @@
 #include "tests/support/queuedboxes.h"
 #include "tests/support/testhome.h"
 
+#include <QDir>
 #include <QFile>
 #include <QTest>
 
@@ -45,6 +46,7 @@ private slots:
     void brokenFile_isKeptAndReported();
     void brokenFile_isShownAtTheStart();
     void brokenFiles_neverReplaceEachOther();
+    void unreadableFile_isLeftAlone();
     void unwritableDirectory_isReported();
 
 private:
@@ -224,6 +226,18 @@ void TestSettings::brokenFiles_neverReplaceEachOther()
     QCOMPARE(readFile(m_path + ".broken"), QByteArray("first"));
     QCOMPARE(readFile(m_path + ".broken.2"), QByteArray("second"));
     QCOMPARE(readFile(m_path + ".broken.3"), QByteArray("third"));
+}
+
+void TestSettings::unreadableFile_isLeftAlone()
+{
+    QVERIFY(QDir().mkpath(m_path)); // not even the administrator can read it
+    Settings settings;
+    QCOMPARE(settings.load(m_path), Settings::LoadResult::Unreadable);
+    QVERIFY(logText().contains(m_path) && !QFile::exists(m_path + ".broken"));
+    QVERIFY(QDir().rmdir(m_path));
+    writeFile(m_path, "<settings/>");
+    QVERIFY(!settings.save());
+    QCOMPARE(readFile(m_path), QByteArray("<settings/>"));
 }
 
 void TestSettings::unwritableDirectory_isReported()

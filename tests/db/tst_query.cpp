@@ -11,7 +11,9 @@
 #include "tests/support/files.h"
 #include "tests/support/servers.h"
 
+#include <QSqlDatabase>
 #include <QTest>
+#include <QTimer>
 #include <QWidget>
 
 #include <memory>
@@ -34,10 +36,11 @@ private slots:
     void failedStatement_isReportedOnceAndLoggedTwice();
     void textThatTheColumnCannotHold_leavesNothingBehind();
     void brokenConstraint_endsAtOnce();
-    void busyFile_endsWithAnError();
+    void refusal_isToldInASentence();
+    void lateAnswer_isNotWaitedForTwice();
     void killedConnection_isReopenedSilently();
     void connectionLostOnEveryTry_doesNotSpin();
-    void stoppedServer_asksAndGoesOn();
+    void stoppedServer_asksOnceACommandAndGoesOn();
     void lossInsideTransaction_refusesTheRest();
     void errorInsideTransaction_neverCommitsHalf();
     void deadlock_breaksTheTransaction();
@@ -236,18 +239,68 @@ void TestQuery::brokenConstraint_endsAtOnce()
     QCOMPARE(rows("SELECT name FROM t"), "a");
 }
 
-void TestQuery::busyFile_endsWithAnError()
+void TestQuery::refusal_isToldInASentence()
 {
-    if (isServer())
-        return; // the file is SQLite's alone
+    // Another station holds the file or the row.
+    QVERIFY(QueryExec(nullptr, "INSERT INTO t(id) VALUES('1')"));
     QVERIFY(m_database->open(otherStation));
     QVERIFY(transactionBegin(otherStation));
-    m_boxes->answer("OK");
-    QVERIFY(!QueryExec(m_parent.get(), "INSERT INTO t(id) VALUES('1')"));
-    QVERIFY(!transactionBegin());
-    QVERIFY(!inTransaction());
+    QVERIFY(QueryExec(nullptr, "UPDATE t SET amount='1'", otherStation));
+    {
+        const CommandScope command;
+        m_boxes->answer("OK");
+        const QString blocked =
+            isServer() ? "SELECT id FROM t FOR UPDATE NOWAIT" : "INSERT INTO t(id) VALUES('2')";
+        QVERIFY(!QueryExec(m_parent.get(), blocked));
+        QVERIFY(!QueryExec(m_parent.get(), blocked)); // not told again in one command
+    }
+    QVERIFY(m_boxes->lastText().startsWith("База данных занята"));
+    QVERIFY(m_boxes->requests().last().details.startsWith("Ошибка SQL:"));
+    QVERIFY(logText().contains("NOWAIT") || !isServer());
+    QVERIFY(isServer() || (!transactionBegin() && !inTransaction()));
     QVERIFY(transactionRollback(otherStation));
-    QVERIFY(QueryExec(m_parent.get(), "INSERT INTO t(id) VALUES('1')"));
+    QVERIFY(QueryExec(m_parent.get(), "INSERT INTO t(id) VALUES('2')"));
+    if (!isServer())
+        return;
+    // A right that was taken away.
+    rows("DROP USER IF EXISTS clerk; CREATE USER clerk" +
+         QString(m_dialect == Dialect::MySql ? "@'127.0.0.1' IDENTIFIED BY" : " PASSWORD") +
+         " 'r'; GRANT SELECT ON t TO clerk" + (m_dialect == Dialect::MySql ? "@'127.0.0.1'" : ""));
+    ConnectionEntry entry = m_database->entry();
+    entry.dbusername = "clerk";
+    entry.dbpassword = "r";
+    QVERIFY(createConnection(nullptr, entry, otherStation));
+    m_boxes->answer("OK");
+    QVERIFY(!QueryExec(m_parent.get(), "DELETE FROM t", otherStation));
+    QVERIFY(m_boxes->lastText().startsWith("Не хватает прав"));
+    QVERIFY(lastFailure(otherStation).general);
+    rows(m_dialect == Dialect::MySql ? "DROP USER clerk@'127.0.0.1'"
+                                     : "DROP OWNED BY clerk; DROP USER clerk");
+}
+
+void TestQuery::lateAnswer_isNotWaitedForTwice()
+{
+    if (!isServer())
+        return;
+    const bool mariaDb = m_dialect == Dialect::MySql;
+    int tries = 0;
+    setStatementObserver([&](const QString &sqlText, const QString &) {
+        tries += sqlText.contains("sleep") ? 1 : 0;
+    });
+    // The server gives up the statement.
+    QVERIFY(QueryExec(nullptr, "INSERT INTO t(id) VALUES('1')"));
+    QVERIFY(
+        QueryExec(nullptr, mariaDb ? "SET max_statement_time=0.2" : "SET statement_timeout=200"));
+    m_boxes->answer("OK");
+    QVERIFY(!QueryExec(m_parent.get(), mariaDb ? "SELECT sleep(2) FROM t" : "SELECT pg_sleep(2)"));
+    QVERIFY(m_boxes->lastText().contains("не успела ответить"));
+    if (mariaDb) { // the client gives up the server
+        closeConnection(mainConnection);
+        QSqlDatabase::database(mainConnection, false)
+            .setConnectOptions("MYSQL_OPT_READ_TIMEOUT=1;CLIENT_FOUND_ROWS=1");
+        QVERIFY(!QueryExec(nullptr, "SELECT sleep(20)"));
+    }
+    QCOMPARE(tries, mariaDb ? 2 : 1);
 }
 
 void TestQuery::killedConnection_isReopenedSilently()
@@ -292,15 +345,33 @@ void TestQuery::connectionLostOnEveryTry_doesNotSpin()
     QVERIFY(QueryExec(nullptr, "INSERT INTO t(id) VALUES('1')"));
 }
 
-void TestQuery::stoppedServer_asksAndGoesOn()
+void TestQuery::stoppedServer_asksOnceACommandAndGoesOn()
 {
     if (!isServer())
         return;
     TestServers &servers = TestServers::instance();
     servers.stop(m_dialect);
     QVERIFY(!QueryExec(nullptr, "SELECT 1"));
-    m_boxes->answer("Отмена");
-    QVERIFY(!QueryExec(m_parent.get(), "SELECT 1"));
+    {
+        const CommandScope command;
+        m_boxes->answer("Отмена");
+        QVERIFY(!QueryExec(m_parent.get(), "SELECT 1"));
+        {
+            const CommandScope joined;
+            QVERIFY(!ensureConnectionOpen(m_parent.get(), mainConnection));
+        }
+        QVERIFY(!transactionBegin());
+        QVERIFY(lastFailure().text.startsWith("Нет связи с базой данных"));
+        // What is started in a dialog is a command of its own.
+        QTimer::singleShot(0, [&] {
+            const CommandScope own;
+            m_boxes->answer("Отмена");
+            QVERIFY(!QueryExec(m_parent.get(), "SELECT 1"));
+        });
+        QTimer::singleShot(1, m_parent.get(), &QCoreApplication::quit);
+        QCoreApplication::exec();
+        QVERIFY(!QueryExec(m_parent.get(), "SELECT 1"));
+    }
     m_boxes->answer("Повторить");
     m_boxes->answer("Повторить", [&] { servers.start(m_dialect); });
     QVERIFY(QueryExec(m_parent.get(), "INSERT INTO t(id) VALUES('1')"));

@@ -66,7 +66,8 @@ void TestSession::login()
         {"disabled namesake first", "Глеб", "чай", LoginResult::Accepted},
         {"quote and backslash in the login", "O'Нил\\", "чай", LoginResult::Accepted},
         {"plain password in the table", "Дина", "чай", LoginResult::Refused},
-        {"no password set, one given", "admin", "чай", LoginResult::Refused},
+        {"no password set, others have one", "admin", "", LoginResult::NoPassword},
+        {"the same, one given", "admin", "чай", LoginResult::NoPassword},
     };
     for (const Case &one : cases) {
         m_session.reset();
@@ -76,13 +77,25 @@ void TestSession::login()
         QCOMPARE(m_session.user().login, in ? one.login : "");
         QCOMPARE(m_session.user().id != 0, in);
     }
+
+    QList<SessionUser> users;
+    QVERIFY(Session::usersWithoutPassword(nullptr, users, mainConnection));
+    QCOMPARE(users.size(), 1);
+    rows("UPDATE users SET password=NULL");
+    QCOMPARE(m_session.logIn(nullptr, "Анна", "", mainConnection), LoginResult::NoPassword);
+    QCOMPARE(m_session.logIn(nullptr, "admin", "", mainConnection), LoginResult::PasswordNeeded);
+    // Of two stations the first one wins.
+    QCOMPARE(Session::setFirstPassword(nullptr, 1, "чай", mainConnection), FirstPassword::Set);
+    QCOMPARE(Session::setFirstPassword(nullptr, 1, "кофе", mainConnection),
+             FirstPassword::AlreadySet);
+    QCOMPARE(m_session.logIn(nullptr, "admin", "чай", mainConnection), LoginResult::Accepted);
 }
 
 void TestSession::login_failsWithoutAnswer()
 {
     rows("ALTER TABLE users RENAME TO lost;");
     QCOMPARE(m_session.logIn(nullptr, "admin", "", mainConnection), LoginResult::Failed);
-    QVERIFY(!m_session.setPassword(nullptr, "x", mainConnection));
+    QCOMPARE(Session::setFirstPassword(nullptr, 1, "x", mainConnection), FirstPassword::Failed);
 }
 
 void TestSession::options_areReadByName()
@@ -159,11 +172,10 @@ void TestSession::recalculation_writesOnlyWhatChanges()
     QVERIFY(Session::instance().loadCurrencies(mainConnection));
     QList<QPair<int, int>> steps;
 
-    const int changed = recalculateSellingPrices(nullptr, mainConnection, [&](int done, int total) {
+    const auto result = recalculateSellingPrices(nullptr, mainConnection, [&](int done, int total) {
         steps.append({done, total});
     });
-
-    QCOMPARE(changed, 6);
+    QCOMPARE(result.changed, 6);
     QCOMPARE(steps,
              (QList<QPair<int, int>>{{1, 7}, {2, 7}, {3, 7}, {4, 7}, {5, 7}, {6, 7}, {7, 7}}));
     const QStringList lines = rows("SELECT outcost FROM warehouse ORDER BY id;").split(u'\n');
@@ -189,11 +201,11 @@ void TestSession::recalculation_goesOnAfterAFailure()
         break;
     }
     QVERIFY(Session::instance().loadCurrencies(mainConnection));
-    QCOMPARE(recalculateSellingPrices(nullptr, mainConnection, {}), 2);
+    QCOMPARE(recalculateSellingPrices(nullptr, mainConnection, {}).changed, 2);
     QCOMPARE(rows("SELECT id FROM warehouse WHERE outcost>0 ORDER BY id;"), "1\n3");
 
     rows("ALTER TABLE warehouse RENAME TO lost;");
-    QCOMPARE(recalculateSellingPrices(nullptr, mainConnection, {}), -1);
+    QVERIFY(!recalculateSellingPrices(nullptr, mainConnection, {}).read);
 }
 
 void TestSession::reportId_followsTheLast()

@@ -129,17 +129,24 @@ void TestStart::noDirectory_isExplainedAndTheProgramEnds()
 
 void TestStart::readOnlyDatabase_isExplained_data()
 {
-    addColumns<bool>("exists");
-    addRow("no database yet", false);
-    addRow("with its database", true);
+    addColumns<bool, bool>("exists", "opens");
+    addRow("no database yet", false, false);
+    addRow("with its database", true, false);
+    addRow("one that can be read all the same", true, true);
 }
 
 void TestStart::readOnlyDatabase_isExplained()
 {
     QFETCH(bool, exists);
+    QFETCH(bool, opens);
     QVERIFY(ensureConfigDir());
     if (exists)
         makeShop(Settings::localConnection());
+    if (opens) { // it has no write-ahead log
+        QVERIFY(createConnection(nullptr, Settings::localConnection(), mainConnection));
+        QVERIFY(QueryExec(nullptr, "PRAGMA journal_mode=DELETE"));
+        removeConnection(mainConnection);
+    }
     const ReadOnlyMount directory(configDirPath());
     QVERIFY2(directory.isReadOnly(), "a read-only mount needs root");
     startInVain(exists ? "Файл базы данных " + configDirPath() + "/lavkor.sqlite нельзя изменить."

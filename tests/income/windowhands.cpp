@@ -49,7 +49,8 @@ void WindowHands::givePassword()
 {
     Session &session = Session::instance();
     if (session.logIn(nullptr, "admin", "", mainConnection) == LoginResult::PasswordNeeded)
-        QVERIFY(session.setPassword(nullptr, password, mainConnection));
+        QCOMPARE(Session::setFirstPassword(nullptr, session.user().id, password, mainConnection),
+                 FirstPassword::Set);
 }
 
 std::unique_ptr<IncomeInvoiceWindow> WindowHands::openWindow(ConnectionEntry shop,

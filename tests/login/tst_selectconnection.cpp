@@ -9,6 +9,7 @@
 #include "login/loginsequence.h"
 #include "login/passworddialog.h"
 #include "login/selectconnectiondialog.h"
+#include "login/userpasswordsdialog.h"
 #include "tests/support/datatable.h"
 #include "tests/support/dialogsteps.h"
 #include "tests/support/files.h"
@@ -76,7 +77,7 @@ bool makeDatabase(const ConnectionEntry &entry)
     const bool made =
         createConnection(nullptr, entry, name) && createSchema(nullptr, name) &&
         Session::instance().logIn(nullptr, "admin", {}, name) == LoginResult::PasswordNeeded &&
-        Session::instance().setPassword(nullptr, "secret", name);
+        Session::setFirstPassword(nullptr, 1, "secret", name) == FirstPassword::Set;
     removeConnection(name);
     Session::instance().reset();
     return made;
@@ -130,6 +131,8 @@ private slots:
     void refusedLogins_leaveNothingBehind();
     void databaseVersions_areCompared_data();
     void databaseVersions_areCompared();
+    void strangeDatabases_areNotTouchedUnasked();
+    void firstPasswords_areGivenByWhoManagesUsers();
     void choiceIsRemembered_andNeverThePassword();
     void referenceIsNotTheMainDatabase();
     void emptyList_opensTheEditor();
@@ -297,35 +300,109 @@ void TestSelectConnection::refusedLogins_leaveNothingBehind()
 
 void TestSelectConnection::databaseVersions_areCompared_data()
 {
-    addColumns<int, QString, QString, bool>("step", "text", "answer", "accepted");
+    addColumns<QString, QString, QString, bool>("statement", "text", "answer", "accepted");
     const QString newer = "База данных имеет более новую версию, чем программа. "
                           "Пожалуйста, обновите Лавкор.";
     const QString older =
         "База данных имеет более старую версию, чем программа. При обновлении базы данных "
         "необходимо обновить Лавкор на всех компьютерах, работающих с ней.";
-    addRow("newer", 1, newer, "OK", false);
-    addRow("older, left alone", -1, older, "Отмена", false);
-    addRow("older, upgraded", -1, older, "Обновить", true);
-    addRow("current", 0, QString(), QString(), true);
+    const QString step = "UPDATE dbversion SET version=version";
+    addRow("newer", step + "+1", newer, "OK", false);
+    addRow("older, left alone", step + "-1", older, "Отмена", false);
+    addRow("older, upgraded", step + "-1", older, "Обновить", true);
+    addRow("not recorded", "DELETE FROM dbversion", older, "Обновить", true);
+    addRow("not recorded, left alone", "DROP TABLE dbversion", older, "Отмена", false);
+    addRow("current", "DELETE FROM units", QString(), QString(), true);
 }
 
 void TestSelectConnection::databaseVersions_areCompared()
 {
-    QFETCH(int, step);
+    QFETCH(QString, statement);
     QFETCH(QString, text);
     QFETCH(QString, answer);
     QFETCH(bool, accepted);
     const ConnectionEntry entry = Settings::localConnection();
-    const int version = schemaVersion() + step;
-    QVERIFY(copyDatabase(entry, "UPDATE dbversion SET version=" + sql::integer(version)));
+    QVERIFY(copyDatabase(entry, statement));
     if (!answer.isEmpty())
         m_boxes->answer(answer);
     const LoginStep result = runLogin(nullptr, {entry, "admin", "secret"}, noPassword);
     QCOMPARE(m_boxes->lastText(), text);
     QCOMPARE(result, accepted ? LoginStep::Done : LoginStep::PrepareDatabase);
     QCOMPARE(isConnectionRegistered(mainConnection), accepted);
-    QCOMPARE(valueOf(entry, "SELECT MAX(version) FROM dbversion;").toInt(),
-             accepted ? schemaVersion() : version);
+    QCOMPARE(valueOf(entry, "SELECT MAX(version) FROM dbversion;") == schemaVersion(), accepted);
+}
+
+void TestSelectConnection::strangeDatabases_areNotTouchedUnasked()
+{
+    ConnectionEntry entry = sqliteEntry("A", "foreign.sqlite");
+    QVERIFY(ensureConfigDir());
+    QVERIFY(!valueOf(entry, "CREATE TABLE users(id INTEGER, login TEXT)").isValid());
+    m_boxes->answer("Отмена");
+    QCOMPARE(runLogin(nullptr, {entry, "admin", {}}, noPassword), LoginStep::PrepareDatabase);
+    QVERIFY(m_boxes->lastText().contains("«foreign.sqlite»"));
+    QCOMPARE(valueOf(entry, "SELECT COUNT(*) FROM sqlite_master").toInt(), 1);
+
+    entry.dbtype = "QSQLITE";
+    m_boxes->answer("OK");
+    QCOMPARE(runLogin(nullptr, {entry, "admin", {}}, noPassword), LoginStep::Connect);
+    QVERIFY(m_boxes->lastText().contains("«QSQLITE»"));
+
+    // What cannot be made is told in one box; and a login ends where the rates cannot be read.
+    entry = sqliteEntry("B", "view.sqlite");
+    QVERIFY(copyDatabase(entry, "ALTER TABLE currencies RENAME TO old"));
+    QVERIFY(!valueOf(entry, "CREATE VIEW currencies AS SELECT 1 AS id").isValid());
+    m_boxes->answer("OK");
+    m_boxes->answer("OK");
+    QWidget window;
+    QCOMPARE(runLogin(&window, {entry, "admin", "secret"}, noPassword), LoginStep::LoadOptions);
+    QVERIFY(m_boxes->texts().at(2).contains("Не выполнено операций: 3"));
+    QVERIFY(m_boxes->requests().at(2).details.contains("currencies"));
+    QVERIFY(m_boxes->lastText().startsWith("Ошибка SQL:"));
+}
+
+void TestSelectConnection::firstPasswords_areGivenByWhoManagesUsers()
+{
+    const ConnectionEntry entry = Settings::localConnection();
+    QVERIFY(copyDatabase(entry, "INSERT INTO users(login,name,rights) VALUES('anna','Анна',5),"
+                                "('boris','',5)"));
+    SelectConnectionDialog dialog;
+    dialog.show();
+    type(dialog, "loginLineEdit", "anna");
+    m_boxes->answer("OK");
+    click(dialog, "okPushButton");
+    QVERIFY(m_boxes->lastText().contains("Первый пароль даёт администратор"));
+
+    type(dialog, "loginLineEdit", "admin");
+    type(dialog, "passwordLineEdit", "secret");
+    m_boxes->answer("OK");
+    m_steps->whenOpen<UserPasswordsDialog>([this](UserPasswordsDialog &users) {
+        const auto *list = child<QListWidget>(users, "usersListWidget");
+        QCOMPARE(texts(list), (QStringList{"anna — Анна", "boris"}));
+        for (const char *password : {"чай", "кофе"}) {
+            DialogSteps inner;
+            inner.whenOpen<PasswordDialog>([&](PasswordDialog &question) {
+                type(question, "newPasswordLineEdit", password);
+                type(question, "repeatPasswordLineEdit", password);
+                if (list->count() == 1) // another administrator is quicker
+                    QVERIFY(
+                        QueryExec(nullptr, "UPDATE users SET password='x' WHERE login='boris'"));
+                click(question, "okPushButton");
+            });
+            click(users, "setPushButton");
+        }
+        QCOMPARE(list->count(), 0);
+    });
+    click(dialog, "passwordsPushButton");
+    QVERIFY(m_boxes->lastText().contains("«boris» тем временем"));
+    QVERIFY(!isConnectionRegistered(mainConnection) && Session::instance().user().id == 0);
+
+    // Anna has hers now, but not the right.
+    type(dialog, "loginLineEdit", "anna");
+    type(dialog, "passwordLineEdit", "чай");
+    m_boxes->answer("OK");
+    click(dialog, "passwordsPushButton");
+    QVERIFY(m_boxes->lastText().contains("этого права нет"));
+    QCOMPARE(runLogin(nullptr, {entry, "anna", "чай"}, noPassword), LoginStep::Done);
 }
 
 void TestSelectConnection::choiceIsRemembered_andNeverThePassword()
