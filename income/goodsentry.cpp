@@ -255,6 +255,7 @@ bool GoodsEntry::openDialog(const ReceiptRequest &request, const QString &code)
     showLoaded(dialog, request, code);
     m_linesFinished = false;
     if (dialog.loadState() == LoadState::Loaded) {
+        dialog.keepClearOf(m_options().shown);
         m_takeWaitingKeys();
         m_dialog = &dialog;
         m_request = request;

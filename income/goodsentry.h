@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QObject>
+#include <QRect>
 #include <QSet>
 #include <QStringList>
 #include <QTimer>
@@ -22,6 +23,7 @@ struct EntryOptions
     bool startInPrice = false;
     bool addAtOnce = false; ///< a code goes into the list without the dialog
     bool busy = false;      ///< the window does other work: no code is looked up now
+    QRect shown = {};       ///< where the news are shown on the screen, to be left visible
 };
 
 /// What the last code or entry came to, to be shown.

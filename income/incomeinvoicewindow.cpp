@@ -195,7 +195,9 @@ void IncomeInvoiceWindow::setUpEntry()
             return EntryOptions{.multiplier = m_ui->multiplierSpinBox->value(),
                                 .startInPrice = m_ui->incostCheckBox->isChecked(),
                                 .addAtOnce = m_ui->addOnScanAction->isChecked(),
-                                .busy = m_busy};
+                                .busy = m_busy,
+                                .shown = QRect(m_ui->scanBar->mapToGlobal(QPoint()),
+                                               m_ui->scanBar->size())};
         },
         [this] { m_scanReader->takeWaitingKeys(); });
     connect(m_entry, &GoodsEntry::codeTaken, m_ui->codeLineEdit, &QLineEdit::setText);

@@ -13,6 +13,7 @@ namespace {
 
 enum Column { CodeColumn, ReasonColumn, TimeColumn, TimesColumn, ColumnCount };
 
+constexpr int nameColumn = 3;      ///< of the products
 constexpr int filterDelayMs = 150; ///< typing goes on before the products are read again
 constexpr int mostProducts = 300;  ///< more would have to be searched by eye
 
@@ -30,6 +31,8 @@ MissedCodesDialog::MissedCodesDialog(MissedCodes *codes, const QString &productF
     m_ui->packDoubleSpinBox->setExact(1);
     m_ui->productsTableView->setModel(m_products);
     m_ui->productsTableView->horizontalHeader()->setResizeContentsPrecision(100);
+    m_ui->splitter->setStretchFactor(0, 2);
+    m_ui->splitter->setStretchFactor(1, 3);
     m_filterTimer.setSingleShot(true);
     connect(&m_filterTimer, &QTimer::timeout, this, &MissedCodesDialog::showProducts);
     showCodes();
@@ -132,6 +135,7 @@ void MissedCodesDialog::showCodes()
         table->setItem(i, TimesColumn, new QTableWidgetItem(QString::number(codes.at(i).times)));
     }
     table->resizeColumnsToContents();
+    table->horizontalHeader()->setSectionResizeMode(ReasonColumn, QHeaderView::Stretch);
     table->setCurrentCell(qMin(row, table->rowCount() - 1), CodeColumn);
     updateButtons();
 }
@@ -143,10 +147,13 @@ void MissedCodesDialog::showProducts()
                                .limit = mostProducts};
     if (!m_products->select(this, productListQuery(filter)))
         return;
-    m_ui->productsTableView->resizeColumnsToContents();
-    m_ui->productsTableView->setColumnHidden(1, true);
-    if (m_products->rowCount() > 0)
-        m_ui->productsTableView->selectRow(0);
+    QTableView *view = m_ui->productsTableView;
+    view->resizeColumnsToContents();
+    view->horizontalHeader()->setSectionResizeMode(nameColumn, QHeaderView::Stretch);
+    view->setColumnHidden(1, true);
+    // Of several it is the user's choice: Return must not bind a code to just any of them.
+    if (m_products->rowCount() == 1)
+        view->selectRow(0);
     updateButtons();
 }
 

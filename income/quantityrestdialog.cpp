@@ -13,6 +13,7 @@
 #include <QDate>
 #include <QKeyEvent>
 #include <QRegularExpression>
+#include <QScreen>
 
 #include <algorithm>
 #include <cmath>
@@ -116,6 +117,17 @@ double QuantityRestDialog::acceptedQuantity() const
 double QuantityRestDialog::sellingPrice() const
 {
     return m_ui->outcostDoubleSpinBox->exact();
+}
+
+void QuantityRestDialog::keepClearOf(const QRect &area)
+{
+    constexpr int gap = 8;
+    constexpr int frame = 40; // title and border, unknown before the window is shown
+    const QRect screenArea = screen()->availableGeometry();
+    if (area.bottom() + gap + frame + height() <= screenArea.bottom())
+        move(area.center().x() - width() / 2, area.bottom() + gap);
+    else if (area.left() - gap - width() >= screenArea.left())
+        move(area.left() - gap - width(), area.top());
 }
 
 int QuantityRestDialog::exec()
@@ -292,10 +304,10 @@ void QuantityRestDialog::showMargin()
                        : tr("Расходная цена: была %1 %2, станет %3 %2")
                              .arg(formatMoney(before), currency, formatMoney(outcost));
     const double margin = outcost - incost;
-    text += incost > 0 ? tr(". Наценка %1 %, %2 %3")
+    text += incost > 0 ? tr(". Наценка %1\u00a0%, %2\u00a0%3")
                              .arg(QString::number(roundMoney(margin / incost * 100), 'f', 0),
                                   formatMoney(margin), currency)
-                       : tr(". Наценка %1 %2").arg(formatMoney(margin), currency);
+                       : tr(". Наценка %1\u00a0%2").arg(formatMoney(margin), currency);
     m_ui->marginLabel->setText(text);
     QPalette colours = palette();
     if (isDoubtfulPrice(incost, outcost))

@@ -52,6 +52,9 @@ public:
     /// Goes on with another product, as if opened anew.
     LoadState load(const ReceiptRequest &request);
 
+    /// Moves the window off an area of the screen, as far as there is room beside it.
+    void keepClearOf(const QRect &area);
+
     int exec() override;
 
 protected:
