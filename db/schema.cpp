@@ -137,7 +137,8 @@ public:
         QStringList checks;
         const QList<TableDescription> tables = allTables();
         for (const TableDescription &table : tables) {
-            if (m_created.contains(table.name) || m_contents.hasColumn(table.name, "id"))
+            if (QLatin1String(table.key) == QLatin1String("id") &&
+                (m_created.contains(table.name) || m_contents.hasColumn(table.name, "id")))
                 checks += sequenceCheck(table.name);
         }
         QList<SqlRow> lagging;

@@ -116,6 +116,7 @@ private:
     std::map<qulonglong, int> m_list; ///< what the working list must hold
     QList<qulonglong> m_order;        ///< of its lines
     int m_posted = 0;
+    bool m_unknown = false; ///< a code was not found: each posting asks about it
 };
 
 void TestSoak::prepare()
@@ -128,6 +129,7 @@ void TestSoak::prepare()
     m_list.clear();
     m_order.clear();
     m_posted = 0;
+    m_unknown = false;
 
     openEmpty();
     QVERIFY(shop::create());
@@ -176,6 +178,7 @@ void TestSoak::scanUnknown()
 {
     m_hands->scan(*m_window, "4700000" + QString::number(100000 + m_random.bounded(100000)));
     QVERIFY(child<QLabel>("scanLabel")->text().startsWith("Не найдено"));
+    m_unknown = true;
     QCOMPARE(lines(), int(m_order.size()));
 }
 
@@ -206,6 +209,8 @@ void TestSoak::remove()
 
 void TestSoak::post()
 {
+    if (m_unknown)
+        m_boxes->answer("Продолжить без них");
     m_boxes->answer("Провести (наличными)");
     click(*m_window, "applyIncomeInvoicePushButton");
     QVERIFY(m_boxes->verify());
@@ -264,7 +269,8 @@ void TestSoak::longShift_leavesNothingBehind()
     QCOMPARE(rows("SELECT COUNT(*) FROM incomereports"), QString::number(receipts));
     QCOMPARE(rows("SELECT COUNT(*) FROM incomeinvoice"), "0");
 
-    const QStringList logLines = logText().split("\r\n", Qt::SkipEmptyParts);
+    QStringList logLines = logText().split("\r\n", Qt::SkipEmptyParts);
+    logLines.removeIf([](const QString &line) { return line.contains("Not placed: code 47"); });
     static const QRegularExpression expected(
         "^.{19} (Posting receipt \\d+ with \\d+ lines|Receipt \\d+ is posted)\\.$");
     for (const QString &line : logLines)
