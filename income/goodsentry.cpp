@@ -43,7 +43,9 @@ GoodsEntry::GoodsEntry(QWidget *window, std::function<EntryOptions()> options,
 void GoodsEntry::scan(const QString &code)
 {
     m_waiting.append(code);
-    m_dialogStopped = false; // perhaps what stopped the line has been put right
+    // Perhaps what stopped the line has been put right. Not while it is being asked about.
+    if (QApplication::activeModalWidget() == m_dialog)
+        m_dialogStopped = false;
     m_stopHeard = false;
     m_timer.start(0);
 }
