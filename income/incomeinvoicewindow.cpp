@@ -192,12 +192,12 @@ void IncomeInvoiceWindow::setUpEntry()
     m_entry = new GoodsEntry(
         this,
         [this] {
-            return EntryOptions{.multiplier = m_ui->multiplierSpinBox->value(),
-                                .startInPrice = m_ui->incostCheckBox->isChecked(),
-                                .addAtOnce = m_ui->addOnScanAction->isChecked(),
-                                .busy = m_busy,
-                                .shown = QRect(m_ui->scanBar->mapToGlobal(QPoint()),
-                                               m_ui->scanBar->size())};
+            return EntryOptions{
+                .multiplier = m_ui->multiplierSpinBox->value(),
+                .startInPrice = m_ui->incostCheckBox->isChecked(),
+                .addAtOnce = m_ui->addOnScanAction->isChecked(),
+                .busy = m_busy,
+                .shown = QRect(m_ui->scanBar->mapToGlobal(QPoint()), m_ui->scanBar->size())};
         },
         [this] { m_scanReader->takeWaitingKeys(); });
     connect(m_entry, &GoodsEntry::codeTaken, m_ui->codeLineEdit, &QLineEdit::setText);

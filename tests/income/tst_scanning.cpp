@@ -237,7 +237,10 @@ void TestScanning::missedCodes_areKeptAndBound()
     child<QAction>("addOnScanAction")->setChecked(true);
     rows("INSERT INTO codes(wareid,code,packquantity) VALUES('999','4600000000999','1')");
     run({[this] { scan("4609999999999"); }, [this] { scan("4609999999999"); },
-         [this] { scan("4600000000101"); }, [this] { scan("4600000000999"); }});
+         [this] { scan("4600000000101"); },
+         [this] {
+             scan("4600000000999");
+         }});
     QCOMPARE(button->text(), "Не найдено кодов: 2");
     QVERIFY(child<QLabel>("scanLabel")->text().contains("999 удалено"));
     QCOMPARE(m_hands->sounds, "--+-");
