@@ -68,6 +68,9 @@ bool CurrencyDialog::save()
                                      .arg(field->decimals()) +
                                  u'\n' + field->fault());
     }
+    if (rateEntered && sql::number(field->value()).toDouble() != field->value())
+        return refuse(field, tr("В базе данных у курса не больше шести значащих цифр: %1.")
+                                 .arg(formatFactor(sql::number(field->value()).toDouble())));
     const QString code = sql::text(m_ui->cCodeLineEdit->text());
     const QString symbol = sql::text(m_ui->symbolLineEdit->text());
     const QString value = sql::number(field->value());

@@ -193,6 +193,19 @@ QStringList codeReadings(const QString &code)
     return readings;
 }
 
+QString plainCode(const QString &code)
+{
+    const auto isPlain = [](const QString &text) {
+        return std::all_of(text.begin(), text.end(),
+                           [](QChar c) { return c > u' ' && c.unicode() < 127; }) &&
+               std::any_of(text.begin(), text.end(),
+                           [](QChar c) { return isAsciiDigit(c) || isLatinLetter(c); });
+    };
+    const QStringList readings = codeReadings(code);
+    const auto plain = std::find_if(readings.begin(), readings.end(), isPlain);
+    return plain == readings.end() ? code : *plain;
+}
+
 CodeResult lookUpCode(QWidget *parent, const QString &text)
 {
     const QString code = cleanCode(text);

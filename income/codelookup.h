@@ -35,6 +35,10 @@ QString cleanCode(const QString &text);
 /// with digits not on the typewriter's; then only foreign digits are turned into ASCII ones.
 QStringList codeReadings(const QString &code);
 
+/// A code as a scanner means it under any layout: for keeping. A text that can be one as it stands
+/// is left alone.
+QString plainCode(const QString &code);
+
 /// Finds the product of a code or, for texts shorter than 8 characters, of a decimal product id.
 /// Every reading of the code is looked up until one is known.
 CodeResult lookUpCode(QWidget *parent, const QString &text);

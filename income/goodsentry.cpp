@@ -119,7 +119,7 @@ void GoodsEntry::scanTorn(const QString &rest)
 {
     playSound(Sound::NotFound);
     tell({.status = tr("Скан считан не полностью, повторите его: …%1").arg(rest)});
-    m_missed.add(u'…' + rest, tr("считан не полностью"));
+    m_missed.add(u'…' + rest, tr("считан не полностью"), false);
     emit missedChanged();
 }
 
@@ -240,7 +240,10 @@ bool GoodsEntry::addAtOnce(const ReceiptRequest &request, const QString &code)
         case SaveState::InDoubt:
             playSound(Sound::NotFound);
             tell({.status = tr("Не записано: %1").arg(entry.product().name)});
-            miss(code, tr("не записан: %1").arg(entry.product().name));
+            if (entry.isInDoubt())
+                miss(code, tr("неизвестно, записан ли: %1").arg(entry.product().name), false);
+            else
+                miss(code, tr("не записан: %1").arg(entry.product().name));
             emit listTouched();
             return true;
         }
@@ -264,8 +267,11 @@ bool GoodsEntry::openDialog(const ReceiptRequest &request, const QString &code)
         m_dialogStopped = false;
         if (!m_waiting.isEmpty())
             m_timer.start(0);
-        if (dialog.exec() == QDialog::Accepted)
+        if (dialog.exec() == QDialog::Accepted || dialog.entry().isLineWritten())
             finishLine();
+        else if (dialog.entry().isInDoubt())
+            tell({.status = tr("Неизвестно, записана ли строка, проверьте приход: %1")
+                                .arg(dialog.product().name)});
         m_dialog = nullptr;
     }
     emit listTouched();
@@ -281,7 +287,8 @@ void GoodsEntry::showLoaded(const QuantityRestDialog &dialog, const ReceiptReque
     switch (dialog.loadState()) {
     case LoadState::Loaded:
         playSound(Sound::Found);
-        tell(newsOf(dialog.product(), dialog.quantityInReceipt(), dialog.sellingPrice()));
+        tell(newsOf(dialog.product(), dialog.quantityInReceipt(), dialog.sellingPrice(),
+                    dialog.acceptedQuantity()));
         break;
     case LoadState::NotFound:
         playSound(Sound::NotFound);
@@ -364,11 +371,11 @@ const QStringList &GoodsEntry::waiting() const
 }
 
 /// Product numbers are typed by somebody who sees what becomes of them.
-void GoodsEntry::miss(const QString &code, const QString &reason)
+void GoodsEntry::miss(const QString &code, const QString &reason, bool whole)
 {
     if (code.size() < shortestCode)
         return;
-    m_missed.add(code, reason);
+    m_missed.add(plainCode(code), reason, whole);
     emit missedChanged();
 }
 
@@ -377,9 +384,13 @@ void GoodsEntry::tell(const EntryNews &said)
     emit news(said);
 }
 
-EntryNews GoodsEntry::newsOf(const ReceiptProduct &product, double quantity, double outcost)
+EntryNews GoodsEntry::newsOf(const ReceiptProduct &product, double quantity, double outcost,
+                             std::optional<double> proposed)
 {
-    const QString amount = tr("%1 %2").arg(formatQuantity(quantity), product.unit).trimmed();
+    QString amount = tr("%1 %2").arg(formatQuantity(quantity), product.unit).trimmed();
+    if (proposed && *proposed != quantity)
+        amount = formatQuantity(quantity) + QStringLiteral(" → ") +
+                 tr("%1 %2").arg(formatQuantity(*proposed), product.unit).trimmed();
     EntryNews said{.good = true,
                    .status = QStringLiteral("%1 %2").arg(product.article, product.name).trimmed(),
                    .name = product.name,
@@ -388,9 +399,11 @@ EntryNews GoodsEntry::newsOf(const ReceiptProduct &product, double quantity, dou
                                 .arg(formatMoney(outcost), Session::instance().mainCurrencySymbol())
                                 .trimmed(),
                    .wareid = product.id};
-    if (quantity != 0)
+    if (quantity != 0 && !proposed)
         said.status += tr(", в приходе: %1").arg(amount);
-    if (!product.enabled)
+    if (product.deleted)
+        said.warning = tr("НЕТ В КАТАЛОГЕ");
+    else if (!product.enabled)
         said.warning = tr("НЕАКТИВНО");
     return said;
 }

@@ -7,6 +7,7 @@
 #include <QTimer>
 
 #include <functional>
+#include <optional>
 
 #include "income/additions.h"
 #include "income/codelookup.h"
@@ -106,9 +107,10 @@ private:
                     const QString &code);
     void finishLine();
     QWidget *parentNow() const;
-    void miss(const QString &code, const QString &reason);
+    void miss(const QString &code, const QString &reason, bool whole = true);
     void tell(const EntryNews &said);
-    static EntryNews newsOf(const ReceiptProduct &product, double quantity, double outcost);
+    static EntryNews newsOf(const ReceiptProduct &product, double quantity, double outcost,
+                            std::optional<double> proposed = {});
 
     QWidget *m_window;
     std::function<EntryOptions()> m_options;

@@ -57,7 +57,9 @@ constexpr int timerPeriodMs = 1000;
 constexpr int filterDelayMs = 150; ///< typing goes on before the list is read again
 constexpr int maxTimerRest = 30;   ///< seconds between two looks for a lost server
 
-constexpr int nameColumn = 3; ///< in both tables
+constexpr int nameColumn = 3;  ///< in both tables
+constexpr int priceColumn = 4; ///< of the products
+constexpr int stockColumn = 5;
 
 const QString geometryKey = QStringLiteral("incomegeometry");
 const QString stateKey = QStringLiteral("incomestate");
@@ -130,9 +132,11 @@ bool IncomeInvoiceWindow::chooseConnection()
     dialog.setWindowTitle(title);
     if (dialog.exec() != QDialog::Accepted)
         return false;
-    setWindowTitle(title +
-                   tr(" - %1 - %2").arg(dialog.connectionName(), dialog.friendConnectionName()));
     connectFriendDatabase();
+    // A reference database that could not be opened is none.
+    const QString friendName =
+        isConnectionRegistered(friendConnection) ? dialog.friendConnectionName() : QString();
+    setWindowTitle(title + tr(" - %1 - %2").arg(dialog.connectionName(), friendName));
     return true;
 }
 
@@ -445,6 +449,7 @@ void IncomeInvoiceWindow::on_aboutAction_triggered()
 void IncomeInvoiceWindow::on_refreshAction_triggered()
 {
     const CommandScope command;
+    m_timerRest = 0; // the next look tells whether the server is back
     fillFilters();
     refreshAll();
 }
@@ -630,7 +635,7 @@ void IncomeInvoiceWindow::On_changeCostAction_triggered()
         return;
     const CommandScope command;
     CostDialog dialog(ids, this);
-    if (dialog.exec() == QDialog::Accepted)
+    if (openConnection(mainConnection) && dialog.exec() == QDialog::Accepted)
         refreshProducts();
 }
 
@@ -639,8 +644,10 @@ void IncomeInvoiceWindow::On_changeGroupAction_triggered()
     const QList<qulonglong> ids = selectedProductIds();
     if (ids.isEmpty())
         return;
+    const CommandScope command;
     GroupDialog dialog(ids, this);
-    if (dialog.exec() != QDialog::Accepted)
+    // Without its server there is nothing to choose from, and the user has been asked.
+    if (!openConnection(mainConnection) || dialog.exec() != QDialog::Accepted)
         return;
     const GroupChange change = changeGroup(this, ids, dialog.group());
     if (change.done) {
@@ -677,6 +684,9 @@ void IncomeInvoiceWindow::on_applyIncomeInvoicePushButton_clicked()
         m_codeField->take();
         return;
     }
+    // Another station has filled the list just now.
+    if (!hadLines && !askAboutMissed())
+        return;
     BoxRequest request;
     request.text = tr("<h3>Провести накладную?</h3><p>Будут обновлены: остаток, приходная цена, "
                       "расходная цена. Выберите способ оплаты товара.</p>");
@@ -875,6 +885,13 @@ void IncomeInvoiceWindow::refreshProducts()
         m_productNames->fit();
     }
     view->setColumnHidden(1, true);
+    // A price that is cut off is a wrong price.
+    for (const int column : {priceColumn, stockColumn}) {
+        const int before = view->columnWidth(column);
+        view->resizeColumnToContents(column);
+        view->setColumnWidth(column, qMax(before, view->columnWidth(column)));
+    }
+    m_productNames->fit();
     place.restore();
 }
 

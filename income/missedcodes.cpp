@@ -10,15 +10,19 @@
 
 #include <algorithm>
 
-void MissedCodes::add(const QString &code, const QString &reason)
+void MissedCodes::add(const QString &code, const QString &reason, bool whole)
 {
     const auto known = std::find_if(m_codes.begin(), m_codes.end(),
                                     [&code](const MissedCode &m) { return m.code == code; });
     if (known == m_codes.end()) {
-        m_codes.append(
-            {.code = code, .reason = reason, .since = QDateTime::currentDateTime(), .times = 1});
+        m_codes.append({.code = code,
+                        .reason = reason,
+                        .since = QDateTime::currentDateTime(),
+                        .times = 1,
+                        .whole = whole});
     } else {
         known->reason = reason;
+        known->whole = known->whole && whole;
         ++known->times;
     }
     logMessage(QStringLiteral("Not placed: code %1 (%2).").arg(code, reason));

@@ -12,9 +12,10 @@ class QWidget;
 struct MissedCode
 {
     QString code;
-    QString reason;  ///< why, for the user
-    QDateTime since; ///< first scan, local time
-    int times = 0;   ///< how often it was scanned
+    QString reason;    ///< why, for the user
+    QDateTime since;   ///< first scan, local time
+    int times = 0;     ///< how often it was scanned
+    bool whole = true; ///< a code to be looked up; not the rest of one, nor one that may be placed
 };
 
 /// The codes of this run that could not be placed, in the order of their first scan.
@@ -22,7 +23,7 @@ class MissedCodes
 {
 public:
     /// Notes a scan, as a code of its own or as one more of a code that is here.
-    void add(const QString &code, const QString &reason);
+    void add(const QString &code, const QString &reason, bool whole = true);
 
     void remove(const QString &code);
 

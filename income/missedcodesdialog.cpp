@@ -67,8 +67,18 @@ void MissedCodesDialog::on_filterLineEdit_textChanged(const QString &)
     m_filterTimer.start(filterDelayMs);
 }
 
+void MissedCodesDialog::on_filterLineEdit_returnPressed()
+{
+    // Reads on, but binds nothing: what is selected may still be of the former filter.
+    showProducts();
+    if (m_products->rowCount() > 0)
+        m_ui->productsTableView->setFocus();
+}
+
 void MissedCodesDialog::on_bindPushButton_clicked()
 {
+    if (m_filterTimer.isActive())
+        showProducts();
     NumberSpinBox *pack = m_ui->packDoubleSpinBox;
     if (!pack->hasAcceptableInput() || !(pack->exact() > 0)) {
         showInformation(this,
@@ -79,7 +89,7 @@ void MissedCodesDialog::on_bindPushButton_clicked()
     }
     const int row = currentRow();
     const qulonglong wareid = currentProduct();
-    if (row >= 0 && wareid != 0 &&
+    if (row >= 0 && m_codes->all().at(row).whole && wareid != 0 &&
         bindCode(this, m_codes->all().at(row).code, wareid, pack->exact()) == BindResult::Bound)
         finish(wareid, pack->exact());
 }
@@ -159,10 +169,11 @@ void MissedCodesDialog::showProducts()
 
 void MissedCodesDialog::updateButtons()
 {
-    const bool code = currentRow() >= 0;
-    m_ui->bindPushButton->setEnabled(code && currentProduct() != 0);
-    m_ui->searchPushButton->setEnabled(code);
-    m_ui->removePushButton->setEnabled(code);
+    const int row = currentRow();
+    const bool whole = row >= 0 && m_codes->all().at(row).whole;
+    m_ui->bindPushButton->setEnabled(whole && currentProduct() != 0);
+    m_ui->searchPushButton->setEnabled(whole);
+    m_ui->removePushButton->setEnabled(row >= 0);
 }
 
 int MissedCodesDialog::currentRow() const

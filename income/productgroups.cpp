@@ -23,10 +23,16 @@ struct ProductGroups
 
 GroupChange refused(QWidget *parent)
 {
-    showFailure(parent,
-                ProductGroups::tr("Группа не изменена ни у одного наименования: база данных не "
-                                  "приняла запись. Повторите команду позже."),
-                lastQueryError());
+    if (lastOutcomeUnknown()) {
+        showFailure(
+            parent,
+            ProductGroups::tr("Связь с базой данных прервалась во время записи. Неизвестно, "
+                              "изменена ли группа: обновите список и проверьте."),
+            lastQueryError());
+    } else {
+        showLastFailure(parent, {},
+                        ProductGroups::tr("Группа не изменена ни у одного наименования."));
+    }
     return {};
 }
 

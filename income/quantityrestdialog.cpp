@@ -299,7 +299,9 @@ void QuantityRestDialog::showMargin()
     const double incost = m_ui->incostDoubleSpinBox->exact();
     const double outcost = m_ui->outcostDoubleSpinBox->exact();
     const double before = m_entry->product().outcost;
-    QString text = pricesEqual(before, outcost)
+    QString text = m_entry->product().deleted
+                       ? tr("Расходная цена: %1 %2").arg(formatMoney(outcost), currency)
+                   : pricesEqual(before, outcost)
                        ? tr("Расходная цена прежняя: %1 %2").arg(formatMoney(before), currency)
                        : tr("Расходная цена: была %1 %2, станет %3 %2")
                              .arg(formatMoney(before), currency, formatMoney(outcost));

@@ -70,7 +70,8 @@ bool isQuestionableQuantity(double quantity)
 
 QString priceKey(qulonglong wareid, const ReceiptInput &input)
 {
-    return sql::id(wareid) + ' ' + sql::exact(input.incost) + ' ' + sql::exact(input.outcost);
+    // To the digits that every database keeps.
+    return sql::id(wareid) + ' ' + sql::number(input.incost) + ' ' + sql::number(input.outcost);
 }
 
 LoadState loadProduct(QWidget *parent, qulonglong wareid, ReceiptProduct &product)
@@ -209,6 +210,16 @@ bool ReceiptEntry::pricesEntered() const
     return m_pricesEntered;
 }
 
+bool ReceiptEntry::isLineWritten() const
+{
+    return m_lineWritten;
+}
+
+bool ReceiptEntry::isInDoubt() const
+{
+    return m_pending.has_value();
+}
+
 const std::optional<Addition> &ReceiptEntry::addition() const
 {
     return m_addition;
@@ -225,20 +236,22 @@ SaveState ReceiptEntry::save(QWidget *parent, const ReceiptInput &input)
         state = writeLine(parent, input, stamp);
     if (state != SaveState::Saved)
         return state;
+    m_lineWritten = true;
     if (input.expiretime != m_expiretime && !m_product.deleted) {
         if (!QueryExec(parent, "UPDATE warehouse SET expiretime=" + sql::text(input.expiretime) +
-                                   " WHERE id=" + quotedId(m_product.id) + ";"))
+                                   " WHERE id=" + quotedId(m_product.id) + ";")) {
+            noteAddition(input, stamp);
             return SaveState::Failed;
+        }
         m_expiretime = input.expiretime;
     }
     // The receipt stands by now; a reference database that does not answer has been reported and
     // must not hold it up.
     if (input.passToReference)
         passPriceToReference(parent, input.outcost);
-    if (input.audited && !m_product.deleted && !writeAudit(parent, stamp))
-        return SaveState::Failed;
+    const bool done = !input.audited || m_product.deleted || writeAudit(parent, stamp);
     noteAddition(input, stamp);
-    return SaveState::Saved;
+    return done ? SaveState::Saved : SaveState::Failed;
 }
 
 /// Looks at the lines as they stand after the save. When they are not as it has left them, another
@@ -256,7 +269,7 @@ void ReceiptEntry::noteAddition(const ReceiptInput &input, const QString &stamp)
             std::any_of(m_before.cbegin(), m_before.cend(),
                         [&line](const ReceiptLine &before) { return before.id == line.id; });
         if (line.userid != user || line.timestamp != stamp ||
-            (!known && (addition.insertedId != 0 || m_line)))
+            (!known && (addition.insertedId != 0 || !m_before.isEmpty())))
             return;
         if (!known)
             addition.insertedId = line.id;
@@ -310,7 +323,7 @@ SaveState ReceiptEntry::settlePending(QWidget *parent)
 {
     if (!ensureConnectionOpen(parent, mainConnection))
         return SaveState::Failed;
-    if (!m_pending->certain && !waitForListWriters())
+    if (!waitForListWriters())
         return notWritten(parent, {.text = tr("Неизвестно, записана ли строка: её запись "
                                               "прервалась. Проверьте приход или повторите позже."),
                                    .details = lastQueryError()});
@@ -330,9 +343,6 @@ SaveState ReceiptEntry::settlePending(QWidget *parent)
     if (!own.isEmpty()) {
         m_line = ReceiptLine{.id = own.first().at(0).toULongLong(), .quantity = pending.quantity};
         m_pricesEntered = true; // those of the line are this entry's own
-    } else if (pending.certain) {
-        // Written, and posted or deleted since: what is entered now is counted against it.
-        m_line = ReceiptLine{.id = 0, .quantity = pending.quantity};
     } else if (!lines.isEmpty() || posted != pending.posted) {
         // Other stations write their user, time and quantity into a line, or post it: where none
         // was known before, this may be the one.
@@ -349,17 +359,66 @@ SaveState ReceiptEntry::writeLine(QWidget *parent, const ReceiptInput &input, co
 SaveState ReceiptEntry::writeNewLine(QWidget *parent, const ReceiptInput &input,
                                      const QString &stamp)
 {
-    m_before.clear();
+    if (!m_lineWritten)
+        m_before.clear();
     const double quantity = tidy(input.quantity - m_goneQuantity);
-    const SaveState state = insertLine(parent, input, stamp, quantity);
-    if (state != SaveState::Saved)
-        return state;
+    PendingInsert pending{.stamp = stamp, .quantity = quantity};
+    if (!readPosted(parent, pending.posted))
+        return SaveState::Failed;
+    bool written = false;
+    LineTries tries;
+    do {
+        if (!ensureConnectionOpen(parent, mainConnection))
+            return SaveState::Failed;
+        tries.begin();
+        written = tryNewLine(input, stamp, quantity);
+    } while (!written && !lastOutcomeUnknown() && tries.again());
+    if (!written) {
+        const DatabaseFailure failure = lastFailure();
+        if (!lastOutcomeUnknown())
+            return notWritten(parent, failure);
+        m_pending = pending;
+        const SaveState state = settlePending(parent);
+        if (state != SaveState::Saved)
+            return state;
+        if (!m_line) {
+            m_pending = pending; // it may still be on its way to the server
+            return notWritten(parent, failure);
+        }
+    }
     if (m_goneQuantity != 0) {
         tell(parent, lineGoneText() + u' ' +
                          tr("Новой строкой записано добавленное количество: %1.")
                              .arg(formatQuantity(quantity)));
     }
-    return writePrices(parent, pricesOf(input), stamp) ? SaveState::Saved : SaveState::Failed;
+    return SaveState::Saved;
+}
+
+/// The line and the prices of the product's other lines in one transaction: only its COMMIT can be
+/// in doubt.
+bool ReceiptEntry::tryNewLine(const ReceiptInput &input, const QString &stamp, double quantity)
+{
+    TransactionGuard transaction;
+    QSqlQuery query;
+    if (!transaction.isActive() ||
+        !QueryExec(nullptr,
+                   "INSERT INTO incomeinvoice(wareid,incost,inoutratio,outcost,quantity,userid,"
+                   "timestamp) VALUES(" +
+                       quotedId(m_product.id) + "," + quoted(input.incost) + "," +
+                       quoted(input.inoutratio) + "," + quoted(input.outcost) + "," +
+                       quoted(quantity) + "," + quotedId(Session::instance().user().id) + "," +
+                       sql::text(stamp) + ");",
+                   query))
+        return false;
+    ReceiptLine line = pricesOf(input);
+    line.id = query.lastInsertId().toULongLong();
+    line.quantity = quantity;
+    if (!writePrices(nullptr, line, stamp) || !transaction.commit())
+        return false;
+    // Should the rest of the entry fail, the next save goes on from here.
+    m_line = line;
+    m_proposed = line;
+    return true;
 }
 
 /// The quantity is written as a whole, so the line must still be what the user saw.
@@ -408,7 +467,7 @@ ReceiptEntry::LineWrite ReceiptEntry::tryExistingLine(const ReceiptInput &input,
          !(m_unconfirmed && same(current->quantity, *m_unconfirmed))) ||
         (!m_pricesEntered && !samePrices(*current, m_proposed)))
         return LineWrite::NotAsSeen;
-    if (!m_unconfirmed)
+    if (!m_unconfirmed && !m_lineWritten)
         m_before = lines;
     // Whether an earlier, unanswered COMMIT took place is known now.
     m_line->quantity = current->quantity;
@@ -461,7 +520,7 @@ SaveState ReceiptEntry::lineGone(QWidget *parent, const ReceiptInput &input, con
     m_line.reset();
     m_otherLines = 0;
     m_added = 0;
-    if (added > 0) {
+    if (added > 0 && !m_product.deleted) {
         m_goneQuantity += gone;
         return writeNewLine(parent, input, stamp);
     }
@@ -502,36 +561,6 @@ SaveState ReceiptEntry::notWritten(QWidget *parent, const DatabaseFailure &failu
 QString ReceiptEntry::lineGoneText()
 {
     return tr("Строку этого товара провели или удалили на другом рабочем месте.");
-}
-
-SaveState ReceiptEntry::insertLine(QWidget *parent, const ReceiptInput &input, const QString &stamp,
-                                   double quantity)
-{
-    PendingInsert pending{.stamp = stamp, .quantity = quantity};
-    if (!readPosted(parent, pending.posted))
-        return SaveState::Failed;
-    // Without a parent: whether a lost connection is a failure is known only after a look.
-    const bool inserted = QueryExec(
-        nullptr,
-        "INSERT INTO incomeinvoice(wareid,incost,inoutratio,outcost,quantity,userid,timestamp) "
-        "VALUES(" +
-            quotedId(m_product.id) + "," + quoted(input.incost) + "," + quoted(input.inoutratio) +
-            "," + quoted(input.outcost) + "," + quoted(quantity) + "," +
-            quotedId(Session::instance().user().id) + "," + sql::text(stamp) + ");");
-    pending.certain = inserted;
-    if (inserted) {
-        m_pending = pending;
-        return SaveState::Saved;
-    }
-    const DatabaseFailure failure = lastFailure();
-    if (lastOutcomeUnknown()) {
-        m_pending = pending;
-        const SaveState state = settlePending(parent);
-        if (state != SaveState::Saved || m_line)
-            return state;
-        m_pending = pending; // it may still be on its way to the server
-    }
-    return notWritten(parent, failure);
 }
 
 /// All lines of a product carry one price.

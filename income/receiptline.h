@@ -113,18 +113,23 @@ public:
     /// Writes the entry.
     SaveState save(QWidget *parent, const ReceiptInput &input);
 
+    /// Whether the line is in the list, also when the rest of the entry could not be written.
+    bool isLineWritten() const;
+
+    /// Whether nobody knows if a failed save has written the line.
+    bool isInDoubt() const;
+
     /// What the save that succeeded has changed, to be taken back; nothing when that cannot be
     /// told.
     const std::optional<Addition> &addition() const;
 
 private:
-    /// An INSERT of which it is not known whether, or under which id, it is in the table.
+    /// A new line whose COMMIT got no answer.
     struct PendingInsert
     {
         QString stamp;
         double quantity = 0;
-        SqlRow posted = {};   ///< see readPosted(), from before it
-        bool certain = false; ///< it did succeed
+        SqlRow posted = {}; ///< see readPosted(), from before it
     };
 
     enum class LineWrite {
@@ -146,10 +151,9 @@ private:
     SaveState lineGone(QWidget *parent, const ReceiptInput &input, const QString &stamp,
                        double added);
     SaveState lineInDoubt(QWidget *parent, const QList<ReceiptLine> &lines);
+    bool tryNewLine(const ReceiptInput &input, const QString &stamp, double quantity);
     static SaveState notWritten(QWidget *parent, const DatabaseFailure &failure);
     static QString lineGoneText();
-    SaveState insertLine(QWidget *parent, const ReceiptInput &input, const QString &stamp,
-                         double quantity);
     bool writePrices(QWidget *parent, const ReceiptLine &prices, const QString &stamp) const;
     bool passPriceToReference(QWidget *parent, double outcost);
     bool writeAudit(QWidget *parent, const QString &stamp);
@@ -165,6 +169,7 @@ private:
     QList<ReceiptLine> m_before;         ///< the product's lines just before they were written
     std::optional<Addition> m_addition;
     bool m_quiet = false;
+    bool m_lineWritten = false;
     QString m_expiretime; ///< what the product has, as far as is known here
     double m_otherLines = 0;
     double m_added = 0;

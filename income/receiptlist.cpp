@@ -156,7 +156,7 @@ QVariant ReceiptListModel::data(const QModelIndex &index, int role) const
     if (role == Qt::ToolTipRole) {
         const QString fault = m_faults.value(lineId(index.row()));
         if (!fault.isEmpty())
-            return plainToolTip(fault);
+            return plainToolTip(value(index.row(), 3).toString() + u'\n' + fault);
     }
     return SqlTableModel::data(index, role);
 }

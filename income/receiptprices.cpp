@@ -51,6 +51,7 @@ private:
 
     QString m_connectionName;
     QuietStatements m_statements;
+    int m_left = 0;               ///< lines that were not looked at any more
     bool m_waitedTooLong = false; ///< another station holds the list; the rest was left alone
 };
 
@@ -72,8 +73,10 @@ PriceUpdate ReceiptPrices::update(QWidget *parent,
 
     for (const SqlRow &row : std::as_const(rows)) {
         if (!updateLine(sql::id(row.at(0).toULongLong()), result) &&
-            (m_waitedTooLong || !m_statements.isReachable()))
+            (m_waitedTooLong || !m_statements.isReachable())) {
+            m_left = int(rows.size()) - result.lines - 1;
             break;
+        }
         ++result.lines;
         if (progress)
             progress(result.lines, total);
@@ -169,8 +172,9 @@ void ReceiptPrices::tell(QWidget *parent, const PriceUpdate &result) const
         parts += m_statements.failure().text;
     }
     if (m_waitedTooLong)
-        parts += tr("Приход занят на другом рабочем месте, остальные строки не пересчитаны: "
-                    "повторите позже.");
+        parts += tr("Приход занят на другом рабочем месте.");
+    if (m_left > 0)
+        parts += tr("Остальные строки не пересчитаны: %1. Повторите позже.").arg(m_left);
     if (result.gone > 0) {
         parts += tr("Строк, которые тем временем провели или удалили на другом рабочем месте: %1. "
                     "Цены по ним не обновлены.")

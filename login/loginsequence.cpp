@@ -35,11 +35,6 @@ bool workOnSchema(QWidget *parent, SchemaWork work, const QString &failure)
     return false;
 }
 
-bool create(QWidget *parent)
-{
-    return workOnSchema(parent, createSchema, tr("Не удалось создать базу данных целиком."));
-}
-
 bool askToUpgrade(QWidget *parent)
 {
     // The other workstations may still run the older program: Return alone does nothing.
@@ -51,17 +46,20 @@ bool askToUpgrade(QWidget *parent)
 
 bool prepareDatabase(QWidget *parent, const ConnectionEntry &entry)
 {
+    const QString notCreated = tr("Не удалось создать базу данных целиком.");
     const QString notUpgraded = tr("Не удалось обновить базу данных.");
     switch (schemaState(parent, mainConnection)) {
     case SchemaState::Missing:
-        return create(parent);
+        return workOnSchema(parent, createSchema, notCreated);
     case SchemaState::Foreign: {
-        const QString question =
-            tr("В базе данных «%1» (подключение «%2») уже есть таблицы другой программы. Создать в "
-               "ней таблицы Лавкора? Чужие таблицы с такими же именами будут дополнены.");
+        const QString question = tr(
+            "В базе данных «%1» (подключение «%2») уже есть таблицы другой программы. Создать в "
+            "ней таблицы Лавкора? Чужим таблицам с такими же именами будут добавлены столбцы, их "
+            "строки останутся.");
+        // The shipped rows would write over theirs.
         return askQuestion(parent, question.arg(entry.databasename, entry.name),
                            {tr("Создать"), tr("Отмена")}, 1, 1) == 0 &&
-               create(parent);
+               workOnSchema(parent, upgradeSchema, notCreated);
     }
     case SchemaState::Unrecorded:
         return askToUpgrade(parent) && workOnSchema(parent, adoptSchema, notUpgraded);

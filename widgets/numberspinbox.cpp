@@ -155,7 +155,7 @@ bool NumberSpinBox::event(QEvent *event)
 }
 
 // The base class puts the former number in place of a wrong text whenever the field or its window
-// is left; the three handlers below pass it over, and so does keyPressEvent().
+// is left or shown; the handlers below pass it over, and so does keyPressEvent().
 // NOLINTBEGIN(bugprone-parent-virtual-call)
 
 void NumberSpinBox::changeEvent(QEvent *event)
@@ -172,6 +172,14 @@ void NumberSpinBox::hideEvent(QHideEvent *event)
         QDoubleSpinBox::hideEvent(event);
     else
         QWidget::hideEvent(event);
+}
+
+void NumberSpinBox::showEvent(QShowEvent *event)
+{
+    if (hasAcceptableInput())
+        QDoubleSpinBox::showEvent(event);
+    else
+        QWidget::showEvent(event);
 }
 
 void NumberSpinBox::focusOutEvent(QFocusEvent *event)

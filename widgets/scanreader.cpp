@@ -6,6 +6,9 @@
 #include <QElapsedTimer>
 #include <QKeyEvent>
 #include <QLineEdit>
+#include <QMenu>
+#include <QMenuBar>
+#include <QMessageBox>
 #include <QPlainTextEdit>
 #include <QRegularExpression>
 #include <QTextEdit>
@@ -13,16 +16,23 @@
 
 #include <algorithm>
 #include <cstring>
+#include <iterator>
 #include <utility>
 
 namespace {
 
-constexpr qsizetype shortestScan = 8; ///< signs
-constexpr qint64 longestGap = 100;    ///< ms between two signs of one scan
-constexpr qint64 fastestRepeat = 10;  ///< ms after which a key held down may come again
-constexpr qint64 slowestAverage = 50; ///< ms; a practised typist needs more than 80
-constexpr qint64 longestWait = 500;   ///< ms between the last sign and Return
-constexpr qint64 secondReturn = 100;  ///< ms in which it still belongs to the scan
+constexpr qsizetype shortestScan = 8;      ///< signs
+constexpr qint64 longestGap = 300;         ///< ms between two signs of one scan
+constexpr qint64 patience = 120;           ///< ms in which a scan that has begun usually goes on
+constexpr qint64 fastestRepeat = 10;       ///< ms after which a key held down may come again
+constexpr qint64 slowestAverage = 50;      ///< ms; a practised typist needs more than 80
+constexpr qint64 longestWait = 500;        ///< ms between the last sign and Return
+constexpr qint64 secondReturn = 100;       ///< ms in which it still belongs to the scan
+constexpr int lostKeysMs = 40;             ///< until the keys before a dropped one have arrived
+constexpr qsizetype mostTyped = 3;         ///< signs that a hand may type at once
+constexpr quint8 returnKeys[] = {36, 104}; ///< Return and Enter of an X server
+
+const QString unknownSign = QStringLiteral("\uFFFD");
 
 KeyClock &keyClock()
 {
@@ -72,6 +82,12 @@ bool canBeCode(const QString &text)
     return (digits && !date.match(text).hasMatch()) || signs.match(text).hasMatch();
 }
 
+/// A key with the modifiers that change its sign: Shift, Lock, the third level and the layout.
+quint32 signKey(quint32 key, quint32 state)
+{
+    return key << 16 | (state & 0x6083);
+}
+
 bool isDecimalNumber(const QString &text)
 {
     static const QRegularExpression form(QStringLiteral("^-?[0-9]+[.,][0-9]{1,6}$"));
@@ -101,6 +117,15 @@ ScanReader::ScanReader(QLineEdit *codeField, QObject *parent)
 {
     qApp->installEventFilter(this);
     qApp->installNativeEventFilter(this);
+    m_lostTimer.setSingleShot(true);
+    connect(&m_lostTimer, &QTimer::timeout, this, [this] { takeLostKeys(nullptr); });
+    m_aheadTimer.setSingleShot(true);
+    connect(&m_aheadTimer, &QTimer::timeout, this, [this] {
+        if (isFast(m_burst) && m_burst.text.size() > mostTyped)
+            tellTorn(std::exchange(m_burst, {}), m_burst.last);
+        else
+            typeAhead();
+    });
 }
 
 ScanReader::~ScanReader()
@@ -112,9 +137,9 @@ void ScanReader::takeWaitingKeys()
 {
     m_taking = true;
     do {
-        QCoreApplication::processEvents(QEventLoop::AllEvents, int(longestGap));
+        QCoreApplication::processEvents(QEventLoop::AllEvents, int(patience));
         // A scan that has begun is awaited.
-    } while (!m_burst.text.isEmpty() && ownTime() - m_lastSign <= longestGap);
+    } while (!m_burst.text.isEmpty() && ownTime() - m_lastSign <= patience);
     m_taking = false;
 }
 
@@ -130,18 +155,19 @@ bool ScanReader::nativeEventFilter(const QByteArray &eventType, void *message, q
         quint32 time;
         quint32 root;
         quint32 window;
+        quint32 child;
+        qint16 places[4];
+        quint16 state;
     };
     constexpr quint8 keyPress = 2;
-    constexpr quint8 returnKeys[] = {36, 104};
     KeyPress press{};
     memcpy(&press, message, sizeof press);
-    // A second Return is dropped gladly.
-    if ((press.kind & 0x7f) != keyPress || press.key == returnKeys[0] || press.key == returnKeys[1])
-        return false;
     const QWindow *modal = QGuiApplication::modalWindow();
-    const QWindow *focus = QGuiApplication::focusWindow();
-    if (modal && (focus ? focus != modal : modal->winId() != press.window))
-        m_lostAt = press.time;
+    if ((press.kind & 0x7f) == keyPress && modal && modal->winId() != press.window &&
+        !QApplication::activePopupWidget()) {
+        m_lost.append({.time = press.time, .key = press.key, .state = press.state});
+        m_lostTimer.start(lostKeysMs);
+    }
     return false;
 }
 
@@ -152,8 +178,13 @@ bool ScanReader::eventFilter(QObject *watched, QEvent *event)
         if (watched->isWidgetType() && handedOn == 0) {
             auto *receiver = static_cast<QWidget *>(watched);
             const auto &key = *static_cast<QKeyEvent *>(event);
-            if (!isSeen(receiver, key))
+            if (!isSeen(receiver, key)) {
+                if (key.nativeScanCode() != 0 && !key.text().isEmpty())
+                    m_signs.insert(signKey(key.nativeScanCode(), key.nativeModifiers()),
+                                   key.text());
+                takeLostKeys(&key);
                 return filterKey(receiver, key);
+            }
         }
         break;
     case QEvent::ShortcutOverride:
@@ -198,7 +229,11 @@ qint64 ScanReader::between(const Moment &earlier, const Moment &later)
 bool ScanReader::isSeen(const QWidget *receiver, const QKeyEvent &key)
 {
     const bool seen = &key == m_seen && key.key() == m_seenKey && m_seenBy &&
-                      receiver != m_seenBy && receiver->isAncestorOf(m_seenBy);
+                      receiver != m_seenBy &&
+                      (receiver->isAncestorOf(m_seenBy) ||
+                       // A menu hands on what it does not know.
+                       (qobject_cast<const QMenuBar *>(receiver) &&
+                        qobject_cast<const QMenu *>(m_seenBy.data())));
     if (!seen) {
         m_seen = &key;
         m_seenBy = receiver;
@@ -220,8 +255,10 @@ bool ScanReader::filterKey(QWidget *receiver, const QKeyEvent &key)
                        key.key() == Qt::Key_Alt || key.key() == Qt::Key_AltGr ||
                        key.key() == Qt::Key_CapsLock || key.key() == Qt::Key_NumLock ||
                        (key.modifiers() & commands);
-    if (!quiet)
+    if (!quiet) {
+        typeAhead();
         m_burst = {};
+    }
     return m_taking;
 }
 
@@ -240,15 +277,18 @@ bool ScanReader::filterReturn(QWidget *receiver, const QKeyEvent &key, const Mom
         return true;
     m_scanReturn.reset();
     const Burst burst = std::exchange(m_burst, {});
-    if (isTorn(burst)) {
-        m_scanReturn = now;
-        putBack(burst);
-        emit torn(burst.text);
-        return true;
+    if (!isScan(burst, receiver, now)) {
+        if (m_ahead.isEmpty())
+            return false;
+        if (isFast(burst) && burst.text.size() > mostTyped)
+            return tellTorn(burst, now);
+        typeAhead();
+        return true; // the hand has not seen yet what it would accept
     }
-    if (!isScan(burst, receiver, now))
-        return false;
+    if (burst.torn)
+        return tellTorn(burst, now);
     m_scanReturn = now;
+    m_ahead.clear();
     if (receiver == m_codeField && !m_taking) {
         m_codeField->setText(burst.text);
         return false;
@@ -263,36 +303,134 @@ bool ScanReader::filterSign(QWidget *receiver, const QKeyEvent &key, const Momen
     const qint64 gap = m_burst.text.isEmpty() ? 0 : between(m_burst.last, now);
     // Two equal digits of a fast scanner look like a key held down, which repeats more slowly.
     const bool held = key.isAutoRepeat() && (m_burst.text.isEmpty() || gap > fastestRepeat);
-    if (held || gap > longestGap)
+    if (held) {
+        typeAhead();
         m_burst = {};
-    if (held)
         return false;
+    }
+    if (!m_taking && gap > slowestAverage)
+        typeAhead(); // before this one, if it was a hand
+    addSign(key.text(), now);
+    keepText(m_burst, receiver);
+    if (m_taking) {
+        m_ahead += key.text();
+        m_aheadTimer.start(int(longestGap));
+    }
+    // The second fast sign on a button or in a box is no command any more.
+    return m_burst.text.size() > 1 && !takesText(receiver);
+}
+
+void ScanReader::addSign(const QString &text, const Moment &now)
+{
+    if (!m_burst.text.isEmpty() && between(m_burst.last, now) > longestGap) {
+        typeAhead();
+        m_burst = {};
+    }
     // The next Return is that of another code.
     m_scanReturn.reset();
     m_repeatReturn.reset();
     if (m_burst.text.isEmpty())
         m_burst.first = now;
-    keepText(m_burst, receiver);
-    m_lastSign = ownTime();
-    m_burst.text += key.text();
+    m_burst.text += text;
     m_burst.last = now;
-    // The second fast sign on a button or in a box is no command any more.
-    return m_burst.text.size() > 1 && !takesText(receiver);
+    m_lastSign = ownTime();
 }
 
-/// Whether fast signs have lost some of their number: whatever is left of them is no entry.
-bool ScanReader::isTorn(const Burst &burst) const
+/// Takes the dropped keys from before the next one that has arrived, or all without one.
+void ScanReader::takeLostKeys(const QKeyEvent *next)
 {
-    return m_lostAt && !burst.text.isEmpty() && burst.last.stamp >= *m_lostAt &&
-           burst.first.stamp - longestGap <= *m_lostAt &&
+    while (!m_lost.isEmpty() && (!next || m_lost.first().time <= next->timestamp())) {
+        const LostKey lost = m_lost.takeFirst();
+        const bool arrived =
+            next && lost.time == quint32(next->timestamp()) && lost.key == next->nativeScanCode();
+        if (!arrived)
+            takeLostKey(lost);
+    }
+}
+
+void ScanReader::takeLostKey(const LostKey &lost)
+{
+    const Moment at{.stamp = qint64(lost.time), .clock = ownTime()};
+    if (lost.key == returnKeys[0] || lost.key == returnKeys[1]) {
+        const Burst burst = std::exchange(m_burst, {});
+        if (!isScan(burst, nullptr, at)) {
+            if (!m_ahead.isEmpty() && isFast(burst) && burst.text.size() > mostTyped)
+                tellTorn(burst, at);
+            return; // a second Return, or one that must not accept what nobody has seen
+        }
+        if (burst.torn) {
+            tellTorn(burst, at);
+            return;
+        }
+        m_scanReturn = at;
+        m_ahead.clear();
+        putBack(burst);
+        emit scanned(burst.text);
+        return;
+    }
+    const QString text = textOf(lost);
+    if (text.isEmpty() || !text.at(0).isPrint())
+        return; // Shift and its like
+    addSign(text, at);
+    m_burst.torn = m_burst.torn || text == unknownSign;
+    m_ahead += text;
+    m_aheadTimer.start(int(longestGap));
+}
+
+/// The sign of a dropped key, as the same key has given it before; empty for keys without one.
+QString ScanReader::textOf(const LostKey &lost) const
+{
+    const auto known = m_signs.constFind(signKey(lost.key, lost.state));
+    if (known != m_signs.cend())
+        return *known;
+    // The rows of a keyboard; what lies between gives no signs.
+    constexpr quint8 firstDigit = 10;
+    constexpr quint8 lastDigit = 19;
+    constexpr std::pair<quint8, quint8> signKeys[] = {{20, 21}, {24, 35}, {38, 49}, {51, 61}};
+    if (lost.key >= firstDigit && lost.key <= lastDigit && (lost.state & 1) == 0)
+        return QString::number((lost.key - firstDigit + 1) % 10);
+    const bool isSign = std::any_of(std::begin(signKeys), std::end(signKeys), [&](auto row) {
+        return lost.key >= row.first && lost.key <= row.second;
+    });
+    return isSign ? unknownSign : QString();
+}
+
+/// Types what a hand has typed before the window was there; not into boxes, which it has not read.
+void ScanReader::typeAhead()
+{
+    const QString text = std::exchange(m_ahead, {});
+    QWidget *modal = QApplication::activeModalWidget();
+    QWidget *place = modal ? modal->focusWidget() : QApplication::focusWidget();
+    if (text.isEmpty() || !place || qobject_cast<QMessageBox *>(modal))
+        return;
+    keepText(m_burst, place);
+    const HandingOn handingOn;
+    for (const QChar c : text) {
+        QKeyEvent press(QEvent::KeyPress, c.toUpper().unicode(), Qt::NoModifier, c);
+        QCoreApplication::sendEvent(place, &press);
+    }
+}
+
+/// Always true: the Return is taken.
+bool ScanReader::tellTorn(const Burst &burst, const Moment &now)
+{
+    m_scanReturn = now;
+    m_ahead.clear();
+    putBack(burst);
+    emit torn(burst.text);
+    return true;
+}
+
+bool ScanReader::isFast(const Burst &burst)
+{
+    return !burst.text.isEmpty() &&
            between(burst.first, burst.last) <= slowestAverage * (burst.text.size() - 1);
 }
 
 bool ScanReader::isScan(const Burst &burst, const QWidget *receiver, const Moment &now) const
 {
-    const qint64 gaps = burst.text.size() - 1;
     if (burst.text.size() < shortestScan || between(burst.last, now) > longestWait ||
-        between(burst.first, burst.last) > slowestAverage * gaps)
+        !isFast(burst))
         return false;
     if (receiver == m_codeField)
         return true;

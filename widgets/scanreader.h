@@ -1,10 +1,12 @@
 #pragma once
 
 #include <QAbstractNativeEventFilter>
+#include <QHash>
 #include <QList>
 #include <QObject>
 #include <QPointer>
 #include <QString>
+#include <QTimer>
 
 #include <functional>
 #include <optional>
@@ -36,13 +38,14 @@ public:
     ~ScanReader() override;
 
     /// Takes the keys that wait for the program, before a window opens in front of those that they
-    /// were meant for: Qt would drop them. A scan among them is told, its beginning is kept.
+    /// were meant for: Qt would drop them. A scan among them is told, its beginning is kept, what a
+    /// hand has typed is typed into the window that opens.
     void takeWaitingKeys();
 
     bool eventFilter(QObject *watched, QEvent *event) override;
 
-    /// Notes key presses of an X server for a window that is blocked by a modal one, which has not
-    /// got the focus yet: Qt drops them.
+    /// Takes key presses of an X server for a window that is blocked by a modal one, which has not
+    /// got the focus yet: Qt drops them. They count as if they had arrived.
     bool nativeEventFilter(const QByteArray &eventType, void *message, qintptr *result) override;
 
     /// While it lives, key events are not new ones but handed from one widget to another.
@@ -59,7 +62,8 @@ signals:
     /// A code that was scanned outside of the code field.
     void scanned(const QString &code);
 
-    /// A scan of which signs were lost, and what came of it. Nothing of it was accepted.
+    /// Signs that came as fast as a scan while a window opened, and are no whole one. Nothing of
+    /// them was accepted.
     void torn(const QString &rest);
 
 private:
@@ -87,7 +91,16 @@ private:
         QString text;
         Moment first;
         Moment last;
+        bool torn = false; ///< a sign of it is not known
         QList<FieldText> fields;
+    };
+
+    /// A key press that Qt drops.
+    struct LostKey
+    {
+        quint32 time = 0;
+        quint8 key = 0;
+        quint16 state = 0;
     };
 
     static Moment momentOf(const QKeyEvent &key);
@@ -96,7 +109,13 @@ private:
     bool filterKey(QWidget *receiver, const QKeyEvent &key);
     bool filterReturn(QWidget *receiver, const QKeyEvent &key, const Moment &now);
     bool filterSign(QWidget *receiver, const QKeyEvent &key, const Moment &now);
-    bool isTorn(const Burst &burst) const;
+    void addSign(const QString &text, const Moment &now);
+    void takeLostKeys(const QKeyEvent *next);
+    void takeLostKey(const LostKey &lost);
+    QString textOf(const LostKey &lost) const;
+    void typeAhead();
+    bool tellTorn(const Burst &burst, const Moment &now);
+    static bool isFast(const Burst &burst);
     bool isScan(const Burst &burst, const QWidget *receiver, const Moment &now) const;
     static void keepText(Burst &burst, QWidget *receiver);
     static void putBack(const Burst &burst);
@@ -107,7 +126,11 @@ private:
     std::optional<Moment> m_repeatReturn; ///< the last one of a key held down
     qint64 m_lastSign = 0;                ///< by our clock
     bool m_taking = false;                ///< takeWaitingKeys() is at work
-    std::optional<quint32> m_lostAt;      ///< when a key was dropped, by its own account
+    QList<LostKey> m_lost;
+    QTimer m_lostTimer;
+    QHash<quint32, QString> m_signs; ///< what keys with their modifiers have given so far
+    QString m_ahead;                 ///< signs of the burst that no window has got
+    QTimer m_aheadTimer;
     // The key event seen last: it comes again for each parent that it is offered to.
     const QKeyEvent *m_seen = nullptr;
     QPointer<const QWidget> m_seenBy;

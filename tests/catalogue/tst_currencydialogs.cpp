@@ -109,6 +109,7 @@ void TestCurrencyDialogs::untouchedRate_staysAsStored()
         rows(QStringLiteral("UPDATE currencies SET symbol='?', value=%1 WHERE id=3").arg(rate));
         const QString stored = rows("SELECT value FROM currencies WHERE id=3");
         CurrencyDialog dialog(3, nullptr);
+        dialog.show();
         QCOMPARE(valueEdit(dialog)->text(), QString(rate).remove("NULL"));
         child<QLineEdit>(dialog, "symbolLineEdit")->setText("$");
         valueEdit(dialog)->setFocus();
