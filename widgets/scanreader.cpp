@@ -6,8 +6,6 @@
 #include <QElapsedTimer>
 #include <QKeyEvent>
 #include <QLineEdit>
-#include <QMenu>
-#include <QMenuBar>
 #include <QMessageBox>
 #include <QPlainTextEdit>
 #include <QRegularExpression>
@@ -228,12 +226,12 @@ qint64 ScanReader::between(const Moment &earlier, const Moment &later)
 
 bool ScanReader::isSeen(const QWidget *receiver, const QKeyEvent &key)
 {
-    const bool seen = &key == m_seen && key.key() == m_seenKey && m_seenBy &&
-                      receiver != m_seenBy &&
-                      (receiver->isAncestorOf(m_seenBy) ||
-                       // A menu hands on what it does not know.
-                       (qobject_cast<const QMenuBar *>(receiver) &&
-                        qobject_cast<const QMenu *>(m_seenBy.data())));
+    // A menu hands on what it does not know, out of its own window.
+    bool seen = false;
+    if (&key == m_seen && key.key() == m_seenKey && m_seenBy) {
+        for (const QWidget *at = m_seenBy->parentWidget(); at && !seen; at = at->parentWidget())
+            seen = at == receiver;
+    }
     if (!seen) {
         m_seen = &key;
         m_seenBy = receiver;

@@ -142,10 +142,6 @@ bool CuttingProxy::forward(int from, int to, bool fromClient, int server)
             return false;
         done += written;
     }
-    if (cut == Cut::Wait) {
-        m_hasCut = true;
-        return false;
-    }
     if (cut == Cut::Answer) {
         // The answer proves that the server is done; it goes no further.
         const ssize_t answer = read(server, buffer, sizeof buffer);

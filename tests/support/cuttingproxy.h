@@ -13,7 +13,6 @@ public:
     enum class Cut {
         None,
         Request,  ///< the server never hears of it
-        Wait,     ///< the server gets it, and the program hangs up while it waits for the answer
         Answer,   ///< the server has done it, the program never hears the answer
         Deadlock, ///< nothing is cut: MariaDB gets a statement in its place that ends as a deadlock
     };
