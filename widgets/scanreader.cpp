@@ -119,10 +119,12 @@ ScanReader::ScanReader(QLineEdit *codeField, QObject *parent)
     connect(&m_lostTimer, &QTimer::timeout, this, [this] { takeLostKeys(nullptr); });
     m_aheadTimer.setSingleShot(true);
     connect(&m_aheadTimer, &QTimer::timeout, this, [this] {
-        if (isFast(m_burst) && m_burst.text.size() > mostTyped)
-            tellTorn(std::exchange(m_burst, {}), m_burst.last);
-        else
+        if (m_ahead.size() <= mostTyped || !isFast(m_burst)) {
             typeAhead();
+            return;
+        }
+        const Burst burst = std::exchange(m_burst, {});
+        tellTorn(burst, burst.last);
     });
 }
 
@@ -286,7 +288,7 @@ bool ScanReader::filterReturn(QWidget *receiver, const QKeyEvent &key, const Mom
     if (burst.torn)
         return tellTorn(burst, now);
     m_scanReturn = now;
-    m_ahead.clear();
+    forgetAhead();
     if (receiver == m_codeField && !m_taking) {
         m_codeField->setText(burst.text);
         return false;
@@ -328,7 +330,7 @@ void ScanReader::addSign(const QString &text, const Moment &now)
     m_scanReturn.reset();
     m_repeatReturn.reset();
     if (m_burst.text.isEmpty())
-        m_burst.first = now;
+        m_burst = {.first = now}; // without the fields that signs before it were typed into
     m_burst.text += text;
     m_burst.last = now;
     m_lastSign = ownTime();
@@ -361,7 +363,7 @@ void ScanReader::takeLostKey(const LostKey &lost)
             return;
         }
         m_scanReturn = at;
-        m_ahead.clear();
+        forgetAhead();
         putBack(burst);
         emit scanned(burst.text);
         return;
@@ -409,11 +411,17 @@ void ScanReader::typeAhead()
     }
 }
 
+void ScanReader::forgetAhead()
+{
+    m_ahead.clear();
+    m_aheadTimer.stop();
+}
+
 /// Always true: the Return is taken.
 bool ScanReader::tellTorn(const Burst &burst, const Moment &now)
 {
     m_scanReturn = now;
-    m_ahead.clear();
+    forgetAhead();
     putBack(burst);
     emit torn(burst.text);
     return true;

@@ -88,11 +88,11 @@ private:
     /// Signs that came fast behind each other.
     struct Burst
     {
-        QString text;
-        Moment first;
-        Moment last;
+        QString text = {};
+        Moment first = {};
+        Moment last = {};
         bool torn = false; ///< a sign of it is not known
-        QList<FieldText> fields;
+        QList<FieldText> fields = {};
     };
 
     /// A key press that Qt drops.
@@ -114,6 +114,7 @@ private:
     void takeLostKey(const LostKey &lost);
     QString textOf(const LostKey &lost) const;
     void typeAhead();
+    void forgetAhead();
     bool tellTorn(const Burst &burst, const Moment &now);
     static bool isFast(const Burst &burst);
     bool isScan(const Burst &burst, const QWidget *receiver, const Moment &now) const;
