@@ -369,6 +369,14 @@ void TestSchema::version()
     QFETCH(SchemaState, expected);
     rows(statements);
     QCOMPARE(schemaState(nullptr, mainConnection), expected);
+    if (expected != SchemaState::Foreign)
+        return;
+    // Their rows stay what they are when ours are added.
+    rows("CREATE TABLE units(id INTEGER PRIMARY KEY, title TEXT); "
+         "INSERT INTO units(id,title) VALUES(1,'theirs');");
+    QVERIFY(upgradeSchema(nullptr, mainConnection));
+    QCOMPARE(rows("SELECT id, title FROM units"), "1\ttheirs");
+    QCOMPARE(schemaState(nullptr, mainConnection), SchemaState::Current);
 }
 
 void TestSchema::version_isUnknownWithoutAnAnswer()
