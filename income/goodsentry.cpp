@@ -267,7 +267,10 @@ bool GoodsEntry::openDialog(const ReceiptRequest &request, const QString &code)
         m_dialogStopped = false;
         if (!m_waiting.isEmpty())
             m_timer.start(0);
-        if (dialog.exec() == QDialog::Accepted || dialog.entry().isLineWritten())
+        const bool accepted = dialog.exec() == QDialog::Accepted;
+        const bool finished =
+            m_request.wareid == 0; // by a scan, which found no other line to enter
+        if (!finished && (accepted || dialog.entry().isLineWritten()))
             finishLine();
         else if (dialog.entry().isInDoubt())
             tell({.status = tr("Неизвестно, записана ли строка, проверьте приход: %1")

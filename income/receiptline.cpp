@@ -343,6 +343,7 @@ SaveState ReceiptEntry::settlePending(QWidget *parent)
     if (!own.isEmpty()) {
         m_line = ReceiptLine{.id = own.first().at(0).toULongLong(), .quantity = pending.quantity};
         m_pricesEntered = true; // those of the line are this entry's own
+        m_lineWritten = true;
     } else if (!lines.isEmpty() || posted != pending.posted) {
         // Other stations write their user, time and quantity into a line, or post it: where none
         // was known before, this may be the one.

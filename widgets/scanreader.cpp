@@ -19,9 +19,10 @@
 
 namespace {
 
-constexpr qsizetype shortestScan = 8;      ///< signs
-constexpr qint64 longestGap = 300;         ///< ms between two signs of one scan
-constexpr qint64 patience = 120;           ///< ms in which a scan that has begun usually goes on
+constexpr qsizetype shortestScan = 8; ///< signs
+constexpr qint64 longestGap = 300;    ///< ms between two signs of one scan
+constexpr qint64 slowSign = 100; ///< ms, in which a scanner gives at least one of the first signs
+constexpr qint64 patience = 120; ///< ms in which a scan that has begun usually goes on
 constexpr qint64 fastestRepeat = 10;       ///< ms after which a key held down may come again
 constexpr qint64 slowestAverage = 50;      ///< ms; a practised typist needs more than 80
 constexpr qint64 longestWait = 500;        ///< ms between the last sign and Return
@@ -194,6 +195,10 @@ bool ScanReader::eventFilter(QObject *watched, QEvent *event)
         }
         break;
     case QEvent::KeyRelease:
+        if (const auto *key = static_cast<QKeyEvent *>(event);
+            key->key() == Qt::Key_Return || key->key() == Qt::Key_Enter)
+            m_returnReleased = key->timestamp();
+        [[fallthrough]];
     case QEvent::MouseButtonPress:
     case QEvent::MouseButtonRelease:
     case QEvent::MouseButtonDblClick:
@@ -265,8 +270,10 @@ bool ScanReader::filterKey(QWidget *receiver, const QKeyEvent &key)
 bool ScanReader::filterReturn(QWidget *receiver, const QKeyEvent &key, const Moment &now)
 {
     const bool timed = now.stamp != 0; // without a time it is no key of a keyboard
-    const bool repeated = key.isAutoRepeat() || (timed && m_repeatReturn &&
-                                                 between(*m_repeatReturn, now) <= secondReturn);
+    // A key held down is let go and pressed at the same moment, which Qt does not always see.
+    const bool repeated =
+        key.isAutoRepeat() || (key.timestamp() != 0 && key.timestamp() == m_returnReleased) ||
+        (timed && m_repeatReturn && between(*m_repeatReturn, now) <= secondReturn);
     if (repeated) {
         m_repeatReturn = now;
         m_burst = {};
@@ -290,7 +297,8 @@ bool ScanReader::filterReturn(QWidget *receiver, const QKeyEvent &key, const Mom
     m_scanReturn = now;
     forgetAhead();
     if (receiver == m_codeField && !m_taking) {
-        m_codeField->setText(burst.text);
+        if (!burst.continued)
+            m_codeField->setText(burst.text);
         return false;
     }
     putBack(burst);
@@ -322,7 +330,9 @@ bool ScanReader::filterSign(QWidget *receiver, const QKeyEvent &key, const Momen
 
 void ScanReader::addSign(const QString &text, const Moment &now)
 {
-    if (!m_burst.text.isEmpty() && between(m_burst.last, now) > longestGap) {
+    const qint64 gap = m_burst.text.isEmpty() ? 0 : between(m_burst.last, now);
+    const bool typed = gap > slowSign && m_burst.text.size() <= mostTyped; // by a hand, so far
+    if (gap > longestGap || typed) {
         typeAhead();
         m_burst = {};
     }
@@ -330,7 +340,8 @@ void ScanReader::addSign(const QString &text, const Moment &now)
     m_scanReturn.reset();
     m_repeatReturn.reset();
     if (m_burst.text.isEmpty())
-        m_burst = {.first = now}; // without the fields that signs before it were typed into
+        // Without the fields that signs before it were typed into.
+        m_burst = {.first = now, .continued = typed && gap <= longestGap};
     m_burst.text += text;
     m_burst.last = now;
     m_lastSign = ownTime();

@@ -91,7 +91,8 @@ private:
         QString text = {};
         Moment first = {};
         Moment last = {};
-        bool torn = false; ///< a sign of it is not known
+        bool torn = false;      ///< a sign of it is not known
+        bool continued = false; ///< slower signs came just before it
         QList<FieldText> fields = {};
     };
 
@@ -125,6 +126,7 @@ private:
     Burst m_burst;
     std::optional<Moment> m_scanReturn;   ///< of the last scan
     std::optional<Moment> m_repeatReturn; ///< the last one of a key held down
+    quint64 m_returnReleased = 0;         ///< when Return was let go, by its own account
     qint64 m_lastSign = 0;                ///< by our clock
     bool m_taking = false;                ///< takeWaitingKeys() is at work
     QList<LostKey> m_lost;
