@@ -12,7 +12,6 @@
 #include <QApplication>
 #include <QScopedValueRollback>
 
-#include <cmath>
 #include <utility>
 
 namespace {
@@ -63,6 +62,8 @@ void GoodsEntry::serveWaiting()
         if (!std::exchange(m_dialogStopped, true))
             acceptAndGoOn();
     } else if (modal || QApplication::activePopupWidget()) {
+        // Who goes back to the line from a question wants to change it first.
+        m_dialogStopped = true;
         if (!m_options().busy)
             soundStop();
     } else if (!m_options().busy && !m_entering) {
@@ -366,11 +367,6 @@ void GoodsEntry::showMissed(const QString &productFilter)
 const MissedCodes &GoodsEntry::missed() const
 {
     return m_missed;
-}
-
-const QStringList &GoodsEntry::waiting() const
-{
-    return m_waiting;
 }
 
 /// Product numbers are typed by somebody who sees what becomes of them.

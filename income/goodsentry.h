@@ -81,9 +81,6 @@ public:
 
     const MissedCodes &missed() const;
 
-    /// Codes that wait to be looked up.
-    const QStringList &waiting() const;
-
 signals:
     /// A waiting code is looked up now.
     void codeTaken(const QString &code);
