@@ -2,11 +2,11 @@
 
 #include "app/logging.h"
 #include "app/messages.h"
+#include "catalogue/pricerules.h"
 #include "db/money.h"
 #include "db/sqltext.h"
 #include "db/transaction.h"
 #include "income/listlock.h"
-#include "income/pricerules.h"
 
 void Additions::add(const Addition &addition)
 {

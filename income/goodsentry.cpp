@@ -1,11 +1,11 @@
 #include "income/goodsentry.h"
 
 #include "app/messages.h"
+#include "catalogue/pricerules.h"
 #include "db/connections.h"
 #include "db/money.h"
 #include "db/session.h"
 #include "income/missedcodesdialog.h"
-#include "income/pricerules.h"
 #include "income/quantityrestdialog.h"
 #include "widgets/sound.h"
 

@@ -2,12 +2,12 @@
 
 #include "app/logging.h"
 #include "app/messages.h"
+#include "catalogue/pricerules.h"
 #include "db/money.h"
 #include "db/query.h"
 #include "db/sqltext.h"
 #include "db/transaction.h"
 #include "income/listlock.h"
-#include "income/pricerules.h"
 
 #include <QCoreApplication>
 #include <QHash>

@@ -2,10 +2,10 @@
 #include "ui_missedcodesdialog.h"
 
 #include "app/messages.h"
+#include "catalogue/colorsqlquerymodel.h"
+#include "catalogue/productlist.h"
 #include "income/codelookup.h"
-#include "income/colorsqlquerymodel.h"
 #include "income/missedcodes.h"
-#include "income/productlist.h"
 
 #include <QHeaderView>
 

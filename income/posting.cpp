@@ -2,13 +2,13 @@
 
 #include "app/logging.h"
 #include "app/messages.h"
+#include "catalogue/pricerules.h"
 #include "db/dialect.h"
 #include "db/money.h"
 #include "db/session.h"
 #include "db/sqltext.h"
 #include "db/transaction.h"
 #include "income/listlock.h"
-#include "income/pricerules.h"
 #include "income/receiptsums.h"
 
 #include <QCoreApplication>

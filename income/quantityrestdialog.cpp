@@ -3,10 +3,10 @@
 
 #include "app/messages.h"
 #include "catalogue/barcode.h"
+#include "catalogue/pricerules.h"
 #include "db/connections.h"
 #include "db/money.h"
 #include "db/session.h"
-#include "income/pricerules.h"
 #include "widgets/colors.h"
 #include "widgets/plaintext.h"
 

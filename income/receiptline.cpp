@@ -2,6 +2,7 @@
 
 #include "app/logging.h"
 #include "app/messages.h"
+#include "catalogue/pricerules.h"
 #include "db/dialect.h"
 #include "db/money.h"
 #include "db/query.h"
@@ -9,7 +10,6 @@
 #include "db/sqltext.h"
 #include "db/transaction.h"
 #include "income/listlock.h"
-#include "income/pricerules.h"
 
 #include <algorithm>
 #include <cmath>

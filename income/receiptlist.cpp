@@ -1,7 +1,7 @@
 #include "income/receiptlist.h"
 
+#include "catalogue/pricerules.h"
 #include "db/query.h"
-#include "income/pricerules.h"
 #include "income/receiptsums.h"
 #include "widgets/colors.h"
 #include "widgets/plaintext.h"

@@ -1,12 +1,12 @@
 #include "income/receiptprices.h"
 
 #include "app/messages.h"
+#include "catalogue/pricerules.h"
 #include "db/query.h"
 #include "db/session.h"
 #include "db/sqltext.h"
 #include "db/transaction.h"
 #include "income/listlock.h"
-#include "income/pricerules.h"
 
 #include <QCoreApplication>
 #include <QStringList>

@@ -1,8 +1,8 @@
 // The main window driven as a person at a scanner drives it: keys into the code field, Return
 // through the dialogs, buttons of the boxes.
+#include "catalogue/groupdialog.h"
 #include "db/query.h"
 #include "db/transaction.h"
-#include "income/groupdialog.h"
 #include "tests/support/databasetest.h"
 #include "tests/support/datatable.h"
 #include "tests/support/servers.h"

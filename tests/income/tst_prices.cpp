@@ -1,12 +1,12 @@
 // The prices of the receipt and of selected products: what follows from a coefficient, what is
 // written to the products, which goods need new labels.
 
+#include "catalogue/costdialog.h"
+#include "catalogue/pricerules.h"
+#include "catalogue/productprices.h"
 #include "db/query.h"
 #include "db/session.h"
 #include "db/transaction.h"
-#include "income/costdialog.h"
-#include "income/pricerules.h"
-#include "income/productprices.h"
 #include "income/receiptprices.h"
 #include "tests/support/databasetest.h"
 #include "tests/support/datatable.h"

@@ -1,8 +1,8 @@
-#include "income/groupdialog.h"
+#include "catalogue/groupdialog.h"
 #include "ui_groupdialog.h"
 
-#include "income/productgroups.h"
-#include "income/productlist.h"
+#include "catalogue/productgroups.h"
+#include "catalogue/productlist.h"
 #include "widgets/plaintext.h"
 
 #include <QTreeWidgetItemIterator>

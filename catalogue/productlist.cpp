@@ -1,4 +1,4 @@
-#include "income/productlist.h"
+#include "catalogue/productlist.h"
 
 #include "catalogue/barcode.h"
 #include "db/sqltext.h"

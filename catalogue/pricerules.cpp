@@ -1,4 +1,4 @@
-#include "income/pricerules.h"
+#include "catalogue/pricerules.h"
 
 #include "db/currencies.h"
 #include "db/query.h"

@@ -1,10 +1,10 @@
-#include "income/productprices.h"
+#include "catalogue/productprices.h"
 
 #include "app/messages.h"
+#include "catalogue/pricerules.h"
 #include "db/query.h"
 #include "db/session.h"
 #include "db/sqltext.h"
-#include "income/pricerules.h"
 
 #include <QCoreApplication>
 #include <QStringList>

@@ -1,11 +1,11 @@
-#include "income/costdialog.h"
+#include "catalogue/costdialog.h"
 #include "ui_costdialog.h"
 
 #include "app/messages.h"
 #include "catalogue/barcode.h"
+#include "catalogue/productprices.h"
 #include "db/money.h"
 #include "db/session.h"
-#include "income/productprices.h"
 #include "widgets/plaintext.h"
 
 #include <QHeaderView>

@@ -1,4 +1,4 @@
-#include "income/productgroups.h"
+#include "catalogue/productgroups.h"
 
 #include "app/messages.h"
 #include "db/query.h"

@@ -1,4 +1,4 @@
-#include "income/colorsqlquerymodel.h"
+#include "catalogue/colorsqlquerymodel.h"
 
 #include "widgets/colors.h"
 
