@@ -872,8 +872,11 @@ void IncomeInvoiceWindow::refreshProducts()
         filter.brandId = brand.toULongLong();
 
     QTableView *view = m_ui->warehouseTableView;
+    const std::optional<PagedSelect> list = productPages(this, filter);
+    if (!list)
+        return;
     const TablePlace place(view, m_products);
-    if (!m_products->select(this, productListQuery(filter)))
+    if (!m_products->selectPages(this, *list, m_products->list() == list ? place.rows() : 0))
         return;
     if (!m_productColumnsSized && m_products->rowCount() > 0) {
         m_productColumnsSized = true;
