@@ -2,6 +2,8 @@
 
 #include "db/query.h"
 
+#include <algorithm>
+
 namespace {
 
 struct Statements
@@ -19,16 +21,17 @@ Statements statementsOf(Dialect dialect)
                 "substr(name,1,7)<>'sqlite_';",
                 "SELECT t.name, c.name FROM sqlite_master AS t JOIN pragma_table_info(t.name) AS c "
                 "WHERE t.type='table';",
-                "SELECT t.name, c.name FROM sqlite_master AS t JOIN pragma_index_list(t.name) AS i "
-                "JOIN pragma_index_info(i.name) AS c "
-                "WHERE t.type='table' AND i.partial=0 AND c.seqno=0;"};
+                "SELECT t.name, (SELECT group_concat(c.name) FROM pragma_index_info(i.name) AS c) "
+                "FROM sqlite_master AS t JOIN pragma_index_list(t.name) AS i "
+                "WHERE t.type='table' AND i.partial=0;"};
     case Dialect::MySql:
         return {"SELECT table_name, '' FROM information_schema.tables "
                 "WHERE table_schema=DATABASE();",
                 "SELECT table_name, column_name FROM information_schema.columns "
                 "WHERE table_schema=DATABASE();",
-                "SELECT table_name, column_name FROM information_schema.statistics "
-                "WHERE table_schema=DATABASE() AND seq_in_index=1;"};
+                "SELECT table_name, GROUP_CONCAT(column_name ORDER BY seq_in_index) "
+                "FROM information_schema.statistics WHERE table_schema=DATABASE() "
+                "GROUP BY table_name, index_name;"};
     case Dialect::PostgreSql:
         return {"SELECT c.relname, '' FROM pg_catalog.pg_class c "
                 "JOIN pg_catalog.pg_namespace n ON n.oid=c.relnamespace "
@@ -38,9 +41,10 @@ Statements statementsOf(Dialect dialect)
                 "JOIN pg_catalog.pg_attribute a ON a.attrelid=c.oid "
                 "WHERE c.relkind IN ('r','p') AND pg_catalog.pg_table_is_visible(c.oid) "
                 "AND a.attnum>0 AND NOT a.attisdropped;",
-                "SELECT c.relname, a.attname FROM pg_catalog.pg_index i "
-                "JOIN pg_catalog.pg_class c ON c.oid=i.indrelid "
-                "JOIN pg_catalog.pg_attribute a ON a.attrelid=c.oid AND a.attnum=i.indkey[0] "
+                "SELECT c.relname, (SELECT string_agg(a.attname, ',' ORDER BY k.place) "
+                "FROM unnest(i.indkey) WITH ORDINALITY AS k(attnum, place) "
+                "JOIN pg_catalog.pg_attribute a ON a.attrelid=i.indrelid AND a.attnum=k.attnum) "
+                "FROM pg_catalog.pg_index i JOIN pg_catalog.pg_class c ON c.oid=i.indrelid "
                 "WHERE pg_catalog.pg_table_is_visible(c.oid) AND i.indisvalid "
                 "AND i.indpred IS NULL;"};
     }
@@ -104,7 +108,11 @@ bool DatabaseContents::hasColumn(const QString &table, const QString &column) co
     return m_columns.contains(folded(table, column));
 }
 
-bool DatabaseContents::hasIndexOn(const QString &table, const QString &column) const
+bool DatabaseContents::hasIndexOn(const QString &table, const QString &columns) const
 {
-    return m_indexes.contains(folded(table, column));
+    const auto wanted = folded(table, columns);
+    return std::any_of(m_indexes.begin(), m_indexes.end(), [&](const auto &index) {
+        return index.first == wanted.first &&
+               (index.second == wanted.second || index.second.startsWith(wanted.second + u','));
+    });
 }
