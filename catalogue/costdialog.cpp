@@ -4,6 +4,7 @@
 #include "app/messages.h"
 #include "catalogue/barcode.h"
 #include "catalogue/productprices.h"
+#include "db/connections.h"
 #include "db/money.h"
 #include "db/session.h"
 #include "widgets/plaintext.h"
@@ -17,6 +18,15 @@ namespace {
 enum Column { IdColumn, NameColumn, RatioColumn, OutcostColumn };
 
 } // namespace
+
+bool CostDialog::change(QWidget *parent, const QList<qulonglong> &ids)
+{
+    if (ids.isEmpty())
+        return false;
+    const CommandScope command;
+    CostDialog dialog(ids, parent);
+    return openConnection(mainConnection) && dialog.exec() == Accepted;
+}
 
 CostDialog::CostDialog(const QList<qulonglong> &ids, QWidget *parent)
     : QDialog(parent),
