@@ -86,8 +86,11 @@ void ProductPanel::refresh()
                                .brandId = chosenId(m_ui->brandfilterComboBox),
                                .showDisabled = m_showDisabled};
     QTableView *view = m_ui->warehouseTableView;
+    const std::optional<PagedSelect> list = productPages(window(), filter);
+    if (!list)
+        return;
     const TablePlace place(view, m_products);
-    if (!m_products->select(window(), productListQuery(filter)))
+    if (!m_products->selectPages(window(), *list, m_products->list() == list ? place.rows() : 0))
         return;
     if (!m_columnsSized && m_products->rowCount() > 0)
         restoreColumns();

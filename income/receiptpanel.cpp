@@ -64,7 +64,7 @@ void ReceiptPanel::showTotals()
 
 void ReceiptPanel::showLine(qulonglong wareid)
 {
-    const int row = m_lines->rowOfId(wareid, 1);
+    const int row = m_lines->rowOfId(wareid, QStringLiteral("wareid"));
     if (row < 0)
         return;
     m_ui->incomeinvoiceTableView->selectRow(row);
