@@ -3,7 +3,7 @@
 #include "ui_currenciesdialog.h"
 
 #include "catalogue/currencydialog.h"
-#include "db/currencies.h"
+#include "catalogue/productprices.h"
 #include "db/session.h"
 #include "widgets/progressdialog.h"
 #include "widgets/sqltablemodel.h"

@@ -35,7 +35,7 @@ struct Column
 
 /// In the order in which INSERT and UPDATE name them.
 // clang-format off
-constexpr Column productColumns[] = {
+constexpr Column storedColumns[] = {
     {"wuid",          &Product::wuid,          Written::Quoted},
     {"enabled",       &Product::enabled,       Written::Bare},
     {"type",          &Product::type,          Written::Bare},
@@ -118,7 +118,7 @@ QString selectText(const Selection &selection)
 QList<QPair<int, Member>> membersOf(const QSqlRecord &record)
 {
     QList<QPair<int, Member>> members;
-    for (const Column &column : productColumns) {
+    for (const Column &column : storedColumns) {
         if (const int place = record.indexOf(QLatin1String(column.name)); place >= 0)
             members += {place, column.member};
     }
@@ -134,24 +134,17 @@ void setMember(Product &product, const Member &member, const QVariant &value)
     else if (const auto *id = std::get_if<qulonglong Product::*>(&member))
         product.**id = value.toULongLong();
     else if (const auto *real = std::get_if<double Product::*>(&member))
-        product.**real = finiteOrZero(value.toDouble());
+        product.**real = value.toDouble();
 }
 
-bool readProducts(QWidget *parent, const QString &sqlText, QList<Product> &products,
-                  const QString &connectionName)
+/// The product without the infinities that a database may hold.
+Product finite(Product product)
 {
-    QSqlQuery query;
-    if (!QueryExec(parent, sqlText, query, connectionName))
-        return false;
-    const QList<QPair<int, Member>> members = membersOf(query.record());
-    while (query.next()) {
-        Product product;
-        for (const auto &[place, member] : members)
-            setMember(product, member, query.value(place));
-        product.decimals = std::clamp(product.decimals, 0, mostDecimals);
-        products += std::move(product);
+    for (const Column &column : storedColumns) {
+        if (const auto *real = std::get_if<double Product::*>(&column.member))
+            product.**real = finiteOrZero(product.**real);
     }
-    return readToEnd(parent, query, connectionName);
+    return product;
 }
 
 /// The value of a column as it stands in a statement; loaded: where the value came from, if it did.
@@ -172,31 +165,51 @@ QString valueText(const Column &column, const Product &product, const Product *l
 
 } // namespace
 
+bool readProducts(QWidget *parent, const QString &sqlText,
+                  const std::function<void(const Product &product)> &each,
+                  const QString &connectionName)
+{
+    QSqlQuery query;
+    if (!QueryExec(parent, sqlText, query, connectionName))
+        return false;
+    const QList<QPair<int, Member>> members = membersOf(query.record());
+    while (query.next()) {
+        Product product;
+        for (const auto &[place, member] : members)
+            setMember(product, member, query.value(place));
+        product.decimals = std::clamp(product.decimals, 0, mostDecimals);
+        each(product);
+    }
+    return readToEnd(parent, query, connectionName);
+}
+
 LoadState loadProduct(QWidget *parent, qulonglong id, ProductColumns columns, Product &product,
                       const QString &connectionName)
 {
-    QList<Product> products;
-    if (!readProducts(parent, selectText(selectionOf(columns)) + "='" + sql::id(id) + "';",
-                      products, connectionName))
-        return LoadState::Failed;
-    if (products.isEmpty())
-        return LoadState::NotFound;
-    product = products.takeFirst();
-    product.id = id;
-    return LoadState::Loaded;
+    LoadState state = LoadState::NotFound;
+    const auto keep = [&](const Product &found) {
+        product = finite(found);
+        product.id = id;
+        state = LoadState::Loaded;
+    };
+    const QString sqlText = selectText(selectionOf(columns)) + "='" + sql::id(id) + "';";
+    return readProducts(parent, sqlText, keep, connectionName) ? state : LoadState::Failed;
 }
 
 bool loadProducts(QWidget *parent, const QList<qulonglong> &ids, ProductColumns columns,
                   QList<Product> &products, const QString &connectionName)
 {
     products.clear();
+    const auto keep = [&products](const Product &product) {
+        products += finite(product);
+    };
     for (qsizetype first = 0; first < ids.size(); first += idsPerStatement) {
         QStringList texts;
         for (const qulonglong id : ids.mid(first, idsPerStatement))
             texts += sql::id(id);
         if (!readProducts(parent,
                           selectText(selectionOf(columns)) + " IN (" + texts.join(u',') + ");",
-                          products, connectionName))
+                          keep, connectionName))
             return false;
     }
     return true;
@@ -205,19 +218,16 @@ bool loadProducts(QWidget *parent, const QList<qulonglong> &ids, ProductColumns 
 LoadState findDuplicate(QWidget *parent, const Product &product, qulonglong &otherId,
                         const QString &connectionName)
 {
-    QList<Product> alike;
-    if (!readProducts(parent,
-                      "SELECT id FROM warehouse WHERE name=" + sql::text(product.name) +
-                          " AND article=" + sql::text(product.article) + ";",
-                      alike, connectionName))
-        return LoadState::Failed;
-    const auto other = std::find_if(alike.cbegin(), alike.cend(), [&product](const Product &found) {
-        return found.id != product.id;
-    });
-    if (other == alike.cend())
-        return LoadState::NotFound;
-    otherId = other->id;
-    return LoadState::Loaded;
+    LoadState state = LoadState::NotFound;
+    const auto look = [&](const Product &alike) {
+        if (alike.id == product.id)
+            return;
+        otherId = alike.id;
+        state = LoadState::Loaded;
+    };
+    const QString sqlText = "SELECT id FROM warehouse WHERE name=" + sql::text(product.name) +
+                            " AND article=" + sql::text(product.article) + ";";
+    return readProducts(parent, sqlText, look, connectionName) ? state : LoadState::Failed;
 }
 
 std::optional<qulonglong> insertProduct(QWidget *parent, const Product &product,
@@ -225,7 +235,7 @@ std::optional<qulonglong> insertProduct(QWidget *parent, const Product &product,
 {
     QStringList names;
     QStringList values;
-    for (const Column &column : productColumns) {
+    for (const Column &column : storedColumns) {
         if (column.written == Written::Never || column.written == Written::Changed)
             continue;
         names += QLatin1String(column.name);
@@ -248,7 +258,7 @@ WriteState updateProduct(QWidget *parent, const Product &product, const Product 
                          const QString &connectionName)
 {
     QStringList assignments;
-    for (const Column &column : productColumns) {
+    for (const Column &column : storedColumns) {
         const QString name = QLatin1String(column.name);
         if (column.written == Written::Changed)
             assignments += name + u'=' + sql::now();

@@ -3,6 +3,7 @@
 #include <QList>
 #include <QString>
 
+#include <functional>
 #include <optional>
 
 #include "catalogue/product.h"
@@ -31,6 +32,12 @@ LoadState loadProduct(QWidget *parent, qulonglong id, ProductColumns columns, Pr
 /// False on failure.
 bool loadProducts(QWidget *parent, const QList<qulonglong> &ids, ProductColumns columns,
                   QList<Product> &products, const QString &connectionName = mainConnection);
+
+/// Runs a SELECT on `warehouse` and hands over its rows one after the other, read by the names of
+/// their columns, infinities included. False on failure, be it in the middle.
+bool readProducts(QWidget *parent, const QString &sqlText,
+                  const std::function<void(const Product &product)> &each,
+                  const QString &connectionName = mainConnection);
 
 /// Looks for another product with the name and the article of this one; its id when Loaded.
 LoadState findDuplicate(QWidget *parent, const Product &product, qulonglong &otherId,
