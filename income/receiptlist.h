@@ -10,8 +10,11 @@
 #include "income/linedeletion.h"
 #include "widgets/sqltablemodel.h"
 
-/// The SELECT of the working list. Extended adds the ratio, the fixed coefficient and the purchase
+/// The columns of the working list. Extended adds the ratio, the fixed coefficient and the purchase
 /// price and sum.
+QList<TableColumn> receiptColumns(bool extended, Dialect dialect);
+
+/// The SELECT of the working list.
 QString receiptListQuery(bool extended, Dialect dialect);
 
 /// The working list `incomeinvoice` with its headers and totals. Lines that cannot be posted, or
