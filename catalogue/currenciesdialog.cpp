@@ -11,6 +11,7 @@
 CurrenciesDialog::CurrenciesDialog(QWidget *parent)
     : DictionaryList(CurrencyDialog::dictionary(), parent)
 {
+    setObjectName("CurrenciesDialog");
     const QPushButton *button =
         addCommand(tr("Пересчитать расходные цены"), "calculateOutcostPushButton",
                    tr("Расходные цены всех наименований с коэффициентом вычисляются заново по "

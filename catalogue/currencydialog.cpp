@@ -3,6 +3,7 @@
 CurrencyDialog::CurrencyDialog(qulonglong id, QWidget *parent)
     : DictionaryDialog(dictionary(), id, parent)
 {
+    setObjectName("CurrencyDialog");
 }
 
 Dictionary CurrencyDialog::dictionary()
