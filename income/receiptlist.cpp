@@ -1,6 +1,7 @@
 #include "income/receiptlist.h"
 
 #include "catalogue/pricerules.h"
+#include "db/engine.h"
 #include "db/query.h"
 #include "income/receiptsums.h"
 #include "widgets/colors.h"
@@ -60,13 +61,9 @@ std::optional<double> readPurchaseSum(const QString &connectionName)
 
 } // namespace
 
-QString receiptListQuery(bool extended, Dialect dialect)
+QString receiptListQuery(bool extended, const Engine &engine)
 {
-    // PostgreSQL refuses the whole SELECT for one line with a purchase price of 0, the others
-    // answer NULL for it.
-    const QString divisor = dialect == Dialect::PostgreSql
-                                ? QStringLiteral("NULLIF(incomeinvoice.incost,0)")
-                                : QStringLiteral("incomeinvoice.incost");
+    const QString divisor = engine.divisor(QStringLiteral("incomeinvoice.incost"));
     QString query = QStringLiteral(
         "SELECT incomeinvoice.id, incomeinvoice.wareid, warehouse.article, warehouse.name");
     if (extended) {
@@ -114,7 +111,7 @@ bool ReceiptListModel::refresh(QWidget *parent, bool extended, const QString &co
                                                         : tr("Расходная цена ниже приходной."));
         }
     }
-    if (!select(parent, receiptListQuery(extended, dialectOf(connectionName)), connectionName))
+    if (!select(parent, receiptListQuery(extended, Engine::of(connectionName)), connectionName))
         return false;
     QStringList headers;
     QList<ColumnKind> kinds;

@@ -6,13 +6,14 @@
 
 #include <optional>
 
-#include "db/dialect.h"
 #include "income/linedeletion.h"
 #include "widgets/sqltablemodel.h"
 
+class Engine;
+
 /// The SELECT of the working list. Extended adds the ratio, the fixed coefficient and the purchase
 /// price and sum.
-QString receiptListQuery(bool extended, Dialect dialect);
+QString receiptListQuery(bool extended, const Engine &engine);
 
 /// The working list `incomeinvoice` with its headers and totals. Lines that cannot be posted, or
 /// hardly were meant so, are tinted; a tool tip says why.
