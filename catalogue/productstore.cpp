@@ -97,9 +97,6 @@ constexpr Selection selections[] = {
 };
 // clang-format on
 
-/// Ids that go into one statement; its length is limited.
-constexpr int idsPerStatement = 1000;
-
 /// More are of no use to anybody.
 constexpr int mostDecimals = 6;
 
@@ -203,16 +200,12 @@ bool loadProducts(QWidget *parent, const QList<qulonglong> &ids, ProductColumns 
     const auto keep = [&products](const Product &product) {
         products += finite(product);
     };
-    for (qsizetype first = 0; first < ids.size(); first += idsPerStatement) {
-        QStringList texts;
-        for (const qulonglong id : ids.mid(first, idsPerStatement))
-            texts += sql::id(id);
-        if (!readProducts(parent,
-                          selectText(selectionOf(columns)) + " IN (" + texts.join(u',') + ");",
-                          keep, connectionName))
-            return false;
-    }
-    return true;
+    const auto read = [&](const QString &list) {
+        return readProducts(parent, selectText(selectionOf(columns)) + " IN (" + list + ");", keep,
+                            connectionName);
+    };
+    const QStringList lists = sql::idLists(ids);
+    return std::all_of(lists.begin(), lists.end(), read);
 }
 
 LoadState findDuplicate(QWidget *parent, const Product &product, qulonglong &otherId,

@@ -9,6 +9,7 @@
 #include "catalogue/product.h"
 #include "db/query.h"
 #include "db/rowstate.h"
+#include "db/transaction.h"
 #include "income/additions.h"
 
 class QWidget;
@@ -98,37 +99,29 @@ public:
     const std::optional<Addition> &addition() const;
 
 private:
-    /// A new line whose COMMIT got no answer.
-    struct PendingInsert
+    /// What a COMMIT was to write.
+    struct Pending
     {
         QString stamp;
         double quantity = 0;
         SqlRow posted = {}; ///< see readPosted(), from before it
     };
 
-    enum class LineWrite {
-        Written,
-        NotAsSeen, ///< nothing written: another workstation has changed, posted or deleted the line
-        Failed,
-    };
-
-    bool readLines(QWidget *parent, QList<ReceiptLine> &lines, bool lock = false) const;
+    QList<ReceiptLine>::const_iterator findLine(const QList<ReceiptLine> &lines) const;
     bool readProductIncost(QWidget *parent);
-    bool readPosted(QWidget *parent, SqlRow &posted) const;
-    SaveState settlePending(QWidget *parent);
+    bool readPosted(SqlRow &posted) const;
     SaveState writeLine(QWidget *parent, const ReceiptInput &input, const QString &stamp);
-    SaveState writeNewLine(QWidget *parent, const ReceiptInput &input, const QString &stamp);
-    SaveState writeExistingLine(QWidget *parent, const ReceiptInput &input, const QString &stamp);
-    LineWrite tryExistingLine(const ReceiptInput &input, const QString &stamp, double quantity,
-                              QList<ReceiptLine> &lines);
+    TransactionStep tryLine(const ReceiptInput &input, const QString &stamp, double quantity,
+                            QList<ReceiptLine> &lines);
+    TransactionStep lookAtLines(QList<ReceiptLine> &lines);
+    bool isAsSeen(const ReceiptLine &current) const;
+    bool writeRow(const ReceiptInput &input, const QString &stamp, double quantity);
     SaveState lineChanged(QWidget *parent, const ReceiptLine &current, double added);
     SaveState lineGone(QWidget *parent, const ReceiptInput &input, const QString &stamp,
                        double added);
     SaveState lineInDoubt(QWidget *parent, const QList<ReceiptLine> &lines);
-    bool tryNewLine(const ReceiptInput &input, const QString &stamp, double quantity);
-    static SaveState notWritten(QWidget *parent, const DatabaseFailure &failure);
+    static SaveState notWritten(QWidget *parent, const TransactionResult &result);
     static QString lineGoneText();
-    bool writePrices(QWidget *parent, const ReceiptLine &prices, const QString &stamp) const;
     bool passPriceToReference(QWidget *parent, double outcost);
     bool writeAudit(QWidget *parent, const QString &stamp);
     void noteAddition(const ReceiptInput &input, const QString &stamp);
@@ -136,11 +129,12 @@ private:
 
     Product m_product;
     std::optional<ReceiptLine> m_line;
-    std::optional<PendingInsert> m_pending;
-    std::optional<double> m_unconfirmed; ///< a quantity of the line whose COMMIT got no answer
-    ReceiptLine m_proposed;              ///< the prices that the user found
-    bool m_pricesEntered = false;        ///< and has changed
-    QList<ReceiptLine> m_before;         ///< the product's lines just before they were written
+    Pending m_pending;
+    bool m_inDoubt = false;       ///< whether it was written
+    ReceiptLine m_written;        ///< by the transaction that is under way
+    ReceiptLine m_proposed;       ///< the prices that the user found
+    bool m_pricesEntered = false; ///< and has changed
+    QList<ReceiptLine> m_before;  ///< the product's lines just before they were written
     std::optional<Addition> m_addition;
     bool m_quiet = false;
     bool m_lineWritten = false;

@@ -133,12 +133,17 @@ bool isChanged(const QVariantMap &values, const QVariantMap &seen, const QVarian
 /// Runs a short body in a transaction and tells when it fails.
 bool write(QWidget *parent, const std::function<bool()> &body)
 {
-    TransactionGuard transaction;
-    if (transaction.isActive() && body() && transaction.commit())
-        return true;
-    transaction.rollback();
-    showLastFailure(parent, {}, DictionaryStore::tr("Не записано."));
-    return false;
+    const TransactionResult result = runInTransaction(parent, mainConnection, [&body] {
+        return body() ? TransactionStep::Commit : TransactionStep::Fail;
+    });
+    if (result.state == TransactionState::Unknown)
+        showFailure(parent,
+                    DictionaryStore::tr("Связь с базой данных прервалась во время записи. "
+                                        "Неизвестно, записано ли: закройте окно и проверьте."),
+                    result.failure.words());
+    else if (!result.isDone() && !result.givenUp)
+        showDatabaseFailure(parent, result.failure, DictionaryStore::tr("Не записано."));
+    return result.isDone();
 }
 
 } // namespace
@@ -194,14 +199,15 @@ EntryState updateEntry(QWidget *parent, const Dictionary &dictionary, qulonglong
     EntryState state = EntryState::Failed;
     const auto update = [&] {
         QList<SqlRow> rows;
-        if (!QueryRows(nullptr, entryQuery(dictionary, id) + u';', rows))
+        if (!readLockedRows(dictionary.table, entryQuery(dictionary, id), rows))
             return false;
         state = EntryState::Gone;
         if (rows.isEmpty())
             return true;
         const QVariantMap now = named(readColumns(dictionary), rows.first());
         state = isChanged(values, seen, now) ? EntryState::Changed : EntryState::Written;
-        seen = now;
+        if (state == EntryState::Changed)
+            seen = now;
         return state == EntryState::Changed ||
                QueryExec(nullptr, updateText(dictionary, id, values));
     };
