@@ -3,7 +3,7 @@
 #include "ui_currenciesdialog.h"
 
 #include "catalogue/currencydialog.h"
-#include "db/currencies.h"
+#include "catalogue/productprices.h"
 #include "db/session.h"
 #include "widgets/progressdialog.h"
 #include "widgets/sqltablemodel.h"
@@ -16,9 +16,10 @@ CurrenciesDialog::CurrenciesDialog(QWidget *parent)
 {
     m_ui->setupUi(this);
     m_ui->resultLabel->clear();
-    m_model->setColumns(
-        {tr("Номер"), tr("Код"), tr("Символ"), tr("Курс")},
-        {ColumnKind::Number, ColumnKind::Plain, ColumnKind::Plain, ColumnKind::Factor});
+    m_model->setColumns({{"id", "id", tr("Номер"), ColumnKind::Id, ColumnWidth::Hidden},
+                         {"c_code", "c_code", tr("Код")},
+                         {"symbol", "symbol", tr("Символ")},
+                         {"value", "value", tr("Курс"), ColumnKind::Factor}});
     m_ui->currenciesTableView->setModel(m_model);
     connect(m_ui->currenciesTableView->selectionModel(), &QItemSelectionModel::currentRowChanged,
             this, [this](const QModelIndex &current) {
@@ -33,7 +34,7 @@ CurrenciesDialog::~CurrenciesDialog() = default;
 void CurrenciesDialog::refresh()
 {
     const TablePlace place(m_ui->currenciesTableView, m_model);
-    m_model->select(this, "SELECT id, c_code, symbol, value FROM currencies ORDER BY id;");
+    m_model->select(this, selectList(m_model->columns()) + " FROM currencies ORDER BY id;");
     m_ui->currenciesTableView->hideColumn(0);
     place.restore();
     m_ui->editPushButton->setEnabled(m_ui->currenciesTableView->currentIndex().isValid());

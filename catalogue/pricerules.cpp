@@ -3,7 +3,9 @@
 #include "db/currencies.h"
 #include "db/query.h"
 #include "db/sqltext.h"
+#include "db/transaction.h"
 
+#include <algorithm>
 #include <cmath>
 
 bool pricesEqual(double a, double b)
@@ -31,15 +33,30 @@ double finiteOrZero(double value)
     return std::isfinite(value) ? value : 0;
 }
 
-bool markPriceChange(QWidget *parent, qulonglong wareid, const QString &connectionName)
+QStringList priceMark(const PriceStep &step, MarkRule rule)
 {
-    return QueryExec(parent,
-                     "DELETE FROM changeoutcostinfo WHERE wareid='" + sql::id(wareid) + "';",
-                     connectionName) &&
-           QueryExec(parent,
-                     "INSERT INTO changeoutcostinfo(wareid,ctime) VALUES('" + sql::id(wareid) +
-                         "'," + sql::now() + ");",
-                     connectionName);
+    const bool sameLabel = step.before && pricesEqual(*step.before, step.after);
+    if (sameLabel || (rule == MarkRule::OnShelf && !(step.stock > 0)))
+        return {};
+    const QString id = u'\'' + sql::id(step.wareid) + u'\'';
+    return {"DELETE FROM changeoutcostinfo WHERE wareid=" + id + ";",
+            "INSERT INTO changeoutcostinfo(wareid,ctime) VALUES(" + id + "," + sql::now() + ");"};
+}
+
+bool writePrices(const QString &update, const PriceStep &step, MarkRule rule,
+                 const QString &connectionName)
+{
+    std::optional<TransactionGuard> transaction;
+    if (!inTransaction(connectionName))
+        transaction.emplace(connectionName);
+    if (transaction && !transaction->isActive())
+        return false;
+    const QStringList statements = QStringList{update} + priceMark(step, rule);
+    const bool written =
+        std::all_of(statements.begin(), statements.end(), [&](const QString &statement) {
+            return QueryExec(nullptr, statement, connectionName);
+        });
+    return written && (!transaction || transaction->commit());
 }
 
 QuietStatements::QuietStatements(const QString &connectionName)
@@ -52,9 +69,9 @@ bool QuietStatements::run(const QString &sqlText)
     return QueryExec(nullptr, sqlText, m_connectionName) || fail(lastFailure(m_connectionName));
 }
 
-bool QuietStatements::markPriceChange(qulonglong wareid)
+bool QuietStatements::writePrices(const QString &update, const PriceStep &step, MarkRule rule)
 {
-    return ::markPriceChange(nullptr, wareid, m_connectionName) ||
+    return ::writePrices(update, step, rule, m_connectionName) ||
            fail(lastFailure(m_connectionName));
 }
 

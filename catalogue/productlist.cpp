@@ -3,6 +3,7 @@
 #include "catalogue/barcode.h"
 #include "db/sqltext.h"
 
+#include <QCoreApplication>
 #include <QHash>
 #include <QSet>
 #include <QStringList>
@@ -10,6 +11,11 @@
 #include <functional>
 
 namespace {
+
+struct ProductList
+{
+    Q_DECLARE_TR_FUNCTIONS(ProductList)
+};
 
 /// Every word stands in the article or in the name; or the whole is a barcode of the product.
 QString textCondition(const QString &text)
@@ -32,6 +38,22 @@ QString textCondition(const QString &text)
 
 } // namespace
 
+QList<TableColumn> productColumns()
+{
+    return {
+        {"id", "warehouse.id", ProductList::tr("Код"), ColumnKind::Id},
+        {"enabled", "warehouse.enabled", {}, ColumnKind::Id, ColumnWidth::Hidden},
+        {"article", "warehouse.article", ProductList::tr("Арт.")},
+        {"name", "warehouse.name", ProductList::tr("Наименование"), ColumnKind::Name,
+         ColumnWidth::Rest},
+        {"outcost", "warehouse.outcost", ProductList::tr("Цена"), ColumnKind::Money,
+         ColumnWidth::Whole},
+        {"quantity", "warehouse.quantity", ProductList::tr("Остаток"), ColumnKind::Quantity,
+         ColumnWidth::Whole},
+        {"unit", "units.name", ProductList::tr("Ед.")},
+    };
+}
+
 QString productListQuery(const ProductFilter &filter)
 {
     QStringList conditions;
@@ -47,10 +69,10 @@ QString productListQuery(const ProductFilter &filter)
     }
     if (!filter.text.isEmpty())
         conditions += textCondition(filter.text);
-    QString query = QStringLiteral(
-        "SELECT warehouse.id, warehouse.enabled, warehouse.article, warehouse.name, "
-        "warehouse.outcost, warehouse.quantity, units.name  FROM warehouse LEFT JOIN units ON "
-        "units.id=warehouse.unitid LEFT JOIN `groups` ON `groups`.`id`=`warehouse`.`groupid`");
+    QString query =
+        selectList(productColumns()) +
+        QStringLiteral("  FROM warehouse LEFT JOIN units ON units.id=warehouse.unitid LEFT JOIN "
+                       "`groups` ON `groups`.`id`=`warehouse`.`groupid`");
     if (!conditions.isEmpty())
         query += QStringLiteral(" WHERE") + conditions.join(QStringLiteral(" AND"));
     query += QStringLiteral(" ORDER BY `warehouse`.`name`");

@@ -7,6 +7,7 @@
 #include <optional>
 
 #include "db/query.h"
+#include "widgets/tablecolumn.h"
 
 /// What the user wants to see of the catalogue.
 struct ProductFilter
@@ -17,6 +18,9 @@ struct ProductFilter
     bool showDisabled = false;
     int limit = 0; ///< rows at the most; 0: all
 };
+
+/// The columns of the product table.
+QList<TableColumn> productColumns();
 
 /// The SELECT of the product table.
 QString productListQuery(const ProductFilter &filter);

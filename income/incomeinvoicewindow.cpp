@@ -509,7 +509,7 @@ void IncomeInvoiceWindow::showNews(const EntryNews &news)
 void IncomeInvoiceWindow::showEntered()
 {
     refreshReceipt();
-    const int row = m_receipt->rowOfId(std::exchange(m_enteredWareId, 0), 1);
+    const int row = m_receipt->rowOfId(std::exchange(m_enteredWareId, 0), QStringLiteral("wareid"));
     if (row >= 0) {
         m_ui->incomeinvoiceTableView->selectRow(row);
         m_ui->incomeinvoiceTableView->scrollTo(m_receipt->index(row, nameColumn));

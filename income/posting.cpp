@@ -18,8 +18,6 @@
 
 namespace {
 
-constexpr double priceTolerance = 0.0001;
-
 QString tr(const char *text)
 {
     return QCoreApplication::translate("ReceiptPosting", text);
@@ -358,23 +356,17 @@ bool ReceiptPosting::postLine(const Line &line, PostingResult &result)
              QStringLiteral("';")))
         return false;
 
-    if (std::abs(line.outcost - line.oldOutcost) >= priceTolerance && line.stock > 0)
-        markPriceChange(line);
+    runOptional(priceMark({.wareid = line.wareId,
+                           .before = line.oldOutcost,
+                           .after = line.outcost,
+                           .stock = line.stock},
+                          MarkRule::OnShelf));
     runOptional({QStringLiteral("UPDATE cart SET outcost='") + outcost +
                  QStringLiteral("' WHERE wareid='") + wareId + QStringLiteral("';")});
     if (line.quantity > 0 && line.stock + line.quantity > 0)
         noteDueAlerts(line, result);
     // A failure that has ended the transaction on the database's side ends the posting.
     return !transactionBroken(m_connectionName);
-}
-
-void ReceiptPosting::markPriceChange(const Line &line)
-{
-    const QString wareId = sql::id(line.wareId);
-    runOptional({QStringLiteral("DELETE FROM changeoutcostinfo WHERE wareid='") + wareId +
-                     QStringLiteral("';"),
-                 QStringLiteral("INSERT INTO changeoutcostinfo(wareid,ctime) VALUES('") + wareId +
-                     QStringLiteral("',") + sql::now() + QStringLiteral(");")});
 }
 
 void ReceiptPosting::noteDueAlerts(const Line &line, PostingResult &result)

@@ -135,7 +135,6 @@ private:
     bool lockAndCompare(PostingResult &result);
     bool postLines(PostingResult &result, const PostingCallbacks &callbacks);
     bool postLine(const Line &line, PostingResult &result);
-    void markPriceChange(const Line &line);
     void noteDueAlerts(const Line &line, PostingResult &result);
     bool writeReport(PostingResult &result, PaymentType paymentType);
     bool emptyList(PostingResult &result);

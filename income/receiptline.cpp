@@ -3,6 +3,7 @@
 #include "app/logging.h"
 #include "app/messages.h"
 #include "catalogue/pricerules.h"
+#include "catalogue/productstore.h"
 #include "db/engine.h"
 #include "db/money.h"
 #include "db/query.h"
@@ -14,8 +15,6 @@
 
 namespace {
 
-/// Decimals of a product without a unit: anything weighed or measured fits.
-constexpr int decimalsWithoutUnit = 3;
 constexpr int mostDecimals = 6;
 constexpr double largestUnquestioned = 99999;
 
@@ -70,38 +69,6 @@ QString priceKey(qulonglong wareid, const ReceiptInput &input)
     return sql::id(wareid) + ' ' + sql::number(input.incost) + ' ' + sql::number(input.outcost);
 }
 
-LoadState loadProduct(QWidget *parent, qulonglong wareid, ReceiptProduct &product)
-{
-    QList<SqlRow> rows;
-    if (!QueryRows(parent,
-                   "SELECT warehouse.wuid, warehouse.article, warehouse.name, warehouse.currency, "
-                   "warehouse.inoutratio, warehouse.outcost, warehouse.quantity, "
-                   "warehouse.expiretime, units.name, units.decimals, warehouse.latime, "
-                   "warehouse.enabled FROM warehouse LEFT JOIN "
-                   "units ON units.id=warehouse.unitid WHERE warehouse.id=" +
-                       quotedId(wareid) + ";",
-                   rows))
-        return LoadState::Failed;
-    if (rows.isEmpty())
-        return LoadState::NotFound;
-    const SqlRow &row = rows.first();
-    product.id = wareid;
-    product.wuid = row.at(0).toString();
-    product.article = row.at(1).toString();
-    product.name = row.at(2).toString();
-    product.currency = row.at(3).toString();
-    product.inoutratio = number(row.at(4));
-    product.outcost = number(row.at(5));
-    product.stock = number(row.at(6));
-    product.expiretime = row.at(7).toString();
-    product.unit = row.at(8).toString();
-    product.decimals =
-        row.at(9).isNull() ? decimalsWithoutUnit : std::clamp(row.at(9).toInt(), 0, mostDecimals);
-    product.latime = row.at(10).toString();
-    product.enabled = row.at(11).toInt() > 0;
-    return LoadState::Loaded;
-}
-
 void ReceiptEntry::setQuiet(bool quiet)
 {
     m_quiet = quiet;
@@ -109,11 +76,10 @@ void ReceiptEntry::setQuiet(bool quiet)
 
 LoadState ReceiptEntry::load(QWidget *parent, const ReceiptRequest &request)
 {
-    const LoadState state = loadProduct(parent, request.wareid, m_product);
+    const LoadState state = loadProduct(parent, request.wareid, ProductColumns::Receipt, m_product);
     if (state == LoadState::NotFound && request.editLine) {
         m_product = {.id = request.wareid,
                      .name = tr("Наименование %1, удалено из каталога").arg(request.wareid),
-                     .decimals = decimalsWithoutUnit,
                      .deleted = true};
     } else if (state != LoadState::Loaded) {
         return state;
@@ -162,7 +128,7 @@ bool ReceiptEntry::readProductIncost(QWidget *parent)
     return true;
 }
 
-const ReceiptProduct &ReceiptEntry::product() const
+const Product &ReceiptEntry::product() const
 {
     return m_product;
 }
@@ -515,25 +481,24 @@ QString ReceiptEntry::lineGoneText()
     return tr("Строку этого товара провели или удалили на другом рабочем месте.");
 }
 
-bool ReceiptEntry::passPriceToReference(QWidget *parent, double outcost)
+void ReceiptEntry::passPriceToReference(QWidget *parent, double outcost)
 {
     // Products that never had an identifier must not be taken for one another.
     if (m_product.wuid.isEmpty() || !isConnectionRegistered(friendConnection))
-        return false;
+        return;
     QList<SqlRow> rows;
     if (!QueryRows(parent,
                    "SELECT id, quantity FROM warehouse WHERE wuid=" + sql::text(m_product.wuid) +
                        ";",
                    rows, friendConnection) ||
         rows.isEmpty())
-        return false;
+        return;
     const qulonglong id = rows.first().at(0).toULongLong();
-    if (!QueryExec(parent,
-                   "UPDATE warehouse SET outcost=" + quoted(outcost) + " WHERE id=" + quotedId(id) +
-                       ";",
-                   friendConnection))
-        return false;
-    return !(number(rows.first().at(1)) > 0) || markPriceChange(parent, id, friendConnection);
+    const PriceStep step{.wareid = id, .after = outcost, .stock = number(rows.first().at(1))};
+    if (!writePrices("UPDATE warehouse SET outcost=" + quoted(outcost) +
+                         " WHERE id=" + quotedId(id) + ";",
+                     step, MarkRule::OnShelf, friendConnection))
+        showDatabaseFailure(parent, lastFailure(friendConnection), {});
 }
 
 bool ReceiptEntry::writeAudit(QWidget *parent, const QString &stamp)

@@ -11,8 +11,11 @@
 
 class Engine;
 
-/// The SELECT of the working list. Extended adds the ratio, the fixed coefficient and the purchase
+/// The columns of the working list. Extended adds the ratio, the fixed coefficient and the purchase
 /// price and sum.
+QList<TableColumn> receiptColumns(bool extended, const Engine &engine);
+
+/// The SELECT of the working list.
 QString receiptListQuery(bool extended, const Engine &engine);
 
 /// The working list `incomeinvoice` with its headers and totals. Lines that cannot be posted, or

@@ -37,7 +37,6 @@ private:
     bool updateLine(const QString &lineId, PriceUpdate &result);
     TransactionStep tryLine(const QString &lineId);
     bool writeProduct(const SqlRow &row, double outcost);
-    bool run(const QString &sqlText);
     void tell(QWidget *parent, const PriceUpdate &result) const;
 
     QString m_connectionName;
@@ -113,8 +112,10 @@ TransactionStep ReceiptPrices::tryLine(const QString &lineId)
     if (ratio > 0) {
         outcost = sellingPrice(row.at(2).toDouble(), ratio);
         if (!pricesEqual(outcost, lineOutcost) &&
-            !run("UPDATE incomeinvoice SET outcost='" + sql::exact(outcost) + "' WHERE id='" +
-                 lineId + "';"))
+            !QueryExec(nullptr,
+                       "UPDATE incomeinvoice SET outcost='" + sql::exact(outcost) + "' WHERE id='" +
+                           lineId + "';",
+                       m_connectionName))
             return TransactionStep::Fail;
     }
     const bool isInCatalogue = !row.at(1).isNull();
@@ -133,17 +134,14 @@ bool ReceiptPrices::writeProduct(const SqlRow &row, double outcost)
         return true;
     }
     const qulonglong wareid = row.at(1).toULongLong();
-    if (!run("UPDATE warehouse SET incost='" + sql::exact(converted) + "', inoutratio='" +
-             sql::exact(row.at(3).toDouble()) + "', outcost='" + sql::exact(outcost) +
-             "' WHERE id='" + sql::id(wareid) + "';"))
-        return false;
-    return pricesEqual(outcost, row.at(7).toDouble()) || !(row.at(5).toDouble() > 0) ||
-           markPriceChange(nullptr, wareid, m_connectionName);
-}
-
-bool ReceiptPrices::run(const QString &sqlText)
-{
-    return QueryExec(nullptr, sqlText, m_connectionName);
+    return writePrices("UPDATE warehouse SET incost='" + sql::exact(converted) + "', inoutratio='" +
+                           sql::exact(row.at(3).toDouble()) + "', outcost='" + sql::exact(outcost) +
+                           "' WHERE id='" + sql::id(wareid) + "';",
+                       {.wareid = wareid,
+                        .before = row.at(7).toDouble(),
+                        .after = outcost,
+                        .stock = row.at(5).toDouble()},
+                       MarkRule::OnShelf, m_connectionName);
 }
 
 void ReceiptPrices::tell(QWidget *parent, const PriceUpdate &result) const

@@ -11,12 +11,17 @@ SqlTableModel::SqlTableModel(QObject *parent)
 {
 }
 
-void SqlTableModel::setColumns(const QStringList &headers, const QList<ColumnKind> &kinds)
+void SqlTableModel::setColumns(const QList<TableColumn> &columns)
 {
-    m_headers = headers;
-    m_kinds = kinds;
-    if (m_columns > 0)
-        emit headerDataChanged(Qt::Horizontal, 0, m_columns - 1);
+    m_columns = columns;
+    m_described = true;
+    if (m_width > 0)
+        emit headerDataChanged(Qt::Horizontal, 0, m_width - 1);
+}
+
+const QList<TableColumn> &SqlTableModel::columns() const
+{
+    return m_columns;
 }
 
 bool SqlTableModel::select(QWidget *parent, const QString &sqlText, const QString &connectionName)
@@ -49,10 +54,12 @@ bool SqlTableModel::select(QWidget *parent, const QString &sqlText, const QStrin
     beginResetModel();
     m_values = std::move(values);
     m_rows = rows;
-    m_columns = columns;
-    m_names.clear();
-    for (int column = 0; column < columns; ++column)
-        m_names += record.fieldName(column);
+    m_width = columns;
+    if (!m_described) {
+        m_columns.clear();
+        for (int column = 0; column < columns; ++column)
+            m_columns += {.key = record.fieldName(column), .expression = {}};
+    }
     endResetModel();
     return true;
 }
@@ -67,23 +74,33 @@ void SqlTableModel::clear()
 
 QVariant SqlTableModel::value(int row, int column) const
 {
-    if (row < 0 || row >= m_rows || column < 0 || column >= m_columns)
+    if (row < 0 || row >= m_rows || column < 0 || column >= m_width)
         return {};
-    return m_values.at(static_cast<qsizetype>(row) * m_columns + column);
+    return m_values.at(static_cast<qsizetype>(row) * m_width + column);
 }
 
-QVariant SqlTableModel::value(int row, const QString &columnName) const
+QVariant SqlTableModel::value(int row, const QString &key) const
 {
-    return value(row, columnOf(columnName));
+    return value(row, columnOf(key));
 }
 
-int SqlTableModel::columnOf(const QString &columnName) const
+int SqlTableModel::columnOf(const QString &key) const
 {
-    return static_cast<int>(m_names.indexOf(columnName));
+    for (int column = 0; column < m_columns.size(); ++column) {
+        if (m_columns.at(column).key == key)
+            return column;
+    }
+    return -1;
 }
 
-int SqlTableModel::rowOfId(qulonglong id, int column) const
+qulonglong SqlTableModel::idOf(int row) const
 {
+    return value(row, QStringLiteral("id")).toULongLong();
+}
+
+int SqlTableModel::rowOfId(qulonglong id, const QString &key) const
+{
+    const int column = columnOf(key);
     for (int row = 0; row < m_rows; ++row) {
         if (value(row, column).toULongLong() == id)
             return row;
@@ -98,15 +115,16 @@ int SqlTableModel::rowCount(const QModelIndex &parent) const
 
 int SqlTableModel::columnCount(const QModelIndex &parent) const
 {
-    return parent.isValid() ? 0 : m_columns;
+    return parent.isValid() ? 0 : m_width;
 }
 
 QVariant SqlTableModel::data(const QModelIndex &index, int role) const
 {
     if (!index.isValid())
         return {};
-    const ColumnKind kind = m_kinds.value(index.column(), ColumnKind::Plain);
-    const bool isText = kind == ColumnKind::Plain || kind == ColumnKind::Name;
+    const ColumnKind kind = kindOf(index.column());
+    const bool isText =
+        kind == ColumnKind::Text || kind == ColumnKind::Name || kind == ColumnKind::Time;
     switch (role) {
     case Qt::DisplayRole:
         return displayText(index.row(), index.column());
@@ -130,7 +148,12 @@ QVariant SqlTableModel::headerData(int section, Qt::Orientation orientation, int
         return QAbstractTableModel::headerData(section, orientation, role);
     if (orientation == Qt::Vertical)
         return section + 1;
-    return m_headers.value(section);
+    return m_columns.value(section).header;
+}
+
+ColumnKind SqlTableModel::kindOf(int column) const
+{
+    return column < m_columns.size() ? m_columns.at(column).kind : ColumnKind::Text;
 }
 
 QString SqlTableModel::displayText(int row, int column) const
@@ -138,7 +161,7 @@ QString SqlTableModel::displayText(int row, int column) const
     const QVariant cell = value(row, column);
     if (cell.isNull())
         return {};
-    switch (m_kinds.value(column, ColumnKind::Plain)) {
+    switch (kindOf(column)) {
     case ColumnKind::Money:
         return formatMoney(cell.toDouble());
     case ColumnKind::Quantity:
@@ -147,9 +170,10 @@ QString SqlTableModel::displayText(int row, int column) const
         return formatFactor(cell.toDouble(), 4);
     case ColumnKind::Factor:
         return formatFactor(cell.toDouble());
-    case ColumnKind::Plain:
+    case ColumnKind::Text:
     case ColumnKind::Name:
-    case ColumnKind::Number:
+    case ColumnKind::Time:
+    case ColumnKind::Id:
         break;
     }
     return cell.toString();

@@ -7,17 +7,7 @@
 #include <QVariant>
 
 #include "db/connections.h"
-
-/// How a column's values are shown.
-enum class ColumnKind {
-    Plain,    ///< as the database returns it
-    Name,     ///< as Plain; a tool tip shows what the column is too narrow for
-    Number,   ///< a whole number or id, to the right
-    Money,    ///< two decimals, a bare ".00" dropped
-    Quantity, ///< up to three decimals
-    Ratio,    ///< a computed coefficient, up to four decimals
-    Factor,   ///< a coefficient or rate as somebody entered it, with all its decimals
-};
+#include "widgets/tablecolumn.h"
 
 /// The rows of one SELECT, read to the end at once: no statement stays open on the connection, and
 /// the rows survive the loss of the connection.
@@ -28,9 +18,10 @@ class SqlTableModel : public QAbstractTableModel
 public:
     explicit SqlTableModel(QObject *parent = nullptr);
 
-    /// Describes the columns: headers and the way values are shown. May be called before or after
-    /// select().
-    void setColumns(const QStringList &headers, const QList<ColumnKind> &kinds);
+    /// Describes the columns of the SELECT, in its order. Without a description its own names are
+    /// the keys and the headers stay empty.
+    void setColumns(const QList<TableColumn> &columns);
+    const QList<TableColumn> &columns() const;
 
     /// Runs the SELECT and replaces the rows. On failure (reported over the parent) the old rows
     /// stay and false is returned.
@@ -42,13 +33,16 @@ public:
 
     /// The value of a cell as the database returned it; invalid outside the table.
     QVariant value(int row, int column) const;
-    QVariant value(int row, const QString &columnName) const;
+    QVariant value(int row, const QString &key) const;
 
-    /// The column of that name in the SELECT, or -1.
-    int columnOf(const QString &columnName) const;
+    /// The number of the column with that key, or -1.
+    int columnOf(const QString &key) const;
+
+    /// The id of a row; 0 when it has none.
+    qulonglong idOf(int row) const;
 
     /// The first row whose value in the column is this id, or -1.
-    int rowOfId(qulonglong id, int column = 0) const;
+    int rowOfId(qulonglong id, const QString &key = QStringLiteral("id")) const;
 
     int rowCount(const QModelIndex &parent = {}) const override;
     int columnCount(const QModelIndex &parent = {}) const override;
@@ -57,12 +51,12 @@ public:
                         int role = Qt::DisplayRole) const override;
 
 private:
+    ColumnKind kindOf(int column) const;
     QString displayText(int row, int column) const;
 
-    QStringList m_headers;
-    QList<ColumnKind> m_kinds;
-    QStringList m_names;
+    QList<TableColumn> m_columns;
+    bool m_described = false;
     QList<QVariant> m_values; ///< row by row
     int m_rows = 0;
-    int m_columns = 0;
+    int m_width = 0; ///< values in a row
 };

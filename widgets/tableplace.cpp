@@ -16,11 +16,11 @@ TablePlace::TablePlace(QTableView *view, const SqlTableModel *model)
     if (current.isValid()) {
         m_row = current.row();
         m_column = current.column();
-        m_id = model->value(current.row(), 0).toULongLong();
+        m_id = model->idOf(current.row());
     }
     const QModelIndexList selected = view->selectionModel()->selectedRows();
     for (const QModelIndex &index : selected)
-        m_selectedIds += model->value(index.row(), 0).toULongLong();
+        m_selectedIds += model->idOf(index.row());
 }
 
 void TablePlace::restore() const
@@ -36,7 +36,7 @@ void TablePlace::restore() const
             const QSet<qulonglong> ids(m_selectedIds.begin(), m_selectedIds.end());
             QItemSelection selection;
             for (int i = 0; i < m_model->rowCount(); ++i) {
-                if (ids.contains(m_model->value(i, 0).toULongLong()))
+                if (ids.contains(m_model->idOf(i)))
                     selection.select(m_model->index(i, 0),
                                      m_model->index(i, m_model->columnCount() - 1));
             }

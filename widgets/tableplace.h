@@ -4,8 +4,8 @@
 
 class SqlTableModel;
 
-/// Keeps the user's place in a table over a refresh: the current row (found again by the id in its
-/// first column, else by its number), the selection and the scroll position.
+/// Keeps the user's place in a table over a refresh: the current row (found again by its id, else
+/// by its number), the selection and the scroll position.
 class TablePlace
 {
 public:

@@ -110,7 +110,7 @@ void TestReceiptLine::newLine_isProposedInTheMainCurrency()
     QVERIFY(load(nasty, {.wareid = 11}));
     QCOMPARE(nasty.product().name, shop::nastyName);
     QCOMPARE(nasty.product().article, "А'1");
-    QCOMPARE(nasty.product().stock, 4.0);
+    QCOMPARE(nasty.product().quantity, 4.0);
     QCOMPARE(nasty.product().decimals, 0);
 
     // Without a unit anything may be weighed; without numbers all is 0.
