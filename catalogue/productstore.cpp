@@ -200,12 +200,12 @@ bool loadProducts(QWidget *parent, const QList<qulonglong> &ids, ProductColumns 
     const auto keep = [&products](const Product &product) {
         products += finite(product);
     };
-    const auto read = [&](const QString &list) {
-        return readProducts(parent, selectText(selectionOf(columns)) + " IN (" + list + ");", keep,
-                            connectionName);
-    };
-    const QStringList lists = sql::idLists(ids);
-    return std::all_of(lists.begin(), lists.end(), read);
+    for (const QString &list : sql::idLists(ids)) {
+        if (!readProducts(parent, selectText(selectionOf(columns)) + " IN (" + list + ");", keep,
+                          connectionName))
+            return false;
+    }
+    return true;
 }
 
 LoadState findDuplicate(QWidget *parent, const Product &product, qulonglong &otherId,

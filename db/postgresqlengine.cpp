@@ -186,7 +186,7 @@ public:
 
     QString sequenceCheck(const QString &table) const override
     {
-        return "SELECT '" + table + "' FROM `" + table + "` HAVING CASE WHEN " +
+        return "SELECT '" + table + "' FROM \"" + table + "\" HAVING CASE WHEN " +
                "has_sequence_privilege(" + sequenceOf(table) + ",'UPDATE') THEN MAX(id)>" +
                lastValueOf(table) + " ELSE false END";
     }
@@ -194,7 +194,7 @@ public:
     QString sequenceMove(const QString &table) const override
     {
         return "SELECT setval(" + sequenceOf(table) + ", newest) FROM (SELECT MAX(id) AS newest " +
-               "FROM `" + table + "`) AS ids WHERE newest>" + lastValueOf(table) + ';';
+               "FROM \"" + table + "\") AS ids WHERE newest>" + lastValueOf(table) + ';';
     }
 };
 

@@ -11,5 +11,5 @@ enum class LoadState {
 enum class WriteState {
     Written,
     NotFound, ///< there is no such row any more; nothing was written
-    Failed,   ///< nothing was written, or nobody knows (lastOutcomeUnknown()); already reported
+    Failed,   ///< nothing was written, or nobody knows; already reported
 };

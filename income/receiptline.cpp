@@ -481,18 +481,18 @@ QString ReceiptEntry::lineGoneText()
     return tr("Строку этого товара провели или удалили на другом рабочем месте.");
 }
 
-bool ReceiptEntry::passPriceToReference(QWidget *parent, double outcost)
+void ReceiptEntry::passPriceToReference(QWidget *parent, double outcost)
 {
     // Products that never had an identifier must not be taken for one another.
     if (m_product.wuid.isEmpty() || !isConnectionRegistered(friendConnection))
-        return false;
+        return;
     QList<SqlRow> rows;
     if (!QueryRows(parent,
                    "SELECT id, quantity FROM warehouse WHERE wuid=" + sql::text(m_product.wuid) +
                        ";",
                    rows, friendConnection) ||
         rows.isEmpty())
-        return false;
+        return;
     const qulonglong id = rows.first().at(0).toULongLong();
     const TransactionResult written = writePricesAlone(
         parent,
@@ -502,7 +502,6 @@ bool ReceiptEntry::passPriceToReference(QWidget *parent, double outcost)
     if (!written.isDone() && !written.givenUp)
         showDatabaseFailure(parent, written.failure,
                             tr("Цена не передана в справочную базу данных."));
-    return written.isDone();
 }
 
 bool ReceiptEntry::writeAudit(QWidget *parent, const QString &stamp)

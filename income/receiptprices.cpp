@@ -37,7 +37,6 @@ private:
     bool updateLine(const QString &lineId, PriceUpdate &result);
     TransactionStep tryLine(const QString &lineId);
     bool writeProduct(const SqlRow &row, double outcost);
-    bool run(const QString &sqlText);
     void tell(QWidget *parent, const PriceUpdate &result) const;
 
     QString m_connectionName;
@@ -113,8 +112,10 @@ TransactionStep ReceiptPrices::tryLine(const QString &lineId)
     if (ratio > 0) {
         outcost = sellingPrice(row.at(2).toDouble(), ratio);
         if (!pricesEqual(outcost, lineOutcost) &&
-            !run("UPDATE incomeinvoice SET outcost='" + sql::exact(outcost) + "' WHERE id='" +
-                 lineId + "';"))
+            !QueryExec(nullptr,
+                       "UPDATE incomeinvoice SET outcost='" + sql::exact(outcost) + "' WHERE id='" +
+                           lineId + "';",
+                       m_connectionName))
             return TransactionStep::Fail;
     }
     const bool isInCatalogue = !row.at(1).isNull();
@@ -141,11 +142,6 @@ bool ReceiptPrices::writeProduct(const SqlRow &row, double outcost)
                         .after = outcost,
                         .stock = row.at(5).toDouble()},
                        MarkRule::OnShelf, m_connectionName);
-}
-
-bool ReceiptPrices::run(const QString &sqlText)
-{
-    return QueryExec(nullptr, sqlText, m_connectionName);
 }
 
 void ReceiptPrices::tell(QWidget *parent, const PriceUpdate &result) const
