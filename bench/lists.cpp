@@ -4,7 +4,7 @@
 #include "bench/benchwindow.h"
 #include "bench/figures.h"
 #include "catalogue/productlist.h"
-#include "db/dialect.h"
+#include "db/engine.h"
 #include "db/query.h"
 #include "income/incomeinvoicewindow.h"
 #include "income/receiptlist.h"
@@ -146,7 +146,7 @@ void benchLists(Table &table, const QString &path)
             ratio->setChecked(true);
             QCoreApplication::processEvents();
         }));
-        bare.push_back(readBare(receiptListQuery(true, Dialect::Sqlite)));
+        bare.push_back(readBare(receiptListQuery(true, Engine::of(mainConnection))));
     }
     table.row("working list of 10,000 lines refreshed / bare QSqlQuery", median(refreshes),
               median(bare), 3);

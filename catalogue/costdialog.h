@@ -9,7 +9,7 @@ namespace Ui {
 class CostDialog;
 }
 class NumberSpinBox;
-struct ProductPrice;
+struct Product;
 
 /// Changes the prices of the selected products: the selling price by a coefficient or as a fixed
 /// amount, and with it, if wanted, the purchase price. Amounts are in the main currency.
@@ -32,8 +32,8 @@ private slots:
     void on_ratioRadioButton_toggled(bool checked);
 
 private:
-    void showProducts(const QList<ProductPrice> &prices);
-    void proposeValues(const QList<ProductPrice> &prices);
+    void showProducts(const QList<Product> &prices);
+    void proposeValues(const QList<Product> &prices);
     void focusValue();
     bool checkField(NumberSpinBox *field, const QString &refusal, const QString &question);
 

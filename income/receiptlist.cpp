@@ -1,6 +1,7 @@
 #include "income/receiptlist.h"
 
 #include "catalogue/pricerules.h"
+#include "db/engine.h"
 #include "db/query.h"
 #include "income/receiptsums.h"
 #include "widgets/colors.h"
@@ -36,14 +37,10 @@ std::optional<double> readPurchaseSum(const QString &connectionName)
 
 } // namespace
 
-QList<TableColumn> receiptColumns(bool extended, Dialect dialect)
+QList<TableColumn> receiptColumns(bool extended, const Engine &engine)
 {
     using List = ReceiptListModel;
-    // PostgreSQL refuses the whole SELECT for one line with a purchase price of 0, the others
-    // answer NULL for it.
-    const QString divisor = dialect == Dialect::PostgreSql
-                                ? QStringLiteral("NULLIF(incomeinvoice.incost,0)")
-                                : QStringLiteral("incomeinvoice.incost");
+    const QString divisor = engine.divisor(QStringLiteral("incomeinvoice.incost"));
     QList<TableColumn> columns = {
         {"id", "incomeinvoice.id", List::tr("Код"), ColumnKind::Id},
         {"wareid", "incomeinvoice.wareid", {}, ColumnKind::Id, ColumnWidth::Hidden},
@@ -77,9 +74,9 @@ QList<TableColumn> receiptColumns(bool extended, Dialect dialect)
     return columns;
 }
 
-QString receiptListQuery(bool extended, Dialect dialect)
+QString receiptListQuery(bool extended, const Engine &engine)
 {
-    return selectList(receiptColumns(extended, dialect)) +
+    return selectList(receiptColumns(extended, engine)) +
            QStringLiteral(
                " FROM incomeinvoice LEFT JOIN warehouse ON warehouse.id = incomeinvoice.wareid "
                "LEFT JOIN units ON units.id = warehouse.unitid ORDER BY incomeinvoice.id;");
@@ -114,9 +111,9 @@ bool ReceiptListModel::refresh(QWidget *parent, bool extended, const QString &co
                                                         : tr("Расходная цена ниже приходной."));
         }
     }
-    if (!select(parent, receiptListQuery(extended, dialectOf(connectionName)), connectionName))
+    if (!select(parent, receiptListQuery(extended, Engine::of(connectionName)), connectionName))
         return false;
-    setColumns(receiptColumns(extended, dialectOf(connectionName)));
+    setColumns(receiptColumns(extended, Engine::of(connectionName)));
     m_purchaseSum = extended ? purchaseTotal() : readPurchaseSum(connectionName);
     return true;
 }

@@ -1,6 +1,6 @@
 #include "widgets/pagedrows.h"
 
-#include "db/dialect.h"
+#include "db/engine.h"
 #include "db/query.h"
 #include "db/transaction.h"
 
@@ -36,7 +36,7 @@ PagedRows::PagedRows(const PagedSelect &list, const QList<TableColumn> &columns,
       m_idColumn(columnOf(columns, QStringLiteral("id"))),
       m_orderColumn(columnOf(columns, list.order))
 {
-    m_position.nulls = dialectOf(connectionName) != Dialect::PostgreSql;
+    m_position.nulls = Engine::of(connectionName).nullsComeFirst();
 }
 
 const PagedSelect &PagedRows::list() const

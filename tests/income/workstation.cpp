@@ -114,7 +114,7 @@ private:
         const double units = 1 + m_random.bounded(12);
         ReceiptEntry entry;
         if (entry.load(nullptr, {.wareid = product, .addedQuantity = units}) != LoadState::Loaded)
-            note({"refused", lastQueryError()});
+            note({"refused", lastFailure().words()});
         else
             save(entry, product, entry.proposedQuantity(), units);
     }
@@ -135,7 +135,7 @@ private:
         case LoadState::NotFound:
             break; // gone since it was shown
         case LoadState::Failed:
-            note({"refused", lastQueryError()});
+            note({"refused", lastFailure().words()});
         }
     }
 
@@ -150,7 +150,7 @@ private:
             const SaveState state =
                 entry.save(nullptr, {.quantity = quantity, .incost = 10, .outcost = outcost});
             if (!m_told.isEmpty() || state != SaveState::Saved)
-                note({"refused", m_told.isEmpty() ? lastQueryError() : m_told});
+                note({"refused", m_told.isEmpty() ? lastFailure().words() : m_told});
             if (state == SaveState::Saved) {
                 m_unitsWritten = true;
                 break;
@@ -176,7 +176,7 @@ private:
         if (deleted)
             note({"deleted", sql::id(shown.id), sql::exact(shown.quantity)});
         if (!deleted || !m_told.isEmpty())
-            note({"refused", m_told.isEmpty() ? lastQueryError() : m_told});
+            note({"refused", m_told.isEmpty() ? lastFailure().words() : m_told});
     }
 
     void post()
@@ -202,7 +202,7 @@ private:
         QList<SqlRow> rows;
         if (!QueryRows(nullptr, "SELECT id, wareid, quantity FROM incomeinvoice ORDER BY id;",
                        rows))
-            note({"refused", lastQueryError()});
+            note({"refused", lastFailure().words()});
         return rows.isEmpty() ? SqlRow() : rows.at(m_random.bounded(rows.size()));
     }
 

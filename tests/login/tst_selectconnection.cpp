@@ -90,7 +90,7 @@ bool copyDatabase(const ConnectionEntry &entry, const QString &statement = {})
     static const ConnectionEntry original =
         sqliteEntry("original", directory.filePath("original.sqlite"));
     static const bool made = makeDatabase(original);
-    if (!made || !ensureConfigDir() || !QFile::copy(original.databasename, sqliteFilePath(entry)))
+    if (!made || !ensureConfigDir() || !QFile::copy(original.databasename, databaseFilePath(entry)))
         return false;
     if (statement.isEmpty())
         return true;

@@ -8,7 +8,7 @@
 #include <memory>
 
 #include "app/settings.h"
-#include "db/dialect.h"
+#include "tests/support/dialect.h"
 
 /// The private database servers of one test program: a MariaDB and a PostgreSQL on free ports of
 /// 127.0.0.1, each started when first asked for and stopped at the end of the program, also when

@@ -9,7 +9,7 @@
 
 #include <pwd.h>
 
-#include "db/dialect.h"
+#include "tests/support/dialect.h"
 
 /// What the private servers of the tests have in common. A tool that fails ends the test program.
 namespace servertools {
