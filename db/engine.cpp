@@ -120,6 +120,11 @@ bool Engine::nullsComeFirst() const
     return true;
 }
 
+bool Engine::ordersTextsByIndex() const
+{
+    return true;
+}
+
 QString Engine::indexedText(const QString &column, int) const
 {
     return column;

@@ -106,6 +106,9 @@ public:
     /// Whether an order has the rows without a value in front.
     virtual bool nullsComeFirst() const;
 
+    /// Whether an index on a text gives its rows in order.
+    virtual bool ordersTextsByIndex() const;
+
     // --- Schema ---
 
     /// The type of a table's key.
