@@ -99,6 +99,11 @@ QString Engine::divisor(const QString &expression) const
     return expression;
 }
 
+bool Engine::sortsNullsFirst() const
+{
+    return true;
+}
+
 bool Engine::sameAmount(double a, double b) const
 {
     return a == b;
@@ -113,11 +118,6 @@ QString Engine::column(const QString &declaration) const
 QString Engine::tableOptions() const
 {
     return {};
-}
-
-bool Engine::nullsComeFirst() const
-{
-    return true;
 }
 
 bool Engine::ordersTextsByIndex() const

@@ -100,11 +100,11 @@ public:
     /// A divisor with which a division by zero gives NULL.
     virtual QString divisor(const QString &expression) const;
 
+    /// Whether rows without a value stand before all others in an ascending order.
+    virtual bool sortsNullsFirst() const;
+
     /// Whether two amounts are the same in the database, one of which may be as it was entered.
     virtual bool sameAmount(double a, double b) const;
-
-    /// Whether an order has the rows without a value in front.
-    virtual bool nullsComeFirst() const;
 
     /// Whether an index on a text gives its rows in order.
     virtual bool ordersTextsByIndex() const;
@@ -123,8 +123,8 @@ public:
     /// A text column in an index, of which so many characters are enough.
     virtual QString indexedText(const QString &column, int length) const;
 
-    /// The SELECTs of all tables, of their columns and of the columns of their indexes, with
-    /// commas between those of one: two columns each, the first one the name of the table.
+    /// The SELECTs of all tables, of their columns and of the columns of each index, with commas
+    /// between them: two columns each, the first one the name of the table.
     struct Contents
     {
         QString tables;

@@ -131,6 +131,11 @@ public:
         return "NULLIF(" + expression + ",0)";
     }
 
+    bool sortsNullsFirst() const override
+    {
+        return false;
+    }
+
     bool sameAmount(double a, double b) const override
     {
         return a == b || float(a) == float(b); // its REAL has four bytes
@@ -167,11 +172,6 @@ public:
                 "FROM pg_catalog.pg_index i JOIN pg_catalog.pg_class c ON c.oid=i.indrelid "
                 "WHERE pg_catalog.pg_table_is_visible(c.oid) AND i.indisvalid "
                 "AND i.indpred IS NULL;"};
-    }
-
-    bool nullsComeFirst() const override
-    {
-        return false;
     }
 
     bool tellsCaseApart() const override

@@ -40,7 +40,7 @@ PagedRows::PagedRows(const PagedSelect &list, const QList<TableColumn> &columns,
       m_orderColumn(columnOf(columns, list.order))
 {
     const Engine &engine = Engine::of(connectionName);
-    m_position.nulls = engine.nullsComeFirst();
+    m_position.nulls = engine.sortsNullsFirst();
     m_marked = list.searched || !engine.ordersTextsByIndex();
     m_spacing = engine.ordersTextsByIndex() ? searchedRows : sortedRows;
 }
