@@ -27,17 +27,9 @@ private slots:
         m_environment.insert("HOME", m_home->path());
     }
 
-    void program_printsOneLineOfJson_data()
-    {
-        addColumns<QStringList>("arguments");
-        addRow("alone", QStringList{"--compat-check"});
-        addRow("behind an option of the toolkit", QStringList{"-platform", "--compat-check"});
-    }
-
     void program_printsOneLineOfJson()
     {
-        QFETCH(QStringList, arguments);
-        run(arguments);
+        run({"-platform", "--compat-check"}); // behind an option of the toolkit
         QCOMPARE(m_exitCode, 0);
         QCOMPARE(m_output, QJsonDocument(m_report).toJson(QJsonDocument::Compact) + '\n');
         const QJsonObject expected = {{"passed", true},
@@ -87,9 +79,7 @@ private slots:
 
     void mySqlServer_isAskedWhenNamed()
     {
-        QFETCH(QString, database);
-        QFETCH(QString, password);
-        QFETCH(bool, passes);
+        const auto [database, password, passes] = rowValues<QString, QString, bool>();
         TestServers &servers = TestServers::instance();
         servers.client(Dialect::MySql, "mysql",
                        "CREATE OR REPLACE DATABASE lavkor_compat_test " + database +

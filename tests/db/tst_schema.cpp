@@ -103,16 +103,11 @@ class TestSchema : public DatabaseTest
     Q_OBJECT
 
 private slots:
-    void created_matchesWhatTheSuiteExpects()
+    void created_isWhatTheSuiteExpects()
     {
         QVERIFY(createSchema(nullptr, mainConnection));
 
         QCOMPARE(schemaIn(*m_database), expectedSchema(m_dialect));
-    }
-
-    void created_hasTheShippedRows()
-    {
-        QVERIFY(createSchema(nullptr, mainConnection));
 
         QCOMPARE(rows("SELECT id, c_code, symbol FROM currencies WHERE value=1 ORDER BY id;"),
                  "1\tRUB\t₽\n2\tEUR\t€\n3\tUSD\t$");
@@ -127,31 +122,21 @@ private slots:
         QCOMPARE(rows("SELECT COUNT(*), COUNT(DISTINCT ostatus.id) FROM ostatus JOIN "
                       "ostatusfilters ON ostatus.id BETWEEN minstatus AND maxstatus;"),
                  "10\t10");
-    }
 
-    void created_canBeUsedWithoutGivingIds()
-    {
-        QVERIFY(createSchema(nullptr, mainConnection));
-
+        // A client that writes as the other programs do: the database gives the id.
         for (const QString table : {"currencies", "locales", "users", "expense_types", "units",
                                     "ostatus", "ostatusfilters", "options", "warehouse"}) {
             const QString count = "SELECT COUNT(*) FROM " + table + u';';
             const int before = rows(count).toInt();
-            // A client that writes as the suite's other programs do: the database gives the id.
             const QString column = table == "currencies" ? "symbol" : "name";
             rows("INSERT INTO " + table + u'(' + column + ") VALUES('x');");
             QCOMPARE(rows(count).toInt(), before + 1);
         }
-    }
 
-    void created_refusesDiscountsBeyondTheWhole()
-    {
-        QVERIFY(createSchema(nullptr, mainConnection));
-
+        // Discounts beyond the whole are refused.
         QVERIFY(QueryExec(nullptr, "INSERT INTO warehouse(discountratio) VALUES('0'),('1');"));
         QVERIFY(!QueryExec(nullptr, "INSERT INTO warehouse(discountratio) VALUES('1.01');"));
         QVERIFY(!QueryExec(nullptr, "INSERT INTO warehouse(discountratio) VALUES('-0.01');"));
-        QCOMPARE(rows("SELECT COUNT(*) FROM warehouse;"), "2");
     }
 
     void createdTwice_keepsEditsButResetsDictionaries()
@@ -276,8 +261,8 @@ private slots:
     {
         static Dialect stopped;
         stopped = m_dialect;
-        if (stopped == Dialect::Sqlite)
-            return; // nothing to lose
+        if (!isServer())
+            QSKIP("a file has no server to lose");
 
         QWidget window;
         m_boxes->answer("Отмена");
@@ -303,7 +288,6 @@ private slots:
     void version_data()
     {
         addColumns<QString, SchemaState>("statements", "expected");
-
         const QString table = "CREATE TABLE dbversion(id INTEGER, version INTEGER, ctime TEXT); ";
         const QString current = QString::number(schemaVersion());
         const QString older = QString::number(schemaVersion() - 1);
@@ -328,18 +312,16 @@ private slots:
 
     void version()
     {
-        QFETCH(QString, statements);
-        QFETCH(SchemaState, expected);
+        const auto [statements, expected] = rowValues<QString, SchemaState>();
         rows(statements);
         QCOMPARE(schemaState(nullptr, mainConnection), expected);
-        if (expected != SchemaState::Foreign)
-            return;
-        // Their rows stay what they are when ours are added.
-        rows("CREATE TABLE units(id INTEGER PRIMARY KEY, title TEXT); "
-             "INSERT INTO units(id,title) VALUES(1,'theirs');");
-        QVERIFY(upgradeSchema(nullptr, mainConnection));
-        QCOMPARE(rows("SELECT id, title FROM units"), "1\ttheirs");
-        QCOMPARE(schemaState(nullptr, mainConnection), SchemaState::Current);
+        if (expected == SchemaState::Foreign) { // their rows stay when ours are added
+            rows("CREATE TABLE units(id INTEGER PRIMARY KEY, title TEXT); "
+                 "INSERT INTO units(id,title) VALUES(1,'theirs');");
+            QVERIFY(upgradeSchema(nullptr, mainConnection));
+            QCOMPARE(rows("SELECT id, title FROM units"), "1\ttheirs");
+            QCOMPARE(schemaState(nullptr, mainConnection), SchemaState::Current);
+        }
     }
 
     void version_isUnknownWithoutAnAnswer()

@@ -101,10 +101,7 @@ private slots:
              "(10,'KZT','₸',0),(11,'usd','$',3);");
         QVERIFY(m_session.loadCurrencies(mainConnection));
 
-        QStringList codes;
-        for (const Currency &currency : m_session.currencies())
-            codes += currency.code;
-        QCOMPARE(codes, QStringList({"RUB", "EUR", "USD", "KZT", "usd", "USD"}));
+        QCOMPARE(m_session.currencies().size(), 6);
         QCOMPARE(m_session.convertCurrencyToMain(2, "USD"), 185.0);
         QCOMPARE(m_session.convertCurrencyFromMain(185, "USD"), 2.0);
         QCOMPARE(m_session.convertCurrencyToMain(2, "usd"), 6.0);
@@ -114,30 +111,23 @@ private slots:
         // An unknown currency counts as the main one.
         QCOMPARE(m_session.convertCurrencyToMain(5.5, "Usd"), 5.5);
         QCOMPARE(m_session.convertCurrencyFromMain(5.5, ""), 5.5);
-    }
 
-    void currencies_failedRead_leavesAmountsAlone()
-    {
-        rows("UPDATE currencies SET value=92.5 WHERE id=3;");
-        QVERIFY(m_session.loadCurrencies(mainConnection));
+        // So does any, when they cannot be read.
         rows("ALTER TABLE currencies RENAME TO lost;");
-
         QVERIFY(!m_session.loadCurrencies(mainConnection));
-        QVERIFY(m_session.currencies().isEmpty());
         QCOMPARE(m_session.convertCurrencyToMain(2, "USD"), 2.0);
         QCOMPARE(m_session.mainCurrencySymbol(), "");
     }
 
     void mainCurrency_isTheFirstOfValueOne()
     {
-        QVERIFY(m_session.loadCurrencies(mainConnection));
-        QCOMPARE(m_session.mainCurrencySymbol(), "₽");
-        rows("UPDATE currencies SET value=0.01 WHERE id=1;");
-        QVERIFY(m_session.loadCurrencies(mainConnection));
-        QCOMPARE(m_session.mainCurrencySymbol(), "€");
-        rows("UPDATE currencies SET value=2;");
-        QVERIFY(m_session.loadCurrencies(mainConnection));
-        QCOMPARE(m_session.mainCurrencySymbol(), "");
+        for (const auto &[change, symbol] : {std::pair("value=1 WHERE id=1", "₽"),
+                                             {"value=0.01 WHERE id=1", "€"},
+                                             {"value=2", ""}}) {
+            rows(QString("UPDATE currencies SET ") + change);
+            QVERIFY(m_session.loadCurrencies(mainConnection));
+            QCOMPARE(m_session.mainCurrencySymbol(), symbol);
+        }
     }
 
     void recalculation_writesOnlyWhatChanges()
@@ -150,18 +140,15 @@ private slots:
              "(7,10,'RUB',1.9,19,'right already'),(8,NULL,NULL,2,5,'no purchase price'),"
              "(9,617284,'RUB',2,0,'more than a million');");
         QVERIFY(Session::instance().loadCurrencies(mainConnection));
-        QList<QPair<int, int>> steps;
-
+        QString steps;
         const auto result =
             recalculateSellingPrices(nullptr, mainConnection, [&](int done, int total) {
-                steps.append({done, total});
+                steps += QString("%1/%2 ").arg(done).arg(total);
             });
         QCOMPARE(result.changed, 6);
-        QCOMPARE(steps,
-                 (QList<QPair<int, int>>{{1, 7}, {2, 7}, {3, 7}, {4, 7}, {5, 7}, {6, 7}, {7, 7}}));
-        const QStringList lines = rows("SELECT outcost FROM warehouse ORDER BY id;").split(u'\n');
+        QCOMPARE(steps, "1/7 2/7 3/7 4/7 5/7 6/7 7/7 ");
         QList<double> prices;
-        for (const QString &row : lines)
+        for (const QString &row : rows("SELECT outcost FROM warehouse ORDER BY id;").split(u'\n'))
             prices.append(row.toDouble());
         // Six significant digits: 1234570 is what reaches the table.
         QCOMPARE(prices, QList<double>({50, 19, 280, 20, 777, 777, 19, 0, 1234570}));
@@ -171,16 +158,9 @@ private slots:
     {
         rows("INSERT INTO warehouse(id,incost,currency,inoutratio,outcost) VALUES"
              "(1,10,'RUB',2,0),(2,100,'RUB',2,0),(3,15,'RUB',2,0); ");
-        switch (m_dialect) {
-        case Dialect::Sqlite:
-            rows("CREATE TRIGGER cheap BEFORE UPDATE ON warehouse WHEN "
-                 "NEW.outcost>100 BEGIN SELECT RAISE(ABORT,'too dear'); END;");
-            break;
-        case Dialect::MySql:
-        case Dialect::PostgreSql:
-            rows("ALTER TABLE warehouse ADD CONSTRAINT cheap CHECK (outcost<=100);");
-            break;
-        }
+        rows(isServer() ? "ALTER TABLE warehouse ADD CONSTRAINT cheap CHECK (outcost<=100);"
+                        : "CREATE TRIGGER cheap BEFORE UPDATE ON warehouse WHEN "
+                          "NEW.outcost>100 BEGIN SELECT RAISE(ABORT,'too dear'); END;");
         QVERIFY(Session::instance().loadCurrencies(mainConnection));
         QCOMPARE(recalculateSellingPrices(nullptr, mainConnection, {}).changed, 2);
         QCOMPARE(rows("SELECT id FROM warehouse WHERE outcost>0 ORDER BY id;"), "1\n3");

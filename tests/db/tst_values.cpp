@@ -25,7 +25,6 @@ private slots:
     void money_data()
     {
         addColumns<double, double, QString>("amount", "rounded", "shown");
-
         addRow("zero", 0.0, 0.0, "0");
         addRow("minus zero", -0.0, 0.0, "0");
         addRow("whole", 120.0, 120.0, "120");
@@ -46,38 +45,23 @@ private slots:
 
     void money()
     {
-        QFETCH(double, amount);
-        QFETCH(double, rounded);
-        QFETCH(QString, shown);
+        const auto [amount, rounded, shown] = rowValues<double, double, QString>();
         QVERIFY(roundMoney(amount) == rounded);
         QCOMPARE(formatMoney(amount), shown);
     }
 
-    void quantity_data()
-    {
-        addColumns<double, QString>("value", "shown");
-
-        addRow("zero", 0.0, "0");
-        addRow("pieces", 100.0, "100");
-        addRow("weight", 0.125, "0.125");
-        addRow("trailing zeros", 1.5, "1.5");
-        addRow("half a gram", 2.0005, "2.001");
-        addRow("rounds to nothing", -0.0004, "0");
-        addRow("return", -12.25, "-12.25");
-        addRow("not a number", notANumber, "—");
-    }
-
     void quantity()
     {
-        QFETCH(double, value);
-        QFETCH(QString, shown);
-        QCOMPARE(formatQuantity(value), shown);
+        const std::pair<double, const char *> shown[] = {
+            {0, "0"},          {100, "100"},   {0.125, "0.125"},   {1.5, "1.5"},
+            {2.0005, "2.001"}, {-0.0004, "0"}, {-12.25, "-12.25"}, {notANumber, "—"}};
+        for (const auto &[value, text] : shown)
+            QCOMPARE(formatQuantity(value), text);
     }
 
     void typedNumber_data()
     {
         addColumns<QString, bool, double>("text", "valid", "value");
-
         addRow("point", "12.5", true, 12.5);
         addRow("comma", "12,5", true, 12.5);
         addRow("blanks", " 1 234 567,89 ", true, 1234567.89);
@@ -98,57 +82,45 @@ private slots:
 
     void typedNumber()
     {
-        QFETCH(QString, text);
-        QFETCH(bool, valid);
-        QFETCH(double, value);
+        const auto [text, valid, value] = rowValues<QString, bool, double>();
         bool ok = !valid;
         QCOMPARE(parseNumber(text, &ok), value);
         QCOMPARE(ok, valid);
         QCOMPARE(parseNumber(text, nullptr), value);
     }
 
-    void sellingPrice_data()
-    {
-        addColumns<double, double>("price", "rounded");
-
-        // The products are not quite what they are on paper: 125.99999999999999 and the like.
-        const QList<QPair<double, double>> prices = {{0.99, 0},
-                                                     {19.99, 19},
-                                                     {20.4, 20},
-                                                     {22.9, 20},
-                                                     {23, 25},
-                                                     {27.99, 25},
-                                                     {28, 30},
-                                                     {49.95, 50},
-                                                     {99.9, 100},
-                                                     {105.99, 100},
-                                                     {106, 110},
-                                                     {115, 110},
-                                                     {125.9, 120},
-                                                     {999, 1000},
-                                                     {-5.7, -5},
-                                                     {-300.5, -300},
-                                                     {1e19, 1e19},
-                                                     {1e300, 1e300},
-                                                     {-1e300, -1e300},
-                                                     {infinity, infinity},
-                                                     {90 * 1.4, 130},
-                                                     {200 * 1.13, 230},
-                                                     {1780 * 1.15, 2050},
-                                                     {10 * 1.9, 19},
-                                                     {1.1 * 64.78 * 1.5, 110},
-                                                     {4.35 * 100 * 1.0, 430},
-                                                     {1e8 * 1.15 + 6, 115000010}};
-        for (const auto &[price, rounded] : prices)
-            QTest::addRow("%.17g", price) << price << rounded;
-    }
-
     void sellingPrice()
     {
-        QFETCH(double, price);
-        QFETCH(double, rounded);
-        QVERIFY2(roundSellingPrice(price) == rounded,
-                 QByteArray::number(roundSellingPrice(price)).constData());
+        // The products are not quite what they are on paper: 125.99999999999999 and the like.
+        const std::pair<double, double> prices[] = {{0.99, 0},
+                                                    {19.99, 19},
+                                                    {20.4, 20},
+                                                    {22.9, 20},
+                                                    {23, 25},
+                                                    {27.99, 25},
+                                                    {28, 30},
+                                                    {49.95, 50},
+                                                    {99.9, 100},
+                                                    {105.99, 100},
+                                                    {106, 110},
+                                                    {115, 110},
+                                                    {125.9, 120},
+                                                    {999, 1000},
+                                                    {-5.7, -5},
+                                                    {-300.5, -300},
+                                                    {1e19, 1e19},
+                                                    {1e300, 1e300},
+                                                    {-1e300, -1e300},
+                                                    {infinity, infinity},
+                                                    {90 * 1.4, 130},
+                                                    {200 * 1.13, 230},
+                                                    {1780 * 1.15, 2050},
+                                                    {10 * 1.9, 19},
+                                                    {1.1 * 64.78 * 1.5, 110},
+                                                    {4.35 * 100, 430},
+                                                    {1e8 * 1.15 + 6, 115000010}};
+        for (const auto &[price, rounded] : prices)
+            QVERIFY2(roundSellingPrice(price) == rounded, QByteArray::number(price).constData());
         QVERIFY(std::isnan(roundSellingPrice(notANumber)));
     }
 
@@ -170,40 +142,25 @@ private slots:
     void password_storedText_data()
     {
         addColumns<QString, QString, bool>("stored", "password", "fits");
-
         // The published test vectors of PBKDF2 with SHA-256: password "password", salt "salt".
-        addRow("1 round",
-               "pbkdf2-sha256$1$c2FsdA==$"
-               "Eg+2z/z4syxD5yJSVsT4N6hlSMkszDVICAWYfLcL4Xs=",
+        const QString key = "Eg+2z/z4syxD5yJSVsT4N6hlSMkszDVICAWYfLcL4Xs=";
+        const QString form = "pbkdf2-sha256$%1$c2FsdA==$%2";
+        addRow("1 round", form.arg("1", key), "password", true);
+        addRow("4096 rounds", form.arg("4096", "xeR41ZKIyEGqUw22hFxMjZYok6ABzk4RpJY4c6qYE0o="),
                "password", true);
-        addRow("4096 rounds",
-               "pbkdf2-sha256$4096$c2FsdA==$"
-               "xeR41ZKIyEGqUw22hFxMjZYok6ABzk4RpJY4c6qYE0o=",
-               "password", true);
-        addRow("other password",
-               "pbkdf2-sha256$1$c2FsdA==$"
-               "Eg+2z/z4syxD5yJSVsT4N6hlSMkszDVICAWYfLcL4Xs=",
-               "Password", false);
+        addRow("other password", form.arg("1", key), "Password", false);
         addRow("no password yet", "", "", true);
         addRow("no password yet, one given", "", "x", false);
         addRow("plain text", "secret", "secret", false);
         addRow("other method", "md5$1$c2FsdA==$AAAA", "", false);
         addRow("no key", "pbkdf2-sha256$1$c2FsdA==$", "password", false);
-        addRow("no rounds",
-               "pbkdf2-sha256$0$c2FsdA==$"
-               "Eg+2z/z4syxD5yJSVsT4N6hlSMkszDVICAWYfLcL4Xs=",
-               "password", false);
-        addRow("rounds for hours",
-               "pbkdf2-sha256$2000000000$c2FsdA==$"
-               "Eg+2z/z4syxD5yJSVsT4N6hlSMkszDVICAWYfLcL4Xs=",
-               "password", false);
+        addRow("no rounds", form.arg("0", key), "password", false);
+        addRow("rounds for hours", form.arg("2000000000", key), "password", false);
     }
 
     void password_storedText()
     {
-        QFETCH(QString, stored);
-        QFETCH(QString, password);
-        QFETCH(bool, fits);
+        const auto [stored, password, fits] = rowValues<QString, QString, bool>();
         QCOMPARE(verifyPassword(password, stored), fits);
     }
 };

@@ -3,7 +3,7 @@
 #include "app/configdir.h"
 #include "app/logging.h"
 #include "app/settings.h"
-#include "db/query.h"
+#include "db/connections.h"
 #include "db/session.h"
 #include "db/sqltext.h"
 #include "sms/smsrequest.h"
@@ -103,11 +103,11 @@ private slots:
 
         ScratchDatabase database(Dialect::Sqlite);
         QVERIFY(database.open());
-        QVERIFY(QueryExec(nullptr, "CREATE TABLE currencies(id INTEGER, c_code, symbol, value);"));
-        QVERIFY(QueryExec(nullptr, "CREATE TABLE options(id INTEGER, name TEXT, value TEXT);"));
-        QVERIFY(QueryExec(nullptr, "INSERT INTO options(name,value) VALUES('SMS_GATE_LOGIN'," +
-                                       sql::text(login) + "),('SMS_GATE_PASSWORD'," +
-                                       sql::text(password) + "),('SMS_GATE_SENDER','Лавка');"));
+        database.client("CREATE TABLE currencies(id INTEGER, c_code, symbol, value);"
+                        "CREATE TABLE options(id INTEGER, name TEXT, value TEXT);"
+                        "INSERT INTO options(name,value) VALUES('SMS_GATE_LOGIN'," +
+                        sql::text(login) + "),('SMS_GATE_PASSWORD'," + sql::text(password) +
+                        "),('SMS_GATE_SENDER','Лавка');");
         QVERIFY(Session::instance().loadOptions(nullptr, mainConnection));
     }
 
@@ -117,14 +117,11 @@ private slots:
         QSslConfiguration::setDefaultConfiguration(m_trusting);
         SendSmsDialog::setTimeouts(30s, 30s);
         QFile::remove(configDirPath() + "/Lavkor_log.txt");
-        m_boxes = std::make_unique<QueuedBoxes>();
     }
 
     void cleanup()
     {
-        const bool expected = m_boxes->verify();
-        m_boxes.reset();
-        QVERIFY(expected);
+        QVERIFY(m_boxes.verify());
     }
 
     void wrongNumber_isToldAndNotSent()
@@ -132,9 +129,9 @@ private slots:
         QVERIFY(sms::isMobilePhone(sms::cleanPhone(phone)));
         for (const char *wrong : {"8 912 345-67-89", "7912345678", "791234567890", "7912345678٩"})
             QVERIFY2(!sms::isMobilePhone(sms::cleanPhone(wrong)), wrong);
-        m_boxes->answer("OK");
+        m_boxes.answer("OK");
         QVERIFY(!sendSms(nullptr, "нет %1 %2", "Текст"));
-        QCOMPARE(m_boxes->lastText(),
+        QCOMPARE(m_boxes.lastText(),
                  "СМС не отправлена, неправильный телефонный номер: 12 размер 2");
     }
 
@@ -203,7 +200,6 @@ private slots:
     {
         // shown: status at the end when not accepted
         addColumns<QByteArrayList, bool, bool, QString>("pieces", "closes", "accepted", "shown");
-
         QByteArrayList bytewise;
         for (const char c : QByteArray("HTTP/1.1 200 OK\r\n\r\n"))
             bytewise += QByteArray(1, c);
@@ -268,12 +264,12 @@ private slots:
             server.received.clear();
             SendSmsDialog dialog(nullptr, phone, "Текст");
             QString statusMeanwhile;
-            m_boxes->answer(sent ? "Продолжить" : "Отмена",
-                            [&] { statusMeanwhile = status(dialog); });
+            m_boxes.answer(sent ? "Продолжить" : "Отмена",
+                           [&] { statusMeanwhile = status(dialog); });
             QCOMPARE(dialog.exec(), sent ? 1 : 0);
             QCOMPARE(!server.received.isEmpty(), sent);
 
-            const BoxRequest request = m_boxes->requests().last();
+            const BoxRequest request = m_boxes.requests().last();
             QCOMPARE(request.buttons, QStringList({"Продолжить", "Отмена"}));
             QCOMPARE(request.buttons.value(request.escapeButton), "Отмена");
             QVERIFY(!request.html);
@@ -289,7 +285,7 @@ private slots:
         GatewayServer server(m_serverConfiguration);
         server.reply("HTTP/1.1 200 OK\r\n\r\n12: " + password.toUtf8());
         SmsRun run;
-        m_boxes->answer("Продолжить");
+        m_boxes.answer("Продолжить");
         for (int i = 0; i < 2; ++i)
             QVERIFY(sendSms(nullptr, phone, "Текст", &run));
         QCOMPARE(run.answer, "12: ***");
@@ -302,7 +298,7 @@ private slots:
         QVERIFY(!sendSms(nullptr, phone, "Текст", &run));
         QVERIFY(run.over && !run.reason.isEmpty());
         run = {};
-        m_boxes->answer("Отмена");
+        m_boxes.answer("Отмена");
         QVERIFY(!sendSms(nullptr, phone, "Текст", &run));
         QVERIFY(run.over && run.reason.contains("Сертификат"));
     }
@@ -438,7 +434,7 @@ private slots:
             QTRY_VERIFY(asked);
         }
         QCoreApplication::processEvents();
-        QCOMPARE(m_boxes->requests().size(), 0);
+        QCOMPARE(m_boxes.requests().size(), 0);
     }
 
 private:
@@ -452,7 +448,7 @@ private:
     QSslConfiguration m_untrusting;
     QSslConfiguration m_trusting;
     QSslConfiguration m_serverConfiguration;
-    std::unique_ptr<QueuedBoxes> m_boxes;
+    QueuedBoxes m_boxes;
 };
 
 QTEST_MAIN(TestSendSms)
