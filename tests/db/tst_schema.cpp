@@ -1,15 +1,11 @@
 #include "app/configdir.h"
 #include "app/logging.h"
-#include "db/query.h"
 #include "db/schema.h"
 #include "tests/support/databasetest.h"
-#include "tests/support/datatable.h"
 #include "tests/support/files.h"
-#include "tests/support/servers.h"
 
 #include <QMap>
 #include <QRegularExpression>
-#include <QTest>
 #include <QWidget>
 
 namespace {
