@@ -4,7 +4,7 @@
 #include "bench/children.h"
 #include "bench/screen.h"
 #include "catalogue/productlist.h"
-#include "db/dialect.h"
+#include "db/engine.h"
 #include "db/query.h"
 #include "db/schema.h"
 #include "db/session.h"
@@ -272,15 +272,17 @@ void benchServerPosting(Table &table, Dialect dialect)
     runAll(products);
     const QStringList fill = BenchShop::fillList(lines, 10000);
 
+    double time = 0;
+    runAll(fill);
+    const QStringList statements = postRecorded(*window, time);
     std::vector<double> program;
     std::vector<double> floor;
-    double perLine = 0;
-    for (int i = 0; i < repetitions; ++i) {
+    const auto post = [&] {
         runAll(fill);
-        double time = 0;
-        const QStringList statements = postRecorded(*window, time);
+        postRecorded(*window, time);
         program.push_back(time);
-        perLine = double(statements.size()) / lines;
+    };
+    const auto runBare = [&] {
         runAll(fill);
         floor.push_back(milliseconds([&] {
             for (const QString &statement : statements) {
@@ -291,10 +293,16 @@ void benchServerPosting(Table &table, Dialect dialect)
                 }
             }
         }));
+    };
+    // Who comes second finds the server warmer.
+    for (int turn = 0; turn < repetitions; ++turn) {
+        for (const bool first : {true, false})
+            (turn % 2 == 0) == first ? post() : runBare();
     }
     const QString name = dialect == Dialect::MySql ? "MariaDB" : "PostgreSQL";
-    table.row(name + ": posting 1000 lines / bare QSqlQuery", median(program), median(floor), 1.5);
-    table.note(QString("    statements per line: %1").arg(perLine, 0, 'f', 2));
+    table.row(name + ": posting 1000 lines / bare QSqlQuery", median(program), median(floor), 1.3);
+    table.note(
+        QString("    statements per line: %1").arg(double(statements.size()) / lines, 0, 'f', 2));
 }
 
 /// Waits for the first painting of a dialog of a class, then closes it.
@@ -384,7 +392,7 @@ void benchLists(Table &table, const QString &path)
             ratio->setChecked(true);
             QCoreApplication::processEvents();
         }));
-        bare.push_back(readBare(receiptListQuery(true, Dialect::Sqlite)));
+        bare.push_back(readBare(receiptListQuery(true, Engine::of(mainConnection))));
     }
     table.row("working list of 10,000 lines refreshed / bare QSqlQuery", median(refreshes),
               median(bare), 3);

@@ -12,4 +12,8 @@ public:
     explicit ColorSqlQueryModel(QObject *parent = nullptr);
 
     QVariant data(const QModelIndex &index, int role = Qt::DisplayRole) const override;
+
+private:
+    int m_enabledColumn;
+    int m_stockColumn;
 };

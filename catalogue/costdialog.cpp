@@ -4,6 +4,8 @@
 #include "app/messages.h"
 #include "catalogue/barcode.h"
 #include "catalogue/productprices.h"
+#include "catalogue/productstore.h"
+#include "db/connections.h"
 #include "db/money.h"
 #include "db/session.h"
 #include "widgets/plaintext.h"
@@ -18,6 +20,15 @@ enum Column { IdColumn, NameColumn, RatioColumn, OutcostColumn };
 
 } // namespace
 
+bool CostDialog::change(QWidget *parent, const QList<qulonglong> &ids)
+{
+    if (ids.isEmpty())
+        return false;
+    const CommandScope command;
+    CostDialog dialog(ids, parent);
+    return openConnection(mainConnection) && dialog.exec() == Accepted;
+}
+
 CostDialog::CostDialog(const QList<qulonglong> &ids, QWidget *parent)
     : QDialog(parent),
       m_ui(std::make_unique<Ui::CostDialog>()),
@@ -31,8 +42,8 @@ CostDialog::CostDialog(const QList<qulonglong> &ids, QWidget *parent)
     m_ui->incostDoubleSpinBox->setLeastDecimals(moneyDecimals);
     m_ui->outcostDoubleSpinBox->setLeastDecimals(moneyDecimals);
 
-    QList<ProductPrice> prices;
-    if (!readProductPrices(parent, ids, prices) || prices.isEmpty()) {
+    QList<Product> prices;
+    if (!loadProducts(parent, ids, ProductColumns::PriceList, prices) || prices.isEmpty()) {
         m_ui->acceptPushButton->setEnabled(false);
         return;
     }
@@ -89,7 +100,7 @@ void CostDialog::on_ratioRadioButton_toggled(bool checked)
     focusValue();
 }
 
-void CostDialog::showProducts(const QList<ProductPrice> &prices)
+void CostDialog::showProducts(const QList<Product> &prices)
 {
     QTableWidget *table = m_ui->productsTableWidget;
     table->setRowCount(int(prices.size()));
@@ -99,7 +110,7 @@ void CostDialog::showProducts(const QList<ProductPrice> &prices)
         table->setItem(row, column, item);
     };
     for (int row = 0; row < prices.size(); ++row) {
-        const ProductPrice &price = prices.at(row);
+        const Product &price = prices.at(row);
         addNumber(row, IdColumn, QString::number(price.id));
         auto *name = new QTableWidgetItem(price.name.simplified());
         name->setToolTip(plainToolTip(price.name));
@@ -115,19 +126,18 @@ void CostDialog::showProducts(const QList<ProductPrice> &prices)
 
 /// What all the products have in common; where they differ, the field is left at 0, which is not
 /// accepted.
-void CostDialog::proposeValues(const QList<ProductPrice> &prices)
+void CostDialog::proposeValues(const QList<Product> &prices)
 {
-    const ProductPrice &first = prices.first();
-    const auto common = [&](double ProductPrice::*member) {
-        const bool same = std::all_of(prices.begin(), prices.end(), [&](const ProductPrice &p) {
-            return p.*member == first.*member;
-        });
+    const Product &first = prices.first();
+    const auto common = [&](double Product::*member) {
+        const bool same = std::all_of(prices.begin(), prices.end(),
+                                      [&](const Product &p) { return p.*member == first.*member; });
         return same ? first.*member : 0;
     };
-    m_ui->ratioDoubleSpinBox->setExact(std::max(0.0, common(&ProductPrice::inoutratio)));
-    m_ui->outcostDoubleSpinBox->setExact(common(&ProductPrice::outcost));
+    m_ui->ratioDoubleSpinBox->setExact(std::max(0.0, common(&Product::inoutratio)));
+    m_ui->outcostDoubleSpinBox->setExact(common(&Product::outcost));
     const bool allFixed = std::all_of(prices.begin(), prices.end(),
-                                      [](const ProductPrice &p) { return !(p.inoutratio > 0); });
+                                      [](const Product &p) { return !(p.inoutratio > 0); });
     m_ui->fixedRadioButton->setChecked(allFixed);
     if (prices.size() == 1) {
         if (const auto price = readProductPrice(parentWidget(), first.id))

@@ -9,7 +9,7 @@ namespace Ui {
 class CostDialog;
 }
 class NumberSpinBox;
-struct ProductPrice;
+struct Product;
 
 /// Changes the prices of the selected products: the selling price by a coefficient or as a fixed
 /// amount, and with it, if wanted, the purchase price. Amounts are in the main currency.
@@ -18,6 +18,10 @@ class CostDialog final : public QDialog
     Q_OBJECT
 
 public:
+    /// Lets the user change the prices. False when nothing was written, also when the database
+    /// cannot be had.
+    static bool change(QWidget *parent, const QList<qulonglong> &ids);
+
     explicit CostDialog(const QList<qulonglong> &ids, QWidget *parent = nullptr);
     ~CostDialog() override;
 
@@ -28,8 +32,8 @@ private slots:
     void on_ratioRadioButton_toggled(bool checked);
 
 private:
-    void showProducts(const QList<ProductPrice> &prices);
-    void proposeValues(const QList<ProductPrice> &prices);
+    void showProducts(const QList<Product> &prices);
+    void proposeValues(const QList<Product> &prices);
     void focusValue();
     bool checkField(NumberSpinBox *field, const QString &refusal, const QString &question);
 

@@ -4,6 +4,7 @@
 #include "db/query.h"
 #include "db/sqltext.h"
 
+#include <algorithm>
 #include <cmath>
 
 bool pricesEqual(double a, double b)
@@ -31,15 +32,36 @@ double finiteOrZero(double value)
     return std::isfinite(value) ? value : 0;
 }
 
-bool markPriceChange(QWidget *parent, qulonglong wareid, const QString &connectionName)
+QStringList priceMark(const PriceStep &step, MarkRule rule)
 {
-    return QueryExec(parent,
-                     "DELETE FROM changeoutcostinfo WHERE wareid='" + sql::id(wareid) + "';",
-                     connectionName) &&
-           QueryExec(parent,
-                     "INSERT INTO changeoutcostinfo(wareid,ctime) VALUES('" + sql::id(wareid) +
-                         "'," + sql::now() + ");",
-                     connectionName);
+    const bool sameLabel = step.before && pricesEqual(*step.before, step.after);
+    if (sameLabel || (rule == MarkRule::OnShelf && !(step.stock > 0)))
+        return {};
+    const QString id = u'\'' + sql::id(step.wareid) + u'\'';
+    return {"DELETE FROM changeoutcostinfo WHERE wareid=" + id + ";",
+            "INSERT INTO changeoutcostinfo(wareid,ctime) VALUES(" + id + "," + sql::now() + ");"};
+}
+
+bool writePrices(const QString &update, const PriceStep &step, MarkRule rule,
+                 const QString &connectionName)
+{
+    const QStringList statements = QStringList{update} + priceMark(step, rule);
+    return std::all_of(statements.begin(), statements.end(), [&](const QString &statement) {
+        return QueryExec(nullptr, statement, connectionName);
+    });
+}
+
+TransactionResult writePricesAlone(QWidget *parent, const QString &update, const PriceStep &step,
+                                   MarkRule rule, const QString &connectionName)
+{
+    bool inDoubt = false; // what is written twice is the same
+    return runInTransaction(parent, connectionName,
+                            [&] {
+                                return writePrices(update, step, rule, connectionName)
+                                           ? TransactionStep::Commit
+                                           : TransactionStep::Fail;
+                            },
+                            {.inDoubt = &inDoubt});
 }
 
 QuietStatements::QuietStatements(const QString &connectionName)
@@ -52,16 +74,18 @@ bool QuietStatements::run(const QString &sqlText)
     return QueryExec(nullptr, sqlText, m_connectionName) || fail(lastFailure(m_connectionName));
 }
 
-bool QuietStatements::markPriceChange(qulonglong wareid)
+bool QuietStatements::writePrices(const QString &update, const PriceStep &step, MarkRule rule)
 {
-    return ::markPriceChange(nullptr, wareid, m_connectionName) ||
-           fail(lastFailure(m_connectionName));
+    const TransactionResult written =
+        writePricesAlone(nullptr, update, step, rule, m_connectionName);
+    return written.isDone() || fail(written.failure);
 }
 
 bool QuietStatements::fail(const DatabaseFailure &failure)
 {
     if (m_failure.text.isEmpty())
         m_failure = failure;
+    m_general = failure.general;
     return false;
 }
 
@@ -77,5 +101,5 @@ bool QuietStatements::isReachable() const
 
 bool QuietStatements::canGoOn() const
 {
-    return !lastFailure(m_connectionName).general && isReachable();
+    return !m_general && isReachable();
 }

@@ -1,8 +1,12 @@
 #pragma once
 
 #include <QString>
+#include <QStringList>
+
+#include <optional>
 
 #include "db/connections.h"
+#include "db/transaction.h"
 
 class QWidget;
 
@@ -21,9 +25,35 @@ QString doubtfulPriceCondition();
 /// The number when it is one, 0 for infinities and NaN.
 double finiteOrZero(double value);
 
-/// Notes that goods of a product on the shelf need new price labels. False when a statement failed.
-bool markPriceChange(QWidget *parent, qulonglong wareid,
-                     const QString &connectionName = mainConnection);
+/// A new selling price of a product, as far as it decides about new price labels.
+struct PriceStep
+{
+    qulonglong wareid = 0;
+    std::optional<double> before = {}; ///< nothing: it counts as another one
+    double after = 0;
+    double stock = 0;
+};
+
+/// Which goods need new price labels when their selling price changes.
+enum class MarkRule {
+    OnShelf,  ///< those in stock
+    AnyStock, ///< all
+};
+
+/// The statements that note that a product needs new price labels; none where it does not. For who
+/// runs them by a policy of his own, as a posting does.
+QStringList priceMark(const PriceStep &step, MarkRule rule);
+
+/// Writes prices with the mark that they need inside an open transaction, so that it is both or
+/// neither: else a repetition would find the new price in place and never note the labels. In: an
+/// UPDATE of `warehouse`. False when a statement failed.
+bool writePrices(const QString &update, const PriceStep &step, MarkRule rule,
+                 const QString &connectionName = mainConnection);
+
+/// The same in a transaction of its own. With a parent the user may be asked about a lost
+/// connection; a failure is not told.
+TransactionResult writePricesAlone(QWidget *parent, const QString &update, const PriceStep &step,
+                                   MarkRule rule, const QString &connectionName = mainConnection);
 
 /// Statements of a long loop: they fail without a box, and the first failure is kept, so that the
 /// user is told once at the end.
@@ -35,8 +65,8 @@ public:
     /// Runs a statement; false when it failed.
     bool run(const QString &sqlText);
 
-    /// markPriceChange() in the same way.
-    bool markPriceChange(qulonglong wareid);
+    /// writePricesAlone() in the same way.
+    bool writePrices(const QString &update, const PriceStep &step, MarkRule rule);
 
     /// Keeps a failure for the user unless there is one already. Always false.
     bool fail(const DatabaseFailure &failure);
@@ -54,4 +84,5 @@ public:
 private:
     QString m_connectionName;
     DatabaseFailure m_failure;
+    bool m_general = false; ///< what failed last
 };

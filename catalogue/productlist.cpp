@@ -3,6 +3,7 @@
 #include "catalogue/barcode.h"
 #include "db/sqltext.h"
 
+#include <QCoreApplication>
 #include <QHash>
 #include <QSet>
 #include <QStringList>
@@ -10,6 +11,14 @@
 #include <functional>
 
 namespace {
+
+/// Groups that are looked up each for itself; a database knows a limit for UNION.
+constexpr qsizetype mostParts = 200;
+
+struct ProductList
+{
+    Q_DECLARE_TR_FUNCTIONS(ProductList)
+};
 
 /// Every word stands in the article or in the name; or the whole is a barcode of the product.
 QString textCondition(const QString &text)
@@ -30,9 +39,15 @@ QString textCondition(const QString &text)
     return QStringLiteral(" (") + condition + u')';
 }
 
-} // namespace
+QString productSelect()
+{
+    return selectList(productColumns()) +
+           QStringLiteral("  FROM warehouse LEFT JOIN units ON units.id=warehouse.unitid LEFT JOIN "
+                          "`groups` ON `groups`.`id`=`warehouse`.`groupid`");
+}
 
-QString productListQuery(const ProductFilter &filter)
+/// Each with a blank in front.
+QStringList productConditions(const ProductFilter &filter)
 {
     QStringList conditions;
     if (!filter.showDisabled)
@@ -42,21 +57,72 @@ QString productListQuery(const ProductFilter &filter)
         conditions += QStringLiteral(" (`warehouse`.`groupid`=") + group +
                       QStringLiteral(" OR `groups`.`parent`=") + group + u')';
     }
-    if (filter.brandId) {
+    if (filter.brandId)
         conditions += QStringLiteral(" `warehouse`.`brandid`='") + sql::id(*filter.brandId) + u'\'';
-    }
     if (!filter.text.isEmpty())
         conditions += textCondition(filter.text);
-    QString query = QStringLiteral(
-        "SELECT warehouse.id, warehouse.enabled, warehouse.article, warehouse.name, "
-        "warehouse.outcost, warehouse.quantity, units.name  FROM warehouse LEFT JOIN units ON "
-        "units.id=warehouse.unitid LEFT JOIN `groups` ON `groups`.`id`=`warehouse`.`groupid`");
+    return conditions;
+}
+
+} // namespace
+
+QList<TableColumn> productColumns()
+{
+    return {
+        {"id", "warehouse.id", ProductList::tr("Код"), ColumnKind::Id},
+        {"enabled", "warehouse.enabled", {}, ColumnKind::Id, ColumnWidth::Hidden},
+        {"article", "warehouse.article", ProductList::tr("Арт.")},
+        {"name", "warehouse.name", ProductList::tr("Наименование"), ColumnKind::Name,
+         ColumnWidth::Rest},
+        {"outcost", "warehouse.outcost", ProductList::tr("Цена"), ColumnKind::Money,
+         ColumnWidth::Whole},
+        {"quantity", "warehouse.quantity", ProductList::tr("Остаток"), ColumnKind::Quantity,
+         ColumnWidth::Whole},
+        {"unit", "units.name", ProductList::tr("Ед.")},
+    };
+}
+
+QString productListQuery(const ProductFilter &filter)
+{
+    QString query = productSelect();
+    const QStringList conditions = productConditions(filter);
     if (!conditions.isEmpty())
         query += QStringLiteral(" WHERE") + conditions.join(QStringLiteral(" AND"));
-    query += QStringLiteral(" ORDER BY `warehouse`.`name`");
-    if (filter.limit > 0)
-        query += QStringLiteral(" LIMIT ") + sql::integer(filter.limit);
-    return query + u';';
+    return query + QStringLiteral(" ORDER BY `warehouse`.`name`;");
+}
+
+std::optional<PagedSelect> productPages(QWidget *parent, const ProductFilter &filter)
+{
+    ProductFilter rest = filter;
+    rest.groupId.reset();
+    QStringList part = productConditions(rest);
+    PagedSelect list = {.select = productSelect(),
+                        .table = QStringLiteral("warehouse"),
+                        .order = QStringLiteral("name"),
+                        .conditions = productConditions(filter),
+                        .parts = {part.join(QStringLiteral(" AND"))},
+                        .searched = !filter.text.isEmpty() && !filter.groupId && !filter.brandId};
+    if (!filter.groupId)
+        return list;
+    QList<SqlRow> children;
+    if (!QueryRows(parent,
+                   "SELECT id FROM `groups` WHERE parent=" + sql::id(*filter.groupId) +
+                       " ORDER BY id;",
+                   children))
+        return std::nullopt;
+    QStringList groups = {sql::id(*filter.groupId)};
+    for (const SqlRow &child : std::as_const(children))
+        groups += sql::id(child.first().toULongLong());
+    groups.removeDuplicates();
+    if (groups.size() > mostParts)
+        groups = {groups.join(u',')};
+    list.parts.clear();
+    for (const QString &group : std::as_const(groups)) {
+        list.parts +=
+            (part + QStringList{QStringLiteral(" `warehouse`.`groupid` IN (") + group + u')'})
+                .join(QStringLiteral(" AND"));
+    }
+    return list;
 }
 
 QString groupsQuery()

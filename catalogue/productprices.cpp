@@ -1,7 +1,10 @@
 #include "catalogue/productprices.h"
 
+#include "app/logging.h"
 #include "app/messages.h"
 #include "catalogue/pricerules.h"
+#include "catalogue/productstore.h"
+#include "db/currencies.h"
 #include "db/query.h"
 #include "db/session.h"
 #include "db/sqltext.h"
@@ -10,112 +13,84 @@
 #include <QStringList>
 
 #include <cmath>
+#include <utility>
 
 namespace {
-
-/// Ids that go into one statement; its length is limited.
-constexpr int idsPerStatement = 1000;
 
 struct ProductPrices
 {
     Q_DECLARE_TR_FUNCTIONS(ProductPrices)
 };
 
-/// Reads columns of products, in the order of the database.
-bool readProducts(QWidget *parent, const QString &columns, const QList<qulonglong> &ids,
-                  QList<SqlRow> &products)
+/// Writes the change to one product.
+bool changePrice(QuietStatements &statements, const Product &product, const PriceChange &change)
 {
-    for (qsizetype first = 0; first < ids.size(); first += idsPerStatement) {
-        QStringList texts;
-        for (const qulonglong id : ids.mid(first, idsPerStatement))
-            texts += sql::id(id);
-        QList<SqlRow> rows;
-        if (!QueryRows(parent,
-                       "SELECT " + columns + " FROM warehouse WHERE id IN (" +
-                           texts.join(QLatin1String(",")) + ");",
-                       rows))
-            return false;
-        products += rows;
-    }
-    return true;
-}
-
-/// Writes the change to one product: id, incost, currency, outcost, quantity.
-bool changePrice(QuietStatements &statements, const SqlRow &product, const PriceChange &change)
-{
-    const qulonglong id = product.at(0).toULongLong();
-    const QString currency = product.at(2).toString();
     const Session &session = Session::instance();
     QStringList assignments;
     if (change.incost) {
-        const double incost = session.convertCurrencyFromMain(*change.incost, currency);
+        const double incost = session.convertCurrencyFromMain(*change.incost, product.currency);
         if (!std::isfinite(incost))
             return statements.fail(
-                {.text = ProductPrices::tr("Курс валюты %1 равен нулю.").arg(currency)});
+                {.text = ProductPrices::tr("Курс валюты %1 равен нулю.").arg(product.currency)});
         assignments += " incost=" + sql::exact(incost);
     }
     double outcost = change.outcost;
     if (change.ratio) {
-        const double incost = change.incost.value_or(
-            session.convertCurrencyToMain(product.at(1).toDouble(), currency));
+        const double incost =
+            change.incost.value_or(session.convertCurrencyToMain(product.incost, product.currency));
         outcost = sellingPrice(incost, *change.ratio);
         assignments +=
             " inoutratio=" + sql::exact(*change.ratio) + ", outcost=" + sql::exact(outcost);
     } else {
         assignments += " inoutratio=0, outcost=" + sql::exact(outcost);
     }
-    if (!statements.run("UPDATE warehouse SET" + assignments.join(u',') + " WHERE id='" +
-                        sql::id(id) + "';"))
-        return false;
-    if (pricesEqual(outcost, product.at(3).toDouble()) || !(product.at(4).toDouble() > 0))
-        return true;
-    return statements.markPriceChange(id);
+    return statements.writePrices("UPDATE warehouse SET" + assignments.join(u',') + " WHERE id='" +
+                                      sql::id(product.id) + "';",
+                                  {.wareid = product.id,
+                                   .before = product.outcost,
+                                   .after = outcost,
+                                   .stock = product.quantity},
+                                  MarkRule::OnShelf);
+}
+
+/// A product whose selling price is to be looked at.
+struct NewPrice
+{
+    qulonglong id = 0;
+    std::optional<double> outcost = {}; ///< nothing: it has the right one
+};
+
+/// The price that follows from the coefficient of a product.
+NewPrice recalculated(const Product &product)
+{
+    const double cost = Session::instance().convertCurrencyToMain(product.incost, product.currency);
+    const double price = roundSellingPrice(cost * product.inoutratio);
+    NewPrice result{.id = product.id};
+    if (!std::isfinite(price))
+        logMessage("The computed price of product " + sql::id(product.id) + " is not a number.");
+    else if (price != product.outcost)
+        result.outcost = price;
+    return result;
 }
 
 } // namespace
 
-bool readProductPrices(QWidget *parent, const QList<qulonglong> &ids, QList<ProductPrice> &prices)
+std::optional<Product> readProductPrice(QWidget *parent, qulonglong id)
 {
-    prices.clear();
-    QList<SqlRow> rows;
-    if (!readProducts(parent, QStringLiteral("id, name, inoutratio, outcost"), ids, rows))
-        return false;
-    for (const SqlRow &row : std::as_const(rows)) {
-        prices.append({.id = row.at(0).toULongLong(),
-                       .name = row.at(1).toString(),
-                       .inoutratio = finiteOrZero(row.at(2).toDouble()),
-                       .outcost = finiteOrZero(row.at(3).toDouble())});
-    }
-    return true;
-}
-
-std::optional<ProductPrice> readProductPrice(QWidget *parent, qulonglong id)
-{
-    QList<SqlRow> rows;
-    if (!QueryRows(parent,
-                   "SELECT name, incost, inoutratio, outcost, currency FROM warehouse WHERE id='" +
-                       sql::id(id) + "';",
-                   rows) ||
-        rows.isEmpty())
+    Product product;
+    if (loadProduct(parent, id, ProductColumns::Price, product) != LoadState::Loaded ||
+        !Session::instance().refreshRates(parent, mainConnection))
         return {};
-    const SqlRow &row = rows.first();
-    const QString currency = row.at(4).toString();
-    if (!Session::instance().refreshRates(parent, mainConnection))
-        return {};
-    return ProductPrice{.id = id,
-                        .name = row.at(0).toString(),
-                        .incost = finiteOrZero(Session::instance().convertCurrencyToMain(
-                            row.at(1).toDouble(), currency)),
-                        .inoutratio = finiteOrZero(row.at(2).toDouble()),
-                        .outcost = finiteOrZero(row.at(3).toDouble())};
+    product.incost =
+        finiteOrZero(Session::instance().convertCurrencyToMain(product.incost, product.currency));
+    return product;
 }
 
 bool changePrices(QWidget *parent, const QList<qulonglong> &ids, const PriceChange &change)
 {
-    QList<SqlRow> products;
+    QList<Product> products;
     if (!Session::instance().refreshRates(parent, mainConnection) ||
-        !readProducts(parent, QStringLiteral("id, incost, currency, outcost, quantity"), ids,
-                      products))
+        !loadProducts(parent, ids, ProductColumns::PriceChange, products))
         return false;
     QuietStatements statements(mainConnection);
     qsizetype failed = 0;
@@ -136,4 +111,44 @@ bool changePrices(QWidget *parent, const QList<qulonglong> &ids, const PriceChan
             u'\n' + statements.failure().text,
         statements.failure().details);
     return false;
+}
+
+PriceRecalculation
+recalculateSellingPrices(QWidget *parent, const QString &connectionName,
+                         const std::function<void(int done, int total)> &progress)
+{
+    const CommandScope command;
+    PriceRecalculation result;
+    // Read to the end first: the updates below would run under the open result.
+    QList<NewPrice> prices;
+    const auto compute = [&prices](const Product &product) {
+        prices += recalculated(product);
+    };
+    if (!Session::instance().refreshRates(parent, connectionName) ||
+        !readProducts(parent,
+                      "SELECT id, incost, currency, inoutratio, outcost FROM warehouse WHERE "
+                      "inoutratio>'0';",
+                      compute, connectionName))
+        return result;
+    result.read = true;
+    const int total = static_cast<int>(prices.size());
+    int done = 0;
+    for (const NewPrice &price : std::as_const(prices)) {
+        if (!price.outcost ||
+            QueryExec(parent,
+                      "UPDATE warehouse SET outcost='" + sql::number(*price.outcost) +
+                          "' WHERE id='" + sql::id(price.id) + "'",
+                      connectionName)) {
+            result.changed += price.outcost ? 1 : 0;
+        } else if (lastFailure(connectionName).general) {
+            result.left = total - done;
+            break;
+        } else {
+            ++result.failed;
+        }
+        ++done;
+        if (progress)
+            progress(done, total);
+    }
+    return result;
 }

@@ -3,35 +3,43 @@
 #include <QList>
 #include <QString>
 
+#include <functional>
 #include <optional>
 
-class QWidget;
+#include "catalogue/product.h"
 
-/// What a price dialog shows of a product; prices in the main currency.
-struct ProductPrice
-{
-    qulonglong id = 0;
-    QString name;
-    double incost = 0; ///< only from readProductPrice()
-    double inoutratio = 0;
-    double outcost = 0;
-};
+class QWidget;
 
 /// A change of the prices of some products; prices in the main currency.
 struct PriceChange
 {
-    std::optional<double> incost; ///< a new purchase price
-    std::optional<double> ratio;  ///< a fixed coefficient; without one the selling price is fixed
-    double outcost = 0;           ///< the fixed selling price
+    std::optional<double> incost = {}; ///< a new purchase price
+    std::optional<double> ratio =
+        {};             ///< a fixed coefficient; without one the selling price is fixed
+    double outcost = 0; ///< the fixed selling price
 };
 
-/// Reads the products of a price dialog. False on failure.
-bool readProductPrices(QWidget *parent, const QList<qulonglong> &ids, QList<ProductPrice> &prices);
-
-/// Reads one product; nothing when it is missing or the statement failed.
-std::optional<ProductPrice> readProductPrice(QWidget *parent, qulonglong id);
+/// Reads a product for the proposal of new prices, its purchase price in the main currency. Nothing
+/// when it is missing or the statement failed.
+std::optional<Product> readProductPrice(QWidget *parent, qulonglong id);
 
 /// Writes the change to all the products, one statement each; goods on the shelf whose selling
 /// price changes are noted for new labels. Products that fail are passed over and told once, over
 /// the parent. Returns whether all succeeded.
 bool changePrices(QWidget *parent, const QList<qulonglong> &ids, const PriceChange &change);
+
+/// How far the recalculation of all selling prices came.
+struct PriceRecalculation
+{
+    bool read = false; ///< the products and the rates
+    int changed = 0;
+    int failed = 0; ///< refused by the database one by one
+    int left = 0;   ///< not tried any more: locks, rights, disks and lost servers stop them all
+};
+
+/// Writes anew the selling prices of all products with a fixed coefficient on a connection; labels
+/// are not noted. progress(done, total) is called for every row. Failed rows are reported and
+/// passed over.
+PriceRecalculation
+recalculateSellingPrices(QWidget *parent, const QString &connectionName,
+                         const std::function<void(int done, int total)> &progress);

@@ -15,6 +15,12 @@ struct DatabaseFailure
     QString text;         ///< what happened and what to do
     QString details = {}; ///< the database's own words, where the text is not theirs
     bool general = false; ///< it is not about one row: the next ones would fare no better
+
+    /// The database's own words, as they stand in the log.
+    const QString &words() const
+    {
+        return details.isEmpty() ? text : details;
+    }
 };
 
 /// One command of the user, from the slot that starts it to its end. Within it a connection that
@@ -35,6 +41,9 @@ public:
 /// it. A failure is shown over the parent (may be null) as "Ошибка создания соединения: …" and
 /// returns false; the connection is gone then.
 bool createConnection(QWidget *parent, const ConnectionEntry &entry, const QString &connectionName);
+
+/// The file of an SQLite entry: a name without "/" lies in the configuration directory.
+QString databaseFilePath(const ConnectionEntry &entry);
 
 /// Whether the entry names an SQLite file that is not there; opening it would make an empty one.
 bool isDatabaseFileMissing(const ConnectionEntry &entry);

@@ -2,9 +2,7 @@
 
 #include <QString>
 
-#include "db/dialect.h"
-
-class QSqlError;
+#include <cstddef>
 
 /// Why a database refuses a statement, as far as the people in the shop can do something about it.
 /// Internal to db/.
@@ -22,8 +20,23 @@ enum class FailureCause {
     Unreachable, ///< no connection
 };
 
-/// The cause that the code of an error stands for. A lost connection is not looked for here.
-FailureCause causeOf(Dialect dialect, const QSqlError &error);
+/// A code of a database and what it means.
+struct NumberedCause
+{
+    int code;
+    FailureCause cause;
+};
+
+/// The cause of a code in a table; Other when it is not there.
+template<std::size_t size>
+FailureCause causeOfNumber(const NumberedCause (&causes)[size], int code)
+{
+    for (const NumberedCause &known : causes) {
+        if (known.code == code)
+            return known.cause;
+    }
+    return FailureCause::Other;
+}
 
 /// What to tell the user: what happened, that nothing is lost, what to do. Empty for other causes.
 QString sentenceOf(FailureCause cause);

@@ -1,64 +1,19 @@
 #include "db/introspection.h"
 
+#include "db/engine.h"
 #include "db/query.h"
 
-namespace {
-
-struct Statements
-{
-    const char *tables;
-    const char *columns;
-    const char *indexes;
-};
-
-Statements statementsOf(Dialect dialect)
-{
-    switch (dialect) {
-    case Dialect::Sqlite:
-        return {"SELECT name, '' FROM sqlite_master WHERE type='table' AND "
-                "substr(name,1,7)<>'sqlite_';",
-                "SELECT t.name, c.name FROM sqlite_master AS t JOIN pragma_table_info(t.name) AS c "
-                "WHERE t.type='table';",
-                "SELECT t.name, c.name FROM sqlite_master AS t JOIN pragma_index_list(t.name) AS i "
-                "JOIN pragma_index_info(i.name) AS c "
-                "WHERE t.type='table' AND i.partial=0 AND c.seqno=0;"};
-    case Dialect::MySql:
-        return {"SELECT table_name, '' FROM information_schema.tables "
-                "WHERE table_schema=DATABASE();",
-                "SELECT table_name, column_name FROM information_schema.columns "
-                "WHERE table_schema=DATABASE();",
-                "SELECT table_name, column_name FROM information_schema.statistics "
-                "WHERE table_schema=DATABASE() AND seq_in_index=1;"};
-    case Dialect::PostgreSql:
-        return {"SELECT c.relname, '' FROM pg_catalog.pg_class c "
-                "JOIN pg_catalog.pg_namespace n ON n.oid=c.relnamespace "
-                "WHERE c.relkind IN ('r','p') AND pg_catalog.pg_table_is_visible(c.oid) "
-                "AND n.nspname NOT IN ('pg_catalog','information_schema');",
-                "SELECT c.relname, a.attname FROM pg_catalog.pg_class c "
-                "JOIN pg_catalog.pg_attribute a ON a.attrelid=c.oid "
-                "WHERE c.relkind IN ('r','p') AND pg_catalog.pg_table_is_visible(c.oid) "
-                "AND a.attnum>0 AND NOT a.attisdropped;",
-                "SELECT c.relname, a.attname FROM pg_catalog.pg_index i "
-                "JOIN pg_catalog.pg_class c ON c.oid=i.indrelid "
-                "JOIN pg_catalog.pg_attribute a ON a.attrelid=c.oid AND a.attnum=i.indkey[0] "
-                "WHERE pg_catalog.pg_table_is_visible(c.oid) AND i.indisvalid "
-                "AND i.indpred IS NULL;"};
-    }
-    return {};
-}
-
-} // namespace
-
-DatabaseContents::DatabaseContents(Dialect dialect)
-    : m_dialect(dialect)
+DatabaseContents::DatabaseContents(const Engine &engine)
+    : m_tellsCaseApart(engine.tellsCaseApart())
 {
 }
 
 std::optional<DatabaseContents> DatabaseContents::read(QWidget *parent,
                                                        const QString &connectionName)
 {
-    DatabaseContents contents(dialectOf(connectionName));
-    const Statements statements = statementsOf(contents.m_dialect);
+    const Engine &engine = Engine::of(connectionName);
+    DatabaseContents contents(engine);
+    const Engine::Contents statements = engine.contents();
     if (!readNames(parent, connectionName, statements.tables, contents, contents.m_tables) ||
         !readNames(parent, connectionName, statements.columns, contents, contents.m_columns) ||
         !readNames(parent, connectionName, statements.indexes, contents, contents.m_indexes))
@@ -80,10 +35,8 @@ bool DatabaseContents::readNames(QWidget *parent, const QString &connectionName,
 
 QPair<QString, QString> DatabaseContents::folded(const QString &table, const QString &column) const
 {
-    // PostgreSQL tells "Groups" from "groups"; the others do not, or not on every machine.
-    if (m_dialect == Dialect::PostgreSql)
-        return {table, column};
-    return {table.toLower(), column.toLower()};
+    return m_tellsCaseApart ? qMakePair(table, column)
+                            : qMakePair(table.toLower(), column.toLower());
 }
 
 QStringList DatabaseContents::tables() const

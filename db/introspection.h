@@ -7,8 +7,7 @@
 
 #include <optional>
 
-#include "db/dialect.h"
-
+class Engine;
 class QWidget;
 
 /// What a database holds, as far as the schema asks. Internal to db/.
@@ -31,13 +30,13 @@ public:
 private:
     using Names = QSet<QPair<QString, QString>>;
 
-    explicit DatabaseContents(Dialect dialect);
+    explicit DatabaseContents(const Engine &engine);
     static bool readNames(QWidget *parent, const QString &connectionName, const QString &statement,
                           const DatabaseContents &contents, Names &names);
     QPair<QString, QString> folded(const QString &table, const QString &column) const;
 
-    Dialect m_dialect;
-    Names m_tables; ///< with an empty second name
+    bool m_tellsCaseApart; ///< "Groups" from "groups"
+    Names m_tables;        ///< with an empty second name
     Names m_columns;
     Names m_indexes;
 };

@@ -3,8 +3,7 @@
 #include "app/logging.h"
 #include "app/messages.h"
 #include "db/connectionstate.h"
-#include "db/dialect.h"
-#include "db/translator.h"
+#include "db/engine.h"
 
 #include <QCoreApplication>
 #include <QDebug>
@@ -68,6 +67,7 @@ public:
           m_bindings(bindings),
           m_connectionName(connectionName),
           m_state(connectionState(connectionName)),
+          m_engine(Engine::of(connectionName)),
           m_inTransaction(m_state.inTransaction),
           m_formerError(m_state.lastError),
           m_formerCause(m_state.cause)
@@ -122,13 +122,13 @@ private:
         for (;;) {
             if (!ensureConnectionOpen(m_parent, m_connectionName))
                 return false;
-            if (isServer() && mustNotRunTwice(m_sqlText) && !m_pinged) {
+            if (!m_engine.isFile() && mustNotRunTwice(m_sqlText) && !m_pinged) {
                 // A connection that died while idle is found out before the statement is sent,
                 // so that it can be reopened without a doubt whether the statement has run.
                 m_pinged = true;
                 QSqlQuery ping(database());
                 if (!ping.exec(QStringLiteral("SELECT 1")) &&
-                    isConnectionLost(database(), ping.lastError())) {
+                    m_engine.isConnectionLost(database(), ping.lastError())) {
                     ping = QSqlQuery();
                     closeConnection(m_connectionName);
                     continue;
@@ -138,23 +138,17 @@ private:
         }
     }
 
-    bool isServer() const
-    {
-        return dialectOf(m_connectionName) != Dialect::Sqlite;
-    }
-
     bool execute()
     {
         QSqlDatabase db = database();
         // A query used again on the same connection is as good as a fresh one, and cheaper.
         if (m_bindings || m_query.driver() != db.driver())
             m_query = QSqlQuery(db);
-        // The SQLite driver would keep a copy of every row read. The server drivers have the
+        // SQLite's driver would keep a copy of every row read. The server drivers have the
         // whole result at hand anyway; forward-only would block the connection there.
-        if (!isServer())
+        if (m_engine.isFile())
             m_query.setForwardOnly(true);
-        const QString statement = translateSql(observeStatement(m_sqlText, m_connectionName),
-                                               dialectOf(m_connectionName));
+        const QString statement = m_engine.translate(observeStatement(m_sqlText, m_connectionName));
         if (!m_bindings) {
             if (debugLogEnabled())
                 debugLog(QStringLiteral("QueryExec: ") + m_sqlText);
@@ -170,13 +164,13 @@ private:
 
     bool shallRepeat(const QSqlError &error)
     {
-        const FailureCause cause = failureCause(database(), error);
+        const FailureCause cause = m_engine.cause(database(), error);
         if (m_inTransaction) {
-            m_state.broken = endsTransaction(database(), error);
+            m_state.broken = m_engine.endsTransaction(database(), error);
             report(error, cause, false);
             return false;
         }
-        if (isConnectionLost(database(), error))
+        if (m_engine.isConnectionLost(database(), error))
             return shallReconnect(error);
         // Nobody waits twice for an answer that came too late, or anew for what was just told.
         if (!m_retried && cause != FailureCause::TimedOut && m_state.told.count(cause) == 0) {
@@ -190,8 +184,8 @@ private:
 
     bool shallReconnect(const QSqlError &error)
     {
-        const bool unknown = mustNotRunTwice(m_sqlText) && mayHaveRun(database(), error);
-        const qint64 limit = answerLimit(database());
+        const bool unknown = mustNotRunTwice(m_sqlText) && m_engine.mayHaveRun(error);
+        const qint64 limit = m_engine.answerLimit(database());
         const bool tooLate = limit > 0 && m_waited >= limit;
         if (!unknown && !tooLate && ++m_reconnects <= maxSilentReconnects) {
             dropConnection();
@@ -230,6 +224,7 @@ private:
     const SqlBindings *m_bindings;
     const QString &m_connectionName;
     ConnectionState &m_state;
+    const Engine &m_engine;
     bool m_inTransaction;
     QString m_formerError;
     FailureCause m_formerCause;
@@ -297,11 +292,12 @@ bool readToEnd(QWidget *parent, QSqlQuery &query, const QString &connectionName)
         return true;
     const QString statement = query.lastQuery();
     const QSqlDatabase database = QSqlDatabase::database(connectionName, false);
+    const Engine &engine = Engine::of(connectionName);
     ConnectionState &state = connectionState(connectionName);
     if (state.inTransaction)
-        state.broken = endsTransaction(database, error);
+        state.broken = engine.endsTransaction(database, error);
     query = QSqlQuery();
-    reportFailure(state.inTransaction ? nullptr : parent, error, failureCause(database, error),
+    reportFailure(state.inTransaction ? nullptr : parent, error, engine.cause(database, error),
                   statement, connectionName);
     return false;
 }
@@ -312,11 +308,6 @@ QVariant QueryValue(QWidget *parent, const QString &sqlText, const QString &conn
     if (!QueryExec(parent, sqlText, query, connectionName) || !query.next())
         return {};
     return query.value(0);
-}
-
-QString lastQueryError(const QString &connectionName)
-{
-    return connectionState(connectionName).lastError;
 }
 
 DatabaseFailure lastFailure(const QString &connectionName)
@@ -334,16 +325,10 @@ DatabaseFailure lastFailure(const QString &connectionName)
     return {.text = sentence, .details = state.lastError, .general = true};
 }
 
-void showLastFailure(QWidget *parent, const QString &otherwise, const QString &front,
-                     const QString &connectionName)
+void showDatabaseFailure(QWidget *parent, const DatabaseFailure &failure, const QString &otherwise,
+                         const QString &front)
 {
-    const DatabaseFailure failure = lastFailure(connectionName);
     const QString text = failure.text.isEmpty() ? otherwise : failure.text;
     showFailure(parent, front.isEmpty() ? text : front + QStringLiteral("\n\n") + text,
                 failure.details);
-}
-
-bool lastOutcomeUnknown(const QString &connectionName)
-{
-    return connectionState(connectionName).outcomeUnknown;
 }

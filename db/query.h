@@ -15,13 +15,13 @@ class QWidget;
 using SqlBindings = QList<QPair<QString, QVariant>>;
 using SqlRow = QList<QVariant>;
 
-/// Runs one literal SQL text. The text is written in the common form (backquoted names, REPLACE,
-/// INSERT OR IGNORE, LIKE) and turned into the dialect of the connection. A lost connection is
-/// reopened silently a few times, any other failure but an answer that came too late is retried
-/// once on a reopened connection; then the error is shown over the parent (with a parent) as
-/// lastFailure() has it, the message and the statement are logged, and false is returned. Inside a
-/// transaction nothing is retried and no box is shown: the failure is logged and the caller rolls
-/// back.
+/// Runs one literal SQL text. The text is written in the common form (names in backquotes, "REPLACE
+/// INTO t(id,…) VALUES(…)", "INSERT OR IGNORE INTO", LIKE without regard to letter case) and turned
+/// into the words of the database. A lost connection is reopened silently a few times, any other
+/// failure but an answer that came too late is retried once on a reopened connection; then the
+/// error is shown over the parent (with a parent) as lastFailure() has it, the message and the
+/// statement are logged, and false is returned. Inside a transaction nothing is retried and no box
+/// is shown: the failure is logged and the caller rolls back.
 bool QueryExec(QWidget *parent, const QString &sqlText, QSqlQuery &query,
                const QString &connectionName = mainConnection);
 
@@ -46,26 +46,18 @@ bool readToEnd(QWidget *parent, QSqlQuery &query, const QString &connectionName 
 QVariant QueryValue(QWidget *parent, const QString &sqlText,
                     const QString &connectionName = mainConnection);
 
-/// What went wrong last on the connection, in the words that stand in the log; empty after a
-/// success.
-QString lastQueryError(const QString &connectionName = mainConnection);
-
 /// What went wrong last on the connection, as it is told to the user: a sentence for locks, rights,
 /// disks and lost connections, with the database's words as details, otherwise those words alone.
 /// No text after a success.
 DatabaseFailure lastFailure(const QString &connectionName = mainConnection);
 
-/// Shows lastFailure() over the parent, or the text when there was none, with a text of the caller
-/// in front when one is given.
-void showLastFailure(QWidget *parent, const QString &otherwise, const QString &front = {},
-                     const QString &connectionName = mainConnection);
+/// Shows a failure over the parent, or the text when the failure has none, with a text of the
+/// caller in front when one is given.
+void showDatabaseFailure(QWidget *parent, const DatabaseFailure &failure, const QString &otherwise,
+                         const QString &front = {});
 
 /// Sees every statement just before it goes to its connection, also "BEGIN", "COMMIT" and
 /// "ROLLBACK" of the transaction helpers, and may exchange it. For diagnosis and for making faults
 /// in tests; an empty function takes it off.
 using StatementObserver = std::function<void(QString &sqlText, const QString &connectionName)>;
 void setStatementObserver(StatementObserver observer);
-
-/// Whether the last failure on the connection was its loss while a statement was under way, so
-/// that nobody knows whether the statement took effect.
-bool lastOutcomeUnknown(const QString &connectionName = mainConnection);

@@ -1,5 +1,6 @@
 #include "db/schema.h"
 
+#include "db/engine.h"
 #include "db/introspection.h"
 #include "db/query.h"
 #include "db/schemadefaults.h"
@@ -25,24 +26,23 @@ public:
     explicit UnhurriedWrites(const QString &connectionName)
         : m_connectionName(connectionName)
     {
-        run("PRAGMA synchronous=NORMAL;", "SET synchronous_commit=off;");
+        run(true);
     }
 
     ~UnhurriedWrites()
     {
-        run("PRAGMA synchronous=FULL;", "SET synchronous_commit TO DEFAULT;");
+        run(false);
     }
 
     UnhurriedWrites(const UnhurriedWrites &) = delete;
     UnhurriedWrites &operator=(const UnhurriedWrites &) = delete;
 
 private:
-    void run(const QString &onSqlite, const QString &onPostgreSql)
+    void run(bool on)
     {
-        const Dialect dialect = dialectOf(m_connectionName);
-        if (dialect != Dialect::MySql)
-            QueryExec(nullptr, dialect == Dialect::Sqlite ? onSqlite : onPostgreSql,
-                      m_connectionName);
+        const QString statement = Engine::of(m_connectionName).unhurried(on);
+        if (!statement.isEmpty())
+            QueryExec(nullptr, statement, m_connectionName);
     }
 
     QString m_connectionName;
@@ -67,7 +67,7 @@ public:
     SchemaRun(QWidget *parent, const QString &connectionName, const DatabaseContents &contents)
         : m_parent(parent),
           m_connectionName(connectionName),
-          m_dialect(dialectOf(connectionName)),
+          m_engine(Engine::of(connectionName)),
           m_contents(contents)
     {
     }
@@ -82,7 +82,7 @@ public:
         for (const TableDescription &table : tables) {
             if (m_contents.hasTable(table.name))
                 continue;
-            run(createTableStatement(table, m_dialect));
+            run(createTableStatement(table, m_engine));
             m_created.insert(table.name);
         }
     }
@@ -124,23 +124,22 @@ public:
     {
         for (const IndexDescription &index : schemaIndexes()) {
             if (!m_contents.hasIndexOn(index.table, index.column))
-                run(createIndexStatement(index, m_dialect));
+                run(createIndexStatement(index, m_engine));
         }
     }
 
-    /// Rows written with their ids leave PostgreSQL's sequences behind, here and in programs that
-    /// copy databases; the next row without one would meet a taken id. Sequences never go back.
+    /// Rows written with their ids leave sequences behind, here and in programs that copy
+    /// databases; the next row without one would meet a taken id.
     void moveSequences()
     {
-        if (m_dialect != Dialect::PostgreSql)
-            return;
         QStringList checks;
         const QList<TableDescription> tables = allTables();
         for (const TableDescription &table : tables) {
             if (QLatin1String(table.key) == QLatin1String("id") &&
                 (m_created.contains(table.name) || m_contents.hasColumn(table.name, "id")))
-                checks += sequenceCheck(table.name);
+                checks += m_engine.sequenceCheck(table.name);
         }
+        checks.removeAll(QString());
         QList<SqlRow> lagging;
         if (m_gone || checks.isEmpty())
             return;
@@ -153,13 +152,8 @@ public:
                 lagging += rows;
             }
         }
-        for (const SqlRow &row : std::as_const(lagging)) {
-            const QString table = row.first().toString();
-            const QString sequence = sequenceOf(table);
-            run("SELECT setval(" + sequence + ", newest) FROM (SELECT MAX(id) AS newest FROM `" +
-                table + "`) AS ids WHERE newest>COALESCE(pg_sequence_last_value(" + sequence +
-                "::regclass),0);");
-        }
+        for (const SqlRow &row : std::as_const(lagging))
+            run(m_engine.sequenceMove(row.first().toString()));
     }
 
 private:
@@ -177,7 +171,7 @@ private:
             if (m_faults.count++ == 0 && !failure.details.isEmpty())
                 m_faults.sentence = failure.text;
             if (m_faults.words.size() < mostWords)
-                m_faults.words += failure.details.isEmpty() ? failure.text : failure.details;
+                m_faults.words += failure.words();
             m_gone = lost;
             return;
         }
@@ -186,7 +180,7 @@ private:
     void addColumn(const QString &table, const QString &declaration)
     {
         if (!m_contents.hasColumn(table, declaration.section(u' ', 0, 0)))
-            run(addColumnStatement(table, declaration, m_dialect));
+            run(addColumnStatement(table, declaration, m_engine));
     }
 
     bool isEmpty(const QString &table)
@@ -197,23 +191,9 @@ private:
                rows.isEmpty();
     }
 
-    static QString sequenceOf(const QString &table)
-    {
-        return "pg_get_serial_sequence('" + table + "','id')";
-    }
-
-    /// Gives the name of the table when its sequence lags and may be moved.
-    static QString sequenceCheck(const QString &table)
-    {
-        const QString sequence = sequenceOf(table);
-        return "SELECT '" + table + "' FROM `" + table + "` HAVING CASE WHEN " +
-               "has_sequence_privilege(" + sequence + ",'UPDATE') THEN MAX(id)>COALESCE(" +
-               "pg_sequence_last_value(" + sequence + "::regclass),0) ELSE false END";
-    }
-
     QWidget *m_parent;
     QString m_connectionName;
-    Dialect m_dialect;
+    const Engine &m_engine;
     const DatabaseContents &m_contents;
     QSet<QString> m_created; ///< or without rows
     SchemaFaults m_faults;
@@ -225,18 +205,7 @@ private:
 std::optional<bool> hasVersionTable(QWidget *parent, const QString &connectionName)
 {
     QList<SqlRow> rows;
-    QString probe;
-    switch (dialectOf(connectionName)) {
-    case Dialect::Sqlite:
-        probe = "PRAGMA table_info(dbversion);";
-        break;
-    case Dialect::MySql:
-        probe = "SHOW TABLES LIKE 'dbversion'";
-        break;
-    case Dialect::PostgreSql:
-        probe = "SELECT to_regclass('dbversion');";
-        break;
-    }
+    const QString probe = Engine::of(connectionName).tableProbe(QStringLiteral("dbversion"));
     if (!QueryRows(parent, probe, rows, connectionName))
         return std::nullopt;
     return !rows.isEmpty() && !rows.first().first().isNull();
@@ -354,13 +323,10 @@ bool adoptSchema(QWidget *parent, const QString &connectionName, SchemaFaults *f
 
 QStringList nonTransactionalTables(QWidget *parent, const QString &connectionName)
 {
-    if (dialectOf(connectionName) != Dialect::MySql)
-        return {};
+    const QString select = Engine::of(connectionName).nonTransactionalTables();
     QList<SqlRow> rows;
-    QueryRows(parent,
-              "SELECT table_name FROM information_schema.tables WHERE table_schema=DATABASE() AND "
-              "table_type='BASE TABLE' AND engine<>'InnoDB' ORDER BY table_name;",
-              rows, connectionName);
+    if (!select.isEmpty())
+        QueryRows(parent, select, rows, connectionName);
     QSet<QString> known;
     const QList<TableDescription> all = allTables();
     for (const TableDescription &table : all)
@@ -371,13 +337,4 @@ QStringList nonTransactionalTables(QWidget *parent, const QString &connectionNam
             tables += row.first().toString();
     }
     return tables;
-}
-
-QStringList schemaStatements(Dialect dialect)
-{
-    QStringList statements;
-    const QList<TableDescription> tables = allTables();
-    for (const TableDescription &table : tables)
-        statements += createTableStatement(table, dialect);
-    return statements;
 }

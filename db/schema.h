@@ -3,8 +3,6 @@
 #include <QString>
 #include <QStringList>
 
-#include "db/dialect.h"
-
 class QWidget;
 
 /// The version that this program writes to `dbversion`.
@@ -46,8 +44,5 @@ bool upgradeSchema(QWidget *parent, const QString &connectionName, SchemaFaults 
 /// off: also fills tables that should have rows and have none.
 bool adoptSchema(QWidget *parent, const QString &connectionName, SchemaFaults *faults = nullptr);
 
-/// Tables of a MySQL database that are not InnoDB and so cannot be rolled back; empty elsewhere.
+/// Tables of the suite that cannot be rolled back: those of MySQL that are not InnoDB.
 QStringList nonTransactionalTables(QWidget *parent, const QString &connectionName);
-
-/// The statements that create all tables in a dialect, for reading and tests.
-QStringList schemaStatements(Dialect dialect);

@@ -1,5 +1,7 @@
 #include "db/schematables.h"
 
+#include "db/engine.h"
+
 #include <QStringList>
 
 namespace {
@@ -214,34 +216,6 @@ constexpr IndexDescription indexes[] = {
 };
 // clang-format on
 
-QString keyText(Dialect dialect)
-{
-    switch (dialect) {
-    case Dialect::Sqlite:
-        return "INTEGER PRIMARY KEY AUTOINCREMENT";
-    case Dialect::MySql:
-        return "INTEGER PRIMARY KEY AUTO_INCREMENT";
-    case Dialect::PostgreSql:
-        return "SERIAL PRIMARY KEY";
-    }
-    return {};
-}
-
-/// A column with the nearest type that the database has.
-QString renderColumn(const QString &column, Dialect dialect)
-{
-    QString rendered = column;
-    if (dialect != Dialect::Sqlite && !column.trimmed().contains(u' '))
-        rendered += " TEXT"; // only SQLite knows columns without a type
-    if (dialect == Dialect::PostgreSql) {
-        if (rendered.endsWith(" DOUBLE"))
-            rendered += " PRECISION";
-        else if (rendered.endsWith(" LONGTEXT"))
-            rendered.replace(" LONGTEXT", " TEXT");
-    }
-    return rendered;
-}
-
 QString backquoted(const QString &name)
 {
     return u'`' + name + u'`';
@@ -274,25 +248,20 @@ QString indexName(const IndexDescription &index)
     return QLatin1String("idx_") + index.table + u'_' + index.column;
 }
 
-QString createTableStatement(const TableDescription &table, Dialect dialect)
+QString createTableStatement(const TableDescription &table, const Engine &engine)
 {
     QStringList columns;
     const QStringList declared = QString(table.columns).split(u',');
     for (const QString &column : declared)
-        columns += renderColumn(column, dialect);
+        columns += engine.column(column);
     const QString name = table.backquoted ? backquoted(table.name) : QString(table.name);
-    QString statement = "CREATE TABLE IF NOT EXISTS " + name + " (" + table.key + u' ' +
-                        keyText(dialect) + ", " + columns.join(u',') + u')';
-    // Only InnoDB can take back a half-posted receipt.
-    if (dialect == Dialect::MySql)
-        statement += " CHARACTER SET utf8 COLLATE utf8_general_ci ENGINE=InnoDB";
-    return statement + u';';
+    return "CREATE TABLE IF NOT EXISTS " + name + " (" + table.key + u' ' + engine.keyType() +
+           ", " + columns.join(u',') + u')' + engine.tableOptions() + u';';
 }
 
-QString addColumnStatement(const QString &table, const QString &declaration, Dialect dialect)
+QString addColumnStatement(const QString &table, const QString &declaration, const Engine &engine)
 {
-    return "ALTER TABLE " + backquoted(table) + " ADD COLUMN " +
-           renderColumn(declaration, dialect) + u';';
+    return "ALTER TABLE " + backquoted(table) + " ADD COLUMN " + engine.column(declaration) + u';';
 }
 
 QStringList declaredColumns(const TableDescription &table)
@@ -303,11 +272,10 @@ QStringList declaredColumns(const TableDescription &table)
     return columns;
 }
 
-QString createIndexStatement(const IndexDescription &index, Dialect dialect)
+QString createIndexStatement(const IndexDescription &index, const Engine &engine)
 {
-    QString column = backquoted(index.column);
-    if (dialect == Dialect::MySql && index.isText)
-        column += u'(' + QString::number(textPrefixLength) + u')';
+    const QString name = backquoted(index.column);
+    const QString column = index.isText ? engine.indexedText(name, textPrefixLength) : name;
     return "CREATE INDEX " + backquoted(indexName(index)) + " ON " + backquoted(index.table) +
            " (" + column + ");";
 }

@@ -6,7 +6,7 @@
 
 #include <span>
 
-#include "db/dialect.h"
+class Engine;
 
 /// The tables, columns and indexes of the suite's shared database as data. Internal to db/.
 
@@ -49,9 +49,9 @@ std::span<const IndexDescription> schemaIndexes();
 /// The name of an index, the same on all databases.
 QString indexName(const IndexDescription &index);
 
-QString createTableStatement(const TableDescription &table, Dialect dialect);
-QString addColumnStatement(const QString &table, const QString &declaration, Dialect dialect);
+QString createTableStatement(const TableDescription &table, const Engine &engine);
+QString addColumnStatement(const QString &table, const QString &declaration, const Engine &engine);
 
 /// The declared columns of a table behind its key, each with its type.
 QStringList declaredColumns(const TableDescription &table);
-QString createIndexStatement(const IndexDescription &index, Dialect dialect);
+QString createIndexStatement(const IndexDescription &index, const Engine &engine);

@@ -45,6 +45,19 @@ QString id(qulonglong value)
     return QString::number(value);
 }
 
+QStringList idLists(const QList<qulonglong> &ids)
+{
+    constexpr qsizetype idsPerStatement = 1000; // its length is limited
+    QStringList lists;
+    for (qsizetype first = 0; first < ids.size(); first += idsPerStatement) {
+        QStringList texts;
+        for (const qulonglong one : ids.mid(first, idsPerStatement))
+            texts += id(one);
+        lists += texts.join(u',');
+    }
+    return lists;
+}
+
 QString integer(qlonglong value)
 {
     return QString::number(value);

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <QList>
 #include <QString>
+#include <QStringList>
 
 /// How values get into statements; nothing else puts a value into SQL text.
 namespace sql {
@@ -18,6 +20,9 @@ QString exact(double value);
 
 /// A row id or another whole number.
 QString id(qulonglong value);
+
+/// Row ids parted by commas, as many in each text as one statement has room for.
+QStringList idLists(const QList<qulonglong> &ids);
 
 /// A signed whole number.
 QString integer(qlonglong value);

@@ -1,9 +1,10 @@
 #include "db/transaction.h"
 
 #include "db/connectionstate.h"
-#include "db/dialect.h"
+#include "db/engine.h"
 
 #include <QDebug>
+#include <QElapsedTimer>
 #include <QSqlDatabase>
 #include <QSqlDriver>
 #include <QSqlError>
@@ -21,38 +22,24 @@ bool runText(QSqlDatabase &database, const QString &sqlText, QSqlError &error)
     return done;
 }
 
-/// Runs one transaction word: on SQLite as a statement, on the servers by the driver's own
-/// function.
-bool runWord(QSqlDatabase &database, const QString &word, bool (QSqlDatabase::*function)(),
-             QSqlError &error)
+/// Runs a transaction word, or what the observer makes of it.
+bool runWord(QSqlDatabase &database, const char *word, QSqlError &error)
 {
-    const QString observed = observeStatement(word, database.connectionName());
-    if (observed != word)
-        return runText(database, observed, error);
-    if (dialectOf(database.connectionName()) == Dialect::Sqlite) {
-        // SQLite's own BEGIN would take the write lock too late.
-        return runText(database,
-                       word == QLatin1String("BEGIN") ? QStringLiteral("BEGIN IMMEDIATE") : word,
-                       error);
-    }
-    const bool done = (database.*function)();
-    error = database.lastError();
-    return done;
+    const QString name = QLatin1String(word);
+    const QString observed = observeStatement(name, database.connectionName());
+    return observed == name ? Engine::of(database.connectionName()).runWord(database, name, error)
+                            : runText(database, observed, error);
 }
 
-bool begin(QSqlDatabase &database, QSqlError &error)
-{
-    return runWord(database, QStringLiteral("BEGIN"), &QSqlDatabase::transaction, error);
-}
+/// In ms; less than the lock time-out of any of the databases. Who holds a lock for so long is not
+/// waited for again and again.
+constexpr int longestWait = 4000;
 
-bool commit(QSqlDatabase &database, QSqlError &error)
+bool readLocked(const Engine::Lock &lock, const QString &select, QList<SqlRow> &rows,
+                const QString &connectionName)
 {
-    return runWord(database, QStringLiteral("COMMIT"), &QSqlDatabase::commit, error);
-}
-
-bool rollback(QSqlDatabase &database, QSqlError &error)
-{
-    return runWord(database, QStringLiteral("ROLLBACK"), &QSqlDatabase::rollback, error);
+    return (lock.before.isEmpty() || QueryExec(nullptr, lock.before, connectionName)) &&
+           QueryRows(nullptr, select + lock.end + u';', rows, connectionName);
 }
 
 } // namespace
@@ -64,6 +51,7 @@ bool transactionBegin(const QString &connectionName)
         qDebug() << "Transaction initiate failed.";
         return false;
     }
+    const Engine &engine = Engine::of(connectionName);
     for (int attempt = 0; attempt < maxBeginTries; ++attempt) {
         if (!openConnection(connectionName))
             break;
@@ -73,7 +61,7 @@ bool transactionBegin(const QString &connectionName)
             return false;
         }
         QSqlError error;
-        if (begin(database, error)) {
+        if (runWord(database, "BEGIN", error)) {
             state.inTransaction = true;
             state.broken = false;
             state.outcomeUnknown = false;
@@ -83,8 +71,8 @@ bool transactionBegin(const QString &connectionName)
             return true;
         }
         state.lastError = error.text();
-        state.cause = failureCause(database, error);
-        if (!isConnectionLost(database, error))
+        state.cause = engine.cause(database, error);
+        if (!engine.isConnectionLost(database, error))
             break;
         closeConnection(connectionName); // nothing is under way yet: open it anew
     }
@@ -103,15 +91,16 @@ bool transactionCommit(const QString &connectionName)
         return false;
     }
     QSqlError error;
-    const bool done = commit(database, error);
+    const bool done = runWord(database, "COMMIT", error);
     if (done) {
         state.inTransaction = false;
         return true;
     }
     qDebug() << "Transaction commit failed.";
-    state.outcomeUnknown = isConnectionLost(database, error);
+    const Engine &engine = Engine::of(connectionName);
+    state.outcomeUnknown = engine.isConnectionLost(database, error);
     const QString text = error.text();
-    const FailureCause cause = failureCause(database, error);
+    const FailureCause cause = engine.cause(database, error);
     const bool unknown = state.outcomeUnknown;
     transactionRollback(connectionName); // a refused COMMIT may leave the transaction open
     state.lastError = text;
@@ -128,10 +117,10 @@ bool transactionRollback(const QString &connectionName)
     state.inTransaction = false;
     state.broken = false;
     QSqlError error;
-    if (database.isOpen() && rollback(database, error))
+    if (database.isOpen() && runWord(database, "ROLLBACK", error))
         return true;
-    if (wasBroken && dialectOf(connectionName) == Dialect::Sqlite)
-        return true; // SQLite has rolled back by itself, there was nothing left to end
+    if (wasBroken && Engine::of(connectionName).endsBrokenTransaction())
+        return true;
     qDebug() << "Transaction rollback failed.";
     // Whatever the connection still holds ends with it; the next statement opens it again.
     closeConnection(connectionName);
@@ -177,4 +166,58 @@ void TransactionGuard::rollback()
     if (m_active)
         transactionRollback(m_connectionName);
     m_active = false;
+}
+
+TransactionResult runInTransaction(QWidget *parent, const QString &connectionName,
+                                   const std::function<TransactionStep()> &body,
+                                   const TransactionOptions &options)
+{
+    bool ownDoubt = false;
+    bool &inDoubt = options.inDoubt ? *options.inDoubt : ownDoubt;
+    TransactionResult result;
+    for (int tries = 0; tries < options.tries; ++tries) {
+        result = {};
+        if (!ensureConnectionOpen(parent, connectionName)) {
+            result.failure = lastFailure(connectionName);
+            result.givenUp = parent != nullptr;
+            break;
+        }
+        QElapsedTimer waiting;
+        waiting.start();
+        TransactionGuard transaction(connectionName);
+        result.begun = transaction.isActive();
+        const TransactionStep step = result.begun ? body() : TransactionStep::Fail;
+        if (step == TransactionStep::Refuse) {
+            result.state = TransactionState::Refused;
+            return result;
+        }
+        if (step == TransactionStep::Commit ? transaction.commit()
+                                            : step == TransactionStep::Done) {
+            result.state = TransactionState::Done;
+            inDoubt = false;
+            return result;
+        }
+        result.failure = lastFailure(connectionName);
+        result.waitedLong = waiting.hasExpired(longestWait);
+        const bool lost =
+            step == TransactionStep::Commit && connectionState(connectionName).outcomeUnknown;
+        inDoubt = inDoubt || lost;
+        // What a lost COMMIT has done must be looked up however long it took.
+        if (lost ? !options.inDoubt : result.waitedLong)
+            break;
+    }
+    result.state = inDoubt ? TransactionState::Unknown : TransactionState::Failed;
+    return result;
+}
+
+bool readLockedRows(const QString &table, const QString &select, QList<SqlRow> &rows,
+                    const QString &connectionName)
+{
+    return readLocked(Engine::of(connectionName).rowLock(table), select, rows, connectionName);
+}
+
+bool readLockedTable(const QString &table, const QString &select, QList<SqlRow> &rows,
+                     const QString &connectionName)
+{
+    return readLocked(Engine::of(connectionName).tableLock(table), select, rows, connectionName);
 }

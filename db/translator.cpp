@@ -7,7 +7,7 @@ namespace {
 
 /// Copies the statement with names in double quotes and ILIKE; literals are copied as they are.
 /// A doubled quote inside a literal reads as two literals side by side, which copies the same.
-QString toPostgreSqlWords(const QString &sqlText)
+QString inPostgreSqlWords(const QString &sqlText)
 {
     QString out;
     out.reserve(sqlText.size() + 16);
@@ -68,33 +68,24 @@ QString conflictUpdate(const QString &statement)
 
 } // namespace
 
-QString translateSql(const QString &sqlText, Dialect dialect)
+qsizetype endOfInsertOrIgnore(const QString &sqlText)
 {
-    if (dialect == Dialect::Sqlite)
-        return sqlText;
-
     static const QRegularExpression insertOrIgnore(
         QStringLiteral("^\\s*INSERT\\s+OR\\s+IGNORE\\s+INTO\\b"),
         QRegularExpression::CaseInsensitiveOption);
+    return insertOrIgnore.match(sqlText).capturedEnd();
+}
+
+QString toPostgreSql(const QString &sqlText)
+{
     static const QRegularExpression replaceInto(QStringLiteral("^\\s*REPLACE\\s+INTO\\b"),
                                                 QRegularExpression::CaseInsensitiveOption);
-
-    const QRegularExpressionMatch ignore = insertOrIgnore.match(sqlText);
-    if (dialect == Dialect::MySql) {
-        return ignore.hasMatch()
-                   ? QStringLiteral("INSERT IGNORE INTO") + sqlText.mid(ignore.capturedEnd())
-                   : sqlText;
-    }
-
-    if (ignore.hasMatch()) {
-        return QStringLiteral("INSERT INTO ") +
-               toPostgreSqlWords(withoutEnd(sqlText.mid(ignore.capturedEnd()))) +
+    if (const qsizetype end = endOfInsertOrIgnore(sqlText); end >= 0)
+        return QStringLiteral("INSERT INTO ") + inPostgreSqlWords(withoutEnd(sqlText.mid(end))) +
                QStringLiteral(" ON CONFLICT DO NOTHING;");
-    }
-    const QRegularExpressionMatch replace = replaceInto.match(sqlText);
-    if (replace.hasMatch()) {
-        const QString rest = toPostgreSqlWords(withoutEnd(sqlText.mid(replace.capturedEnd())));
+    if (const qsizetype end = replaceInto.match(sqlText).capturedEnd(); end >= 0) {
+        const QString rest = inPostgreSqlWords(withoutEnd(sqlText.mid(end)));
         return QStringLiteral("INSERT INTO ") + rest + conflictUpdate(rest) + u';';
     }
-    return toPostgreSqlWords(sqlText);
+    return inPostgreSqlWords(sqlText);
 }

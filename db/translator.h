@@ -1,8 +1,10 @@
 #pragma once
 
-#include "db/dialect.h"
+#include <QString>
 
-/// Turns a statement of the common form into a dialect. String literals stay untouched.
-/// Common form: names in backquotes, "REPLACE INTO t(id,…) VALUES(…)", "INSERT OR IGNORE INTO",
-/// LIKE without regard to letter case.
-QString translateSql(const QString &sqlText, Dialect dialect);
+/// Where a statement "INSERT OR IGNORE INTO …" goes on behind these words; -1 for other ones.
+qsizetype endOfInsertOrIgnore(const QString &sqlText);
+
+/// A statement of the common form (see query.h) in PostgreSQL's words: names in double quotes, ON
+/// CONFLICT, ILIKE. String literals stay untouched.
+QString toPostgreSql(const QString &sqlText);

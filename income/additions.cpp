@@ -6,18 +6,17 @@
 #include "db/money.h"
 #include "db/sqltext.h"
 #include "db/transaction.h"
-#include "income/listlock.h"
 
 void Additions::add(const Addition &addition)
 {
     m_additions.append(addition);
-    m_unconfirmed = false;
+    m_inDoubt = false;
 }
 
 void Additions::clear()
 {
     m_additions.clear();
-    m_unconfirmed = false;
+    m_inDoubt = false;
 }
 
 bool Additions::isEmpty() const
@@ -30,25 +29,22 @@ Additions::Result Additions::takeBack(QWidget *parent)
     if (m_additions.isEmpty())
         return {.text = tr("Отменять нечего: после проведения или запуска ничего не добавлено")};
     const Addition addition = m_additions.last();
-    Undo undo = addition.after.isEmpty() ? Undo::Changed : Undo::Failed;
-    LineTries tries;
-    while (undo == Undo::Failed) {
-        if (!ensureConnectionOpen(parent, mainConnection))
-            break;
-        tries.begin();
-        undo = tryUndo(addition);
-        if (undo == Undo::Failed && !tries.again()) {
-            showLastFailure(parent, {}, tr("Последнее добавление не отменено, приход не изменён."));
-            break;
-        }
-    }
-    if (undo == Undo::Failed)
+    const TransactionResult undo =
+        addition.after.isEmpty()
+            ? TransactionResult{.state = TransactionState::Refused}
+            : runInTransaction(parent, mainConnection, [&] { return tryUndo(addition); },
+                               {.inDoubt = &m_inDoubt});
+    if (!undo.isDone() && undo.state != TransactionState::Refused) {
+        if (!undo.givenUp)
+            showDatabaseFailure(parent, undo.failure, {},
+                                tr("Последнее добавление не отменено, приход не изменён."));
         return {.wareid = addition.wareid,
                 .text = tr("Не отменено из-за ошибки базы данных: %1").arg(addition.name)};
+    }
     m_additions.removeLast();
-    m_unconfirmed = false;
-    Result result{.done = undo == Undo::Done, .wareid = addition.wareid};
-    if (undo == Undo::Changed) {
+    m_inDoubt = false;
+    Result result{.done = undo.isDone(), .wareid = addition.wareid};
+    if (!result.done) {
         result.text = tr("Не отменено, строку изменили на другом рабочем месте или удалили: %1")
                           .arg(addition.name);
         return result;
@@ -88,23 +84,18 @@ QList<ReceiptLine> Additions::linesOf(const QList<SqlRow> &rows)
 }
 
 /// No box is shown while the lines are locked.
-Additions::Undo Additions::tryUndo(const Addition &addition)
+TransactionStep Additions::tryUndo(const Addition &addition)
 {
-    TransactionGuard transaction;
     QList<SqlRow> rows;
-    if (!transaction.isActive() || !readLockedLines(linesQuery(addition.wareid), rows))
-        return Undo::Failed;
+    if (!readLockedRows(QStringLiteral("incomeinvoice"), linesQuery(addition.wareid), rows))
+        return TransactionStep::Fail;
     const QList<ReceiptLine> lines = linesOf(rows);
-    if (m_unconfirmed && lines == addition.before)
-        return Undo::Done;
+    if (m_inDoubt && lines == addition.before)
+        return TransactionStep::Done;
     if (lines != addition.after)
-        return Undo::Changed;
-    if (!restore(addition))
-        return Undo::Failed;
-    if (transaction.commit())
-        return Undo::Done;
-    m_unconfirmed = m_unconfirmed || lastOutcomeUnknown();
-    return Undo::Failed;
+        return TransactionStep::Refuse;
+    m_inDoubt = false;
+    return restore(addition) ? TransactionStep::Commit : TransactionStep::Fail;
 }
 
 bool Additions::restore(const Addition &addition)

@@ -7,7 +7,7 @@
 #include <optional>
 #include <utility>
 
-#include "db/query.h"
+#include "db/transaction.h"
 
 class QWidget;
 
@@ -70,13 +70,11 @@ public:
     static QList<ReceiptLine> linesOf(const QList<SqlRow> &rows);
 
 private:
-    enum class Undo { Done, Changed, Failed };
-
-    Undo tryUndo(const Addition &addition);
+    TransactionStep tryUndo(const Addition &addition);
     static bool restore(const Addition &addition);
     static bool restoreColumn(const Addition &addition, const QString &column,
                               const Addition::Change &change);
 
     QList<Addition> m_additions;
-    bool m_unconfirmed = false; ///< a COMMIT of the last one got no answer
+    bool m_inDoubt = false; ///< whether the last one is taken back
 };

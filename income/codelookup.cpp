@@ -1,9 +1,9 @@
 #include "income/codelookup.h"
 
 #include "app/messages.h"
+#include "catalogue/productstore.h"
 #include "db/query.h"
 #include "db/sqltext.h"
-#include "income/receiptline.h"
 
 #include <QCoreApplication>
 
@@ -102,8 +102,8 @@ CodeResult lookUpId(QWidget *parent, const QString &text)
     const qulonglong id = digits.toULongLong();
     if (id == 0)
         return {};
-    ReceiptProduct product;
-    switch (loadProduct(parent, id, product)) {
+    Product product;
+    switch (loadProduct(parent, id, ProductColumns::Receipt, product)) {
     case LoadState::Loaded:
         return {.kind = CodeKind::Product, .wareid = id};
     case LoadState::NotFound:

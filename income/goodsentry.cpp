@@ -383,7 +383,7 @@ void GoodsEntry::tell(const EntryNews &said)
     emit news(said);
 }
 
-EntryNews GoodsEntry::newsOf(const ReceiptProduct &product, double quantity, double outcost,
+EntryNews GoodsEntry::newsOf(const Product &product, double quantity, double outcost,
                              std::optional<double> proposed)
 {
     QString amount = tr("%1 %2").arg(formatQuantity(quantity), product.unit).trimmed();
@@ -402,7 +402,7 @@ EntryNews GoodsEntry::newsOf(const ReceiptProduct &product, double quantity, dou
         said.status += tr(", в приходе: %1").arg(amount);
     if (product.deleted)
         said.warning = tr("НЕТ В КАТАЛОГЕ");
-    else if (!product.enabled)
+    else if (!product.isEnabled())
         said.warning = tr("НЕАКТИВНО");
     return said;
 }

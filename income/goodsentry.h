@@ -106,7 +106,7 @@ private:
     QWidget *parentNow() const;
     void miss(const QString &code, const QString &reason, bool whole = true);
     void tell(const EntryNews &said);
-    static EntryNews newsOf(const ReceiptProduct &product, double quantity, double outcost,
+    static EntryNews newsOf(const Product &product, double quantity, double outcost,
                             std::optional<double> proposed = {});
 
     QWidget *m_window;

@@ -7,18 +7,17 @@
 #include "db/query.h"
 #include "db/sqltext.h"
 #include "db/transaction.h"
-#include "income/listlock.h"
 
 #include <QCoreApplication>
 #include <QHash>
 #include <QStringList>
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 
-constexpr qsizetype idsPerStatement = 1000; ///< the length of a statement is limited
-constexpr qsizetype mostNoted = 5;          ///< lines that a question has room for
+constexpr qsizetype mostNoted = 5; ///< lines that a question has room for
 
 class LineDeletion
 {
@@ -43,7 +42,7 @@ private:
         double quantity;
     };
 
-    bool tryAll();
+    TransactionStep tryAll();
     bool look();
     void tell(QWidget *parent) const;
     QString text(qsizetype most) const;
@@ -51,57 +50,49 @@ private:
     QList<ShownLine> m_lines;
     QHash<qulonglong, Current> m_current; ///< what the list holds of them now
     QList<qulonglong> m_deleted;
-    QStringList m_refused;           ///< what is told of the lines that were left alone
-    QStringList m_inDoubt;           ///< names of lines that are gone, perhaps by our own hand
-    QList<qulonglong> m_unconfirmed; ///< deleted by a transaction whose COMMIT got no answer
+    QStringList m_refused;  ///< what is told of the lines that were left alone
+    QStringList m_doubtful; ///< names of lines that are gone, perhaps by our own hand
+    bool m_inDoubt = false; ///< whether the last try has deleted m_deleted
 };
 
 QList<qulonglong> LineDeletion::run(QWidget *parent)
 {
-    bool done = false;
-    bool reached = true;
-    LineTries tries;
-    do {
-        reached = ensureConnectionOpen(parent, mainConnection);
-        tries.begin();
-        done = reached && tryAll();
-    } while (!done && reached && tries.again());
-    if (done) {
+    const TransactionResult result = runInTransaction(
+        parent, mainConnection, [this] { return tryAll(); }, {.inDoubt = &m_inDoubt});
+    if (result.isDone()) {
         tell(parent);
         return m_deleted;
     }
-    if (!m_unconfirmed.isEmpty()) {
+    const DatabaseFailure &failure = result.failure;
+    if (result.state == TransactionState::Unknown)
         showWarning(parent, tr("Связь с базой данных прервалась во время удаления. Неизвестно, "
                                "удалены ли позиции: проверьте приход."));
-    } else {
-        // Who does not want to reconnect knows what is wrong.
-        if (reached)
-            showLastFailure(parent, tr("Строки прихода не удалены."));
-        else
-            showWarning(parent, lastQueryError(), false);
-    }
+    else if (result.givenUp) // who does not want to reconnect knows what is wrong
+        showWarning(parent, failure.words(), false);
+    else
+        showDatabaseFailure(parent, failure, tr("Строки прихода не удалены."));
     return {};
 }
 
 /// Between the look and the deletion nobody may change or post a line. No box is shown while the
 /// locks are held.
-bool LineDeletion::tryAll()
+TransactionStep LineDeletion::tryAll()
 {
-    m_deleted.clear();
+    const QList<qulonglong> deleted = std::exchange(m_deleted, {});
     m_refused.clear();
-    m_inDoubt.clear();
-    TransactionGuard transaction;
-    if (!transaction.isActive() || !look())
-        return false;
+    m_doubtful.clear();
+    if (!look()) {
+        m_deleted = deleted;
+        return TransactionStep::Fail;
+    }
     // All or none: a line that is still there proves that the unanswered COMMIT did not take place.
-    if (std::any_of(m_unconfirmed.cbegin(), m_unconfirmed.cend(),
-                    [this](qulonglong id) { return m_current.contains(id); }))
-        m_unconfirmed.clear();
+    m_inDoubt = m_inDoubt && std::none_of(deleted.cbegin(), deleted.cend(),
+                                          [this](qulonglong id) { return m_current.contains(id); });
     for (const ShownLine &line : std::as_const(m_lines)) {
         const auto current = m_current.constFind(line.id);
         if (current == m_current.cend() || current->wareid != line.wareid) {
-            if (m_unconfirmed.contains(line.id))
-                m_inDoubt += nameOf(line);
+            if (m_inDoubt && deleted.contains(line.id))
+                m_doubtful += nameOf(line);
             else
                 m_refused += tr("%1: строку провели или удалили").arg(nameOf(line));
             continue;
@@ -114,28 +105,25 @@ bool LineDeletion::tryAll()
             continue;
         }
         if (!QueryExec(nullptr, "DELETE FROM incomeinvoice WHERE id='" + sql::id(line.id) + "';"))
-            return false;
+            return TransactionStep::Fail;
         m_deleted += line.id;
     }
-    if (m_deleted.isEmpty() || transaction.commit())
-        return true;
-    if (lastOutcomeUnknown())
-        m_unconfirmed = m_deleted;
-    return false;
+    return m_deleted.isEmpty() ? TransactionStep::Done : TransactionStep::Commit;
 }
 
 /// Reads and locks the lines.
 bool LineDeletion::look()
 {
     m_current.clear();
-    for (qsizetype first = 0; first < m_lines.size(); first += idsPerStatement) {
-        QStringList ids;
-        for (const ShownLine &line : m_lines.mid(first, idsPerStatement))
-            ids += sql::id(line.id);
+    QList<qulonglong> lineIds;
+    for (const ShownLine &line : std::as_const(m_lines))
+        lineIds += line.id;
+    for (const QString &ids : sql::idLists(lineIds)) {
         QList<SqlRow> rows;
-        if (!readLockedLines("SELECT id, wareid, quantity FROM incomeinvoice WHERE id IN (" +
-                                 ids.join(u',') + ") ORDER BY id",
-                             rows))
+        if (!readLockedRows(QStringLiteral("incomeinvoice"),
+                            "SELECT id, wareid, quantity FROM incomeinvoice WHERE id IN (" + ids +
+                                ") ORDER BY id",
+                            rows))
             return false;
         for (const SqlRow &row : std::as_const(rows))
             m_current.insert(row.at(0).toULongLong(),
@@ -147,7 +135,7 @@ bool LineDeletion::look()
 /// What other workstations did to the lines is looked for in the log afterwards.
 void LineDeletion::tell(QWidget *parent) const
 {
-    if (m_refused.isEmpty() && m_inDoubt.isEmpty())
+    if (m_refused.isEmpty() && m_doubtful.isEmpty())
         return;
     logMessage(text(m_lines.size()));
     showInformation(parent, text(mostListed));
@@ -164,10 +152,10 @@ QString LineDeletion::text(qsizetype most) const
         parts += shortened(m_refused, most);
         parts += tr("Проверьте приход и, если нужно, повторите удаление.");
     }
-    if (!m_inDoubt.isEmpty()) {
+    if (!m_doubtful.isEmpty()) {
         parts += tr("Связь с базой данных прервалась во время удаления. Этих позиций больше нет в "
                     "приходе, но неизвестно, удалены они или проведены на другом рабочем месте:");
-        parts += shortened(m_inDoubt, most);
+        parts += shortened(m_doubtful, most);
     }
     return parts.join(u'\n');
 }
@@ -188,6 +176,18 @@ QString deletionNote(const QList<ShownLine> &lines)
                   formatQuantity(line.quantity) + u' ' + line.unit)
                      .trimmed();
     return shortened(items, mostNoted).join(u'\n');
+}
+
+bool askToDelete(QWidget *parent, const QList<ShownLine> &lines)
+{
+    BoxRequest request;
+    request.text =
+        LineDeletion::tr("Вы действительно хотите удалить из прихода выделенные позиции?");
+    request.note = deletionNote(lines);
+    request.buttons = {LineDeletion::tr("Да"), LineDeletion::tr("Нет")};
+    request.defaultButton = 1;
+    request.escapeButton = 1;
+    return askQuestion(parent, request) == 0;
 }
 
 QList<qulonglong> deleteLines(QWidget *parent, QList<ShownLine> lines)

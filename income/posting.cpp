@@ -3,12 +3,11 @@
 #include "app/logging.h"
 #include "app/messages.h"
 #include "catalogue/pricerules.h"
-#include "db/dialect.h"
+#include "db/engine.h"
 #include "db/money.h"
 #include "db/session.h"
 #include "db/sqltext.h"
 #include "db/transaction.h"
-#include "income/listlock.h"
 #include "income/receiptsums.h"
 
 #include <QCoreApplication>
@@ -19,8 +18,6 @@
 
 namespace {
 
-constexpr double priceTolerance = 0.0001;
-
 QString tr(const char *text)
 {
     return QCoreApplication::translate("ReceiptPosting", text);
@@ -30,15 +27,17 @@ QString tr(const char *text)
 const QString lineColumns = QStringLiteral(
     "SELECT wareid, quantity, incost, inoutratio, outcost, userid, timestamp FROM incomeinvoice");
 
+void addPart(QString &message, const QString &part)
+{
+    message += (message.isEmpty() ? QString() : QStringLiteral("\n\n")) + part;
+}
+
 /// Adds to the message what the database's failure means, and keeps its own words as details.
 void addFailure(PostingResult &result, const DatabaseFailure &failure)
 {
-    if (failure.details.isEmpty()) {
-        result.details = failure.text;
-        return;
-    }
-    result.message += QStringLiteral("\n\n") + failure.text;
-    result.details = failure.details;
+    if (!failure.details.isEmpty())
+        addPart(result.message, failure.text);
+    result.details = failure.words();
 }
 
 } // namespace
@@ -117,74 +116,89 @@ bool ReceiptPosting::hasChanged()
 PostingResult ReceiptPosting::post(PaymentType paymentType, const PostingCallbacks &callbacks)
 {
     PostingResult result;
+    if (!check(result, callbacks) || !write(result, paymentType, callbacks))
+        return failed(result);
+    finish(result);
+    return result;
+}
+
+/// Reads what the posting needs and looks whether the list can be posted.
+bool ReceiptPosting::check(PostingResult &result, const PostingCallbacks &callbacks)
+{
     if (!readAlerts()) {
         databaseFailed(result);
         if (m_parent) // the user has been told
             result.message.clear();
-        return failed(result);
+        return false;
     }
     const std::optional<qulonglong> reportId =
         Session::instance().nextReportId(nullptr, m_connectionName);
-    if (!reportId) {
-        databaseFailed(result);
-        return failed(result);
-    }
+    if (!reportId)
+        return databaseFailed(result);
     result.reportId = *reportId;
     int count = 0;
     if (!checkQuantities(result) || !countLines(count, result))
-        return failed(result);
+        return false;
     if (count == 0) {
         result.outcome = PostingOutcome::EmptyList;
-        return failed(result);
+        return false;
     }
     if (callbacks.started)
         callbacks.started(count);
-    if (!readLines(result))
-        return failed(result);
-
     // Another station may have changed the rates, and without any prices would go unconverted.
-    if (!Session::instance().loadCurrencies(m_connectionName)) {
-        databaseFailed(result);
-        return failed(result);
-    }
+    return readLines(result) &&
+           (Session::instance().loadCurrencies(m_connectionName) || databaseFailed(result));
+}
+
+/// The transaction, which is not tried again: its lines may be many.
+bool ReceiptPosting::write(PostingResult &result, PaymentType paymentType,
+                           const PostingCallbacks &callbacks)
+{
     logMessage(QStringLiteral("Posting receipt %1 with %2 lines.")
                    .arg(result.reportId)
                    .arg(m_lines.size()));
-    TransactionGuard transaction(m_connectionName);
-    if (!transaction.isActive()) {
-        databaseFailed(result);
-        return failed(result);
+    const TransactionResult written =
+        runInTransaction(nullptr, m_connectionName,
+                         [&] {
+                             return lockAndCompare(result) && postLines(result, callbacks) &&
+                                            writeReport(result, paymentType) && emptyList(result)
+                                        ? TransactionStep::Commit
+                                        : TransactionStep::Refuse; // the result says why
+                         },
+                         {.tries = 1});
+    switch (written.state) {
+    case TransactionState::Done:
+        result.outcome = PostingOutcome::Posted;
+        return true;
+    case TransactionState::Refused:
+        return false;
+    case TransactionState::Failed:
+        return databaseFailed(result, written.failure);
+    case TransactionState::Unknown:
+        break;
     }
-    if (!lockAndCompare(result) || !postLines(result, callbacks) ||
-        !writeReport(result, paymentType) || !emptyList(result)) {
-        transaction.rollback();
-        return failed(result);
-    }
-    if (!transaction.commit()) {
-        if (lastOutcomeUnknown(m_connectionName))
-            settleLostCommit(result, paymentType);
-        else
-            databaseFailed(result);
-        if (result.outcome != PostingOutcome::Posted)
-            return failed(result);
-    }
-    result.outcome = PostingOutcome::Posted;
-    if (dialectOf(m_connectionName) == Dialect::PostgreSql) {
-        // The id was written by hand; the next one that the database gives must lie behind it.
-        run(QStringLiteral("SELECT setval(pg_get_serial_sequence('incomereports','id'),"
-                           "(SELECT MAX(id) FROM incomereports));"));
-    }
+    settleLostCommit(result, paymentType);
+    return result.outcome == PostingOutcome::Posted;
+}
+
+/// What a posted receipt leaves to do and to tell.
+void ReceiptPosting::finish(PostingResult &result)
+{
+    // The id was written by hand; the next one that the database gives must lie behind it.
+    const QString sequence =
+        Engine::of(m_connectionName).sequenceMove(QStringLiteral("incomereports"));
+    if (!sequence.isEmpty())
+        run(sequence);
     logMessage(QStringLiteral("Receipt %1 is posted.").arg(result.reportId));
     if (!m_unknownProducts.isEmpty()) {
-        result.message += (result.message.isEmpty() ? QString() : QStringLiteral("\n\n")) +
-                          tr("Накладная № %1 проведена, но этих товаров нет в каталоге, их остаток "
-                             "и цены не записаны. Номера наименований:")
-                              .arg(result.reportId) +
-                          u' ' + shortened(m_unknownProducts).join(QStringLiteral(", "));
+        addPart(result.message,
+                tr("Накладная № %1 проведена, но этих товаров нет в каталоге, их остаток и цены не "
+                   "записаны. Номера наименований:")
+                        .arg(result.reportId) +
+                    u' ' + shortened(m_unknownProducts).join(QStringLiteral(", ")));
         logMessage(result.message);
     }
     makeUpForMissed(result);
-    return result;
 }
 
 bool ReceiptPosting::readAlerts()
@@ -289,7 +303,7 @@ bool ReceiptPosting::areSame(const QList<Line> &a, const QList<Line> &b)
 bool ReceiptPosting::lockAndCompare(PostingResult &result)
 {
     QList<SqlRow> rows;
-    if (!readLockedList(lineColumns, rows, m_connectionName))
+    if (!readLockedTable(QStringLiteral("incomeinvoice"), lineColumns, rows, m_connectionName))
         return databaseFailed(result);
     return areSame(sortedLines(rows), sorted(m_lines)) || listChanged(result);
 }
@@ -342,23 +356,17 @@ bool ReceiptPosting::postLine(const Line &line, PostingResult &result)
              QStringLiteral("';")))
         return false;
 
-    if (std::abs(line.outcost - line.oldOutcost) >= priceTolerance && line.stock > 0)
-        markPriceChange(line);
+    runOptional(priceMark({.wareid = line.wareId,
+                           .before = line.oldOutcost,
+                           .after = line.outcost,
+                           .stock = line.stock},
+                          MarkRule::OnShelf));
     runOptional({QStringLiteral("UPDATE cart SET outcost='") + outcost +
                  QStringLiteral("' WHERE wareid='") + wareId + QStringLiteral("';")});
     if (line.quantity > 0 && line.stock + line.quantity > 0)
         noteDueAlerts(line, result);
     // A failure that has ended the transaction on the database's side ends the posting.
     return !transactionBroken(m_connectionName);
-}
-
-void ReceiptPosting::markPriceChange(const Line &line)
-{
-    const QString wareId = sql::id(line.wareId);
-    runOptional({QStringLiteral("DELETE FROM changeoutcostinfo WHERE wareid='") + wareId +
-                     QStringLiteral("';"),
-                 QStringLiteral("INSERT INTO changeoutcostinfo(wareid,ctime) VALUES('") + wareId +
-                     QStringLiteral("',") + sql::now() + QStringLiteral(");")});
 }
 
 void ReceiptPosting::noteDueAlerts(const Line &line, PostingResult &result)
@@ -403,23 +411,19 @@ void ReceiptPosting::settleLostCommit(PostingResult &result, PaymentType payment
     result.message = tr("Связь с базой данных прервалась в конце проведения. Неизвестно, проведена "
                         "ли накладная № %1. Не проводите список повторно, пока не проверите это.")
                          .arg(result.reportId);
-    if (!ensureConnectionOpen(m_parent, m_connectionName))
-        return;
     // Behind the lock on the list the lost session has either ended or has committed.
-    TransactionGuard transaction(m_connectionName);
     QList<SqlRow> rows;
-    if (!transaction.isActive() ||
-        !readLockedList(QStringLiteral("SELECT id FROM incomeinvoice"), rows, m_connectionName) ||
-        !QueryRows(nullptr,
-                   QStringLiteral("SELECT id FROM incomereports WHERE id='") +
-                       sql::id(result.reportId) + QStringLiteral("' AND payment_type='") +
-                       sql::integer(static_cast<int>(paymentType)) +
-                       QStringLiteral("' AND userid='") + sql::id(Session::instance().user().id) +
-                       QStringLiteral("' AND timestamp=") + sql::text(m_reportTimestamp) +
-                       QStringLiteral(";"),
-                   rows, m_connectionName))
+    const TransactionResult look = runInTransaction(m_parent, m_connectionName, [&] {
+        return readLockedTable(QStringLiteral("incomeinvoice"),
+                               QStringLiteral("SELECT id FROM incomeinvoice"), rows,
+                               m_connectionName) &&
+                       QueryRows(nullptr, reportQuery(result.reportId, paymentType), rows,
+                                 m_connectionName)
+                   ? TransactionStep::Done
+                   : TransactionStep::Fail;
+    });
+    if (!look.isDone())
         return;
-    transaction.rollback();
     if (!rows.isEmpty()) {
         result.outcome = PostingOutcome::Posted;
         result.message = tr("Связь с базой данных прервалась, но накладная № %1 проведена.")
@@ -429,6 +433,15 @@ void ReceiptPosting::settleLostCommit(PostingResult &result, PaymentType payment
     result.outcome = PostingOutcome::Failed;
     result.message = tr("Связь с базой данных прервалась. Накладная не проведена, ничего не "
                         "записано.");
+}
+
+/// Finds the report that this posting has written.
+QString ReceiptPosting::reportQuery(qulonglong reportId, PaymentType paymentType) const
+{
+    return QStringLiteral("SELECT id FROM incomereports WHERE id='") + sql::id(reportId) +
+           QStringLiteral("' AND payment_type='") + sql::integer(static_cast<int>(paymentType)) +
+           QStringLiteral("' AND userid='") + sql::id(Session::instance().user().id) +
+           QStringLiteral("' AND timestamp=") + sql::text(m_reportTimestamp) + u';';
 }
 
 bool ReceiptPosting::run(const QString &sqlText)
@@ -450,38 +463,45 @@ void ReceiptPosting::makeUpForMissed(PostingResult &result)
 {
     DatabaseFailure failure;
     for (const QStringList &statements : std::exchange(m_missed, {})) {
-        TransactionGuard transaction(m_connectionName);
-        const bool reached = transaction.isActive();
-        bool done = reached;
-        for (const QString &sqlText : statements)
-            done = done && run(sqlText);
-        if (done && transaction.commit())
+        const TransactionResult written = runInTransaction(
+            nullptr, m_connectionName,
+            [&] {
+                return std::all_of(statements.cbegin(), statements.cend(),
+                                   [this](const QString &sqlText) { return run(sqlText); })
+                           ? TransactionStep::Commit
+                           : TransactionStep::Fail;
+            },
+            {.tries = 1});
+        if (written.isDone())
             continue;
         if (failure.text.isEmpty())
-            failure = lastFailure(m_connectionName);
+            failure = written.failure;
         logMessage(QStringLiteral("Left out of receipt %1: ").arg(result.reportId) +
                    statements.join(u' '));
-        if (!reached)
+        if (!written.begun)
             break; // the rest would wait for the database as long, and in vain
     }
     if (failure.text.isEmpty())
         return;
-    if (!result.message.isEmpty())
-        result.message += QStringLiteral("\n\n");
-    result.message += tr("Накладная № %1 проведена, но записано не всё, что за ней следует: цены в "
-                         "открытых заказах или отметки о новых ценах. Проверьте ценники.")
-                          .arg(result.reportId);
+    addPart(result.message,
+            tr("Накладная № %1 проведена, но записано не всё, что за ней следует: цены в открытых "
+               "заказах или отметки о новых ценах. Проверьте ценники.")
+                .arg(result.reportId));
     addFailure(result, failure);
     logMessage(result.message);
 }
 
-/// Notes the failure of a statement, before a rollback makes it forgotten. Always false, like the
-/// refusals below.
+/// Notes the failure of the last statement. Always false, like the refusals below.
 bool ReceiptPosting::databaseFailed(PostingResult &result) const
+{
+    return databaseFailed(result, lastFailure(m_connectionName));
+}
+
+bool ReceiptPosting::databaseFailed(PostingResult &result, const DatabaseFailure &failure)
 {
     result.outcome = PostingOutcome::Failed;
     result.message = tr("Накладная не проведена, все изменения отменены.");
-    addFailure(result, lastFailure(m_connectionName));
+    addFailure(result, failure);
     return false;
 }
 

@@ -125,6 +125,9 @@ private:
     static bool areSame(const QList<Line> &a, const QList<Line> &b);
     static QList<Line> sorted(QList<Line> lines);
 
+    bool check(PostingResult &result, const PostingCallbacks &callbacks);
+    bool write(PostingResult &result, PaymentType paymentType, const PostingCallbacks &callbacks);
+    void finish(PostingResult &result);
     bool readAlerts();
     bool checkQuantities(PostingResult &result);
     bool countLines(int &count, PostingResult &result);
@@ -132,16 +135,17 @@ private:
     bool lockAndCompare(PostingResult &result);
     bool postLines(PostingResult &result, const PostingCallbacks &callbacks);
     bool postLine(const Line &line, PostingResult &result);
-    void markPriceChange(const Line &line);
     void noteDueAlerts(const Line &line, PostingResult &result);
     bool writeReport(PostingResult &result, PaymentType paymentType);
     bool emptyList(PostingResult &result);
+    QString reportQuery(qulonglong reportId, PaymentType paymentType) const;
     void settleLostCommit(PostingResult &result, PaymentType paymentType);
 
     bool run(const QString &sqlText);
     void runOptional(const QStringList &statements);
     void makeUpForMissed(PostingResult &result);
     bool databaseFailed(PostingResult &result) const;
+    static bool databaseFailed(PostingResult &result, const DatabaseFailure &failure);
     static bool listChanged(PostingResult &result);
     static bool zeroQuantity(PostingResult &result);
     static PostingResult failed(PostingResult result);

@@ -94,7 +94,7 @@ LoadState QuantityRestDialog::loadState() const
     return m_loadState;
 }
 
-const ReceiptProduct &QuantityRestDialog::product() const
+const Product &QuantityRestDialog::product() const
 {
     return m_entry->product();
 }
@@ -210,7 +210,7 @@ void QuantityRestDialog::on_ratioCheckBox_toggled(bool checked)
 
 void QuantityRestDialog::showProduct()
 {
-    const ReceiptProduct &product = m_entry->product();
+    const Product &product = m_entry->product();
     m_ui->nameLabel->setText(breakable(product.name));
     m_ui->nameLabel->setToolTip(plainToolTip(product.name));
     m_ui->idLabel->setText(QString::number(product.id));
@@ -218,7 +218,7 @@ void QuantityRestDialog::showProduct()
     QString notice;
     if (product.deleted)
         notice = tr("Товара нет в каталоге: остаток и цены при проведении записаны не будут.");
-    else if (!product.enabled)
+    else if (!product.isEnabled())
         notice = tr("Наименование неактивно.");
     m_ui->noticeLabel->setText(notice);
     m_ui->noticeLabel->setVisible(!notice.isEmpty());
@@ -228,7 +228,7 @@ void QuantityRestDialog::showProduct()
     m_ui->expireLineEdit->setEnabled(!product.deleted);
     m_ui->auditCheckBox->setEnabled(!product.deleted);
     m_ui->stockLabel->setText(
-        QStringLiteral("%1 %2").arg(formatQuantity(product.stock), product.unit));
+        QStringLiteral("%1 %2").arg(formatQuantity(product.quantity), product.unit));
     m_ui->unitLabel->setText(product.unit);
 
     // A stored text that is no date is shown as it is.

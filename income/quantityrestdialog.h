@@ -33,7 +33,7 @@ public:
     /// exec() returns as rejected at once.
     LoadState loadState() const;
 
-    const ReceiptProduct &product() const;
+    const Product &product() const;
     const ReceiptEntry &entry() const;
 
     /// What the line has before the entry; 0 without a line.

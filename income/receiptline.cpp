@@ -3,22 +3,18 @@
 #include "app/logging.h"
 #include "app/messages.h"
 #include "catalogue/pricerules.h"
-#include "db/dialect.h"
+#include "catalogue/productstore.h"
+#include "db/engine.h"
 #include "db/money.h"
 #include "db/query.h"
 #include "db/session.h"
 #include "db/sqltext.h"
-#include "db/transaction.h"
-#include "income/listlock.h"
 
 #include <algorithm>
 #include <cmath>
-#include <utility>
 
 namespace {
 
-/// Decimals of a product without a unit: anything weighed or measured fits.
-constexpr int decimalsWithoutUnit = 3;
 constexpr int mostDecimals = 6;
 constexpr double largestUnquestioned = 99999;
 
@@ -46,8 +42,7 @@ double tidy(double quantity)
 /// Whether two amounts are the same for the database, one of which may be as it was entered.
 bool same(double a, double b)
 {
-    // PostgreSQL keeps them in four bytes.
-    return a == b || (dialectOf(mainConnection) == Dialect::PostgreSql && float(a) == float(b));
+    return Engine::of(mainConnection).sameAmount(a, b);
 }
 
 ReceiptLine pricesOf(const ReceiptInput &input)
@@ -74,38 +69,6 @@ QString priceKey(qulonglong wareid, const ReceiptInput &input)
     return sql::id(wareid) + ' ' + sql::number(input.incost) + ' ' + sql::number(input.outcost);
 }
 
-LoadState loadProduct(QWidget *parent, qulonglong wareid, ReceiptProduct &product)
-{
-    QList<SqlRow> rows;
-    if (!QueryRows(parent,
-                   "SELECT warehouse.wuid, warehouse.article, warehouse.name, warehouse.currency, "
-                   "warehouse.inoutratio, warehouse.outcost, warehouse.quantity, "
-                   "warehouse.expiretime, units.name, units.decimals, warehouse.latime, "
-                   "warehouse.enabled FROM warehouse LEFT JOIN "
-                   "units ON units.id=warehouse.unitid WHERE warehouse.id=" +
-                       quotedId(wareid) + ";",
-                   rows))
-        return LoadState::Failed;
-    if (rows.isEmpty())
-        return LoadState::NotFound;
-    const SqlRow &row = rows.first();
-    product.id = wareid;
-    product.wuid = row.at(0).toString();
-    product.article = row.at(1).toString();
-    product.name = row.at(2).toString();
-    product.currency = row.at(3).toString();
-    product.inoutratio = number(row.at(4));
-    product.outcost = number(row.at(5));
-    product.stock = number(row.at(6));
-    product.expiretime = row.at(7).toString();
-    product.unit = row.at(8).toString();
-    product.decimals =
-        row.at(9).isNull() ? decimalsWithoutUnit : std::clamp(row.at(9).toInt(), 0, mostDecimals);
-    product.latime = row.at(10).toString();
-    product.enabled = row.at(11).toInt() > 0;
-    return LoadState::Loaded;
-}
-
 void ReceiptEntry::setQuiet(bool quiet)
 {
     m_quiet = quiet;
@@ -113,18 +76,18 @@ void ReceiptEntry::setQuiet(bool quiet)
 
 LoadState ReceiptEntry::load(QWidget *parent, const ReceiptRequest &request)
 {
-    const LoadState state = loadProduct(parent, request.wareid, m_product);
+    const LoadState state = loadProduct(parent, request.wareid, ProductColumns::Receipt, m_product);
     if (state == LoadState::NotFound && request.editLine) {
         m_product = {.id = request.wareid,
                      .name = tr("Наименование %1, удалено из каталога").arg(request.wareid),
-                     .decimals = decimalsWithoutUnit,
                      .deleted = true};
     } else if (state != LoadState::Loaded) {
         return state;
     }
-    QList<ReceiptLine> lines;
-    if (!readLines(parent, lines))
+    QList<SqlRow> rows;
+    if (!QueryRows(parent, Additions::linesQuery(m_product.id) + u';', rows))
         return LoadState::Failed;
+    const QList<ReceiptLine> lines = Additions::linesOf(rows);
 
     auto wanted = std::find_if(lines.cbegin(), lines.cend(), [&request](const ReceiptLine &line) {
         return line.id == request.lineId;
@@ -165,7 +128,7 @@ bool ReceiptEntry::readProductIncost(QWidget *parent)
     return true;
 }
 
-const ReceiptProduct &ReceiptEntry::product() const
+const Product &ReceiptEntry::product() const
 {
     return m_product;
 }
@@ -217,7 +180,7 @@ bool ReceiptEntry::isLineWritten() const
 
 bool ReceiptEntry::isInDoubt() const
 {
-    return m_pending.has_value();
+    return m_inDoubt;
 }
 
 const std::optional<Addition> &ReceiptEntry::addition() const
@@ -231,9 +194,7 @@ SaveState ReceiptEntry::save(QWidget *parent, const ReceiptInput &input)
     m_pricesEntered = m_pricesEntered || !samePrices(entered, m_proposed);
     // One time stamp for the whole entry: a line is found again by it.
     const QString stamp = currentTimestamp();
-    SaveState state = m_pending ? settlePending(parent) : SaveState::Saved;
-    if (state == SaveState::Saved)
-        state = writeLine(parent, input, stamp);
+    const SaveState state = writeLine(parent, input, stamp);
     if (state != SaveState::Saved)
         return state;
     m_lineWritten = true;
@@ -259,12 +220,13 @@ SaveState ReceiptEntry::save(QWidget *parent, const ReceiptInput &input)
 void ReceiptEntry::noteAddition(const ReceiptInput &input, const QString &stamp)
 {
     m_addition.reset();
-    QList<ReceiptLine> after;
-    if (!readLines(nullptr, after))
+    QList<SqlRow> rows;
+    if (!QueryRows(nullptr, Additions::linesQuery(m_product.id) + u';', rows))
         return;
+    const QList<ReceiptLine> after = Additions::linesOf(rows);
     const qulonglong user = Session::instance().user().id;
     Addition addition{.wareid = m_product.id, .name = m_product.name, .before = m_before};
-    for (const ReceiptLine &line : std::as_const(after)) {
+    for (const ReceiptLine &line : after) {
         const bool known =
             std::any_of(m_before.cbegin(), m_before.cend(),
                         [&line](const ReceiptLine &before) { return before.id == line.id; });
@@ -292,23 +254,11 @@ void ReceiptEntry::tell(QWidget *parent, const QString &text) const
         showInformation(parent, text);
 }
 
-/// Locked lines, inside a transaction, stay as they are until its end.
-bool ReceiptEntry::readLines(QWidget *parent, QList<ReceiptLine> &lines, bool lock) const
-{
-    lines.clear();
-    const QString select = Additions::linesQuery(m_product.id);
-    QList<SqlRow> rows;
-    if (!(lock ? readLockedLines(select, rows) : QueryRows(parent, select + u';', rows)))
-        return false;
-    lines = Additions::linesOf(rows);
-    return true;
-}
-
 /// A row that changes whenever units of the product are posted.
-bool ReceiptEntry::readPosted(QWidget *parent, SqlRow &posted) const
+bool ReceiptEntry::readPosted(SqlRow &posted) const
 {
     QList<SqlRow> rows;
-    if (!QueryRows(parent,
+    if (!QueryRows(nullptr,
                    "SELECT COUNT(id), MAX(id) FROM income WHERE wareid=" + quotedId(m_product.id) +
                        ";",
                    rows))
@@ -317,77 +267,30 @@ bool ReceiptEntry::readPosted(QWidget *parent, SqlRow &posted) const
     return true;
 }
 
-/// Finds the line of an earlier save that was cut off. Saved: it is known now what there is to
-/// write; Changed: nobody can know it.
-SaveState ReceiptEntry::settlePending(QWidget *parent)
-{
-    if (!ensureConnectionOpen(parent, mainConnection))
-        return SaveState::Failed;
-    if (!waitForListWriters())
-        return notWritten(parent, {.text = tr("Неизвестно, записана ли строка: её запись "
-                                              "прервалась. Проверьте приход или повторите позже."),
-                                   .details = lastQueryError()});
-    QList<SqlRow> own;
-    QList<ReceiptLine> lines;
-    SqlRow posted;
-    // In this order: a line that is posted between two looks is in the later one.
-    if (!QueryRows(parent,
-                   "SELECT id FROM incomeinvoice WHERE wareid=" + quotedId(m_product.id) +
-                       " AND userid=" + quotedId(Session::instance().user().id) +
-                       " AND timestamp=" + sql::text(m_pending->stamp) +
-                       " AND quantity=" + quoted(m_pending->quantity) + ";",
-                   own) ||
-        !readLines(parent, lines) || !readPosted(parent, posted))
-        return SaveState::Failed;
-    const PendingInsert pending = *std::exchange(m_pending, std::nullopt);
-    if (!own.isEmpty()) {
-        m_line = ReceiptLine{.id = own.first().at(0).toULongLong(), .quantity = pending.quantity};
-        m_pricesEntered = true; // those of the line are this entry's own
-        m_lineWritten = true;
-    } else if (!lines.isEmpty() || posted != pending.posted) {
-        // Other stations write their user, time and quantity into a line, or post it: where none
-        // was known before, this may be the one.
-        return lineInDoubt(parent, lines);
-    }
-    return SaveState::Saved;
-}
-
+/// The quantity is written as a whole, so the line must still be what the user saw.
 SaveState ReceiptEntry::writeLine(QWidget *parent, const ReceiptInput &input, const QString &stamp)
 {
-    return m_line ? writeExistingLine(parent, input, stamp) : writeNewLine(parent, input, stamp);
-}
-
-SaveState ReceiptEntry::writeNewLine(QWidget *parent, const ReceiptInput &input,
-                                     const QString &stamp)
-{
-    if (!m_lineWritten)
-        m_before.clear();
     const double quantity = tidy(input.quantity - m_goneQuantity);
-    PendingInsert pending{.stamp = stamp, .quantity = quantity};
-    if (!readPosted(parent, pending.posted))
-        return SaveState::Failed;
-    bool written = false;
-    LineTries tries;
-    do {
-        if (!ensureConnectionOpen(parent, mainConnection))
-            return SaveState::Failed;
-        tries.begin();
-        written = tryNewLine(input, stamp, quantity);
-    } while (!written && !lastOutcomeUnknown() && tries.again());
-    if (!written) {
-        const DatabaseFailure failure = lastFailure();
-        if (!lastOutcomeUnknown())
-            return notWritten(parent, failure);
-        m_pending = pending;
-        const SaveState state = settlePending(parent);
-        if (state != SaveState::Saved)
-            return state;
-        if (!m_line) {
-            m_pending = pending; // it may still be on its way to the server
-            return notWritten(parent, failure);
-        }
+    const bool isNew = !m_line;
+    QList<ReceiptLine> lines;
+    const TransactionResult result = runInTransaction(
+        parent, mainConnection, [&] { return tryLine(input, stamp, quantity, lines); },
+        {.inDoubt = &m_inDoubt});
+    if (result.state == TransactionState::Refused) {
+        if (m_inDoubt)
+            return lineInDoubt(parent, lines);
+        const double added = tidy(quantity - m_line->quantity);
+        if (lines.isEmpty())
+            return lineGone(parent, input, stamp, added);
+        const auto current = findLine(lines);
+        return lineChanged(parent, current == lines.cend() ? lines.first() : *current, added);
     }
-    if (m_goneQuantity != 0) {
+    if (!result.isDone())
+        return result.givenUp ? SaveState::Failed : notWritten(parent, result);
+    // Should the rest of the entry fail, the next save goes on from here.
+    m_line = m_written;
+    m_proposed = m_written;
+    if (isNew && m_goneQuantity != 0) {
         tell(parent, lineGoneText() + u' ' +
                          tr("Новой строкой записано добавленное количество: %1.")
                              .arg(formatQuantity(quantity)));
@@ -395,95 +298,103 @@ SaveState ReceiptEntry::writeNewLine(QWidget *parent, const ReceiptInput &input,
     return SaveState::Saved;
 }
 
-/// The line and the prices of the product's other lines in one transaction: only its COMMIT can be
-/// in doubt.
-bool ReceiptEntry::tryNewLine(const ReceiptInput &input, const QString &stamp, double quantity)
+/// Looks at the lines and writes one in a short transaction: between the two nobody may change,
+/// post or delete it. No box is shown while the lock is held.
+TransactionStep ReceiptEntry::tryLine(const ReceiptInput &input, const QString &stamp,
+                                      double quantity, QList<ReceiptLine> &lines)
 {
-    TransactionGuard transaction;
+    lines.clear();
+    if (m_line || m_inDoubt) {
+        const TransactionStep look = lookAtLines(lines);
+        if (look != TransactionStep::Commit)
+            return look;
+    }
+    m_pending = {.stamp = stamp, .quantity = quantity};
+    if (!m_line && !readPosted(m_pending.posted))
+        return TransactionStep::Fail;
+    if (!m_inDoubt && !m_lineWritten)
+        m_before = lines;
+    m_inDoubt = false;
+    return writeRow(input, stamp, quantity) ? TransactionStep::Commit : TransactionStep::Fail;
+}
+
+/// Finds the line again, also a new one whose COMMIT got no answer. Refuses when it is not as the
+/// user saw it, or when nobody can know what became of it.
+TransactionStep ReceiptEntry::lookAtLines(QList<ReceiptLine> &lines)
+{
+    const QString table = QStringLiteral("incomeinvoice");
+    const QString select = Additions::linesQuery(m_product.id);
+    QList<SqlRow> rows;
+    if (!(m_line ? readLockedRows(table, select, rows) : readLockedTable(table, select, rows)))
+        return TransactionStep::Fail;
+    lines = Additions::linesOf(rows);
+    if (m_line) {
+        const auto current = findLine(lines);
+        if (current == lines.cend() || !isAsSeen(*current))
+            return TransactionStep::Refuse;
+        m_line->quantity = current->quantity;
+        return TransactionStep::Commit;
+    }
+    const qulonglong user = Session::instance().user().id;
+    const auto own = std::find_if(lines.cbegin(), lines.cend(), [&](const ReceiptLine &line) {
+        return line.userid == user && line.timestamp == m_pending.stamp &&
+               same(line.quantity, m_pending.quantity);
+    });
+    if (own != lines.cend()) {
+        m_line = *own;
+        m_pricesEntered = true; // those of the line are this entry's own
+        m_lineWritten = true;
+        return TransactionStep::Commit;
+    }
+    SqlRow posted;
+    if (!readPosted(posted))
+        return TransactionStep::Fail;
+    // Other stations write their user, time and quantity into a line, or post it: where none was
+    // known before, this may be the one.
+    return lines.isEmpty() && posted == m_pending.posted ? TransactionStep::Commit
+                                                         : TransactionStep::Refuse;
+}
+
+QList<ReceiptLine>::const_iterator ReceiptEntry::findLine(const QList<ReceiptLine> &lines) const
+{
+    return std::find_if(lines.cbegin(), lines.cend(),
+                        [this](const ReceiptLine &line) { return line.id == m_line->id; });
+}
+
+/// Its prices may have changed only when the user has entered his own: what he sees, what the line
+/// keeps and what the reference database gets are the same prices.
+bool ReceiptEntry::isAsSeen(const ReceiptLine &current) const
+{
+    return (same(current.quantity, m_line->quantity) ||
+            (m_inDoubt && same(current.quantity, m_pending.quantity))) &&
+           (m_pricesEntered || samePrices(current, m_proposed));
+}
+
+/// Writes the line and, since all lines of a product carry one price, the prices of the others.
+bool ReceiptEntry::writeRow(const ReceiptInput &input, const QString &stamp, double quantity)
+{
+    const QString wareid = quotedId(m_product.id);
+    const QString user = quotedId(Session::instance().user().id);
+    const QString incost = quoted(input.incost);
+    const QString ratio = quoted(input.inoutratio);
+    const QString outcost = quoted(input.outcost);
     QSqlQuery query;
-    if (!transaction.isActive() ||
-        !QueryExec(nullptr,
-                   "INSERT INTO incomeinvoice(wareid,incost,inoutratio,outcost,quantity,userid,"
-                   "timestamp) VALUES(" +
-                       quotedId(m_product.id) + "," + quoted(input.incost) + "," +
-                       quoted(input.inoutratio) + "," + quoted(input.outcost) + "," +
-                       quoted(quantity) + "," + quotedId(Session::instance().user().id) + "," +
-                       sql::text(stamp) + ");",
+    if (!QueryExec(nullptr,
+                   m_line ? "UPDATE incomeinvoice SET quantity=" + quoted(quantity) +
+                                " WHERE id=" + quotedId(m_line->id) + ";"
+                          : "INSERT INTO incomeinvoice(wareid,incost,inoutratio,outcost,quantity,"
+                            "userid,timestamp) VALUES(" +
+                                wareid + "," + incost + "," + ratio + "," + outcost + "," +
+                                quoted(quantity) + "," + user + "," + sql::text(stamp) + ");",
                    query))
         return false;
-    ReceiptLine line = pricesOf(input);
-    line.id = query.lastInsertId().toULongLong();
-    line.quantity = quantity;
-    if (!writePrices(nullptr, line, stamp) || !transaction.commit())
-        return false;
-    // Should the rest of the entry fail, the next save goes on from here.
-    m_line = line;
-    m_proposed = line;
-    return true;
-}
-
-/// The quantity is written as a whole, so the line must still be what the user saw.
-SaveState ReceiptEntry::writeExistingLine(QWidget *parent, const ReceiptInput &input,
-                                          const QString &stamp)
-{
-    const double quantity = tidy(input.quantity - m_goneQuantity);
-    QList<ReceiptLine> lines;
-    LineWrite written = LineWrite::Failed;
-    LineTries tries;
-    do {
-        if (!ensureConnectionOpen(parent, mainConnection))
-            return SaveState::Failed;
-        tries.begin();
-        written = tryExistingLine(input, stamp, quantity, lines);
-    } while (written == LineWrite::Failed && tries.again());
-    if (written == LineWrite::Written)
-        return SaveState::Saved;
-    if (written == LineWrite::Failed)
-        return notWritten(parent, lastFailure());
-    if (m_unconfirmed)
-        return lineInDoubt(parent, lines);
-    const double added = tidy(quantity - m_line->quantity);
-    if (lines.isEmpty())
-        return lineGone(parent, input, stamp, added);
-    const auto current = std::find_if(lines.cbegin(), lines.cend(),
-                                      [this](const ReceiptLine &l) { return l.id == m_line->id; });
-    return lineChanged(parent, current == lines.cend() ? lines.first() : *current, added);
-}
-
-/// Looks at the line and writes it in one short transaction: between the two nobody may change,
-/// post or delete it. Its prices may have changed only when the user has entered his own: what he
-/// sees, what the line keeps and what the reference database gets are the same prices. No box is
-/// shown while the lock is held.
-ReceiptEntry::LineWrite ReceiptEntry::tryExistingLine(const ReceiptInput &input,
-                                                      const QString &stamp, double quantity,
-                                                      QList<ReceiptLine> &lines)
-{
-    TransactionGuard transaction;
-    if (!transaction.isActive() || !readLines(nullptr, lines, true))
-        return LineWrite::Failed;
-    const auto current = std::find_if(lines.cbegin(), lines.cend(),
-                                      [this](const ReceiptLine &l) { return l.id == m_line->id; });
-    if (current == lines.cend() ||
-        (!same(current->quantity, m_line->quantity) &&
-         !(m_unconfirmed && same(current->quantity, *m_unconfirmed))) ||
-        (!m_pricesEntered && !samePrices(*current, m_proposed)))
-        return LineWrite::NotAsSeen;
-    if (!m_unconfirmed && !m_lineWritten)
-        m_before = lines;
-    // Whether an earlier, unanswered COMMIT took place is known now.
-    m_line->quantity = current->quantity;
-    m_unconfirmed.reset();
-    if (!QueryExec(nullptr, "UPDATE incomeinvoice SET quantity=" + quoted(quantity) +
-                                " WHERE id=" + quotedId(m_line->id) + ";") ||
-        !writePrices(nullptr, pricesOf(input), stamp))
-        return LineWrite::Failed;
-    if (!transaction.commit()) {
-        if (lastOutcomeUnknown())
-            m_unconfirmed = quantity;
-        return LineWrite::Failed;
-    }
-    m_line->quantity = quantity;
-    return LineWrite::Written;
+    m_written = pricesOf(input);
+    m_written.id = m_line ? m_line->id : query.lastInsertId().toULongLong();
+    m_written.quantity = quantity;
+    return QueryExec(nullptr, "UPDATE incomeinvoice SET incost=" + incost +
+                                  ", inoutratio=" + ratio + ", outcost=" + outcost +
+                                  ", userid=" + user + ", timestamp=" + sql::text(stamp) +
+                                  " WHERE wareid=" + wareid + ";");
 }
 
 /// Proposes the user's units on top of what the other workstation has made of the line.
@@ -523,7 +434,7 @@ SaveState ReceiptEntry::lineGone(QWidget *parent, const ReceiptInput &input, con
     m_added = 0;
     if (added > 0 && !m_product.deleted) {
         m_goneQuantity += gone;
-        return writeNewLine(parent, input, stamp);
+        return writeLine(parent, input, stamp);
     }
     m_goneQuantity = 0;
     tell(parent,
@@ -535,7 +446,7 @@ SaveState ReceiptEntry::lineGone(QWidget *parent, const ReceiptInput &input, con
 /// whether the user's units were in them by then, so none are proposed.
 SaveState ReceiptEntry::lineInDoubt(QWidget *parent, const QList<ReceiptLine> &lines)
 {
-    m_unconfirmed.reset();
+    m_inDoubt = false;
     m_line = lines.isEmpty() ? std::nullopt : std::optional(lines.first());
     if (m_line && !m_pricesEntered)
         m_proposed = *m_line;
@@ -552,10 +463,16 @@ SaveState ReceiptEntry::lineInDoubt(QWidget *parent, const QList<ReceiptLine> &l
     return SaveState::InDoubt;
 }
 
-SaveState ReceiptEntry::notWritten(QWidget *parent, const DatabaseFailure &failure)
+SaveState ReceiptEntry::notWritten(QWidget *parent, const TransactionResult &result)
 {
-    showFailure(parent, failure.text.isEmpty() ? tr("Строка прихода не записана.") : failure.text,
-                failure.details);
+    const DatabaseFailure &failure = result.failure;
+    if (result.state == TransactionState::Unknown)
+        showFailure(parent,
+                    tr("Неизвестно, записана ли строка: её запись прервалась. Проверьте приход или "
+                       "повторите позже."),
+                    failure.words());
+    else
+        showDatabaseFailure(parent, failure, tr("Строка прихода не записана."));
     return SaveState::Failed;
 }
 
@@ -564,37 +481,27 @@ QString ReceiptEntry::lineGoneText()
     return tr("Строку этого товара провели или удалили на другом рабочем месте.");
 }
 
-/// All lines of a product carry one price.
-bool ReceiptEntry::writePrices(QWidget *parent, const ReceiptLine &prices,
-                               const QString &stamp) const
-{
-    return QueryExec(parent, "UPDATE incomeinvoice SET incost=" + quoted(prices.incost) +
-                                 ", inoutratio=" + quoted(prices.inoutratio) +
-                                 ", outcost=" + quoted(prices.outcost) +
-                                 ", userid=" + quotedId(Session::instance().user().id) +
-                                 ", timestamp=" + sql::text(stamp) +
-                                 " WHERE wareid=" + quotedId(m_product.id) + ";");
-}
-
-bool ReceiptEntry::passPriceToReference(QWidget *parent, double outcost)
+void ReceiptEntry::passPriceToReference(QWidget *parent, double outcost)
 {
     // Products that never had an identifier must not be taken for one another.
     if (m_product.wuid.isEmpty() || !isConnectionRegistered(friendConnection))
-        return false;
+        return;
     QList<SqlRow> rows;
     if (!QueryRows(parent,
                    "SELECT id, quantity FROM warehouse WHERE wuid=" + sql::text(m_product.wuid) +
                        ";",
                    rows, friendConnection) ||
         rows.isEmpty())
-        return false;
+        return;
     const qulonglong id = rows.first().at(0).toULongLong();
-    if (!QueryExec(parent,
-                   "UPDATE warehouse SET outcost=" + quoted(outcost) + " WHERE id=" + quotedId(id) +
-                       ";",
-                   friendConnection))
-        return false;
-    return !(number(rows.first().at(1)) > 0) || markPriceChange(parent, id, friendConnection);
+    const TransactionResult written = writePricesAlone(
+        parent,
+        "UPDATE warehouse SET outcost=" + quoted(outcost) + " WHERE id=" + quotedId(id) + ";",
+        {.wareid = id, .after = outcost, .stock = number(rows.first().at(1))}, MarkRule::OnShelf,
+        friendConnection);
+    if (!written.isDone() && !written.givenUp)
+        showDatabaseFailure(parent, written.failure,
+                            tr("Цена не передана в справочную базу данных."));
 }
 
 bool ReceiptEntry::writeAudit(QWidget *parent, const QString &stamp)

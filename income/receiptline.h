@@ -6,7 +6,10 @@
 
 #include <optional>
 
+#include "catalogue/product.h"
 #include "db/query.h"
+#include "db/rowstate.h"
+#include "db/transaction.h"
 #include "income/additions.h"
 
 class QWidget;
@@ -19,25 +22,6 @@ struct ReceiptRequest
     qulonglong lineId = 0;     ///< the receipt line meant; 0: the product's first line, if any
     bool editLine = false;     ///< opened on the line itself: nothing is added
     bool startInPrice = false; ///< begin in the purchase price instead of the quantity
-};
-
-/// What the entry shows of a product.
-struct ReceiptProduct
-{
-    qulonglong id = 0;
-    QString wuid = {};
-    QString article = {};
-    QString name = {};
-    QString unit = {};
-    int decimals = 0; ///< of a quantity in this unit
-    QString currency = {};
-    double inoutratio = 0;
-    double outcost = 0;
-    double stock = 0;
-    QString expiretime = {}; ///< as stored: "yyyy-MM-dd", empty for none
-    QString latime = {};     ///< when the stock was checked last, as stored
-    bool enabled = true;     ///< false: not sold any more
-    bool deleted = false;    ///< not in the catalogue any more; only its lines are there
 };
 
 /// What the user entered; prices in the main currency.
@@ -58,21 +42,12 @@ bool isQuestionableQuantity(double quantity);
 /// A text that is the same for the same prices of the same product.
 QString priceKey(qulonglong wareid, const ReceiptInput &input);
 
-enum class LoadState {
-    Loaded,
-    NotFound, ///< no such product, or the line to edit is gone
-    Failed,   ///< the database did not answer; already reported
-};
-
 enum class SaveState {
     Saved,
     Failed,  ///< reported; saving again is safe and never doubles the line
     Changed, ///< another workstation changed the line; told, nothing written, proposals are new
     InDoubt, ///< nobody knows whether an earlier save has written the line; told as for Changed
 };
-
-/// Reads a product by its id.
-LoadState loadProduct(QWidget *parent, qulonglong wareid, ReceiptProduct &product);
 
 /// The entry of one product into the working list: what to propose, and the writing of what the
 /// user made of it. Lives as long as its dialog, so that a repeated save knows what the former
@@ -89,7 +64,7 @@ public:
     /// Reads product, line and prices. A line whose product was deleted can be edited.
     LoadState load(QWidget *parent, const ReceiptRequest &request);
 
-    const ReceiptProduct &product() const;
+    const Product &product() const;
 
     /// The line that will be changed; none: a new one will be added.
     const std::optional<ReceiptLine> &line() const;
@@ -124,49 +99,42 @@ public:
     const std::optional<Addition> &addition() const;
 
 private:
-    /// A new line whose COMMIT got no answer.
-    struct PendingInsert
+    /// What a COMMIT was to write.
+    struct Pending
     {
         QString stamp;
         double quantity = 0;
         SqlRow posted = {}; ///< see readPosted(), from before it
     };
 
-    enum class LineWrite {
-        Written,
-        NotAsSeen, ///< nothing written: another workstation has changed, posted or deleted the line
-        Failed,
-    };
-
-    bool readLines(QWidget *parent, QList<ReceiptLine> &lines, bool lock = false) const;
+    QList<ReceiptLine>::const_iterator findLine(const QList<ReceiptLine> &lines) const;
     bool readProductIncost(QWidget *parent);
-    bool readPosted(QWidget *parent, SqlRow &posted) const;
-    SaveState settlePending(QWidget *parent);
+    bool readPosted(SqlRow &posted) const;
     SaveState writeLine(QWidget *parent, const ReceiptInput &input, const QString &stamp);
-    SaveState writeNewLine(QWidget *parent, const ReceiptInput &input, const QString &stamp);
-    SaveState writeExistingLine(QWidget *parent, const ReceiptInput &input, const QString &stamp);
-    LineWrite tryExistingLine(const ReceiptInput &input, const QString &stamp, double quantity,
-                              QList<ReceiptLine> &lines);
+    TransactionStep tryLine(const ReceiptInput &input, const QString &stamp, double quantity,
+                            QList<ReceiptLine> &lines);
+    TransactionStep lookAtLines(QList<ReceiptLine> &lines);
+    bool isAsSeen(const ReceiptLine &current) const;
+    bool writeRow(const ReceiptInput &input, const QString &stamp, double quantity);
     SaveState lineChanged(QWidget *parent, const ReceiptLine &current, double added);
     SaveState lineGone(QWidget *parent, const ReceiptInput &input, const QString &stamp,
                        double added);
     SaveState lineInDoubt(QWidget *parent, const QList<ReceiptLine> &lines);
-    bool tryNewLine(const ReceiptInput &input, const QString &stamp, double quantity);
-    static SaveState notWritten(QWidget *parent, const DatabaseFailure &failure);
+    static SaveState notWritten(QWidget *parent, const TransactionResult &result);
     static QString lineGoneText();
-    bool writePrices(QWidget *parent, const ReceiptLine &prices, const QString &stamp) const;
-    bool passPriceToReference(QWidget *parent, double outcost);
+    void passPriceToReference(QWidget *parent, double outcost);
     bool writeAudit(QWidget *parent, const QString &stamp);
     void noteAddition(const ReceiptInput &input, const QString &stamp);
     void tell(QWidget *parent, const QString &text) const;
 
-    ReceiptProduct m_product;
+    Product m_product;
     std::optional<ReceiptLine> m_line;
-    std::optional<PendingInsert> m_pending;
-    std::optional<double> m_unconfirmed; ///< a quantity of the line whose COMMIT got no answer
-    ReceiptLine m_proposed;              ///< the prices that the user found
-    bool m_pricesEntered = false;        ///< and has changed
-    QList<ReceiptLine> m_before;         ///< the product's lines just before they were written
+    Pending m_pending;
+    bool m_inDoubt = false;       ///< whether it was written
+    ReceiptLine m_written;        ///< by the transaction that is under way
+    ReceiptLine m_proposed;       ///< the prices that the user found
+    bool m_pricesEntered = false; ///< and has changed
+    QList<ReceiptLine> m_before;  ///< the product's lines just before they were written
     std::optional<Addition> m_addition;
     bool m_quiet = false;
     bool m_lineWritten = false;

@@ -1,6 +1,7 @@
 #include "income/receiptlist.h"
 
 #include "catalogue/pricerules.h"
+#include "db/engine.h"
 #include "db/query.h"
 #include "income/receiptsums.h"
 #include "widgets/colors.h"
@@ -12,33 +13,9 @@
 
 namespace {
 
-/// One column of the list in the order of the SELECT.
-struct ListColumn
+double sum(const SqlTableModel &model, const QString &key)
 {
-    const char *header;
-    ColumnKind kind;
-    bool extendedOnly;
-};
-
-constexpr ListColumn listColumns[] = {
-    {QT_TRANSLATE_NOOP("ReceiptListModel", "Код"), ColumnKind::Number, false},
-    {"", ColumnKind::Number, false}, // product id, not shown
-    {QT_TRANSLATE_NOOP("ReceiptListModel", "Артикул"), ColumnKind::Plain, false},
-    {QT_TRANSLATE_NOOP("ReceiptListModel", "Наименование"), ColumnKind::Name, false},
-    {QT_TRANSLATE_NOOP("ReceiptListModel", "Коэф."), ColumnKind::Ratio, true},
-    {QT_TRANSLATE_NOOP("ReceiptListModel", "Фикс.коэф"), ColumnKind::Factor, true},
-    {QT_TRANSLATE_NOOP("ReceiptListModel", "Прих.цена"), ColumnKind::Money, true},
-    {QT_TRANSLATE_NOOP("ReceiptListModel", "Расх.цена"), ColumnKind::Money, false},
-    {QT_TRANSLATE_NOOP("ReceiptListModel", "Кол-во"), ColumnKind::Quantity, false},
-    {QT_TRANSLATE_NOOP("ReceiptListModel", "Ед.изм"), ColumnKind::Plain, false},
-    {QT_TRANSLATE_NOOP("ReceiptListModel", "Прих.сумма"), ColumnKind::Money, true},
-    {QT_TRANSLATE_NOOP("ReceiptListModel", "Расх.сумма"), ColumnKind::Money, false},
-    {QT_TRANSLATE_NOOP("ReceiptListModel", "Дата добавления записи"), ColumnKind::Plain, false},
-};
-
-double sum(const SqlTableModel &model, const QString &columnName)
-{
-    const int column = model.columnOf(columnName);
+    const int column = model.columnOf(key);
     AmountSum total;
     for (int row = 0; row < model.rowCount(); ++row)
         total.add(model.value(row, column).toDouble());
@@ -60,29 +37,49 @@ std::optional<double> readPurchaseSum(const QString &connectionName)
 
 } // namespace
 
-QString receiptListQuery(bool extended, Dialect dialect)
+QList<TableColumn> receiptColumns(bool extended, const Engine &engine)
 {
-    // PostgreSQL refuses the whole SELECT for one line with a purchase price of 0, the others
-    // answer NULL for it.
-    const QString divisor = dialect == Dialect::PostgreSql
-                                ? QStringLiteral("NULLIF(incomeinvoice.incost,0)")
-                                : QStringLiteral("incomeinvoice.incost");
-    QString query = QStringLiteral(
-        "SELECT incomeinvoice.id, incomeinvoice.wareid, warehouse.article, warehouse.name");
+    using List = ReceiptListModel;
+    const QString divisor = engine.divisor(QStringLiteral("incomeinvoice.incost"));
+    QList<TableColumn> columns = {
+        {"id", "incomeinvoice.id", List::tr("Код"), ColumnKind::Id},
+        {"wareid", "incomeinvoice.wareid", {}, ColumnKind::Id, ColumnWidth::Hidden},
+        {"article", "warehouse.article", List::tr("Артикул")},
+        {"name", "warehouse.name", List::tr("Наименование"), ColumnKind::Name, ColumnWidth::Rest},
+    };
     if (extended) {
-        query += QStringLiteral(", incomeinvoice.outcost/") + divisor +
-                 QStringLiteral(" AS ratio, incomeinvoice.inoutratio, incomeinvoice.incost AS "
-                                "iincost");
+        columns += {
+            {"ratio", "incomeinvoice.outcost/" + divisor + " AS ratio", List::tr("Коэф."),
+             ColumnKind::Ratio},
+            {"inoutratio", "incomeinvoice.inoutratio", List::tr("Фикс.коэф"), ColumnKind::Factor},
+            {"iincost", "incomeinvoice.incost AS iincost", List::tr("Прих.цена"),
+             ColumnKind::Money},
+        };
     }
-    query += QStringLiteral(", incomeinvoice.outcost, incomeinvoice.quantity AS iquantity, "
-                            "units.name");
+    columns += {
+        {"outcost", "incomeinvoice.outcost", List::tr("Расх.цена"), ColumnKind::Money},
+        {"iquantity", "incomeinvoice.quantity AS iquantity", List::tr("Кол-во"),
+         ColumnKind::Quantity},
+        {"unit", "units.name", List::tr("Ед.изм")},
+    };
     if (extended)
-        query += QStringLiteral(", incomeinvoice.incost*incomeinvoice.quantity AS insumm");
-    return query +
+        columns += {"insumm", "incomeinvoice.incost*incomeinvoice.quantity AS insumm",
+                    List::tr("Прих.сумма"), ColumnKind::Money};
+    columns += {
+        {"summ", "incomeinvoice.outcost*incomeinvoice.quantity AS summ", List::tr("Расх.сумма"),
+         ColumnKind::Money},
+        {"timestamp", "incomeinvoice.timestamp", List::tr("Дата добавления записи"),
+         ColumnKind::Time, ColumnWidth::Lesser},
+    };
+    return columns;
+}
+
+QString receiptListQuery(bool extended, const Engine &engine)
+{
+    return selectList(receiptColumns(extended, engine)) +
            QStringLiteral(
-               ", incomeinvoice.outcost*incomeinvoice.quantity AS summ, incomeinvoice.timestamp "
-               "FROM incomeinvoice LEFT JOIN warehouse ON warehouse.id = incomeinvoice.wareid LEFT "
-               "JOIN units ON units.id = warehouse.unitid ORDER BY incomeinvoice.id;");
+               " FROM incomeinvoice LEFT JOIN warehouse ON warehouse.id = incomeinvoice.wareid "
+               "LEFT JOIN units ON units.id = warehouse.unitid ORDER BY incomeinvoice.id;");
 }
 
 QString receiptListSignatureQuery()
@@ -114,38 +111,30 @@ bool ReceiptListModel::refresh(QWidget *parent, bool extended, const QString &co
                                                         : tr("Расходная цена ниже приходной."));
         }
     }
-    if (!select(parent, receiptListQuery(extended, dialectOf(connectionName)), connectionName))
+    if (!select(parent, receiptListQuery(extended, Engine::of(connectionName)), connectionName))
         return false;
-    QStringList headers;
-    QList<ColumnKind> kinds;
-    for (const ListColumn &column : listColumns) {
-        if (extended || !column.extendedOnly) {
-            headers += *column.header ? tr(column.header) : QString();
-            kinds += column.kind;
-        }
-    }
-    setColumns(headers, kinds);
+    setColumns(receiptColumns(extended, Engine::of(connectionName)));
     m_purchaseSum = extended ? purchaseTotal() : readPurchaseSum(connectionName);
     return true;
 }
 
 qulonglong ReceiptListModel::lineId(int row) const
 {
-    return value(row, 0).toULongLong();
+    return idOf(row);
 }
 
 qulonglong ReceiptListModel::wareId(int row) const
 {
-    return value(row, 1).toULongLong();
+    return value(row, QStringLiteral("wareid")).toULongLong();
 }
 
 ShownLine ReceiptListModel::shownLine(int row) const
 {
     return {.id = lineId(row),
             .wareid = wareId(row),
-            .name = value(row, 3).toString(),
+            .name = value(row, QStringLiteral("name")).toString(),
             .quantity = finiteOrZero(value(row, QStringLiteral("iquantity")).toDouble()),
-            .unit = value(row, columnOf(QStringLiteral("iquantity")) + 1).toString()};
+            .unit = value(row, QStringLiteral("unit")).toString()};
 }
 
 QVariant ReceiptListModel::data(const QModelIndex &index, int role) const
@@ -156,7 +145,8 @@ QVariant ReceiptListModel::data(const QModelIndex &index, int role) const
     if (role == Qt::ToolTipRole) {
         const QString fault = m_faults.value(lineId(index.row()));
         if (!fault.isEmpty())
-            return plainToolTip(value(index.row(), 3).toString() + u'\n' + fault);
+            return plainToolTip(value(index.row(), QStringLiteral("name")).toString() + u'\n' +
+                                fault);
     }
     return SqlTableModel::data(index, role);
 }

@@ -6,13 +6,17 @@
 
 #include <optional>
 
-#include "db/dialect.h"
 #include "income/linedeletion.h"
 #include "widgets/sqltablemodel.h"
 
-/// The SELECT of the working list. Extended adds the ratio, the fixed coefficient and the purchase
+class Engine;
+
+/// The columns of the working list. Extended adds the ratio, the fixed coefficient and the purchase
 /// price and sum.
-QString receiptListQuery(bool extended, Dialect dialect);
+QList<TableColumn> receiptColumns(bool extended, const Engine &engine);
+
+/// The SELECT of the working list.
+QString receiptListQuery(bool extended, const Engine &engine);
 
 /// The working list `incomeinvoice` with its headers and totals. Lines that cannot be posted, or
 /// hardly were meant so, are tinted; a tool tip says why.

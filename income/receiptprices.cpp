@@ -6,7 +6,6 @@
 #include "db/session.h"
 #include "db/sqltext.h"
 #include "db/transaction.h"
-#include "income/listlock.h"
 
 #include <QCoreApplication>
 #include <QStringList>
@@ -35,22 +34,14 @@ public:
     PriceUpdate update(QWidget *parent, const std::function<void(int done, int total)> &progress);
 
 private:
-    enum class LineUpdate {
-        Done,
-        Gone,          ///< the line is not in the list any more
-        NotConverted,  ///< the product's currency has no rate; only the line was written
-        DatabaseError, ///< nothing was written
-    };
-
     bool updateLine(const QString &lineId, PriceUpdate &result);
-    LineUpdate tryLine(const QString &lineId);
-    LineUpdate writeProduct(const SqlRow &row, double outcost);
-    bool lookAtLine(const QString &lineId, QList<SqlRow> &rows);
-    bool run(const QString &sqlText);
+    TransactionStep tryLine(const QString &lineId);
+    bool writeProduct(const SqlRow &row, double outcost);
     void tell(QWidget *parent, const PriceUpdate &result) const;
 
     QString m_connectionName;
     QuietStatements m_statements;
+    bool m_notConverted = false;  ///< the product's currency has no rate; only the line was written
     int m_left = 0;               ///< lines that were not looked at any more
     bool m_waitedTooLong = false; ///< another station holds the list; the rest was left alone
 };
@@ -88,31 +79,32 @@ PriceUpdate ReceiptPrices::update(QWidget *parent,
 /// False when something could not be written.
 bool ReceiptPrices::updateLine(const QString &lineId, PriceUpdate &result)
 {
-    LineTries tries(m_connectionName);
-    LineUpdate outcome = LineUpdate::DatabaseError;
-    do {
-        tries.begin();
-        outcome = tryLine(lineId);
-    } while (outcome == LineUpdate::DatabaseError && tries.again() && m_statements.isReachable());
-    m_waitedTooLong = outcome == LineUpdate::DatabaseError && tries.waitedLong();
-    if (outcome == LineUpdate::DatabaseError)
-        m_statements.fail(lastFailure(m_connectionName));
-    const bool failed = outcome == LineUpdate::DatabaseError || outcome == LineUpdate::NotConverted;
+    bool inDoubt = false; // the line is read and computed anew by every try
+    const TransactionResult written = runInTransaction(
+        nullptr, m_connectionName, [&] { return tryLine(lineId); }, {.inDoubt = &inDoubt});
+    const bool gone = written.state == TransactionState::Refused;
+    const bool databaseError = !written.isDone() && !gone;
+    m_waitedTooLong = databaseError && written.waitedLong;
+    if (databaseError)
+        m_statements.fail(written.failure);
+    const bool failed = databaseError || (written.isDone() && m_notConverted);
     result.failed += failed ? 1 : 0;
-    result.gone += outcome == LineUpdate::Gone ? 1 : 0;
+    result.gone += gone ? 1 : 0;
     return !failed;
 }
 
 /// Computes from what the locked line holds now: since the list was read another workstation may
-/// have priced, posted or deleted it.
-ReceiptPrices::LineUpdate ReceiptPrices::tryLine(const QString &lineId)
+/// have priced, posted or deleted it. Refuses when it is gone.
+TransactionStep ReceiptPrices::tryLine(const QString &lineId)
 {
-    TransactionGuard transaction(m_connectionName);
+    m_notConverted = false;
     QList<SqlRow> rows;
-    if (!transaction.isActive() || !lookAtLine(lineId, rows))
-        return LineUpdate::DatabaseError;
+    if (!readLockedRows(QStringLiteral("incomeinvoice"),
+                        linesQuery + " WHERE incomeinvoice.id='" + lineId + "'", rows,
+                        m_connectionName))
+        return TransactionStep::Fail;
     if (rows.isEmpty())
-        return LineUpdate::Gone;
+        return TransactionStep::Refuse;
     const SqlRow &row = rows.first();
     const double ratio = row.at(3).toDouble();
     const double lineOutcost = row.at(4).toDouble();
@@ -120,48 +112,36 @@ ReceiptPrices::LineUpdate ReceiptPrices::tryLine(const QString &lineId)
     if (ratio > 0) {
         outcost = sellingPrice(row.at(2).toDouble(), ratio);
         if (!pricesEqual(outcost, lineOutcost) &&
-            !run("UPDATE incomeinvoice SET outcost='" + sql::exact(outcost) + "' WHERE id='" +
-                 lineId + "';"))
-            return LineUpdate::DatabaseError;
+            !QueryExec(nullptr,
+                       "UPDATE incomeinvoice SET outcost='" + sql::exact(outcost) + "' WHERE id='" +
+                           lineId + "';",
+                       m_connectionName))
+            return TransactionStep::Fail;
     }
-
-    const LineUpdate outcome =
-        row.at(1).isNull() ? LineUpdate::Done : writeProduct(row, outcost); // NULL: was deleted
-    if (outcome == LineUpdate::DatabaseError || !transaction.commit())
-        return LineUpdate::DatabaseError;
-    return outcome;
+    const bool isInCatalogue = !row.at(1).isNull();
+    return !isInCatalogue || writeProduct(row, outcost) ? TransactionStep::Commit
+                                                        : TransactionStep::Fail;
 }
 
-ReceiptPrices::LineUpdate ReceiptPrices::writeProduct(const SqlRow &row, double outcost)
+bool ReceiptPrices::writeProduct(const SqlRow &row, double outcost)
 {
     const double incost = row.at(2).toDouble();
     const QString currency = row.at(6).toString();
     const double converted = Session::instance().convertCurrencyFromMain(incost, currency);
     if (!std::isfinite(converted) || !std::isfinite(outcost)) {
         m_statements.fail({.text = tr("Курс валюты %1 равен нулю.").arg(currency)});
-        return LineUpdate::NotConverted;
+        m_notConverted = true;
+        return true;
     }
     const qulonglong wareid = row.at(1).toULongLong();
-    if (!run("UPDATE warehouse SET incost='" + sql::exact(converted) + "', inoutratio='" +
-             sql::exact(row.at(3).toDouble()) + "', outcost='" + sql::exact(outcost) +
-             "' WHERE id='" + sql::id(wareid) + "';"))
-        return LineUpdate::DatabaseError;
-    if (pricesEqual(outcost, row.at(7).toDouble()) || !(row.at(5).toDouble() > 0))
-        return LineUpdate::Done;
-    return markPriceChange(nullptr, wareid, m_connectionName) ? LineUpdate::Done
-                                                              : LineUpdate::DatabaseError;
-}
-
-/// Reads and locks the line; no row when it is gone.
-bool ReceiptPrices::lookAtLine(const QString &lineId, QList<SqlRow> &rows)
-{
-    return readLockedLines(linesQuery + " WHERE incomeinvoice.id='" + lineId + "'", rows,
-                           m_connectionName);
-}
-
-bool ReceiptPrices::run(const QString &sqlText)
-{
-    return QueryExec(nullptr, sqlText, m_connectionName);
+    return writePrices("UPDATE warehouse SET incost='" + sql::exact(converted) + "', inoutratio='" +
+                           sql::exact(row.at(3).toDouble()) + "', outcost='" + sql::exact(outcost) +
+                           "' WHERE id='" + sql::id(wareid) + "';",
+                       {.wareid = wareid,
+                        .before = row.at(7).toDouble(),
+                        .after = outcost,
+                        .stock = row.at(5).toDouble()},
+                       MarkRule::OnShelf, m_connectionName);
 }
 
 void ReceiptPrices::tell(QWidget *parent, const PriceUpdate &result) const

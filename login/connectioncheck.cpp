@@ -4,7 +4,7 @@
 #include "app/messages.h"
 #include "app/settings.h"
 #include "db/connections.h"
-#include "db/dialect.h"
+#include "db/engine.h"
 #include "login/connectionrules.h"
 
 #include <QCoreApplication>
@@ -26,9 +26,9 @@ bool checkConnection(QWidget *parent, const ConnectionEntry &entry)
         showWarning(parent, fault->text);
         return false;
     }
-    if (dialectOfDbType(entry.dbtype) == Dialect::Sqlite) {
+    if (Engine::ofType(entry.dbtype)->isFile()) {
         ensureConfigDir();
-        const QFileInfo file(sqliteFilePath(entry));
+        const QFileInfo file(databaseFilePath(entry));
         if (!file.exists()) {
             if (const QString fault = databaseFileFault(entry); !fault.isEmpty()) {
                 showWarning(parent, fault);

@@ -2,7 +2,7 @@
 
 #include "app/configdir.h"
 #include "app/messages.h"
-#include "db/dialect.h"
+#include "db/engine.h"
 #include "login/connectioncheck.h"
 #include "login/connectionrules.h"
 #include "ui_connectiondialog.h"
@@ -48,7 +48,7 @@ void ConnectionDialog::on_databasenameBrowsePushButton_clicked()
 {
     // An existing database is chosen as well as the place for a new one.
     const QString path =
-        QFileDialog::getSaveFileName(this, tr("Файл базы данных"), sqliteFilePath(entry()),
+        QFileDialog::getSaveFileName(this, tr("Файл базы данных"), databaseFilePath(entry()),
                                      tr("Базы данных (*.sqlite *.db);;Все файлы (*)"), nullptr,
                                      QFileDialog::DontConfirmOverwrite);
     if (path.isEmpty())
@@ -115,22 +115,21 @@ QList<ConnectionDialog::Field> ConnectionDialog::fields() const
 
 void ConnectionDialog::showFittingFields()
 {
-    const std::optional<Dialect> dialect =
-        dialectOfDbType(m_ui->dbtypeComboBox->currentData().toString());
-    const bool isFile = dialect == Dialect::Sqlite;
-    const bool isServer = dialect && !isFile;
+    const Engine *engine = Engine::ofType(m_ui->dbtypeComboBox->currentData().toString());
+    const bool isFile = engine && engine->isFile();
+    const bool isServer = engine && !isFile;
     QFormLayout *form = m_ui->formLayout;
     for (QWidget *widget :
          {m_ui->dbhostnameLineEdit, m_ui->dbusernameLineEdit, m_ui->dbpasswordLineEdit})
         form->setRowVisible(widget, isServer);
-    form->setRowVisible(m_ui->databasenameLayout, dialect.has_value());
+    form->setRowVisible(m_ui->databasenameLayout, engine != nullptr);
     m_ui->databasenameBrowsePushButton->setVisible(isFile);
     m_ui->databasenameLabel->setText(isFile ? tr("&Файл базы:") : tr("Имя &базы:"));
     m_ui->databasenameLineEdit->setPlaceholderText(isFile ? tr("lavkor.sqlite или полный путь")
                                                           : QString());
     for (QLayout *layout :
          {m_ui->dbcacertLayout, m_ui->dbclientkeyLayout, m_ui->dbclientcertLayout})
-        form->setRowVisible(layout, dialect == Dialect::MySql);
+        form->setRowVisible(layout, engine && engine->knowsTls());
     // Room that hidden rows have left goes away, the width stays as the user has drawn it.
     layout()->activate();
     resize(width(), sizeHint().height());

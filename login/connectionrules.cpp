@@ -1,7 +1,6 @@
 #include "login/connectionrules.h"
 
-#include "app/configdir.h"
-#include "db/dialect.h"
+#include "db/engine.h"
 
 #include <QCoreApplication>
 #include <QFileInfo>
@@ -52,10 +51,10 @@ std::optional<ConnectionFault> connectionNameFault(const ConnectionEntry &entry,
 
 std::optional<ConnectionFault> connectionFault(const ConnectionEntry &entry)
 {
-    const std::optional<Dialect> dialect = dialectOfDbType(entry.dbtype);
-    if (!dialect)
+    const Engine *engine = Engine::ofType(entry.dbtype);
+    if (!engine)
         return ConnectionFault{&ConnectionEntry::dbtype, tr("Выберите вид базы данных.")};
-    if (dialect == Dialect::Sqlite) {
+    if (engine->isFile()) {
         if (entry.databasename.isEmpty())
             return ConnectionFault{&ConnectionEntry::databasename, tr("Укажите файл базы данных.")};
         return std::nullopt;
@@ -84,22 +83,16 @@ ConnectionEntry tidyConnection(const ConnectionEntry &entry)
           &ConnectionEntry::databasename, &ConnectionEntry::dbcacert, &ConnectionEntry::dbclientkey,
           &ConnectionEntry::dbclientcert})
         tidy.*field = (tidy.*field).trimmed();
-    const std::optional<Dialect> dialect = dialectOfDbType(entry.dbtype);
-    if (dialect == Dialect::Sqlite) {
+    const Engine *engine = Engine::ofType(entry.dbtype);
+    if (engine && engine->isFile()) {
         tidy.dbhostname.clear();
         tidy.dbusername.clear();
         tidy.dbpassword.clear();
     }
-    if (dialect != Dialect::MySql) {
+    if (!engine || !engine->knowsTls()) {
         tidy.dbcacert.clear();
         tidy.dbclientkey.clear();
         tidy.dbclientcert.clear();
     }
     return tidy;
-}
-
-QString sqliteFilePath(const ConnectionEntry &entry)
-{
-    return entry.databasename.contains(u'/') ? entry.databasename
-                                             : configDirPath() + u'/' + entry.databasename;
 }

@@ -24,6 +24,3 @@ std::optional<ConnectionFault> connectionFault(const ConnectionEntry &entry);
 /// The entry without values that its kind of database does not use, and without blanks around
 /// names; the password stays as it is.
 ConnectionEntry tidyConnection(const ConnectionEntry &entry);
-
-/// The file of an SQLite entry: a name without "/" lies in the configuration directory.
-QString sqliteFilePath(const ConnectionEntry &entry);

@@ -2,21 +2,40 @@
 
 #include "db/money.h"
 #include "db/query.h"
+#include "db/transaction.h"
 #include "widgets/plaintext.h"
 
 #include <QSqlRecord>
 
+#include <algorithm>
+
+namespace {
+
+constexpr qsizetype pageRows = 200;
+constexpr qsizetype keysRows = 20'000; ///< read at once when only their ids are wanted
+constexpr int patienceMs = 60;         ///< before the window gets its turn
+constexpr int pauseMs = 3000;          ///< between two tries of a page that cannot be read
+
+} // namespace
+
 SqlTableModel::SqlTableModel(QObject *parent)
     : QAbstractTableModel(parent)
 {
+    m_readOn.setSingleShot(true);
+    connect(&m_readOn, &QTimer::timeout, this, &SqlTableModel::readOn);
 }
 
-void SqlTableModel::setColumns(const QStringList &headers, const QList<ColumnKind> &kinds)
+void SqlTableModel::setColumns(const QList<TableColumn> &columns)
 {
-    m_headers = headers;
-    m_kinds = kinds;
-    if (m_columns > 0)
-        emit headerDataChanged(Qt::Horizontal, 0, m_columns - 1);
+    m_columns = columns;
+    m_described = true;
+    if (m_width > 0)
+        emit headerDataChanged(Qt::Horizontal, 0, m_width - 1);
+}
+
+const QList<TableColumn> &SqlTableModel::columns() const
+{
+    return m_columns;
 }
 
 bool SqlTableModel::select(QWidget *parent, const QString &sqlText, const QString &connectionName)
@@ -47,19 +66,121 @@ bool SqlTableModel::select(QWidget *parent, const QString &sqlText, const QStrin
     query = QSqlQuery();
 
     beginResetModel();
+    m_pages.reset();
+    m_readOn.stop();
     m_values = std::move(values);
     m_rows = rows;
-    m_columns = columns;
-    m_names.clear();
-    for (int column = 0; column < columns; ++column)
-        m_names += record.fieldName(column);
+    m_width = columns;
+    if (!m_described) {
+        m_columns.clear();
+        for (int column = 0; column < columns; ++column)
+            m_columns += {.key = record.fieldName(column), .expression = {}};
+    }
     endResetModel();
     return true;
+}
+
+bool SqlTableModel::selectPages(QWidget *parent, const PagedSelect &list, qsizetype atLeast,
+                                const QString &connectionName)
+{
+    auto pages = std::make_unique<PagedRows>(list, m_columns, connectionName);
+    const QDeadlineTimer time =
+        atLeast > 0 ? QDeadlineTimer(QDeadlineTimer::Forever) : QDeadlineTimer(patienceMs);
+    // Deep in the list the ids down there will do: values are read of the rows that are looked at.
+    const bool withValues = atLeast <= 10 * pageRows;
+    const qsizetype wanted = std::max(atLeast, pageRows);
+    do {
+        PagedRows::Batch batch;
+        const qsizetype rows = std::min(wanted - pages->count(), keysRows);
+        if (!pages->read(parent, rows, withValues, time, batch))
+            return false;
+        pages->add(batch);
+    } while (!time.hasExpired() && !pages->isAtEnd() && pages->count() < wanted);
+
+    beginResetModel();
+    m_values.clear();
+    m_pages = std::move(pages);
+    m_connectionName = connectionName;
+    m_rows = static_cast<int>(m_pages->count());
+    m_width = static_cast<int>(m_columns.size());
+    m_pause = {};
+    endResetModel();
+    m_goal = wanted;
+    if (m_rows < m_goal && !m_pages->isAtEnd())
+        m_readOn.start(0);
+    return true;
+}
+
+std::optional<PagedSelect> SqlTableModel::list() const
+{
+    return m_pages ? std::optional(m_pages->list()) : std::nullopt;
+}
+
+int SqlTableModel::findRow(qulonglong id)
+{
+    int row = rowOfId(id);
+    if (row >= 0 || !m_pages || !m_pages->leadsTo(nullptr, id).value_or(false))
+        return row;
+    bool done = true;
+    while (done && row < 0 && !m_pages->isAtEnd()) {
+        PagedRows::Batch batch;
+        done = m_pages->read(nullptr, keysRows, false, QDeadlineTimer::Forever, batch);
+        append(batch);
+        row = rowOfId(id);
+    }
+    return row;
+}
+
+bool SqlTableModel::canFetchMore(const QModelIndex &parent) const
+{
+    return !parent.isValid() && m_pages && !m_pages->isAtEnd() && !m_readOn.isActive() &&
+           m_pause.hasExpired() && !inTransaction(m_connectionName);
+}
+
+void SqlTableModel::fetchMore(const QModelIndex &parent)
+{
+    if (!canFetchMore(parent))
+        return;
+    m_goal = m_rows + pageRows;
+    readOn();
+}
+
+/// Reads towards the goal, a little at a time. Nobody is told of a failure, which would come again
+/// with every turn of the wheel: the rows stay, and whoever scrolls on tries again.
+void SqlTableModel::readOn()
+{
+    if (!m_pages || m_pages->isAtEnd())
+        return;
+    if (inTransaction(m_connectionName)) {
+        m_readOn.start(patienceMs);
+        return;
+    }
+    PagedRows::Batch batch;
+    const bool done =
+        m_pages->read(nullptr, m_goal - m_rows, true, QDeadlineTimer(patienceMs), batch);
+    append(batch);
+    if (!done)
+        m_pause = QDeadlineTimer(pauseMs);
+    else if (m_rows < m_goal && !m_pages->isAtEnd())
+        m_readOn.start(0);
+}
+
+void SqlTableModel::append(const PagedRows::Batch &batch)
+{
+    if (batch.ids.isEmpty())
+        return;
+    const int rows = m_rows + static_cast<int>(batch.ids.size());
+    beginInsertRows({}, m_rows, rows - 1);
+    m_pages->add(batch);
+    m_rows = rows;
+    endInsertRows();
 }
 
 void SqlTableModel::clear()
 {
     beginResetModel();
+    m_pages.reset();
+    m_readOn.stop();
     m_values.clear();
     m_rows = 0;
     endResetModel();
@@ -67,23 +188,37 @@ void SqlTableModel::clear()
 
 QVariant SqlTableModel::value(int row, int column) const
 {
-    if (row < 0 || row >= m_rows || column < 0 || column >= m_columns)
+    if (row < 0 || row >= m_rows || column < 0 || column >= m_width)
         return {};
-    return m_values.at(static_cast<qsizetype>(row) * m_columns + column);
+    if (m_pages)
+        return m_pages->value(row, column);
+    return m_values.at(static_cast<qsizetype>(row) * m_width + column);
 }
 
-QVariant SqlTableModel::value(int row, const QString &columnName) const
+QVariant SqlTableModel::value(int row, const QString &key) const
 {
-    return value(row, columnOf(columnName));
+    return value(row, columnOf(key));
 }
 
-int SqlTableModel::columnOf(const QString &columnName) const
+int SqlTableModel::columnOf(const QString &key) const
 {
-    return static_cast<int>(m_names.indexOf(columnName));
+    for (int column = 0; column < m_columns.size(); ++column) {
+        if (m_columns.at(column).key == key)
+            return column;
+    }
+    return -1;
 }
 
-int SqlTableModel::rowOfId(qulonglong id, int column) const
+qulonglong SqlTableModel::idOf(int row) const
 {
+    return m_pages ? m_pages->id(row) : value(row, QStringLiteral("id")).toULongLong();
+}
+
+int SqlTableModel::rowOfId(qulonglong id, const QString &key) const
+{
+    if (m_pages)
+        return static_cast<int>(m_pages->rowOf(id));
+    const int column = columnOf(key);
     for (int row = 0; row < m_rows; ++row) {
         if (value(row, column).toULongLong() == id)
             return row;
@@ -98,15 +233,16 @@ int SqlTableModel::rowCount(const QModelIndex &parent) const
 
 int SqlTableModel::columnCount(const QModelIndex &parent) const
 {
-    return parent.isValid() ? 0 : m_columns;
+    return parent.isValid() ? 0 : m_width;
 }
 
 QVariant SqlTableModel::data(const QModelIndex &index, int role) const
 {
     if (!index.isValid())
         return {};
-    const ColumnKind kind = m_kinds.value(index.column(), ColumnKind::Plain);
-    const bool isText = kind == ColumnKind::Plain || kind == ColumnKind::Name;
+    const ColumnKind kind = kindOf(index.column());
+    const bool isText =
+        kind == ColumnKind::Text || kind == ColumnKind::Name || kind == ColumnKind::Time;
     switch (role) {
     case Qt::DisplayRole:
         return displayText(index.row(), index.column());
@@ -130,7 +266,12 @@ QVariant SqlTableModel::headerData(int section, Qt::Orientation orientation, int
         return QAbstractTableModel::headerData(section, orientation, role);
     if (orientation == Qt::Vertical)
         return section + 1;
-    return m_headers.value(section);
+    return m_columns.value(section).header;
+}
+
+ColumnKind SqlTableModel::kindOf(int column) const
+{
+    return column < m_columns.size() ? m_columns.at(column).kind : ColumnKind::Text;
 }
 
 QString SqlTableModel::displayText(int row, int column) const
@@ -138,7 +279,7 @@ QString SqlTableModel::displayText(int row, int column) const
     const QVariant cell = value(row, column);
     if (cell.isNull())
         return {};
-    switch (m_kinds.value(column, ColumnKind::Plain)) {
+    switch (kindOf(column)) {
     case ColumnKind::Money:
         return formatMoney(cell.toDouble());
     case ColumnKind::Quantity:
@@ -147,9 +288,10 @@ QString SqlTableModel::displayText(int row, int column) const
         return formatFactor(cell.toDouble(), 4);
     case ColumnKind::Factor:
         return formatFactor(cell.toDouble());
-    case ColumnKind::Plain:
+    case ColumnKind::Text:
     case ColumnKind::Name:
-    case ColumnKind::Number:
+    case ColumnKind::Time:
+    case ColumnKind::Id:
         break;
     }
     return cell.toString();

@@ -4,23 +4,18 @@
 #include <QList>
 #include <QString>
 #include <QStringList>
+#include <QTimer>
 #include <QVariant>
 
+#include <memory>
+#include <optional>
+
 #include "db/connections.h"
+#include "widgets/pagedrows.h"
+#include "widgets/tablecolumn.h"
 
-/// How a column's values are shown.
-enum class ColumnKind {
-    Plain,    ///< as the database returns it
-    Name,     ///< as Plain; a tool tip shows what the column is too narrow for
-    Number,   ///< a whole number or id, to the right
-    Money,    ///< two decimals, a bare ".00" dropped
-    Quantity, ///< up to three decimals
-    Ratio,    ///< a computed coefficient, up to four decimals
-    Factor,   ///< a coefficient or rate as somebody entered it, with all its decimals
-};
-
-/// The rows of one SELECT, read to the end at once: no statement stays open on the connection, and
-/// the rows survive the loss of the connection.
+/// The rows of one SELECT, read to the end at once or, of a long list, page by page: no statement
+/// stays open on the connection, and the rows survive the loss of the connection.
 class SqlTableModel : public QAbstractTableModel
 {
     Q_OBJECT
@@ -28,28 +23,47 @@ class SqlTableModel : public QAbstractTableModel
 public:
     explicit SqlTableModel(QObject *parent = nullptr);
 
-    /// Describes the columns: headers and the way values are shown. May be called before or after
-    /// select().
-    void setColumns(const QStringList &headers, const QList<ColumnKind> &kinds);
+    /// Describes the columns of the SELECT, in its order. Without a description its own names are
+    /// the keys and the headers stay empty.
+    void setColumns(const QList<TableColumn> &columns);
+    const QList<TableColumn> &columns() const;
 
     /// Runs the SELECT and replaces the rows. On failure (reported over the parent) the old rows
     /// stay and false is returned.
     bool select(QWidget *parent, const QString &sqlText,
                 const QString &connectionName = mainConnection);
 
+    /// Shows a long list, of which further pages are read as a view asks for them. The first page
+    /// is here at once; a search that takes longer goes on in the background. Of atLeast rows all
+    /// are here behind the call, unless the list is shorter. On failure the old rows stay.
+    bool selectPages(QWidget *parent, const PagedSelect &list, qsizetype atLeast = 0,
+                     const QString &connectionName = mainConnection);
+
+    /// The long list that is shown; nothing when all rows have been read.
+    std::optional<PagedSelect> list() const;
+
     /// Removes all rows.
     void clear();
 
     /// The value of a cell as the database returned it; invalid outside the table.
     QVariant value(int row, int column) const;
-    QVariant value(int row, const QString &columnName) const;
+    QVariant value(int row, const QString &key) const;
 
-    /// The column of that name in the SELECT, or -1.
-    int columnOf(const QString &columnName) const;
+    /// The number of the column with that key, or -1.
+    int columnOf(const QString &key) const;
+
+    /// The id of a row; 0 when it has none.
+    qulonglong idOf(int row) const;
 
     /// The first row whose value in the column is this id, or -1.
-    int rowOfId(qulonglong id, int column = 0) const;
+    int rowOfId(qulonglong id, const QString &key = QStringLiteral("id")) const;
 
+    /// The row with that id, read on to when it stands further down in a long list; -1 when there
+    /// is none.
+    int findRow(qulonglong id);
+
+    bool canFetchMore(const QModelIndex &parent) const override;
+    void fetchMore(const QModelIndex &parent) override;
     int rowCount(const QModelIndex &parent = {}) const override;
     int columnCount(const QModelIndex &parent = {}) const override;
     QVariant data(const QModelIndex &index, int role = Qt::DisplayRole) const override;
@@ -57,12 +71,20 @@ public:
                         int role = Qt::DisplayRole) const override;
 
 private:
+    void readOn();
+    void append(const PagedRows::Batch &batch);
+    ColumnKind kindOf(int column) const;
     QString displayText(int row, int column) const;
 
-    QStringList m_headers;
-    QList<ColumnKind> m_kinds;
-    QStringList m_names;
+    QList<TableColumn> m_columns;
+    bool m_described = false;
     QList<QVariant> m_values; ///< row by row
     int m_rows = 0;
-    int m_columns = 0;
+    int m_width = 0; ///< values in a row
+
+    std::unique_ptr<PagedRows> m_pages; ///< instead of the values
+    QString m_connectionName;
+    qsizetype m_goal = 0; ///< rows that are wanted
+    QTimer m_readOn;
+    QDeadlineTimer m_pause; ///< after a page that could not be read
 };

@@ -122,7 +122,7 @@ bool fillDemoShop(const QString &goodsFile, const QString &connectionName, QStri
     const QVariant present =
         QueryValue(nullptr, "SELECT COUNT(id) FROM warehouse;", connectionName);
     if (!present.isValid())
-        return fail(lastQueryError(connectionName));
+        return fail(lastFailure(connectionName).words());
     if (present.toInt() > 0)
         return true;
 
@@ -138,8 +138,9 @@ bool fillDemoShop(const QString &goodsFile, const QString &connectionName, QStri
                             .arg(goodsFile, QString::number(line), QString::number(row.size()),
                                  QString::number(ColumnCount)));
         if (!filler.addProduct(row))
-            return fail(QStringLiteral("%1:%2: %3")
-                            .arg(goodsFile, QString::number(line), lastQueryError(connectionName)));
+            return fail(
+                QStringLiteral("%1:%2: %3")
+                    .arg(goodsFile, QString::number(line), lastFailure(connectionName).words()));
     }
-    return transaction.commit() || fail(lastQueryError(connectionName));
+    return transaction.commit() || fail(lastFailure(connectionName).words());
 }

@@ -1,6 +1,8 @@
 #include "app/configdir.h"
 #include "app/logging.h"
+#include "db/engine.h"
 #include "db/schema.h"
+#include "db/schematables.h"
 #include "tests/support/databasetest.h"
 #include "tests/support/files.h"
 
@@ -336,13 +338,9 @@ private:
     /// The tables as an older program of the suite has left them.
     bool createTablesWithoutAdditions()
     {
-        QStringList statements;
-        const QStringList all = schemaStatements(m_dialect);
-        for (const QString &statement : all) {
-            if (!statement.contains("collection"))
-                statements += statement;
-        }
-        QString text = statements.join(u'\n');
+        QString text;
+        for (const TableDescription &table : schemaTables())
+            text += createTableStatement(table, Engine::of(mainConnection)) + '\n';
         if (m_dialect == Dialect::PostgreSql)
             text.replace(u'`', u'"');
         return !rows(text).isNull();

@@ -128,45 +128,6 @@ private slots:
         }
     }
 
-    void recalculation_writesOnlyWhatChanges()
-    {
-        rows("UPDATE currencies SET value=92.5 WHERE id=3; "
-             "INSERT INTO warehouse(id,incost,currency,inoutratio,outcost,mtime) VALUES"
-             "(1,33.3,'RUB',1.5,0,'rounds to 50'),(2,10,'RUB',1.9,0,'19, truncated'),"
-             "(3,2,'USD',1.5,1,'277.5'),(4,10,'XXX',2,3,'unknown currency: as the main one'),"
-             "(5,10,'RUB',0,777,'price by hand'),(6,10,'RUB',-1,777,'ratio below zero'),"
-             "(7,10,'RUB',1.9,19,'right already'),(8,NULL,NULL,2,5,'no purchase price'),"
-             "(9,617284,'RUB',2,0,'more than a million');");
-        QVERIFY(Session::instance().loadCurrencies(mainConnection));
-        QString steps;
-        const auto result =
-            recalculateSellingPrices(nullptr, mainConnection, [&](int done, int total) {
-                steps += QString("%1/%2 ").arg(done).arg(total);
-            });
-        QCOMPARE(result.changed, 6);
-        QCOMPARE(steps, "1/7 2/7 3/7 4/7 5/7 6/7 7/7 ");
-        QList<double> prices;
-        for (const QString &row : rows("SELECT outcost FROM warehouse ORDER BY id;").split(u'\n'))
-            prices.append(row.toDouble());
-        // Six significant digits: 1234570 is what reaches the table.
-        QCOMPARE(prices, QList<double>({50, 19, 280, 20, 777, 777, 19, 0, 1234570}));
-    }
-
-    void recalculation_goesOnAfterAFailure()
-    {
-        rows("INSERT INTO warehouse(id,incost,currency,inoutratio,outcost) VALUES"
-             "(1,10,'RUB',2,0),(2,100,'RUB',2,0),(3,15,'RUB',2,0); ");
-        rows(isServer() ? "ALTER TABLE warehouse ADD CONSTRAINT cheap CHECK (outcost<=100);"
-                        : "CREATE TRIGGER cheap BEFORE UPDATE ON warehouse WHEN "
-                          "NEW.outcost>100 BEGIN SELECT RAISE(ABORT,'too dear'); END;");
-        QVERIFY(Session::instance().loadCurrencies(mainConnection));
-        QCOMPARE(recalculateSellingPrices(nullptr, mainConnection, {}).changed, 2);
-        QCOMPARE(rows("SELECT id FROM warehouse WHERE outcost>0 ORDER BY id;"), "1\n3");
-
-        rows("ALTER TABLE warehouse RENAME TO lost;");
-        QVERIFY(!recalculateSellingPrices(nullptr, mainConnection, {}).read);
-    }
-
     void reportId_followsTheLast()
     {
         QCOMPARE(m_session.nextReportId(nullptr, mainConnection), qulonglong(1));

@@ -7,7 +7,7 @@
 
 #include <functional>
 
-#include "db/dialect.h"
+#include "tests/support/dialect.h"
 #include "workstation.h"
 
 /// Keeps the books of a working list apart from the program: triggers of the database write down

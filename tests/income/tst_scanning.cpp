@@ -8,7 +8,7 @@
 #include <QTableWidget>
 #include <QToolButton>
 
-class TestScanning : public WindowTest
+class TestScanning : public MainWindowTest
 {
     Q_OBJECT
 

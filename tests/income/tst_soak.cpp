@@ -71,7 +71,7 @@ struct Holdings
 
 } // namespace
 
-class TestSoak : public WindowTest
+class TestSoak : public MainWindowTest
 {
     Q_OBJECT
 

@@ -99,7 +99,7 @@ private:
     /// The box that came, or else the database's own words.
     void noteRefusal()
     {
-        note({"refused", m_told.isEmpty() ? lastQueryError() : m_told});
+        note({"refused", m_told.isEmpty() ? lastFailure().words() : m_told});
     }
 
     void handleGoods()
@@ -120,7 +120,7 @@ private:
         const double units = 1 + m_random.bounded(12);
         ReceiptEntry entry;
         if (entry.load(nullptr, {.wareid = product, .addedQuantity = units}) != LoadState::Loaded)
-            note({"refused", lastQueryError()});
+            note({"refused", lastFailure().words()});
         else
             save(entry, product, entry.proposedQuantity(), units);
     }
@@ -141,7 +141,7 @@ private:
         case LoadState::NotFound:
             break; // gone since it was shown
         case LoadState::Failed:
-            note({"refused", lastQueryError()});
+            note({"refused", lastFailure().words()});
         }
     }
 
@@ -207,7 +207,7 @@ private:
         QList<SqlRow> rows;
         if (!QueryRows(nullptr, "SELECT id, wareid, quantity FROM incomeinvoice ORDER BY id;",
                        rows))
-            note({"refused", lastQueryError()});
+            note({"refused", lastFailure().words()});
         return rows.isEmpty() ? SqlRow() : rows.at(m_random.bounded(rows.size()));
     }
 

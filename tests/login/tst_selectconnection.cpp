@@ -50,7 +50,7 @@ ConnectionEntry serverEntry(const QString &dbtype)
 /// Runs statements on an SQLite file with its own client.
 QString client(const ConnectionEntry &entry, const QString &statements)
 {
-    return TestServers::instance().client(Dialect::Sqlite, sqliteFilePath(entry), statements);
+    return TestServers::instance().client(Dialect::Sqlite, databaseFilePath(entry), statements);
 }
 
 /// Logs in; who has no password yet gets this one.
@@ -72,7 +72,8 @@ bool copyDatabase(const ConnectionEntry &entry, const QString &statements = {})
     static const bool made = logIn(original, "admin", {}, "secret") == LoginStep::Done;
     removeConnection(mainConnection);
     Session::instance().reset();
-    return made && ensureConfigDir() && QFile::copy(original.databasename, sqliteFilePath(entry)) &&
+    return made && ensureConfigDir() &&
+           QFile::copy(original.databasename, databaseFilePath(entry)) &&
            !client(entry, statements).isNull();
 }
 

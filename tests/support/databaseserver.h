@@ -4,7 +4,7 @@
 #include <QTemporaryDir>
 
 #include "app/settings.h"
-#include "db/dialect.h"
+#include "tests/support/dialect.h"
 
 /// A private database server on a free port of 127.0.0.1, its data in a temporary directory. It
 /// ends with the object, also when the test program is killed. A tool or a server that fails ends

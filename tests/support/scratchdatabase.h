@@ -8,7 +8,7 @@
 
 #include "app/settings.h"
 #include "db/connections.h"
-#include "db/dialect.h"
+#include "tests/support/dialect.h"
 
 /// A new, empty database of its own: a file for SQLite, a database on the private test server
 /// otherwise. It is gone with the object, and so are the connections that open() made.

@@ -1,0 +1,53 @@
+#pragma once
+
+#include <QList>
+#include <QString>
+
+#include <functional>
+#include <optional>
+
+#include "catalogue/product.h"
+#include "db/connections.h"
+#include "db/rowstate.h"
+
+class QWidget;
+
+/// The reading and writing of products, by one table of columns (see productstore.cpp).
+
+/// Which columns of a product are read.
+enum class ProductColumns {
+    Card,        ///< all that the product card shows
+    Reference,   ///< what a product of the reference database is copied with
+    Receipt,     ///< what a receipt needs to know, the unit included
+    PriceList,   ///< what a list of prices shows
+    Price,       ///< what is proposed for new prices
+    PriceChange, ///< what a change of prices is computed from
+};
+
+/// Reads a product by its id.
+LoadState loadProduct(QWidget *parent, qulonglong id, ProductColumns columns, Product &product,
+                      const QString &connectionName = mainConnection);
+
+/// Reads the products with these ids, as far as they are there, in the order of the database.
+/// False on failure.
+bool loadProducts(QWidget *parent, const QList<qulonglong> &ids, ProductColumns columns,
+                  QList<Product> &products, const QString &connectionName = mainConnection);
+
+/// Runs a SELECT on `warehouse` and hands over its rows one after the other, read by the names of
+/// their columns, infinities included. False on failure, be it in the middle.
+bool readProducts(QWidget *parent, const QString &sqlText,
+                  const std::function<void(const Product &product)> &each,
+                  const QString &connectionName = mainConnection);
+
+/// Looks for another product with the name and the article of this one; its id when Loaded.
+LoadState findDuplicate(QWidget *parent, const Product &product, qulonglong &otherId,
+                        const QString &connectionName = mainConnection);
+
+/// Adds a product, without stock. Returns its id; nothing when the statement failed.
+std::optional<qulonglong> insertProduct(QWidget *parent, const Product &product,
+                                        const QString &connectionName = mainConnection);
+
+/// Writes a product but for its stock. Real numbers get 6 digits; one that is still as it was
+/// loaded keeps all that it has.
+WriteState updateProduct(QWidget *parent, const Product &product, const Product &loaded,
+                         const QString &connectionName = mainConnection);
