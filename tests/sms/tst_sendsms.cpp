@@ -224,12 +224,13 @@ private slots:
 
     void replyDecides()
     {
-        auto [pieces, closes, accepted, shown] = rowValues<QByteArrayList, bool, bool, QString>();
+        const auto [pieces, closes, accepted, shown] =
+            rowValues<QByteArrayList, bool, bool, QString>();
         GatewayServer server(m_serverConfiguration);
-        server.onRequest = [&](QTcpSocket *socket) {
+        server.onRequest = [pieces = pieces, closes = closes](QTcpSocket *socket) {
             // One piece per turn of the event loop, so that they leave in packets of their own.
             auto *timer = new QTimer(socket);
-            connect(timer, &QTimer::timeout, socket, [&, timer, socket] {
+            connect(timer, &QTimer::timeout, socket, [=]() mutable {
                 if (!pieces.isEmpty()) {
                     socket->write(pieces.takeFirst());
                     socket->flush();
