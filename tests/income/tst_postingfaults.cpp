@@ -10,7 +10,6 @@
 #include "tests/support/databasetest.h"
 #include "tests/support/datatable.h"
 #include "tests/support/servers.h"
-#include "tests/support/servertools.h"
 #include "tests/support/shop.h"
 
 #include <QCoreApplication>
@@ -359,7 +358,7 @@ void TestPostingFaults::fullDisk_leavesNothing()
         shop::addLine({.wareId = qulonglong(i), .outcost = 99});
     }
     QVERIFY(filling.commit());
-    const QString before = servertools::client(Dialect::Sqlite, path, 0, ".dump");
+    const QString before = TestServers::instance().client(Dialect::Sqlite, path, ".dump");
     // Little room is left, less than the posting needs.
     QFile filler(mountPoint.filePath("filler"));
     QVERIFY(filler.open(QIODevice::WriteOnly | QIODevice::Unbuffered));
@@ -370,7 +369,7 @@ void TestPostingFaults::fullDisk_leavesNothing()
     QVERIFY(!result.message.isEmpty());
     filler.remove();
     QVERIFY(before.contains("INSERT INTO incomeinvoice"));
-    QVERIFY(servertools::client(Dialect::Sqlite, path, 0, ".dump") == before);
+    QVERIFY(TestServers::instance().client(Dialect::Sqlite, path, ".dump") == before);
     // With room again the same list is posted.
     QCOMPARE(post().lines, lines);
 }
