@@ -113,9 +113,8 @@ bool changePrices(QWidget *parent, const QList<qulonglong> &ids, const PriceChan
     return false;
 }
 
-PriceRecalculation
-recalculateSellingPrices(QWidget *parent, const QString &connectionName,
-                         const std::function<void(int done, int total)> &progress)
+PriceRecalculation recalculateSellingPrices(QWidget *parent, const QString &connectionName,
+                                            const ProgressStep &progress)
 {
     const CommandScope command;
     PriceRecalculation result;
@@ -146,9 +145,10 @@ recalculateSellingPrices(QWidget *parent, const QString &connectionName,
         } else {
             ++result.failed;
         }
-        ++done;
-        if (progress)
-            progress(done, total);
+        if (!goOn(progress, ++done, total)) {
+            result.left = total - done;
+            break;
+        }
     }
     return result;
 }

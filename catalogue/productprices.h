@@ -3,9 +3,9 @@
 #include <QList>
 #include <QString>
 
-#include <functional>
 #include <optional>
 
+#include "app/progressstep.h"
 #include "catalogue/product.h"
 
 class QWidget;
@@ -34,12 +34,11 @@ struct PriceRecalculation
     bool read = false; ///< the products and the rates
     int changed = 0;
     int failed = 0; ///< refused by the database one by one
-    int left = 0;   ///< not tried any more: locks, rights, disks and lost servers stop them all
+    int left = 0; ///< not tried any more: the user, locks, rights, disks and lost servers stop them
 };
 
 /// Writes anew the selling prices of all products with a fixed coefficient on a connection; labels
-/// are not noted. progress(done, total) is called for every row. Failed rows are reported and
-/// passed over.
-PriceRecalculation
-recalculateSellingPrices(QWidget *parent, const QString &connectionName,
-                         const std::function<void(int done, int total)> &progress);
+/// are not noted. The step is called for every row and may stop the rest. Failed rows are reported
+/// and passed over.
+PriceRecalculation recalculateSellingPrices(QWidget *parent, const QString &connectionName,
+                                            const ProgressStep &progress);

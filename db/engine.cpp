@@ -99,6 +99,11 @@ QString Engine::divisor(const QString &expression) const
     return expression;
 }
 
+bool Engine::sortsNullFirst() const
+{
+    return true;
+}
+
 bool Engine::sameAmount(double a, double b) const
 {
     return a == b;

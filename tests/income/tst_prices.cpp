@@ -342,6 +342,7 @@ void TestPrices::recalculation_writesWhatChanges()
     });
     const auto result = recalculateSellingPrices(nullptr, mainConnection, [&](int done, int total) {
         rowsDone += total == 8 && done == rowsDone + 1 ? 1 : 0;
+        return true;
     });
     QCOMPARE(result.changed, 6);
     QCOMPARE(result.failed, 1);
