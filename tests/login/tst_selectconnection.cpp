@@ -72,7 +72,8 @@ bool copyDatabase(const ConnectionEntry &entry, const QString &statements = {})
     static const bool made = logIn(original, "admin", {}, "secret") == LoginStep::Done;
     removeConnection(mainConnection);
     Session::instance().reset();
-    return made && ensureConfigDir() && QFile::copy(original.databasename, databaseFilePath(entry)) &&
+    return made && ensureConfigDir() &&
+           QFile::copy(original.databasename, databaseFilePath(entry)) &&
            !client(entry, statements).isNull();
 }
 
