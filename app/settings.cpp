@@ -347,6 +347,14 @@ void Settings::setValue(SettingsKey key, const QString &value)
     m_sections[QLatin1String(place.section)].insert(QLatin1String(place.name), value);
 }
 
+bool Settings::change(SettingsKey key, const QString &newValue, QString *error)
+{
+    if (value(key) == newValue)
+        return true;
+    setValue(key, newValue);
+    return save(error);
+}
+
 const QList<ConnectionEntry> &Settings::connections() const
 {
     return m_connections;

@@ -73,6 +73,9 @@ public:
     int intValue(SettingsKey key) const;
     void setValue(SettingsKey key, const QString &value);
 
+    /// setValue() and save() for a value that differs.
+    bool change(SettingsKey key, const QString &value, QString *error = nullptr);
+
     const QList<ConnectionEntry> &connections() const;
     void setConnections(const QList<ConnectionEntry> &connections);
 

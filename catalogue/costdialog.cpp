@@ -5,6 +5,7 @@
 #include "catalogue/barcode.h"
 #include "catalogue/productprices.h"
 #include "catalogue/productstore.h"
+#include "db/connections.h"
 #include "db/money.h"
 #include "db/session.h"
 #include "widgets/plaintext.h"
@@ -18,6 +19,15 @@ namespace {
 enum Column { IdColumn, NameColumn, RatioColumn, OutcostColumn };
 
 } // namespace
+
+bool CostDialog::change(QWidget *parent, const QList<qulonglong> &ids)
+{
+    if (ids.isEmpty())
+        return false;
+    const CommandScope command;
+    CostDialog dialog(ids, parent);
+    return openConnection(mainConnection) && dialog.exec() == Accepted;
+}
 
 CostDialog::CostDialog(const QList<qulonglong> &ids, QWidget *parent)
     : QDialog(parent),

@@ -18,6 +18,10 @@ class CostDialog final : public QDialog
     Q_OBJECT
 
 public:
+    /// Lets the user change the prices. False when nothing was written, also when the database
+    /// cannot be had.
+    static bool change(QWidget *parent, const QList<qulonglong> &ids);
+
     explicit CostDialog(const QList<qulonglong> &ids, QWidget *parent = nullptr);
     ~CostDialog() override;
 

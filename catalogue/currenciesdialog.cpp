@@ -1,77 +1,35 @@
 #include "catalogue/currenciesdialog.h"
 
-#include "ui_currenciesdialog.h"
-
 #include "catalogue/currencydialog.h"
 #include "catalogue/productprices.h"
+#include "db/connections.h"
 #include "db/session.h"
 #include "widgets/progressdialog.h"
-#include "widgets/sqltablemodel.h"
-#include "widgets/tableplace.h"
+
+#include <QPushButton>
 
 CurrenciesDialog::CurrenciesDialog(QWidget *parent)
-    : QDialog(parent),
-      m_ui(std::make_unique<Ui::CurrenciesDialog>()),
-      m_model(new SqlTableModel(this))
+    : DictionaryList(CurrencyDialog::dictionary(), parent)
 {
-    m_ui->setupUi(this);
-    m_ui->resultLabel->clear();
-    m_model->setColumns({{"id", "id", tr("Номер"), ColumnKind::Id, ColumnWidth::Hidden},
-                         {"c_code", "c_code", tr("Код")},
-                         {"symbol", "symbol", tr("Символ")},
-                         {"value", "value", tr("Курс"), ColumnKind::Factor}});
-    m_ui->currenciesTableView->setModel(m_model);
-    connect(m_ui->currenciesTableView->selectionModel(), &QItemSelectionModel::currentRowChanged,
-            this, [this](const QModelIndex &current) {
-                m_ui->editPushButton->setEnabled(current.isValid());
-            });
-    m_ui->editPushButton->setEnabled(false);
-    refresh();
+    setObjectName("CurrenciesDialog");
+    const QPushButton *button =
+        addCommand(tr("Пересчитать расходные цены"), "calculateOutcostPushButton",
+                   tr("Расходные цены всех наименований с коэффициентом вычисляются заново по "
+                      "курсам валют."));
+    connect(button, &QPushButton::clicked, this, &CurrenciesDialog::calculateOutcost);
 }
 
-CurrenciesDialog::~CurrenciesDialog() = default;
-
-void CurrenciesDialog::refresh()
+std::unique_ptr<DictionaryDialog> CurrenciesDialog::makeDialog(qulonglong id)
 {
-    const TablePlace place(m_ui->currenciesTableView, m_model);
-    m_model->select(this, selectList(m_model->columns()) + " FROM currencies ORDER BY id;");
-    m_ui->currenciesTableView->hideColumn(0);
-    place.restore();
-    m_ui->editPushButton->setEnabled(m_ui->currenciesTableView->currentIndex().isValid());
+    return std::make_unique<CurrencyDialog>(id, this);
 }
 
-void CurrenciesDialog::on_currenciesTableView_activated(const QModelIndex &index)
+void CurrenciesDialog::changed()
 {
-    editRow(index.row());
-}
-
-void CurrenciesDialog::on_addPushButton_clicked()
-{
-    edit(0);
-}
-
-void CurrenciesDialog::on_editPushButton_clicked()
-{
-    editRow(m_ui->currenciesTableView->currentIndex().row());
-}
-
-void CurrenciesDialog::editRow(int row)
-{
-    if (const qulonglong id = m_model->value(row, "id").toULongLong(); id != 0)
-        edit(id);
-}
-
-void CurrenciesDialog::edit(qulonglong id)
-{
-    CurrencyDialog dialog(id, this);
-    if (dialog.exec() != Accepted)
-        return;
-    const CommandScope command;
-    refresh();
     Session::instance().refreshRates(this, mainConnection);
 }
 
-void CurrenciesDialog::on_calculateOutcostPushButton_clicked()
+void CurrenciesDialog::calculateOutcost()
 {
     const CommandScope command;
     std::unique_ptr<ProgressDialog> progress;
@@ -87,10 +45,5 @@ void CurrenciesDialog::on_calculateOutcostPushButton_clicked()
         text += tr(", с ошибками: %1").arg(result.failed);
     if (result.left > 0)
         text += tr(", не пересчитано: %1").arg(result.left);
-    m_ui->resultLabel->setText(text);
-}
-
-void CurrenciesDialog::on_closePushButton_clicked()
-{
-    accept();
+    showResult(text);
 }

@@ -1,37 +1,20 @@
 #pragma once
 
-#include <QDialog>
-
-#include <memory>
-
-class SqlTableModel;
-
-namespace Ui {
-class CurrenciesDialog;
-}
+#include "widgets/dictionarylist.h"
 
 /// The table of currencies: edit, add, and the recalculation of the selling prices that follow
 /// from the rates.
-class CurrenciesDialog : public QDialog
+class CurrenciesDialog : public DictionaryList
 {
     Q_OBJECT
 
 public:
     explicit CurrenciesDialog(QWidget *parent);
-    ~CurrenciesDialog() override;
 
-private slots:
-    void on_currenciesTableView_activated(const QModelIndex &index);
-    void on_addPushButton_clicked();
-    void on_editPushButton_clicked();
-    void on_calculateOutcostPushButton_clicked();
-    void on_closePushButton_clicked();
+protected:
+    std::unique_ptr<DictionaryDialog> makeDialog(qulonglong id) override;
+    void changed() override;
 
 private:
-    void refresh();
-    void edit(qulonglong id);
-    void editRow(int row);
-
-    std::unique_ptr<Ui::CurrenciesDialog> m_ui;
-    SqlTableModel *m_model;
+    void calculateOutcost();
 };

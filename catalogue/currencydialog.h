@@ -1,32 +1,15 @@
 #pragma once
 
-#include <QDialog>
-
-#include <memory>
-
-namespace Ui {
-class CurrencyDialog;
-}
+#include "widgets/dictionarydialog.h"
 
 /// Edits one row of the table of currencies, or with id 0 adds one.
-class CurrencyDialog : public QDialog
+class CurrencyDialog : public DictionaryDialog
 {
     Q_OBJECT
 
 public:
     CurrencyDialog(qulonglong id, QWidget *parent);
-    ~CurrencyDialog() override;
 
-private slots:
-    void on_savePushButton_clicked();
-    void on_cancelPushButton_clicked();
-
-private:
-    bool load();
-    bool save();
-    bool refuse(QWidget *field, const QString &text);
-
-    std::unique_ptr<Ui::CurrencyDialog> m_ui;
-    qulonglong m_id;
-    QString m_shownRate; ///< as the user first saw it; empty also for a rate that is not set
+    /// The table of currencies, as its list and its dialog show it.
+    static Dictionary dictionary();
 };

@@ -3,6 +3,7 @@
 
 #include "catalogue/productgroups.h"
 #include "catalogue/productlist.h"
+#include "db/connections.h"
 #include "widgets/plaintext.h"
 
 #include <QTreeWidgetItemIterator>
@@ -31,6 +32,25 @@ GroupDialog::GroupDialog(const QList<qulonglong> &ids, QWidget *parent)
 }
 
 GroupDialog::~GroupDialog() = default;
+
+bool GroupDialog::change(QWidget *parent, const QList<qulonglong> &ids, QString &told)
+{
+    if (ids.isEmpty())
+        return false;
+    const CommandScope command;
+    GroupDialog dialog(ids, parent);
+    // Without its server there is nothing to choose from, and the user has been asked.
+    if (!openConnection(mainConnection) || dialog.exec() != Accepted)
+        return false;
+    const GroupChange change = changeGroup(parent, ids, dialog.group());
+    if (!change.done)
+        return true;
+    told = tr("Группа «%1» записана наименованиям: %2")
+               .arg(dialog.groupName(), QString::number(change.changed));
+    if (change.missing > 0)
+        told += tr(", нет в каталоге: ") + QString::number(change.missing);
+    return true;
+}
 
 qulonglong GroupDialog::group() const
 {

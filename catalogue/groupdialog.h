@@ -18,6 +18,11 @@ public:
     explicit GroupDialog(const QList<qulonglong> &ids, QWidget *parent = nullptr);
     ~GroupDialog() override;
 
+    /// Lets the user choose and writes the group. False when nothing was chosen, also when the
+    /// database cannot be had. told: what was written, for the status line; empty after a failure,
+    /// which is told in a box.
+    static bool change(QWidget *parent, const QList<qulonglong> &ids, QString &told);
+
     /// The group chosen, 0 for none.
     qulonglong group() const;
 

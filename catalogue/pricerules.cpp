@@ -3,7 +3,6 @@
 #include "db/currencies.h"
 #include "db/query.h"
 #include "db/sqltext.h"
-#include "db/transaction.h"
 
 #include <algorithm>
 #include <cmath>
@@ -46,17 +45,23 @@ QStringList priceMark(const PriceStep &step, MarkRule rule)
 bool writePrices(const QString &update, const PriceStep &step, MarkRule rule,
                  const QString &connectionName)
 {
-    std::optional<TransactionGuard> transaction;
-    if (!inTransaction(connectionName))
-        transaction.emplace(connectionName);
-    if (transaction && !transaction->isActive())
-        return false;
     const QStringList statements = QStringList{update} + priceMark(step, rule);
-    const bool written =
-        std::all_of(statements.begin(), statements.end(), [&](const QString &statement) {
-            return QueryExec(nullptr, statement, connectionName);
-        });
-    return written && (!transaction || transaction->commit());
+    return std::all_of(statements.begin(), statements.end(), [&](const QString &statement) {
+        return QueryExec(nullptr, statement, connectionName);
+    });
+}
+
+TransactionResult writePricesAlone(QWidget *parent, const QString &update, const PriceStep &step,
+                                   MarkRule rule, const QString &connectionName)
+{
+    bool inDoubt = false; // what is written twice is the same
+    return runInTransaction(parent, connectionName,
+                            [&] {
+                                return writePrices(update, step, rule, connectionName)
+                                           ? TransactionStep::Commit
+                                           : TransactionStep::Fail;
+                            },
+                            {.inDoubt = &inDoubt});
 }
 
 QuietStatements::QuietStatements(const QString &connectionName)
@@ -71,14 +76,16 @@ bool QuietStatements::run(const QString &sqlText)
 
 bool QuietStatements::writePrices(const QString &update, const PriceStep &step, MarkRule rule)
 {
-    return ::writePrices(update, step, rule, m_connectionName) ||
-           fail(lastFailure(m_connectionName));
+    const TransactionResult written =
+        writePricesAlone(nullptr, update, step, rule, m_connectionName);
+    return written.isDone() || fail(written.failure);
 }
 
 bool QuietStatements::fail(const DatabaseFailure &failure)
 {
     if (m_failure.text.isEmpty())
         m_failure = failure;
+    m_general = failure.general;
     return false;
 }
 
@@ -94,5 +101,5 @@ bool QuietStatements::isReachable() const
 
 bool QuietStatements::canGoOn() const
 {
-    return !lastFailure(m_connectionName).general && isReachable();
+    return !m_general && isReachable();
 }

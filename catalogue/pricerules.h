@@ -6,6 +6,7 @@
 #include <optional>
 
 #include "db/connections.h"
+#include "db/transaction.h"
 
 class QWidget;
 
@@ -43,11 +44,16 @@ enum class MarkRule {
 /// runs them by a policy of his own, as a posting does.
 QStringList priceMark(const PriceStep &step, MarkRule rule);
 
-/// Writes prices together with the mark that they need: both or neither, else a repetition would
-/// find the new price in place and never note the labels. In: an UPDATE of `warehouse`. Joins an
-/// open transaction. False, with lastFailure(), when it failed; no box is shown.
+/// Writes prices with the mark that they need inside an open transaction, so that it is both or
+/// neither: else a repetition would find the new price in place and never note the labels. In: an
+/// UPDATE of `warehouse`. False when a statement failed.
 bool writePrices(const QString &update, const PriceStep &step, MarkRule rule,
                  const QString &connectionName = mainConnection);
+
+/// The same in a transaction of its own. With a parent the user may be asked about a lost
+/// connection; a failure is not told.
+TransactionResult writePricesAlone(QWidget *parent, const QString &update, const PriceStep &step,
+                                   MarkRule rule, const QString &connectionName = mainConnection);
 
 /// Statements of a long loop: they fail without a box, and the first failure is kept, so that the
 /// user is told once at the end.
@@ -59,7 +65,7 @@ public:
     /// Runs a statement; false when it failed.
     bool run(const QString &sqlText);
 
-    /// writePrices() in the same way.
+    /// writePricesAlone() in the same way.
     bool writePrices(const QString &update, const PriceStep &step, MarkRule rule);
 
     /// Keeps a failure for the user unless there is one already. Always false.
@@ -78,4 +84,5 @@ public:
 private:
     QString m_connectionName;
     DatabaseFailure m_failure;
+    bool m_general = false; ///< what failed last
 };

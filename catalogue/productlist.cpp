@@ -12,6 +12,9 @@
 
 namespace {
 
+/// Groups that are looked up each for itself; a database knows a limit for UNION.
+constexpr qsizetype mostParts = 200;
+
 struct ProductList
 {
     Q_DECLARE_TR_FUNCTIONS(ProductList)
@@ -36,6 +39,31 @@ QString textCondition(const QString &text)
     return QStringLiteral(" (") + condition + u')';
 }
 
+QString productSelect()
+{
+    return selectList(productColumns()) +
+           QStringLiteral("  FROM warehouse LEFT JOIN units ON units.id=warehouse.unitid LEFT JOIN "
+                          "`groups` ON `groups`.`id`=`warehouse`.`groupid`");
+}
+
+/// Each with a blank in front.
+QStringList productConditions(const ProductFilter &filter)
+{
+    QStringList conditions;
+    if (!filter.showDisabled)
+        conditions += QStringLiteral(" `warehouse`.`enabled`>0");
+    if (filter.groupId) {
+        const QString group = sql::id(*filter.groupId);
+        conditions += QStringLiteral(" (`warehouse`.`groupid`=") + group +
+                      QStringLiteral(" OR `groups`.`parent`=") + group + u')';
+    }
+    if (filter.brandId)
+        conditions += QStringLiteral(" `warehouse`.`brandid`='") + sql::id(*filter.brandId) + u'\'';
+    if (!filter.text.isEmpty())
+        conditions += textCondition(filter.text);
+    return conditions;
+}
+
 } // namespace
 
 QList<TableColumn> productColumns()
@@ -56,29 +84,45 @@ QList<TableColumn> productColumns()
 
 QString productListQuery(const ProductFilter &filter)
 {
-    QStringList conditions;
-    if (!filter.showDisabled)
-        conditions += QStringLiteral(" `warehouse`.`enabled`>0");
-    if (filter.groupId) {
-        const QString group = sql::id(*filter.groupId);
-        conditions += QStringLiteral(" (`warehouse`.`groupid`=") + group +
-                      QStringLiteral(" OR `groups`.`parent`=") + group + u')';
-    }
-    if (filter.brandId) {
-        conditions += QStringLiteral(" `warehouse`.`brandid`='") + sql::id(*filter.brandId) + u'\'';
-    }
-    if (!filter.text.isEmpty())
-        conditions += textCondition(filter.text);
-    QString query =
-        selectList(productColumns()) +
-        QStringLiteral("  FROM warehouse LEFT JOIN units ON units.id=warehouse.unitid LEFT JOIN "
-                       "`groups` ON `groups`.`id`=`warehouse`.`groupid`");
+    QString query = productSelect();
+    const QStringList conditions = productConditions(filter);
     if (!conditions.isEmpty())
         query += QStringLiteral(" WHERE") + conditions.join(QStringLiteral(" AND"));
-    query += QStringLiteral(" ORDER BY `warehouse`.`name`");
-    if (filter.limit > 0)
-        query += QStringLiteral(" LIMIT ") + sql::integer(filter.limit);
-    return query + u';';
+    return query + QStringLiteral(" ORDER BY `warehouse`.`name`;");
+}
+
+std::optional<PagedSelect> productPages(QWidget *parent, const ProductFilter &filter)
+{
+    ProductFilter rest = filter;
+    rest.groupId.reset();
+    QStringList part = productConditions(rest);
+    PagedSelect list = {.select = productSelect(),
+                        .table = QStringLiteral("warehouse"),
+                        .order = QStringLiteral("name"),
+                        .conditions = productConditions(filter),
+                        .parts = {part.join(QStringLiteral(" AND"))},
+                        .searched = !filter.text.isEmpty() && !filter.groupId && !filter.brandId};
+    if (!filter.groupId)
+        return list;
+    QList<SqlRow> children;
+    if (!QueryRows(parent,
+                   "SELECT id FROM `groups` WHERE parent=" + sql::id(*filter.groupId) +
+                       " ORDER BY id;",
+                   children))
+        return std::nullopt;
+    QStringList groups = {sql::id(*filter.groupId)};
+    for (const SqlRow &child : std::as_const(children))
+        groups += sql::id(child.first().toULongLong());
+    groups.removeDuplicates();
+    if (groups.size() > mostParts)
+        groups = {groups.join(u',')};
+    list.parts.clear();
+    for (const QString &group : std::as_const(groups)) {
+        list.parts +=
+            (part + QStringList{QStringLiteral(" `warehouse`.`groupid` IN (") + group + u')'})
+                .join(QStringLiteral(" AND"));
+    }
+    return list;
 }
 
 QString groupsQuery()

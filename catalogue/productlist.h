@@ -7,6 +7,7 @@
 #include <optional>
 
 #include "db/query.h"
+#include "widgets/pagedselect.h"
 #include "widgets/tablecolumn.h"
 
 /// What the user wants to see of the catalogue.
@@ -16,7 +17,6 @@ struct ProductFilter
     std::optional<qulonglong> groupId = {};
     std::optional<qulonglong> brandId = {};
     bool showDisabled = false;
-    int limit = 0; ///< rows at the most; 0: all
 };
 
 /// The columns of the product table.
@@ -24,6 +24,10 @@ QList<TableColumn> productColumns();
 
 /// The SELECT of the product table.
 QString productListQuery(const ProductFilter &filter);
+
+/// The product table for reading page by page. Nothing when the groups could not be read, which is
+/// reported over the parent.
+std::optional<PagedSelect> productPages(QWidget *parent, const ProductFilter &filter);
 
 /// A group in the tree of groups.
 struct GroupNode

@@ -13,9 +13,10 @@ class QWidget;
 /// A change of the prices of some products; prices in the main currency.
 struct PriceChange
 {
-    std::optional<double> incost; ///< a new purchase price
-    std::optional<double> ratio;  ///< a fixed coefficient; without one the selling price is fixed
-    double outcost = 0;           ///< the fixed selling price
+    std::optional<double> incost = {}; ///< a new purchase price
+    std::optional<double> ratio =
+        {};             ///< a fixed coefficient; without one the selling price is fixed
+    double outcost = 0; ///< the fixed selling price
 };
 
 /// Reads a product for the proposal of new prices, its purchase price in the main currency. Nothing

@@ -99,6 +99,11 @@ QString Engine::divisor(const QString &expression) const
     return expression;
 }
 
+bool Engine::sortsNullsLast() const
+{
+    return false;
+}
+
 bool Engine::sameAmount(double a, double b) const
 {
     return a == b;

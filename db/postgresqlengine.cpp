@@ -131,6 +131,11 @@ public:
         return "NULLIF(" + expression + ",0)";
     }
 
+    bool sortsNullsLast() const override
+    {
+        return true;
+    }
+
     bool sameAmount(double a, double b) const override
     {
         return a == b || float(a) == float(b); // its REAL has four bytes

@@ -80,8 +80,10 @@ AlertReport CustomerAlerts::tell(const QList<DueAlert> &due, const AlertCallback
     const QString form = Session::instance().option(QStringLiteral("SMS_ONSALE_TEXT"));
     for (qsizetype done = 0; done < due.size(); ++done) {
         const DueAlert &alert = due.at(done);
-        if (callbacks.progress)
-            callbacks.progress(int(done));
+        if (!goOn(callbacks.progress, int(done), int(due.size())) && !run.over) {
+            run.over = true;
+            run.reason = tr("Отправка остановлена.");
+        }
         // Another station may have answered it since the posting began.
         const Standing standing = run.over ? Standing::Waits : look(alert);
         if (standing == Standing::Answered)

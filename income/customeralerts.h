@@ -6,6 +6,7 @@
 
 #include <functional>
 
+#include "app/progressstep.h"
 #include "db/connections.h"
 #include "income/posting.h"
 
@@ -26,8 +27,9 @@ struct AlertReport
 /// What telling customers wants from the outside.
 struct AlertCallbacks
 {
-    /// Called before each message with the number of customers done.
-    std::function<void(int done)> progress;
+    /// Called before each message with the number of customers done. Who is not told when it stops
+    /// waits for the next receipt.
+    ProgressStep progress;
     /// Sends one message and tells whether the gateway took it.
     std::function<bool(const QString &phone, const QString &text, SmsRun &run)> send;
 };

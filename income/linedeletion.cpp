@@ -178,6 +178,18 @@ QString deletionNote(const QList<ShownLine> &lines)
     return shortened(items, mostNoted).join(u'\n');
 }
 
+bool askToDelete(QWidget *parent, const QList<ShownLine> &lines)
+{
+    BoxRequest request;
+    request.text =
+        LineDeletion::tr("Вы действительно хотите удалить из прихода выделенные позиции?");
+    request.note = deletionNote(lines);
+    request.buttons = {LineDeletion::tr("Да"), LineDeletion::tr("Нет")};
+    request.defaultButton = 1;
+    request.escapeButton = 1;
+    return askQuestion(parent, request) == 0;
+}
+
 QList<qulonglong> deleteLines(QWidget *parent, QList<ShownLine> lines)
 {
     return LineDeletion(std::move(lines)).run(parent);

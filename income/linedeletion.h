@@ -19,6 +19,9 @@ struct ShownLine
 /// each, and how many more.
 QString deletionNote(const QList<ShownLine> &lines);
 
+/// Asks whether lines are to be deleted.
+bool askToDelete(QWidget *parent, const QList<ShownLine> &lines);
+
 /// Deletes lines of the working list in one short transaction. Those that another workstation has
 /// changed, posted or deleted since they were shown are left alone; that is logged and told over
 /// the parent. A failure is told likewise and deletes nothing. Returns the ids of the lines that

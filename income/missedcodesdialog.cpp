@@ -15,7 +15,6 @@ enum Column { CodeColumn, ReasonColumn, TimeColumn, TimesColumn, ColumnCount };
 
 constexpr int nameColumn = 3;      ///< of the products
 constexpr int filterDelayMs = 150; ///< typing goes on before the products are read again
-constexpr int mostProducts = 300;  ///< more would have to be searched by eye
 
 } // namespace
 
@@ -153,9 +152,10 @@ void MissedCodesDialog::showCodes()
 void MissedCodesDialog::showProducts()
 {
     m_filterTimer.stop();
-    const ProductFilter filter{.text = m_ui->filterLineEdit->text().trimmed(),
-                               .limit = mostProducts};
-    if (!m_products->select(this, productListQuery(filter)))
+    const std::optional<PagedSelect> list =
+        productPages(this, {.text = m_ui->filterLineEdit->text().trimmed()});
+    // Whether there is a second product must be known at once.
+    if (!list || !m_products->selectPages(this, *list, 2))
         return;
     QTableView *view = m_ui->productsTableView;
     view->resizeColumnsToContents();

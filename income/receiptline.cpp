@@ -494,11 +494,14 @@ void ReceiptEntry::passPriceToReference(QWidget *parent, double outcost)
         rows.isEmpty())
         return;
     const qulonglong id = rows.first().at(0).toULongLong();
-    const PriceStep step{.wareid = id, .after = outcost, .stock = number(rows.first().at(1))};
-    if (!writePrices("UPDATE warehouse SET outcost=" + quoted(outcost) +
-                         " WHERE id=" + quotedId(id) + ";",
-                     step, MarkRule::OnShelf, friendConnection))
-        showDatabaseFailure(parent, lastFailure(friendConnection), {});
+    const TransactionResult written = writePricesAlone(
+        parent,
+        "UPDATE warehouse SET outcost=" + quoted(outcost) + " WHERE id=" + quotedId(id) + ";",
+        {.wareid = id, .after = outcost, .stock = number(rows.first().at(1))}, MarkRule::OnShelf,
+        friendConnection);
+    if (!written.isDone() && !written.givenUp)
+        showDatabaseFailure(parent, written.failure,
+                            tr("Цена не передана в справочную базу данных."));
 }
 
 bool ReceiptEntry::writeAudit(QWidget *parent, const QString &stamp)

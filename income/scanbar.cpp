@@ -1,5 +1,6 @@
 #include "income/scanbar.h"
 
+#include "income/goodsentry.h"
 #include "widgets/colors.h"
 #include "widgets/plaintext.h"
 
@@ -49,6 +50,16 @@ void ScanBar::showProduct(const QString &name, const QString &quantity, const QS
     if (!warning.isEmpty())
         details += warning;
     show(name, details.join(QStringLiteral("     ")), warning.isEmpty());
+}
+
+void ScanBar::showNews(const EntryNews &news)
+{
+    if (!news.name.isEmpty())
+        showProduct(news.name, news.quantity, news.price, news.warning);
+    else if (news.good)
+        showProduct(news.status, {}, {});
+    else
+        showMiss(news.status);
 }
 
 void ScanBar::showMiss(const QString &text)

@@ -3,6 +3,7 @@
 #include <QFrame>
 
 class QLabel;
+struct EntryNews;
 
 /// What was just scanned, legible from two metres: the name, how many are in the receipt, the
 /// selling price; a miss in red.
@@ -16,6 +17,9 @@ public:
     /// Shows a product. Texts are plain.
     void showProduct(const QString &name, const QString &quantity, const QString &price,
                      const QString &warning = {});
+
+    /// Shows what a code or an entry came to.
+    void showNews(const EntryNews &news);
 
     /// Shows in red what is missing or wrong.
     void showMiss(const QString &text);

@@ -3,6 +3,7 @@
 #include <QCloseEvent>
 #include <QCoreApplication>
 #include <QKeyEvent>
+#include <QPushButton>
 
 namespace {
 
@@ -36,6 +37,25 @@ void ProgressDialog::advance(int value)
     setValue(value);
     QCoreApplication::processEvents();
     m_sinceShown.start();
+}
+
+void ProgressDialog::allowStopping()
+{
+    auto *button = new QPushButton(tr("Остановить"), this);
+    // The Return behind a scan must not press it.
+    button->setFocusPolicy(Qt::NoFocus);
+    button->setAutoDefault(false);
+    setCancelButton(button);
+    connect(this, &QProgressDialog::canceled, this, [this, button] {
+        m_stopped = true;
+        button->setEnabled(false);
+        setLabelText(tr("Останавливается…"));
+    });
+}
+
+bool ProgressDialog::isStopped() const
+{
+    return m_stopped;
 }
 
 void ProgressDialog::reject()

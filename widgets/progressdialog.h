@@ -3,8 +3,8 @@
 #include <QElapsedTimer>
 #include <QProgressDialog>
 
-/// A window-modal progress dialog that cannot be cancelled, neither by Escape nor by its frame:
-/// closing it would free the window below in the middle of the work. It appears at once.
+/// A window-modal progress dialog that neither a key nor its frame closes: that would free the
+/// window below in the middle of the work. It appears at once.
 class ProgressDialog final : public QProgressDialog
 {
     Q_OBJECT
@@ -17,6 +17,12 @@ public:
     /// second at most.
     void advance(int value);
 
+    /// Offers a button that asks the work to stop; so does Escape.
+    void allowStopping();
+
+    /// Whether the user wants the work to stop.
+    bool isStopped() const;
+
     void reject() override;
 
 protected:
@@ -25,4 +31,5 @@ protected:
 
 private:
     QElapsedTimer m_sinceShown;
+    bool m_stopped = false;
 };

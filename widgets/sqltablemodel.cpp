@@ -2,13 +2,27 @@
 
 #include "db/money.h"
 #include "db/query.h"
+#include "db/transaction.h"
 #include "widgets/plaintext.h"
 
 #include <QSqlRecord>
 
+#include <algorithm>
+
+namespace {
+
+constexpr qsizetype pageRows = 200;
+constexpr qsizetype keysRows = 20'000; ///< read at once when only their ids are wanted
+constexpr int patienceMs = 60;         ///< before the window gets its turn
+constexpr int pauseMs = 3000;          ///< between two tries of a page that cannot be read
+
+} // namespace
+
 SqlTableModel::SqlTableModel(QObject *parent)
     : QAbstractTableModel(parent)
 {
+    m_readOn.setSingleShot(true);
+    connect(&m_readOn, &QTimer::timeout, this, &SqlTableModel::readOn);
 }
 
 void SqlTableModel::setColumns(const QList<TableColumn> &columns)
@@ -52,6 +66,8 @@ bool SqlTableModel::select(QWidget *parent, const QString &sqlText, const QStrin
     query = QSqlQuery();
 
     beginResetModel();
+    m_pages.reset();
+    m_readOn.stop();
     m_values = std::move(values);
     m_rows = rows;
     m_width = columns;
@@ -64,9 +80,107 @@ bool SqlTableModel::select(QWidget *parent, const QString &sqlText, const QStrin
     return true;
 }
 
+bool SqlTableModel::selectPages(QWidget *parent, const PagedSelect &list, qsizetype atLeast,
+                                const QString &connectionName)
+{
+    auto pages = std::make_unique<PagedRows>(list, m_columns, connectionName);
+    const QDeadlineTimer time =
+        atLeast > 0 ? QDeadlineTimer(QDeadlineTimer::Forever) : QDeadlineTimer(patienceMs);
+    // Deep in the list the ids down there will do: values are read of the rows that are looked at.
+    const bool withValues = atLeast <= 10 * pageRows;
+    const qsizetype wanted = std::max(atLeast, pageRows);
+    do {
+        PagedRows::Batch batch;
+        const qsizetype rows = std::min(wanted - pages->count(), keysRows);
+        if (!pages->read(parent, rows, withValues, time, batch))
+            return false;
+        pages->add(batch);
+    } while (!time.hasExpired() && !pages->isAtEnd() && pages->count() < wanted);
+
+    beginResetModel();
+    m_values.clear();
+    m_pages = std::move(pages);
+    m_connectionName = connectionName;
+    m_rows = static_cast<int>(m_pages->count());
+    m_width = static_cast<int>(m_columns.size());
+    m_pause = {};
+    endResetModel();
+    m_goal = wanted;
+    if (m_rows < m_goal && !m_pages->isAtEnd())
+        m_readOn.start(0);
+    return true;
+}
+
+std::optional<PagedSelect> SqlTableModel::list() const
+{
+    return m_pages ? std::optional(m_pages->list()) : std::nullopt;
+}
+
+int SqlTableModel::findRow(qulonglong id)
+{
+    int row = rowOfId(id);
+    if (row >= 0 || !m_pages || !m_pages->leadsTo(nullptr, id).value_or(false))
+        return row;
+    bool done = true;
+    while (done && row < 0 && !m_pages->isAtEnd()) {
+        PagedRows::Batch batch;
+        done = m_pages->read(nullptr, keysRows, false, QDeadlineTimer::Forever, batch);
+        append(batch);
+        row = rowOfId(id);
+    }
+    return row;
+}
+
+bool SqlTableModel::canFetchMore(const QModelIndex &parent) const
+{
+    return !parent.isValid() && m_pages && !m_pages->isAtEnd() && !m_readOn.isActive() &&
+           m_pause.hasExpired() && !inTransaction(m_connectionName);
+}
+
+void SqlTableModel::fetchMore(const QModelIndex &parent)
+{
+    if (!canFetchMore(parent))
+        return;
+    m_goal = m_rows + pageRows;
+    readOn();
+}
+
+/// Reads towards the goal, a little at a time. Nobody is told of a failure, which would come again
+/// with every turn of the wheel: the rows stay, and whoever scrolls on tries again.
+void SqlTableModel::readOn()
+{
+    if (!m_pages || m_pages->isAtEnd())
+        return;
+    if (inTransaction(m_connectionName)) {
+        m_readOn.start(patienceMs);
+        return;
+    }
+    PagedRows::Batch batch;
+    const bool done =
+        m_pages->read(nullptr, m_goal - m_rows, true, QDeadlineTimer(patienceMs), batch);
+    append(batch);
+    if (!done)
+        m_pause = QDeadlineTimer(pauseMs);
+    else if (m_rows < m_goal && !m_pages->isAtEnd())
+        m_readOn.start(0);
+}
+
+void SqlTableModel::append(const PagedRows::Batch &batch)
+{
+    if (batch.ids.isEmpty())
+        return;
+    const int rows = m_rows + static_cast<int>(batch.ids.size());
+    beginInsertRows({}, m_rows, rows - 1);
+    m_pages->add(batch);
+    m_rows = rows;
+    endInsertRows();
+}
+
 void SqlTableModel::clear()
 {
     beginResetModel();
+    m_pages.reset();
+    m_readOn.stop();
     m_values.clear();
     m_rows = 0;
     endResetModel();
@@ -76,6 +190,8 @@ QVariant SqlTableModel::value(int row, int column) const
 {
     if (row < 0 || row >= m_rows || column < 0 || column >= m_width)
         return {};
+    if (m_pages)
+        return m_pages->value(row, column);
     return m_values.at(static_cast<qsizetype>(row) * m_width + column);
 }
 
@@ -95,11 +211,13 @@ int SqlTableModel::columnOf(const QString &key) const
 
 qulonglong SqlTableModel::idOf(int row) const
 {
-    return value(row, QStringLiteral("id")).toULongLong();
+    return m_pages ? m_pages->id(row) : value(row, QStringLiteral("id")).toULongLong();
 }
 
 int SqlTableModel::rowOfId(qulonglong id, const QString &key) const
 {
+    if (m_pages)
+        return static_cast<int>(m_pages->rowOf(id));
     const int column = columnOf(key);
     for (int row = 0; row < m_rows; ++row) {
         if (value(row, column).toULongLong() == id)

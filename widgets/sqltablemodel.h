@@ -4,13 +4,18 @@
 #include <QList>
 #include <QString>
 #include <QStringList>
+#include <QTimer>
 #include <QVariant>
 
+#include <memory>
+#include <optional>
+
 #include "db/connections.h"
+#include "widgets/pagedrows.h"
 #include "widgets/tablecolumn.h"
 
-/// The rows of one SELECT, read to the end at once: no statement stays open on the connection, and
-/// the rows survive the loss of the connection.
+/// The rows of one SELECT, read to the end at once or, of a long list, page by page: no statement
+/// stays open on the connection, and the rows survive the loss of the connection.
 class SqlTableModel : public QAbstractTableModel
 {
     Q_OBJECT
@@ -28,6 +33,15 @@ public:
     bool select(QWidget *parent, const QString &sqlText,
                 const QString &connectionName = mainConnection);
 
+    /// Shows a long list, of which further pages are read as a view asks for them. The first page
+    /// is here at once; a search that takes longer goes on in the background. Of atLeast rows all
+    /// are here behind the call, unless the list is shorter. On failure the old rows stay.
+    bool selectPages(QWidget *parent, const PagedSelect &list, qsizetype atLeast = 0,
+                     const QString &connectionName = mainConnection);
+
+    /// The long list that is shown; nothing when all rows have been read.
+    std::optional<PagedSelect> list() const;
+
     /// Removes all rows.
     void clear();
 
@@ -44,6 +58,12 @@ public:
     /// The first row whose value in the column is this id, or -1.
     int rowOfId(qulonglong id, const QString &key = QStringLiteral("id")) const;
 
+    /// The row with that id, read on to when it stands further down in a long list; -1 when there
+    /// is none.
+    int findRow(qulonglong id);
+
+    bool canFetchMore(const QModelIndex &parent) const override;
+    void fetchMore(const QModelIndex &parent) override;
     int rowCount(const QModelIndex &parent = {}) const override;
     int columnCount(const QModelIndex &parent = {}) const override;
     QVariant data(const QModelIndex &index, int role = Qt::DisplayRole) const override;
@@ -51,6 +71,8 @@ public:
                         int role = Qt::DisplayRole) const override;
 
 private:
+    void readOn();
+    void append(const PagedRows::Batch &batch);
     ColumnKind kindOf(int column) const;
     QString displayText(int row, int column) const;
 
@@ -59,4 +81,10 @@ private:
     QList<QVariant> m_values; ///< row by row
     int m_rows = 0;
     int m_width = 0; ///< values in a row
+
+    std::unique_ptr<PagedRows> m_pages; ///< instead of the values
+    QString m_connectionName;
+    qsizetype m_goal = 0; ///< rows that are wanted
+    QTimer m_readOn;
+    QDeadlineTimer m_pause; ///< after a page that could not be read
 };

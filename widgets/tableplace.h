@@ -2,22 +2,29 @@
 
 #include <QTableView>
 
-class SqlTableModel;
+#include "widgets/sqltablemodel.h"
 
 /// Keeps the user's place in a table over a refresh: the current row (found again by its id, else
 /// by its number), the selection and the scroll position.
 class TablePlace
 {
 public:
-    TablePlace(QTableView *view, const SqlTableModel *model);
+    TablePlace(QTableView *view, SqlTableModel *model);
 
-    /// Puts everything back after the model has new rows.
+    /// How many rows lead down to the place.
+    qsizetype rows() const;
+
+    /// Puts everything back after the model has new rows. Another long list begins at its top.
     void restore() const;
 
 private:
+    void select() const;
+
     QTableView *m_view;
-    const SqlTableModel *m_model;
+    SqlTableModel *m_model;
+    std::optional<PagedSelect> m_list;
     int m_row = -1;
+    int m_lastRow = -1; ///< visible, current or selected
     int m_column = 0;
     qulonglong m_id = 0;
     QList<qulonglong> m_selectedIds;

@@ -17,6 +17,7 @@
 #include <QTableView>
 #include <QTest>
 
+#include <functional>
 #include <memory>
 
 namespace {
@@ -28,7 +29,7 @@ NumberSpinBox *valueEdit(const QDialog &dialog)
 
 } // namespace
 
-class TestCurrencyDialogs : public DatabaseTest
+class TestCurrencyDialogs : public WindowTest
 {
     Q_OBJECT
 
@@ -39,9 +40,9 @@ private slots:
     void untouchedRate_staysAsStored();
     void impossibleInput_keepsTheDialogOpen_data();
     void impossibleInput_keepsTheDialogOpen();
-    void list_opensRowsAndRefreshes_data();
     void list_opensRowsAndRefreshes();
-    void recalculation_changesPricesByRate();
+    void otherStation_isNotOverwrittenUnasked();
+    void recalculation_tellsWhatItHasChanged();
 
 private:
     void prepare() override;
@@ -150,72 +151,87 @@ void TestCurrencyDialogs::impossibleInput_keepsTheDialogOpen()
     QCOMPARE(rows("SELECT c_code, value FROM currencies WHERE id=2"), "EUR\t92.5");
 }
 
-void TestCurrencyDialogs::list_opensRowsAndRefreshes_data()
-{
-    addColumns<QString>("way");
-    addRow("button", "button");
-    addRow("double click", "double click");
-    addRow("Return", "Return");
-}
-
 void TestCurrencyDialogs::list_opensRowsAndRefreshes()
 {
-    QFETCH(QString, way);
-
     CurrenciesDialog list(nullptr);
     list.show();
-    auto *table = list.findChild<QTableView *>("currenciesTableView");
+    auto *table = child<QTableView>(list, "currenciesTableView");
     QAbstractItemModel *model = table->model();
     QCOMPARE(model->rowCount(), 3);
     QVERIFY(table->isColumnHidden(0));
-    QVERIFY(!list.findChild<QPushButton *>("editPushButton")->isEnabled());
-    QCOMPARE(model->index(1, 3).data().toString(), "92.5");
+    QVERIFY(!child<QPushButton>(list, "deletePushButton")->isVisible());
 
     const QPoint place = table->visualRect(model->index(1, 1)).center();
     QTest::mouseClick(table->viewport(), Qt::LeftButton, {}, place);
-    m_steps->whenOpen<CurrencyDialog>([&](CurrencyDialog &dialog) {
-        QCOMPARE(dialog.windowTitle(), "Редактирование валюты 2");
-        valueEdit(dialog)->setValue(101.25);
-        click(dialog, "savePushButton");
-    });
-    if (way == "button")
-        click(list, "editPushButton");
-    else if (way == "Return")
-        QTest::keyClick(table, Qt::Key_Return);
-    else
-        QTest::mouseDClick(table->viewport(), Qt::LeftButton, {}, place);
-    QVERIFY(list.isVisible());
-    QCOMPARE(model->index(1, 3).data().toString(), "101.25");
-    QCOMPARE(table->currentIndex().row(), 1);
-    QCOMPARE(Session::instance().convertCurrencyToMain(2, "EUR"), 202.5);
+    const std::function<void()> ways[] = {
+        [&] { QTest::mouseDClick(table->viewport(), Qt::LeftButton, {}, place); },
+        [&] { QTest::keyClick(table, Qt::Key_Return); },
+        [&] {
+            click(list, "editPushButton");
+        }};
+    double rate = 100;
+    for (const auto &open : ways) {
+        rate += 1.25;
+        m_steps->whenOpen<CurrencyDialog>([&](CurrencyDialog &dialog) {
+            QCOMPARE(dialog.windowTitle(), "Редактирование валюты 2");
+            valueEdit(dialog)->setValue(rate);
+            click(dialog, "savePushButton");
+        });
+        open();
+        QVERIFY(list.isVisible());
+        QCOMPARE(model->index(1, 3).data().toString(), QString::number(rate));
+        QCOMPARE(table->currentIndex().row(), 1);
+        QCOMPARE(Session::instance().convertCurrencyToMain(1, "EUR"), rate);
+    }
 
     m_steps->whenOpen<CurrencyDialog>([&](CurrencyDialog &dialog) {
-        QCOMPARE(dialog.windowTitle(), "Добавление валюты");
         child<QLineEdit>(dialog, "cCodeLineEdit")->setText("CNY");
         click(dialog, "savePushButton");
     });
     click(list, "addPushButton");
     QCOMPARE(model->rowCount(), 4);
+    QCOMPARE(table->currentIndex().row(), 3);
     QCOMPARE(Session::instance().currencies().last().code, "CNY");
     click(list, "closePushButton");
     QVERIFY(!list.isVisible());
 }
 
-void TestCurrencyDialogs::recalculation_changesPricesByRate()
+void TestCurrencyDialogs::otherStation_isNotOverwrittenUnasked()
+{
+    CurrencyDialog dialog(2, nullptr);
+    dialog.show();
+    child<QLineEdit>(dialog, "symbolLineEdit")->setText("E");
+    rows("UPDATE currencies SET symbol='Э', value=99 WHERE id=2");
+    m_boxes->answer("Отмена");
+    click(dialog, "savePushButton");
+    QVERIFY(m_boxes->requests().last().note.contains("Символ: Э"));
+    QVERIFY(dialog.isVisible());
+    rows("UPDATE currencies SET c_code='EURO' WHERE id=2");
+    m_boxes->answer("Заменить");
+    click(dialog, "savePushButton");
+    QVERIFY(!dialog.isVisible());
+    // The rate, which nobody has touched here, is the other station's.
+    QCOMPARE(rows("SELECT c_code, symbol, value FROM currencies WHERE id=2").remove(".0"),
+             "EUR\tE\t99");
+
+    CurrencyDialog gone(2, nullptr);
+    gone.show();
+    rows("DELETE FROM currencies WHERE id=2");
+    m_boxes->answer("Добавить");
+    click(gone, "savePushButton");
+    QCOMPARE(rows("SELECT symbol, value FROM currencies WHERE id>3").remove(".0"), "E\t99");
+}
+
+void TestCurrencyDialogs::recalculation_tellsWhatItHasChanged()
 {
     shop::addProduct({.id = 1, .incost = 33.3, .outcost = 7});
-    shop::addProduct({.id = 2, .incost = 1, .outcost = 7, .currency = "EUR"});
-    shop::addProduct({.id = 3, .incost = 10, .outcost = 20});
-    shop::addProduct({.id = 4, .incost = 10, .outcost = 7});
-    QVERIFY(QueryExec(nullptr, "UPDATE warehouse SET inoutratio='1.5' WHERE id<='2';"));
-    QVERIFY(QueryExec(nullptr, "UPDATE warehouse SET inoutratio='2' WHERE id='3';"));
-
+    shop::addProduct({.id = 2, .incost = 10, .outcost = 20});
+    rows("UPDATE warehouse SET inoutratio=id*0.5+1");
     CurrenciesDialog list(nullptr);
     list.show();
     click(list, "calculateOutcostPushButton");
-    // The third has its price already, the fourth has no coefficient.
-    QCOMPARE(list.findChild<QLabel *>("resultLabel")->text(), "Изменено расходных цен: 2");
-    QCOMPARE(rows("SELECT outcost FROM warehouse ORDER BY id").remove(".0"), "50\n140\n20\n7");
+    QCOMPARE(list.findChild<QLabel *>("resultLabel")->text(), "Изменено расходных цен: 1");
+    QCOMPARE(rows("SELECT outcost FROM warehouse ORDER BY id").remove(".0"), "50\n20");
     QVERIFY(!QApplication::activeModalWidget());
 }
 

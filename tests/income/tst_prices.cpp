@@ -1,7 +1,6 @@
 // The prices of the receipt and of selected products: what follows from a coefficient, what is
 // written to the products, which goods need new labels.
 
-#include "catalogue/costdialog.h"
 #include "catalogue/pricerules.h"
 #include "catalogue/productprices.h"
 #include "db/query.h"
@@ -12,11 +11,7 @@
 #include "tests/support/datatable.h"
 #include "tests/support/servers.h"
 #include "tests/support/shop.h"
-#include "widgets/numberspinbox.h"
 
-#include <QGroupBox>
-#include <QRadioButton>
-#include <QTableWidget>
 #include <QTest>
 
 #include <limits>
@@ -39,12 +34,12 @@ private slots:
     void lostServer_endsTheLoop();
     void productPrices_areChanged_data();
     void productPrices_areChanged();
-    void priceDialog_proposesWhatProductsShare();
-    void priceDialog_writesWhatIsTyped();
+    void recalculation_writesWhatChanges();
 
 private:
     void prepare() override;
     PriceUpdate update();
+    static void addLines(const QList<qulonglong> &products, double stock = 0);
     int products(const QString &condition) const
     {
         return rows("SELECT COUNT(*) FROM warehouse WHERE " + condition).toInt();
@@ -59,6 +54,15 @@ void TestPrices::prepare()
 PriceUpdate TestPrices::update()
 {
     return updateCosts(nullptr, mainConnection, {});
+}
+
+/// Products at 20, each with a line that asks for 130.
+void TestPrices::addLines(const QList<qulonglong> &products, double stock)
+{
+    for (const qulonglong id : products) {
+        shop::addProduct({.id = id, .stock = stock});
+        shop::addLine({.wareId = id, .incost = 90, .outcost = 1, .inoutratio = 1.5});
+    }
 }
 
 void TestPrices::rules_holdAtTheirEdges()
@@ -150,21 +154,15 @@ void TestPrices::receiptPrices_tellOfFailuresOnce()
 
 void TestPrices::receiptPrices_followOtherStations_data()
 {
-    QTest::addColumn<QString>("meanwhile"); // to one line, when the other is written
-    QTest::addColumn<QString>("line");      // what must hold of it then
-    QTest::addColumn<QString>("product");   // and of its product
-    QTest::addColumn<int>("gone");
-    QTest::newRow("priced there") << "UPDATE incomeinvoice SET incost='40', inoutratio='3', "
-                                     "outcost='1'"
-                                  << "outcost=120"
-                                  << "incost=40 AND outcost=120" << 0;
-    QTest::newRow("fixed by hand there") << "UPDATE incomeinvoice SET inoutratio='0', outcost='77'"
-                                         << "outcost=77"
-                                         << "inoutratio=0 AND outcost=77" << 0;
-    QTest::newRow("posted or deleted there")
-        << "DELETE FROM incomeinvoice"
-        << ""
-        << "incost=10 AND inoutratio IS NULL AND outcost=20" << 1;
+    // meanwhile: done there to one line, when the other is written
+    // line, product: what must hold of them then
+    addColumns<QString, QString, QString, int>("meanwhile", "line", "product", "gone");
+    addRow("priced there", "UPDATE incomeinvoice SET incost='40', inoutratio='3', outcost='1'",
+           "outcost=120", "incost=40 AND outcost=120", 0);
+    addRow("fixed by hand there", "UPDATE incomeinvoice SET inoutratio='0', outcost='77'",
+           "outcost=77", "inoutratio=0 AND outcost=77", 0);
+    addRow("posted or deleted there", "DELETE FROM incomeinvoice", "",
+           "incost=10 AND inoutratio IS NULL AND outcost=20", 1);
 }
 
 void TestPrices::receiptPrices_followOtherStations()
@@ -173,10 +171,7 @@ void TestPrices::receiptPrices_followOtherStations()
     QFETCH(QString, line);
     QFETCH(QString, product);
     QFETCH(int, gone);
-    for (const int id : {11, 12}) {
-        shop::addProduct({.id = qulonglong(id)});
-        shop::addLine({.wareId = qulonglong(id), .incost = 90, .outcost = 1, .inoutratio = 1.5});
-    }
+    addLines({11, 12});
     QVERIFY(QueryExec(nullptr, "UPDATE warehouse SET inoutratio=NULL"));
     if (gone > 0)
         m_boxes->answer("OK");
@@ -200,8 +195,7 @@ void TestPrices::receiptPrices_followOtherStations()
 
 void TestPrices::otherStation_waitsWhileALineIsPriced()
 {
-    shop::addProduct({.id = 11});
-    shop::addLine({.wareId = 11, .incost = 90, .outcost = 1, .inoutratio = 1.5});
+    addLines({11});
     QVERIFY(m_database->open(otherStation));
     QStringList allowed;
     int tried = 0;
@@ -233,8 +227,7 @@ void TestPrices::otherStation_waitsWhileALineIsPriced()
 /// Else a repetition would find the new price in place and never note that it needs a new label.
 void TestPrices::brokenLine_isWrittenWholeOrNotAtAll()
 {
-    shop::addProduct({.id = 11, .stock = 3});
-    shop::addLine({.wareId = 11, .incost = 90, .outcost = 1, .inoutratio = 1.5});
+    addLines({11}, 3);
     int faults = 3;
     setStatementObserver([&](QString &sqlText, const QString &) {
         if (sqlText.startsWith("INSERT INTO changeoutcostinfo") && faults-- > 0)
@@ -250,14 +243,18 @@ void TestPrices::brokenLine_isWrittenWholeOrNotAtAll()
     QCOMPARE(update().failed, 0);
     QCOMPARE(products("outcost=130"), 1);
     QCOMPARE(rows("SELECT wareid FROM changeoutcostinfo"), "11");
+
+    faults = 3;
+    m_boxes->answer("OK");
+    QVERIFY(!changePrices(nullptr, {11}, {.outcost = 55}));
+    QCOMPARE(products("outcost=130"), 1);
+    QVERIFY(changePrices(nullptr, {11}, {.outcost = 55}));
+    QCOMPARE(products("outcost=55"), 1);
 }
 
 void TestPrices::heldList_endsTheLoop()
 {
-    for (const int id : {11, 12, 13}) {
-        shop::addProduct({.id = qulonglong(id)});
-        shop::addLine({.wareId = qulonglong(id), .outcost = 99});
-    }
+    addLines({11, 12, 13});
     QVERIFY(m_database->open(otherStation));
     const TransactionGuard posting(otherStation);
     if (m_dialect == Dialect::PostgreSql)
@@ -277,10 +274,7 @@ void TestPrices::lostServer_endsTheLoop()
 {
     if (m_dialect == Dialect::Sqlite)
         return;
-    for (const int id : {11, 12, 13}) {
-        shop::addProduct({.id = qulonglong(id)});
-        shop::addLine({.wareId = qulonglong(id), .outcost = 99});
-    }
+    addLines({11, 12, 13});
     m_boxes->answer("OK");
     const PriceUpdate result = updateCosts(nullptr, mainConnection, [&](int done, int) {
         if (done == 1)
@@ -288,7 +282,7 @@ void TestPrices::lostServer_endsTheLoop()
     });
     QCOMPARE(result.failed, 1);
     TestServers::instance().start(m_dialect);
-    QCOMPARE(products("outcost=99"), 1);
+    QCOMPARE(products("outcost=130"), 1);
 }
 
 void TestPrices::productPrices_areChanged_data()
@@ -335,63 +329,33 @@ void TestPrices::productPrices_areChanged()
     QTEST(rows("SELECT wareid FROM changeoutcostinfo ORDER BY wareid").replace('\n', ' '), "marks");
 }
 
-void TestPrices::priceDialog_proposesWhatProductsShare()
+void TestPrices::recalculation_writesWhatChanges()
 {
-    shop::addProduct({.id = 11, .name = shop::nastyName, .incost = 2, .currency = "USD"});
-    shop::addProduct({.id = 12, .outcost = 30});
-    const auto value = [](const CostDialog &dialog, const char *name) {
-        return dialog.findChild<NumberSpinBox *>(QLatin1String(name))->value();
-    };
-    const CostDialog one({11});
-    QCOMPARE(value(one, "incostDoubleSpinBox"), 180.0);
-    // A rate that was 1, or a currency that was not there, when this station read them last.
-    rows("UPDATE currencies SET value=1 WHERE id=3");
-    QVERIFY(Session::instance().loadCurrencies(mainConnection));
-    rows("UPDATE currencies SET value=64.78 WHERE id=3");
-    QCOMPARE(value(CostDialog({11}), "incostDoubleSpinBox"), 129.56);
-    QCOMPARE(value(one, "outcostDoubleSpinBox"), 20.0);
-    QVERIFY(one.findChild<QRadioButton *>("fixedRadioButton")->isChecked());
-    QVERIFY(!one.findChild<QGroupBox *>("incostGroupBox")->isChecked());
-    auto *table = one.findChild<QTableWidget *>("productsTableWidget");
-    QCOMPARE(table->item(0, 1)->text(), shop::nastyName);
-
-    const CostDialog two({11, 12});
-    QCOMPARE(value(two, "outcostDoubleSpinBox"), 0.0);
-    QVERIFY(QueryExec(nullptr, "UPDATE warehouse SET inoutratio='1.7'"));
-    const CostDialog ratio({11, 12});
-    QCOMPARE(value(ratio, "ratioDoubleSpinBox"), 1.7);
-    QVERIFY(ratio.findChild<QRadioButton *>("ratioRadioButton")->isChecked());
-}
-
-void TestPrices::priceDialog_writesWhatIsTyped()
-{
-    shop::addProduct({.id = 11});
-    shop::addProduct({.id = 12, .outcost = 30});
-    CostDialog dialog({11, 12});
-    dialog.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&dialog));
-    const auto press = [&dialog](Qt::Key key) {
-        QTest::keyClick(dialog.focusWidget(), key);
-    };
-    // Nothing in common and nothing typed: nothing is written.
-    m_boxes->answer("OK");
-    press(Qt::Key_Return);
-    QVERIFY(dialog.isVisible());
-    QCOMPARE(products("outcost=0"), 0);
-
-    QTest::mouseClick(dialog.findChild<QRadioButton *>("ratioRadioButton"), Qt::LeftButton, {},
-                      QPoint(8, 8));
-    QTest::keyClicks(dialog.focusWidget(), "40063813");
-    m_boxes->answer("Отмена"); // not a coefficient but a scan
-    press(Qt::Key_Return);
-    QTest::keyClicks(dialog.focusWidget(), "2,5");
-    auto *incost = dialog.findChild<QGroupBox *>("incostGroupBox");
-    incost->setFocus();
-    QTest::keyClick(incost, Qt::Key_Space);
-    QTest::keyClicks(dialog.focusWidget(), "40");
-    press(Qt::Key_Return);
-    QCOMPARE(dialog.result(), int(QDialog::Accepted));
-    QCOMPARE(products("incost=40 AND inoutratio=2.5 AND outcost=100"), 2);
+    rows("INSERT INTO warehouse(id,incost,currency,inoutratio,outcost) VALUES"
+         "(1,33.3,'RUB',1.5,0),(2,10,'RUB',1.9,0),(3,2,'USD',1.5,1),(4,10,'XXX',2,3),"
+         "(5,10,'RUB',0,777),(6,10,'RUB',-1,777),(7,10,'RUB',1.9,19),(8,NULL,NULL,2,5),"
+         "(9,617284,'RUB',2,0),(10,100,'RUB',2,-1);");
+    int rowsDone = 0;
+    setStatementObserver([](QString &sqlText, const QString &) {
+        if (sqlText.startsWith("UPDATE") && sqlText.endsWith("WHERE id='10'"))
+            sqlText = "SELECT nonsense FROM nowhere";
+    });
+    const auto result = recalculateSellingPrices(nullptr, mainConnection, [&](int done, int total) {
+        rowsDone += total == 8 && done == rowsDone + 1 ? 1 : 0;
+    });
+    QCOMPARE(result.changed, 6);
+    QCOMPARE(result.failed, 1);
+    QCOMPARE(rowsDone, 8);
+    QStringList prices;
+    for (const QString &price : rows("SELECT outcost FROM warehouse ORDER BY id").split(u'\n'))
+        prices += QString::number(price.toDouble(), 'f', 0);
+    // Six significant digits: 1234570 is what reaches the table.
+    QCOMPARE(prices.join(u' '), "50 19 270 20 777 777 19 0 1234570 -1");
+    QCOMPARE(rows("SELECT COUNT(*) FROM changeoutcostinfo"), "0");
+    setStatementObserver([](QString &sqlText, const QString &) {
+        sqlText.replace("FROM warehouse", "FROM nowhere");
+    });
+    QVERIFY(!recalculateSellingPrices(nullptr, mainConnection, {}).read);
 }
 
 QTEST_MAIN(TestPrices)

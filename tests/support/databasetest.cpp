@@ -116,3 +116,9 @@ bool DatabaseTest::clearShop(const QString &connectionName)
                done;
     return done;
 }
+
+void WindowTest::initTestCase_data()
+{
+    QTest::addColumn<Dialect>("dialect");
+    QTest::newRow("SQLite") << Dialect::Sqlite;
+}

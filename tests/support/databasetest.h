@@ -69,3 +69,12 @@ private:
     std::unique_ptr<ScratchDatabase> m_empty;
     std::map<std::pair<Dialect, QString>, std::unique_ptr<ScratchDatabase>> m_shops;
 };
+
+/// A test of windows whose statements are tested elsewhere: its cases run on SQLite alone.
+class WindowTest : public DatabaseTest
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase_data();
+};

@@ -1,0 +1,73 @@
+#pragma once
+
+#include <QGroupBox>
+#include <QTimer>
+
+#include <memory>
+
+class ColorSqlQueryModel;
+class NameColumn;
+class QTableView;
+
+namespace Ui {
+class ProductPanel;
+}
+
+/// The catalogue beside the receipt: the product table with its filter.
+class ProductPanel final : public QGroupBox
+{
+    Q_OBJECT
+
+public:
+    explicit ProductPanel(QWidget *parent = nullptr);
+    ~ProductPanel() override;
+
+    /// Reads groups and brands anew; the choice stays. Failures are reported over the window.
+    void fillFilters();
+
+    /// Reads the products anew, the user's place is kept.
+    void refresh();
+
+    /// Shows products that are not sold any more, too, or hides them.
+    void setShowDisabled(bool shown);
+
+    /// Ids of the selected products.
+    QList<qulonglong> selectedIds() const;
+
+    QTableView *table() const;
+    QString filterText() const;
+
+    /// What Tab goes through, in that order.
+    QWidgetList tabChain() const;
+
+    /// Keeps the widths of the columns, or gives the rows the height of the font.
+    void saveColumns() const;
+    void fitRows();
+
+    /// A filter that was just typed is not applied any more.
+    void stop();
+
+signals:
+    /// The user has opened a row.
+    void productOpened(qulonglong wareid);
+    /// A context menu is wanted at a place on the screen.
+    void menuWanted(const QPoint &place);
+
+private slots:
+    void on_namefilterLineEdit_textChanged();
+    void on_namefilterLineEdit_returnPressed();
+    void on_groupfilterComboBox_activated(int index);
+    void on_brandfilterComboBox_activated(int index);
+    void on_warehouseTableView_doubleClicked(const QModelIndex &index);
+    void on_warehouseTableView_customContextMenuRequested(const QPoint &position);
+
+private:
+    void restoreColumns();
+
+    std::unique_ptr<Ui::ProductPanel> m_ui;
+    ColorSqlQueryModel *m_products;
+    NameColumn *m_names;
+    QTimer m_filterTimer;
+    bool m_showDisabled = false;
+    bool m_columnsSized = false;
+};

@@ -1,0 +1,63 @@
+#pragma once
+
+#include <QDialog>
+#include <QList>
+
+#include <memory>
+
+#include "widgets/dictionary.h"
+
+class DictionaryDialog;
+class QPushButton;
+class SqlTableModel;
+
+namespace Ui {
+class DictionaryList;
+}
+
+/// The list of a dictionary: add, edit, delete, search. What is special about a dictionary stands
+/// in a class of its own that replaces the virtual functions.
+class DictionaryList : public QDialog
+{
+    Q_OBJECT
+
+public:
+    /// condition: in SQL, which entries belong to the list; none: all.
+    DictionaryList(const Dictionary &dictionary, QWidget *parent, const QString &condition = {});
+    ~DictionaryList() override;
+
+protected:
+    /// The dialog of an entry, id 0: of a new one.
+    virtual std::unique_ptr<DictionaryDialog> makeDialog(qulonglong id);
+
+    /// What to ask before entries are deleted; nothing when that is not to be.
+    virtual QString deleteQuestion(const QList<qulonglong> &ids);
+
+    /// Something was written; the list has been read again.
+    virtual void changed();
+
+    /// A button for a further command, behind the others.
+    QPushButton *addCommand(const QString &text, const QString &name, const QString &toolTip);
+
+    /// Shows what came of a command below the table.
+    void showResult(const QString &text);
+
+private slots:
+    void on_searchLineEdit_textChanged();
+    void on_addPushButton_clicked();
+    void on_editPushButton_clicked();
+    void on_deletePushButton_clicked();
+    void on_closePushButton_clicked();
+
+private:
+    void describeTable();
+    void refresh(qulonglong selectedId = 0);
+    void enableCommands();
+    void edit(qulonglong id);
+    QList<qulonglong> selectedIds() const;
+
+    std::unique_ptr<Ui::DictionaryList> m_ui;
+    Dictionary m_dictionary;
+    QString m_condition;
+    SqlTableModel *m_model;
+};

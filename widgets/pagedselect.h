@@ -1,0 +1,70 @@
+#pragma once
+
+#include <QList>
+#include <QString>
+#include <QStringList>
+
+#include <optional>
+
+/// A long list, described for reading page by page: rows of one table with what is joined to them,
+/// in the order of one text column, the id behind it.
+struct PagedSelect
+{
+    QString select; ///< up to the joins
+    QString table;
+    QString order;          ///< the text column of the table; also its key among the columns
+    QStringList conditions; ///< on the joined rows, a blank in front of each
+    /// The same on the table alone, in parts that share no row and each of which an index can give
+    /// in order.
+    QStringList parts;
+    bool searched = false; ///< few rows may be left of many looked at
+
+    bool operator==(const PagedSelect &) const = default;
+};
+
+/// Where the rows read so far end.
+struct ListPosition
+{
+    bool begun = false;
+    bool behindEqual = false;         ///< all rows with this text are read
+    std::optional<QString> text = {}; ///< nothing: among the rows without one
+    qulonglong id = 0;
+};
+
+/// The statements that read a PagedSelect. What stands behind a position is asked for by value:
+/// rows that others insert or delete meanwhile shift nothing.
+class PageStatements
+{
+public:
+    using Text = std::optional<QString>;
+
+    /// The databases differ in where rows without a text stand.
+    PageStatements(const PagedSelect &list, bool nullsLast);
+
+    /// The next rows behind a position, up to the text last if there is one.
+    QString page(const ListPosition &position, const Text &last, qsizetype limit) const;
+
+    /// The same with id and text alone.
+    QString keys(const ListPosition &position, const Text &last, qsizetype limit) const;
+
+    /// The text that stands so many rows of the whole table behind a position.
+    QString textBehind(const ListPosition &position, qsizetype rows) const;
+
+    /// The rows of some ids, in no order.
+    QString rowsOf(const QList<qulonglong> &ids) const;
+
+    /// The id, when it belongs to the list and stands behind a position.
+    QString find(qulonglong id, const ListPosition &position) const;
+
+    /// Whether rows without a text may follow when none behind the position was found.
+    bool nullsRemain(const ListPosition &position) const;
+
+private:
+    QString column(const QString &name) const;
+    QString behind(const ListPosition &position, const Text &last) const;
+    QString ids(const QString &condition, qsizetype limit) const;
+    QString ordered(qsizetype limit) const;
+
+    const PagedSelect &m_list;
+    bool m_nullsLast;
+};

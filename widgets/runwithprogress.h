@@ -1,0 +1,48 @@
+#pragma once
+
+#include <QString>
+
+#include <functional>
+#include <memory>
+
+#include "app/progressstep.h"
+
+class ProgressDialog;
+class QWidget;
+
+/// Whether runWithProgress() is at work somewhere: nothing else may be begun or closed then.
+bool isWorking();
+
+/// Whether the user may stop the work: only where what is done by then may stay as it is.
+enum class Stopping { Never, Harmless };
+
+/// The progress of a piece of work, shown from its first step on.
+class Progress
+{
+public:
+    Progress(QWidget *parent, QString label, Stopping stopping);
+    ~Progress();
+    Progress(const Progress &) = delete;
+    Progress &operator=(const Progress &) = delete;
+
+    /// Shows how far the work is and lets pending events be processed. False once the user has
+    /// stopped it.
+    bool step(int done, int total);
+
+    /// step() for work that knows no windows. Must not outlive the progress.
+    ProgressStep steps();
+
+    /// The parent for boxes in the middle of the work.
+    QWidget *window() const;
+
+private:
+    QWidget *m_parent;
+    QString m_label;
+    Stopping m_stopping;
+    std::unique_ptr<ProgressDialog> m_dialog;
+};
+
+/// Runs a loop over rows under a window-modal dialog with a bar. The dialog appears with the first
+/// step and is gone when this returns. label: what is being done.
+void runWithProgress(QWidget *parent, const QString &label, Stopping stopping,
+                     const std::function<void(Progress &progress)> &work);
