@@ -99,9 +99,9 @@ QString Engine::divisor(const QString &expression) const
     return expression;
 }
 
-bool Engine::sortsNullFirst() const
+bool Engine::sortsNullsLast() const
 {
-    return true;
+    return false;
 }
 
 bool Engine::sameAmount(double a, double b) const

@@ -100,8 +100,8 @@ public:
     /// A divisor with which a division by zero gives NULL.
     virtual QString divisor(const QString &expression) const;
 
-    /// Whether rows without a value stand before the others in their order.
-    virtual bool sortsNullFirst() const;
+    /// Whether ORDER BY puts rows without a value behind those with one.
+    virtual bool sortsNullsLast() const;
 
     /// Whether two amounts are the same in the database, one of which may be as it was entered.
     virtual bool sameAmount(double a, double b) const;

@@ -131,9 +131,9 @@ public:
         return "NULLIF(" + expression + ",0)";
     }
 
-    bool sortsNullFirst() const override
+    bool sortsNullsLast() const override
     {
-        return false;
+        return true;
     }
 
     bool sameAmount(double a, double b) const override
