@@ -36,7 +36,7 @@ PagedRows::PagedRows(const PagedSelect &list, const QList<TableColumn> &columns,
       m_idColumn(columnOf(columns, QStringLiteral("id"))),
       m_orderColumn(columnOf(columns, list.order))
 {
-    m_position.nulls = !Engine::of(connectionName).sortsNullsLast();
+    m_position.nulls = Engine::of(connectionName).sortsNullsFirst();
 }
 
 const PagedSelect &PagedRows::list() const
