@@ -1,4 +1,3 @@
-#include "db/currencies.h"
 #include "db/schema.h"
 #include "db/session.h"
 #include "tests/support/databasetest.h"

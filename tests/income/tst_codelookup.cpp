@@ -106,7 +106,7 @@ private slots:
             openReference();
         if (asked)
             m_boxes->answer("Нет");
-        QVERIFY(findProduct(nullptr, text).kind != CodeKind::Product);
+        QVERIFY(lookUpReferenceCode(nullptr, text).kind != CodeKind::Product);
         QCOMPARE(m_boxes->lastText(),
                  asked ? "Код не найден. Поискать в справочной базе данных?" : "");
         if (asked)
@@ -138,7 +138,7 @@ private slots:
         m_boxes->answer("Да");
         if (told)
             m_boxes->answer("OK");
-        const CodeResult result = findProduct(nullptr, "4600000000015");
+        const CodeResult result = lookUpReferenceCode(nullptr, "4600000000015");
         QCOMPARE(result.kind, kind);
         if (kind == CodeKind::Product)
             QVERIFY(result.wareid == 12 && result.packQuantity == 6);
@@ -154,7 +154,7 @@ private slots:
     {
         QVERIFY(QueryExec(nullptr, "ALTER TABLE codes RENAME TO lost;"));
         QTest::ignoreMessage(QtWarningMsg, QRegularExpression("^Ошибка SQL:"));
-        QCOMPARE(findProduct(nullptr, "4006381333931").kind, CodeKind::Failed);
+        QCOMPARE(lookUpCode(nullptr, "4006381333931").kind, CodeKind::Failed);
         QVERIFY(QueryExec(nullptr, "ALTER TABLE lost RENAME TO codes;"));
     }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QObject>
+#include <QSqlQuery>
 #include <QString>
 
 #include <map>
@@ -45,6 +46,9 @@ protected:
     QString rows(const QString &statement) const;
 
     bool isServer() const;
+
+    /// Connects the other station, which waits hardly for a lock; the query tries nothing again.
+    QSqlQuery impatientStation() const;
 
     /// Connects the main connection anew, by way of a proxy on this port.
     bool openThrough(quint16 port) const;
