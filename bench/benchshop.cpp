@@ -27,6 +27,18 @@ QStringList readNames()
     return names;
 }
 
+constexpr int firstChild = 10;
+constexpr int children = 30;
+
+qulonglong groupOf(int product, int products)
+{
+    if (product % qMax(1, products / 7) == 1)
+        return BenchShop::smallGroup;
+    if (BenchShop::name(product) > "Х")
+        return BenchShop::lastGroup;
+    return product % 2 == 0 ? BenchShop::largeGroup : firstChild + product % children;
+}
+
 } // namespace
 
 RawSqlite::RawSqlite(const QString &path)
@@ -72,12 +84,20 @@ BenchShop::BenchShop(const QString &path, int products, int cartRows)
 
     RawSqlite raw(path);
     raw.run("BEGIN");
+    for (int group = BenchShop::smallGroup; group < firstChild + children; ++group) {
+        raw.run(QString("INSERT INTO `groups`(id,parent,name) VALUES(%1,%2,'Группа %1')")
+                    .arg(group)
+                    .arg(group < firstChild ? 0 : BenchShop::parentGroup)
+                    .toUtf8());
+    }
+    for (int i = 1; i <= 300; ++i)
+        raw.run(QString("INSERT INTO brands(id,name) VALUES(%1,'Марка %1')").arg(i).toUtf8());
     for (int i = 1; i <= products; ++i) {
         const QString id = QString::number(i);
         raw.run(("INSERT INTO warehouse(id,enabled,article,name,quantity,incost,outcost,currency,"
                  "inoutratio,unitid,groupid,brandid) VALUES(" +
                  id + ",1,'A" + id + "'," + sql::text(name(i)) + ",5,10,20,'RUB',0,1," +
-                 QString::number(i % 40) + "," + QString::number(i % 300) + ")")
+                 QString::number(groupOf(i, products)) + "," + QString::number(i % 300) + ")")
                     .toUtf8());
         raw.run(
             ("INSERT INTO codes(wareid,code,packquantity) VALUES(" + id + ",'" + code(i) + "',1)")

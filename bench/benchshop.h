@@ -16,6 +16,13 @@ public:
 
     QString path() const;
 
+    /// Groups of different sizes: 7 products; about a third of all; those whose names come last; 30
+    /// children with what is left.
+    static constexpr qulonglong smallGroup = 1;
+    static constexpr qulonglong largeGroup = 2;
+    static constexpr qulonglong lastGroup = 3;
+    static constexpr qulonglong parentGroup = 4;
+
     /// The barcode of a product.
     static QString code(int product);
 

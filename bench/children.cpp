@@ -10,6 +10,7 @@
 #include <QFile>
 #include <QLineEdit>
 #include <QProcess>
+#include <QTableView>
 #include <QTest>
 
 #include <cstdio>
@@ -40,9 +41,16 @@ void tell()
 void work(IncomeInvoiceWindow &window, const QString &path)
 {
     auto *filter = window.findChild<QLineEdit *>("namefilterLineEdit");
+    auto *products = window.findChild<QTableView *>("warehouseTableView");
     for (const char *text : {"О", "№ 99", "", "а", ""}) {
         filter->setText(text);
         QTest::qWait(600); // the filter's own delay is over
+        for (int page = 0; page < 500; ++page) {
+            products->scrollToBottom();
+            QCoreApplication::processEvents();
+        }
+        products->scrollToTop();
+        QCoreApplication::processEvents();
     }
     {
         RawSqlite raw(path);

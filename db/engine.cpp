@@ -99,9 +99,9 @@ QString Engine::divisor(const QString &expression) const
     return expression;
 }
 
-bool Engine::sortsNullsLast() const
+bool Engine::sortsNullsFirst() const
 {
-    return false;
+    return true;
 }
 
 bool Engine::sameAmount(double a, double b) const

@@ -100,8 +100,8 @@ public:
     /// A divisor with which a division by zero gives NULL.
     virtual QString divisor(const QString &expression) const;
 
-    /// Whether ORDER BY puts rows without a value behind those with one.
-    virtual bool sortsNullsLast() const;
+    /// Whether rows without a value stand before all others in an ascending order.
+    virtual bool sortsNullsFirst() const;
 
     /// Whether two amounts are the same in the database, one of which may be as it was entered.
     virtual bool sameAmount(double a, double b) const;
@@ -120,8 +120,8 @@ public:
     /// A text column in an index, of which so many characters are enough.
     virtual QString indexedText(const QString &column, int length) const;
 
-    /// The SELECTs of all tables, of their columns and of the first columns of their indexes: two
-    /// columns each, the first one the name of the table.
+    /// The SELECTs of all tables, of their columns and of the columns of each index, with commas
+    /// between them: two columns each, the first one the name of the table.
     struct Contents
     {
         QString tables;

@@ -57,7 +57,11 @@ bool DatabaseContents::hasColumn(const QString &table, const QString &column) co
     return m_columns.contains(folded(table, column));
 }
 
-bool DatabaseContents::hasIndexOn(const QString &table, const QString &column) const
+bool DatabaseContents::hasIndexOn(const QString &table, const QString &columns) const
 {
-    return m_indexes.contains(folded(table, column));
+    const auto wanted = folded(table, columns);
+    return std::any_of(m_indexes.begin(), m_indexes.end(), [&](const auto &index) {
+        return index.first == wanted.first &&
+               (index.second == wanted.second || index.second.startsWith(wanted.second + u','));
+    });
 }

@@ -24,8 +24,9 @@ public:
     bool hasTable(const QString &table) const;
     bool hasColumn(const QString &table, const QString &column) const;
 
-    /// Whether an index, under whatever name, has the column in front and covers all rows.
-    bool hasIndexOn(const QString &table, const QString &column) const;
+    /// Whether an index, under whatever name, has these columns, with commas between them, in front
+    /// and covers all rows.
+    bool hasIndexOn(const QString &table, const QString &columns) const;
 
 private:
     using Names = QSet<QPair<QString, QString>>;

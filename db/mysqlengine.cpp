@@ -238,8 +238,9 @@ public:
                 "WHERE table_schema=DATABASE();",
                 "SELECT table_name, column_name FROM information_schema.columns "
                 "WHERE table_schema=DATABASE();",
-                "SELECT table_name, column_name FROM information_schema.statistics "
-                "WHERE table_schema=DATABASE() AND seq_in_index=1;"};
+                "SELECT table_name, GROUP_CONCAT(column_name ORDER BY seq_in_index) "
+                "FROM information_schema.statistics WHERE table_schema=DATABASE() "
+                "GROUP BY table_name, index_name;"};
     }
 
     QString tableProbe(const QString &table) const override

@@ -131,9 +131,9 @@ public:
         return "NULLIF(" + expression + ",0)";
     }
 
-    bool sortsNullsLast() const override
+    bool sortsNullsFirst() const override
     {
-        return true;
+        return false;
     }
 
     bool sameAmount(double a, double b) const override
@@ -166,9 +166,10 @@ public:
                 "JOIN pg_catalog.pg_attribute a ON a.attrelid=c.oid "
                 "WHERE c.relkind IN ('r','p') AND pg_catalog.pg_table_is_visible(c.oid) "
                 "AND a.attnum>0 AND NOT a.attisdropped;",
-                "SELECT c.relname, a.attname FROM pg_catalog.pg_index i "
-                "JOIN pg_catalog.pg_class c ON c.oid=i.indrelid "
-                "JOIN pg_catalog.pg_attribute a ON a.attrelid=c.oid AND a.attnum=i.indkey[0] "
+                "SELECT c.relname, (SELECT string_agg(a.attname, ',' ORDER BY k.place) "
+                "FROM unnest(i.indkey) WITH ORDINALITY AS k(attnum, place) "
+                "JOIN pg_catalog.pg_attribute a ON a.attrelid=i.indrelid AND a.attnum=k.attnum) "
+                "FROM pg_catalog.pg_index i JOIN pg_catalog.pg_class c ON c.oid=i.indrelid "
                 "WHERE pg_catalog.pg_table_is_visible(c.oid) AND i.indisvalid "
                 "AND i.indpred IS NULL;"};
     }

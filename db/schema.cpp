@@ -123,7 +123,7 @@ public:
     void createIndexes()
     {
         for (const IndexDescription &index : schemaIndexes()) {
-            if (!m_contents.hasIndexOn(index.table, index.column))
+            if (!m_contents.hasIndexOn(index.table, indexedColumns(index).join(u',')))
                 run(createIndexStatement(index, m_engine));
         }
     }

@@ -184,18 +184,19 @@ constexpr ColumnAddition addedColumns[] = {
     {"suppliers", "minimalpurchase", "REAL"},
 };
 
+// The columns behind the first one let a page of products be found in the index alone.
 constexpr IndexDescription indexes[] = {
-    {"warehouse", "wuid", true},
-    {"warehouse", "name", true},
-    {"warehouse", "groupid"},
-    {"warehouse", "brandid"},
+    {"warehouse", "wuid*"},
+    {"warehouse", "name*,id,enabled,article*"},
+    {"warehouse", "groupid,name*,id,enabled,article*"},
+    {"warehouse", "brandid,name*,id,enabled,article*"},
     {"warehouse", "supplierid"},
     {"articles", "wareid"},
     {"articles", "supplierid"},
-    {"articles", "name", true},
+    {"articles", "name*"},
     {"groups", "parent"},
     {"codes", "wareid"},
-    {"codes", "code", true},
+    {"codes", "code*"},
     {"corrections", "wareid"},
     {"incomeinvoice", "wareid"},
     {"income", "reportid"},
@@ -203,7 +204,7 @@ constexpr IndexDescription indexes[] = {
     {"cart", "wareid"},
     {"changeoutcostinfo", "wareid"},
     {"alerts", "wareid"},
-    {"labels", "code", true},
+    {"labels", "code*"},
     {"images", "wareid"},
     {"wareproperties", "wareid"},
     {"wareproperties", "propertyid"},
@@ -243,9 +244,14 @@ std::span<const IndexDescription> schemaIndexes()
     return indexes;
 }
 
+QStringList indexedColumns(const IndexDescription &index)
+{
+    return QString(index.columns).remove(u'*').split(u',');
+}
+
 QString indexName(const IndexDescription &index)
 {
-    return QLatin1String("idx_") + index.table + u'_' + index.column;
+    return QLatin1String("idx_") + index.table + u'_' + indexedColumns(index).join(u'_');
 }
 
 QString createTableStatement(const TableDescription &table, const Engine &engine)
@@ -274,8 +280,12 @@ QStringList declaredColumns(const TableDescription &table)
 
 QString createIndexStatement(const IndexDescription &index, const Engine &engine)
 {
-    const QString name = backquoted(index.column);
-    const QString column = index.isText ? engine.indexedText(name, textPrefixLength) : name;
+    QStringList columns;
+    const QStringList declared = QString(index.columns).split(u',');
+    for (const QString &column : declared) {
+        const QString name = backquoted(QString(column).remove(u'*'));
+        columns += column.endsWith(u'*') ? engine.indexedText(name, textPrefixLength) : name;
+    }
     return "CREATE INDEX " + backquoted(indexName(index)) + " ON " + backquoted(index.table) +
-           " (" + column + ");";
+           " (" + columns.join(u',') + ");";
 }

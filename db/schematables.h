@@ -28,12 +28,11 @@ struct ColumnAddition
     const char *type;
 };
 
-/// An index on one column.
+/// An index on one or more columns.
 struct IndexDescription
 {
     const char *table;
-    const char *column;
-    bool isText = false; ///< TEXT columns need a prefix length on MySQL
+    const char *columns; ///< a star behind those of type TEXT, which need a prefix length on MySQL
 };
 
 /// The tables in the order of their creation, `dbversion` first.
@@ -45,6 +44,9 @@ std::span<const TableDescription> laterTables();
 std::span<const ColumnAddition> laterColumns();
 
 std::span<const IndexDescription> schemaIndexes();
+
+/// The names of the columns.
+QStringList indexedColumns(const IndexDescription &index);
 
 /// The name of an index, the same on all databases.
 QString indexName(const IndexDescription &index);

@@ -135,9 +135,9 @@ public:
                 "substr(name,1,7)<>'sqlite_';",
                 "SELECT t.name, c.name FROM sqlite_master AS t JOIN pragma_table_info(t.name) AS c "
                 "WHERE t.type='table';",
-                "SELECT t.name, c.name FROM sqlite_master AS t JOIN pragma_index_list(t.name) AS i "
-                "JOIN pragma_index_info(i.name) AS c "
-                "WHERE t.type='table' AND i.partial=0 AND c.seqno=0;"};
+                "SELECT t.name, (SELECT group_concat(c.name) FROM pragma_index_info(i.name) AS c) "
+                "FROM sqlite_master AS t JOIN pragma_index_list(t.name) AS i "
+                "WHERE t.type='table' AND i.partial=0;"};
     }
 
     QString tableProbe(const QString &table) const override

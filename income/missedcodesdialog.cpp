@@ -6,6 +6,7 @@
 #include "catalogue/productlist.h"
 #include "income/codelookup.h"
 #include "income/missedcodes.h"
+#include "widgets/columnwidths.h"
 
 #include <QHeaderView>
 
@@ -13,7 +14,6 @@ namespace {
 
 enum Column { CodeColumn, ReasonColumn, TimeColumn, TimesColumn, ColumnCount };
 
-constexpr int nameColumn = 3;      ///< of the products
 constexpr int filterDelayMs = 150; ///< typing goes on before the products are read again
 
 } // namespace
@@ -29,6 +29,7 @@ MissedCodesDialog::MissedCodesDialog(MissedCodes *codes, const QString &productF
     m_ui->resultLabel->clear();
     m_ui->packDoubleSpinBox->setExact(1);
     m_ui->productsTableView->setModel(m_products);
+    m_widths = new ColumnWidths(m_ui->productsTableView, m_products);
     m_ui->productsTableView->horizontalHeader()->setResizeContentsPrecision(100);
     m_ui->splitter->setStretchFactor(0, 2);
     m_ui->splitter->setStretchFactor(1, 3);
@@ -158,9 +159,7 @@ void MissedCodesDialog::showProducts()
     if (!list || !m_products->selectPages(this, *list, 2))
         return;
     QTableView *view = m_ui->productsTableView;
-    view->resizeColumnsToContents();
-    view->horizontalHeader()->setSectionResizeMode(nameColumn, QHeaderView::Stretch);
-    view->setColumnHidden(1, true);
+    m_widths->resizeToContents();
     // Of several it is the user's choice: Return must not bind a code to just any of them.
     if (m_products->rowCount() == 1)
         view->selectRow(0);
@@ -185,7 +184,7 @@ int MissedCodesDialog::currentRow() const
 qulonglong MissedCodesDialog::currentProduct() const
 {
     const QModelIndex current = m_ui->productsTableView->currentIndex();
-    return current.isValid() ? m_products->value(current.row(), 0).toULongLong() : 0;
+    return current.isValid() ? m_products->idOf(current.row()) : 0;
 }
 
 void MissedCodesDialog::finish(qulonglong wareid, double packQuantity)

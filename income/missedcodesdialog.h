@@ -10,6 +10,7 @@ namespace Ui {
 class MissedCodesDialog;
 }
 class ColorSqlQueryModel;
+class ColumnWidths;
 class MissedCodes;
 
 /// The codes of this run that were not found: each can be given to a product, looked up again, also
@@ -49,6 +50,7 @@ private:
     std::unique_ptr<Ui::MissedCodesDialog> m_ui;
     MissedCodes *m_codes;
     ColorSqlQueryModel *m_products;
+    ColumnWidths *m_widths;
     QTimer m_filterTimer;
     QString m_code;
     qulonglong m_wareid = 0;

@@ -3,22 +3,20 @@
 
 #include "catalogue/colorsqlquerymodel.h"
 #include "catalogue/productlist.h"
+#include "widgets/columnwidths.h"
 #include "widgets/foldingrow.h"
-#include "widgets/namecolumn.h"
 #include "widgets/tableplace.h"
 
 #include <QScreen>
 #include <QScrollBar>
 #include <QSettings>
 
+#include <algorithm>
+
 namespace {
 
 constexpr int filterDelayMs = 150; ///< typing goes on before the list is read again
 constexpr int shortestFilter = 14; ///< signs that must be legible in a narrow window
-
-constexpr int nameColumn = 3;
-constexpr int priceColumn = 4;
-constexpr int stockColumn = 5;
 
 const QString tableKey = QStringLiteral("income_warehouse_table_state");
 const QString nameKey = QStringLiteral("income_warehouse_name_dragged");
@@ -53,7 +51,7 @@ ProductPanel::ProductPanel(QWidget *parent)
 {
     m_ui->setupUi(this);
     m_ui->warehouseTableView->setModel(m_products);
-    m_names = new NameColumn(m_ui->warehouseTableView, nameColumn);
+    m_widths = new ColumnWidths(m_ui->warehouseTableView, m_products);
     m_ui->namefilterLineEdit->setMinimumWidth(
         m_ui->namefilterLineEdit->fontMetrics().averageCharWidth() * shortestFilter);
     new FoldingRow(m_ui->filterNameLayout, m_ui->filterGroupBox);
@@ -78,43 +76,36 @@ void ProductPanel::fillFilters()
     }
 }
 
-void ProductPanel::refresh()
+void ProductPanel::read(qsizetype atLeast)
 {
     m_filterTimer.stop();
-    const ProductFilter filter{.text = filterText().trimmed(),
-                               .groupId = chosenId(m_ui->groupfilterComboBox),
-                               .brandId = chosenId(m_ui->brandfilterComboBox),
-                               .showDisabled = m_showDisabled};
-    QTableView *view = m_ui->warehouseTableView;
-    const std::optional<PagedSelect> list = productPages(window(), filter);
+    const std::optional<PagedSelect> list =
+        productPages(window(), {.text = filterText().trimmed(),
+                                .groupId = chosenId(m_ui->groupfilterComboBox),
+                                .brandId = chosenId(m_ui->brandfilterComboBox),
+                                .showDisabled = m_showDisabled});
     if (!list)
         return;
-    const TablePlace place(view, m_products);
-    if (!m_products->selectPages(window(), *list, m_products->list() == list ? place.rows() : 0))
+    const TablePlace place(m_ui->warehouseTableView, m_products);
+    if (m_products->list() == list)
+        atLeast = std::max(atLeast, place.rows());
+    if (!m_products->selectPages(window(), *list, atLeast))
         return;
     if (!m_columnsSized && m_products->rowCount() > 0)
         restoreColumns();
-    view->setColumnHidden(1, true);
-    // A price that is cut off is a wrong price.
-    for (const int column : {priceColumn, stockColumn}) {
-        const int before = view->columnWidth(column);
-        view->resizeColumnToContents(column);
-        view->setColumnWidth(column, qMax(before, view->columnWidth(column)));
-    }
-    m_names->fit();
+    m_widths->growWhole();
     place.restore();
 }
 
 void ProductPanel::restoreColumns()
 {
-    QTableView *view = m_ui->warehouseTableView;
     m_columnsSized = true;
-    view->setColumnHidden(1, true);
-    m_names->resizeToContents();
+    m_widths->resizeToContents();
     const QSettings store;
-    if (view->horizontalHeader()->restoreState(store.value(tableKey).toByteArray()))
-        m_names->setDragged(store.value(nameKey).toBool());
-    m_names->fit();
+    if (m_ui->warehouseTableView->horizontalHeader()->restoreState(
+            store.value(tableKey).toByteArray()))
+        m_widths->setDragged(store.value(nameKey).toBool());
+    m_widths->fit();
 }
 
 void ProductPanel::setShowDisabled(bool shown)
@@ -128,7 +119,7 @@ QList<qulonglong> ProductPanel::selectedIds() const
     QList<qulonglong> ids;
     const QModelIndexList rows = m_ui->warehouseTableView->selectionModel()->selectedRows();
     for (const QModelIndex &index : rows)
-        ids += m_products->value(index.row(), 0).toULongLong();
+        ids += m_products->idOf(index.row());
     return ids;
 }
 
@@ -154,7 +145,7 @@ void ProductPanel::saveColumns() const
     QSettings store;
     if (m_columnsSized)
         store.setValue(tableKey, m_ui->warehouseTableView->horizontalHeader()->saveState());
-    store.setValue(nameKey, m_names->isDragged());
+    store.setValue(nameKey, m_widths->isDragged());
 }
 
 void ProductPanel::fitRows()
@@ -177,7 +168,7 @@ void ProductPanel::on_namefilterLineEdit_textChanged()
 
 void ProductPanel::on_namefilterLineEdit_returnPressed()
 {
-    refresh();
+    read(1); // however long the search takes
     if (m_products->rowCount() == 0)
         return;
     m_ui->warehouseTableView->setFocus();
@@ -196,7 +187,7 @@ void ProductPanel::on_brandfilterComboBox_activated(int)
 
 void ProductPanel::on_warehouseTableView_doubleClicked(const QModelIndex &index)
 {
-    const qulonglong wareid = m_products->value(index.row(), 0).toULongLong();
+    const qulonglong wareid = m_products->idOf(index.row());
     if (wareid > 0)
         emit productOpened(wareid);
 }

@@ -6,7 +6,7 @@
 #include <memory>
 
 class ColorSqlQueryModel;
-class NameColumn;
+class ColumnWidths;
 class QTableView;
 
 namespace Ui {
@@ -26,7 +26,10 @@ public:
     void fillFilters();
 
     /// Reads the products anew, the user's place is kept.
-    void refresh();
+    void refresh()
+    {
+        read(0);
+    }
 
     /// Shows products that are not sold any more, too, or hides them.
     void setShowDisabled(bool shown);
@@ -62,11 +65,12 @@ private slots:
     void on_warehouseTableView_customContextMenuRequested(const QPoint &position);
 
 private:
+    void read(qsizetype atLeast);
     void restoreColumns();
 
     std::unique_ptr<Ui::ProductPanel> m_ui;
     ColorSqlQueryModel *m_products;
-    NameColumn *m_names;
+    ColumnWidths *m_widths;
     QTimer m_filterTimer;
     bool m_showDisabled = false;
     bool m_columnsSized = false;

@@ -3,14 +3,13 @@
 
 #include "db/money.h"
 #include "income/receiptlist.h"
+#include "widgets/columnwidths.h"
 #include "widgets/foldingrow.h"
-#include "widgets/namecolumn.h"
 #include "widgets/placeholder.h"
 #include "widgets/tableplace.h"
 
 namespace {
 
-constexpr int nameColumn = 3;
 constexpr int longestCode = 17; ///< signs of a barcode that must be legible in any window
 
 } // namespace
@@ -22,8 +21,7 @@ ReceiptPanel::ReceiptPanel(QWidget *parent)
 {
     m_ui->setupUi(this);
     m_ui->incomeinvoiceTableView->setModel(m_lines);
-    constexpr int lesserColumns = 1; // when a line was added matters least
-    m_names = new NameColumn(m_ui->incomeinvoiceTableView, nameColumn, lesserColumns);
+    m_widths = new ColumnWidths(m_ui->incomeinvoiceTableView, m_lines);
     new FoldingRow(m_ui->codeRowLayout, this);
     setPlaceholders(m_ui->codeLineEdit, {tr("Штрих-код или номер наименования"),
                                          tr("Штрих-код или номер"), tr("Штрих-код")});
@@ -43,9 +41,7 @@ void ReceiptPanel::refresh()
     const TablePlace place(view, m_lines);
     if (!m_lines->refresh(window(), m_ui->ratioCheckBox->isChecked()))
         return;
-    m_names->resizeToContents();
-    view->setColumnWidth(1, 0);
-    m_names->fit();
+    m_widths->resizeToContents();
     place.restore();
     showTotals();
 }
@@ -68,7 +64,8 @@ void ReceiptPanel::showLine(qulonglong wareid)
     if (row < 0)
         return;
     m_ui->incomeinvoiceTableView->selectRow(row);
-    m_ui->incomeinvoiceTableView->scrollTo(m_lines->index(row, nameColumn));
+    m_ui->incomeinvoiceTableView->scrollTo(
+        m_lines->index(row, m_lines->columnOf(QStringLiteral("name"))));
 }
 
 void ReceiptPanel::openCurrent()

@@ -6,7 +6,7 @@
 
 #include "income/linedeletion.h"
 
-class NameColumn;
+class ColumnWidths;
 class QLineEdit;
 class QSpinBox;
 class QTableView;
@@ -83,5 +83,5 @@ private:
 
     std::unique_ptr<Ui::ReceiptPanel> m_ui;
     ReceiptListModel *m_lines;
-    NameColumn *m_names;
+    ColumnWidths *m_widths;
 };

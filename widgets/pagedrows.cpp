@@ -7,6 +7,7 @@
 #include <QSet>
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -29,12 +30,13 @@ int columnOf(const QList<TableColumn> &columns, const QString &key)
 PagedRows::PagedRows(const PagedSelect &list, const QList<TableColumn> &columns,
                      const QString &connectionName)
     : m_list(list),
-      m_statements(m_list, Engine::of(connectionName).sortsNullsLast()),
+      m_statements(m_list),
       m_connectionName(connectionName),
       m_width(columns.size()),
       m_idColumn(columnOf(columns, QStringLiteral("id"))),
       m_orderColumn(columnOf(columns, list.order))
 {
+    m_position.nulls = Engine::of(connectionName).sortsNullsFirst();
 }
 
 const PagedSelect &PagedRows::list() const
@@ -85,7 +87,7 @@ bool PagedRows::read(QWidget *parent, qsizetype rows, bool withValues, const QDe
 
 bool PagedRows::readStretch(QWidget *parent, qsizetype rows, bool withValues, Batch &batch)
 {
-    if (m_list.searched && !m_stretchKnown && !findStretchEnd(parent))
+    if (m_list.searched && !m_position.nulls && !m_stretchKnown && !findStretchEnd(parent))
         return false;
     QList<SqlRow> read;
     const QString statement = withValues ? m_statements.page(m_position, m_stretchEnd, rows)
@@ -98,22 +100,22 @@ bool PagedRows::readStretch(QWidget *parent, qsizetype rows, bool withValues, Ba
             batch.values += row;
     }
     if (!read.isEmpty()) {
-        const QVariant text = read.last().at(withValues ? m_orderColumn : 1);
-        const qulonglong last = m_position.id;
-        m_position = {.begun = true, .id = batch.ids.last()};
-        if (!text.isNull())
-            m_position.text = text.toString();
+        const qulonglong former = std::exchange(m_position.id, batch.ids.last());
+        m_position.behindEqual = false;
+        if (!m_position.nulls)
+            m_position.text = read.last().at(withValues ? m_orderColumn : 1).toString();
         // A text that cannot be written down in SQL as it is leads nowhere.
-        m_atEnd = rows == 1 && last == m_position.id;
+        m_atEnd = rows == 1 && former == m_position.id;
     }
     if (read.size() == rows)
         return true;
     if (m_stretchEnd)
-        m_position = {.begun = true, .behindEqual = true, .text = m_stretchEnd};
-    else if (m_position.begun && m_statements.nullsRemain(m_position))
-        m_position = {.begun = true};
+        m_position = {.text = m_stretchEnd, .behindEqual = true};
+    else if (m_othersFollow)
+        m_position = {.nulls = !m_position.nulls};
     else
         m_atEnd = true;
+    m_othersFollow = m_othersFollow && m_stretchEnd;
     m_stretchEnd = {};
     m_stretchKnown = false;
     return true;
@@ -154,7 +156,8 @@ std::optional<bool> PagedRows::leadsTo(QWidget *parent, qulonglong id) const
     QList<SqlRow> rows;
     if (m_atEnd)
         return false;
-    if (!QueryRows(parent, m_statements.find(id, m_position), rows, m_connectionName))
+    if (!QueryRows(parent, m_statements.find(id, m_position, m_othersFollow), rows,
+                   m_connectionName))
         return std::nullopt;
     return !rows.isEmpty();
 }

@@ -70,6 +70,7 @@ private:
     ListPosition m_position;
     PageStatements::Text m_stretchEnd; ///< of the rows looked at in one statement; nothing: all
     bool m_stretchKnown = false;
+    bool m_othersFollow = true; ///< those with or those without a text
     bool m_atEnd = false;
 
     QList<qulonglong> m_ids;

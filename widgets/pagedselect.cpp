@@ -4,7 +4,7 @@
 
 namespace {
 
-QString both(const QStringList &conditions)
+QString allOf(const QStringList &conditions)
 {
     QStringList present = conditions;
     present.removeAll(QString());
@@ -13,9 +13,8 @@ QString both(const QStringList &conditions)
 
 } // namespace
 
-PageStatements::PageStatements(const PagedSelect &list, bool nullsLast)
-    : m_list(list),
-      m_nullsLast(nullsLast)
+PageStatements::PageStatements(const PagedSelect &list)
+    : m_list(list)
 {
 }
 
@@ -28,23 +27,17 @@ QString PageStatements::column(const QString &name) const
 QString PageStatements::behind(const ListPosition &position, const Text &last) const
 {
     const QString text = column(m_list.order);
-    const QString isNull = text + " IS NULL";
     const QString laterId = column("id") + '>' + sql::id(position.id);
-    QString condition;
-    if (position.begun && position.behindEqual)
-        condition = text + '>' + sql::text(*position.text);
-    else if (position.begun && position.text)
-        condition = text + ">=" + sql::text(*position.text) + " AND (" + text + '>' +
-                    sql::text(*position.text) + " OR " + laterId + ')';
-    else if (position.begun)
-        condition = m_nullsLast ? isNull + " AND " + laterId
-                                : '(' + text + " IS NOT NULL OR " + laterId + ')';
-    if (!last)
-        return condition;
-    QString upTo = text + "<=" + sql::text(*last);
-    if (!m_nullsLast && (!position.begun || !position.text))
-        upTo = '(' + upTo + " OR " + isNull + ')';
-    return condition.isEmpty() ? upTo : condition + " AND " + upTo;
+    if (position.nulls)
+        return text + " IS NULL AND " + laterId;
+    QString condition = text + " IS NOT NULL";
+    if (position.text) {
+        const QString value = sql::text(*position.text);
+        condition = text + '>' + value;
+        if (!position.behindEqual)
+            condition = text + ">=" + value + " AND (" + condition + " OR " + laterId + ')';
+    }
+    return last ? condition + " AND " + text + "<=" + sql::text(*last) : condition;
 }
 
 QString PageStatements::ordered(qsizetype limit) const
@@ -59,7 +52,7 @@ QString PageStatements::ids(const QString &condition, qsizetype limit) const
     QStringList parts;
     for (const QString &part : m_list.parts) {
         parts += "SELECT id FROM (SELECT " + column("id") + " FROM " + m_list.table +
-                 both({part, condition}) + ordered(limit) + ") AS part" +
+                 allOf({part, condition}) + ordered(limit) + ") AS part" +
                  sql::integer(parts.size());
     }
     return column("id") + " IN (" + parts.join(" UNION ALL ") + ')';
@@ -75,8 +68,8 @@ QString PageStatements::page(const ListPosition &position, const Text &last, qsi
 QString PageStatements::keys(const ListPosition &position, const Text &last, qsizetype limit) const
 {
     const QString where = m_list.parts.size() == 1
-                              ? both({m_list.parts.first(), behind(position, last)})
-                              : both({ids(behind(position, last), limit)});
+                              ? allOf({m_list.parts.first(), behind(position, last)})
+                              : allOf({ids(behind(position, last), limit)});
     return "SELECT " + column("id") + ", " + column(m_list.order) + " FROM " + m_list.table +
            where + ordered(limit) + ';';
 }
@@ -84,7 +77,7 @@ QString PageStatements::keys(const ListPosition &position, const Text &last, qsi
 QString PageStatements::textBehind(const ListPosition &position, qsizetype rows) const
 {
     return "SELECT " + column(m_list.order) + " FROM " + m_list.table +
-           both({behind(position, {})}) + ordered(1) + " OFFSET " + sql::integer(rows) + ';';
+           allOf({behind(position, {})}) + ordered(1) + " OFFSET " + sql::integer(rows) + ';';
 }
 
 QString PageStatements::rowsOf(const QList<qulonglong> &ids) const
@@ -95,15 +88,11 @@ QString PageStatements::rowsOf(const QList<qulonglong> &ids) const
     return m_list.select + " WHERE " + column("id") + " IN (" + texts.join(',') + ");";
 }
 
-QString PageStatements::find(qulonglong id, const ListPosition &position) const
+QString PageStatements::find(qulonglong id, const ListPosition &position, bool othersFollow) const
 {
-    const QString wanted = column("id") + '=' + sql::id(id);
-    const QString where = behind(position, {});
+    QString where = behind(position, {});
+    if (othersFollow)
+        where += " OR " + column(m_list.order) + (position.nulls ? " IS NOT NULL" : " IS NULL");
     return "SELECT " + column("id") + " FROM " + m_list.table + " WHERE " +
-           ids(where.isEmpty() ? wanted : wanted + " AND " + where, 1) + ';';
-}
-
-bool PageStatements::nullsRemain(const ListPosition &position) const
-{
-    return m_nullsLast && position.text.has_value();
+           ids(column("id") + '=' + sql::id(id) + " AND (" + where + ')', 1) + ';';
 }

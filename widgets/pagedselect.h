@@ -22,12 +22,13 @@ struct PagedSelect
     bool operator==(const PagedSelect &) const = default;
 };
 
-/// Where the rows read so far end.
+/// Where the rows read so far end. Those without a text are read apart from the others: databases
+/// differ in which of them come first.
 struct ListPosition
 {
-    bool begun = false;
+    bool nulls = false;               ///< among the rows without a text
+    std::optional<QString> text = {}; ///< of the last row; nothing: before all texts
     bool behindEqual = false;         ///< all rows with this text are read
-    std::optional<QString> text = {}; ///< nothing: among the rows without one
     qulonglong id = 0;
 };
 
@@ -38,8 +39,7 @@ class PageStatements
 public:
     using Text = std::optional<QString>;
 
-    /// The databases differ in where rows without a text stand.
-    PageStatements(const PagedSelect &list, bool nullsLast);
+    explicit PageStatements(const PagedSelect &list);
 
     /// The next rows behind a position, up to the text last if there is one.
     QString page(const ListPosition &position, const Text &last, qsizetype limit) const;
@@ -53,11 +53,9 @@ public:
     /// The rows of some ids, in no order.
     QString rowsOf(const QList<qulonglong> &ids) const;
 
-    /// The id, when it belongs to the list and stands behind a position.
-    QString find(qulonglong id, const ListPosition &position) const;
-
-    /// Whether rows without a text may follow when none behind the position was found.
-    bool nullsRemain(const ListPosition &position) const;
+    /// The id, when it belongs to the list and stands behind a position or among the rows that are
+    /// still to come behind all of those.
+    QString find(qulonglong id, const ListPosition &position, bool othersFollow) const;
 
 private:
     QString column(const QString &name) const;
@@ -66,5 +64,4 @@ private:
     QString ordered(qsizetype limit) const;
 
     const PagedSelect &m_list;
-    bool m_nullsLast;
 };

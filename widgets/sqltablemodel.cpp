@@ -116,6 +116,11 @@ std::optional<PagedSelect> SqlTableModel::list() const
     return m_pages ? std::optional(m_pages->list()) : std::nullopt;
 }
 
+bool SqlTableModel::isReading() const
+{
+    return m_readOn.isActive();
+}
+
 int SqlTableModel::findRow(qulonglong id)
 {
     int row = rowOfId(id);

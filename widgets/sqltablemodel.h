@@ -42,6 +42,9 @@ public:
     /// The long list that is shown; nothing when all rows have been read.
     std::optional<PagedSelect> list() const;
 
+    /// Whether rows that are wanted are still being looked for.
+    bool isReading() const;
+
     /// Removes all rows.
     void clear();
 

@@ -1,0 +1,180 @@
+#include "bench/lists.h"
+
+#include "bench/benchshop.h"
+#include "bench/benchwindow.h"
+#include "bench/figures.h"
+#include "catalogue/productlist.h"
+#include "db/engine.h"
+#include "db/query.h"
+#include "income/incomeinvoicewindow.h"
+#include "income/receiptlist.h"
+#include "widgets/sqltablemodel.h"
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QCoreApplication>
+#include <QLineEdit>
+#include <QScrollBar>
+#include <QSqlDatabase>
+#include <QSqlRecord>
+#include <QTableView>
+
+namespace {
+
+constexpr int repetitions = 7;
+
+double readBare(const QString &statement)
+{
+    return milliseconds([&] {
+        QSqlQuery query(QSqlDatabase::database(mainConnection));
+        if (!query.exec(statement))
+            qFatal("%s", qPrintable(statement));
+        const int columns = query.record().count();
+        while (query.next()) {
+            for (int column = 0; column < columns; ++column)
+                query.value(column);
+        }
+    });
+}
+
+/// The filter of a main window and what it leaves.
+class FilterHands
+{
+public:
+    explicit FilterHands(const IncomeInvoiceWindow &window)
+        : m_text(window.findChild<QLineEdit *>("namefilterLineEdit")),
+          m_groups(window.findChild<QComboBox *>("groupfilterComboBox")),
+          m_brands(window.findChild<QComboBox *>("brandfilterComboBox")),
+          m_model(qobject_cast<SqlTableModel *>(
+              window.findChild<QTableView *>("warehouseTableView")->model()))
+    {
+    }
+
+    /// To the painted first screen; the filter was another one before.
+    double change(const ProductFilter &filter)
+    {
+        apply({.text = "другой", .brandId = 1});
+        return milliseconds([&] { apply(filter); });
+    }
+
+    /// How long the window is held up at most while it looks for a text, and the whole search.
+    std::pair<double, double> search(const QString &text)
+    {
+        double most = change({.text = text});
+        double all = most;
+        while (m_model->rowCount() == 0 && m_model->isReading()) {
+            const double turn = milliseconds([] { QCoreApplication::processEvents(); });
+            most = std::max(most, turn);
+            all += turn;
+        }
+        return {most, all};
+    }
+
+private:
+    void apply(const ProductFilter &filter)
+    {
+        const auto choose = [](QComboBox *box, const std::optional<qulonglong> &id) {
+            box->setCurrentIndex(id ? box->findData(*id) : 0);
+        };
+        m_text->setText(filter.text);
+        choose(m_groups, filter.groupId);
+        choose(m_brands, filter.brandId);
+        emit m_groups->activated(m_groups->currentIndex());
+        QCoreApplication::processEvents();
+    }
+
+    QLineEdit *m_text;
+    QComboBox *m_groups;
+    QComboBox *m_brands;
+    SqlTableModel *m_model;
+};
+
+struct Screen
+{
+    QString name;
+    ProductFilter filter;
+};
+
+const QList<Screen> &screens()
+{
+    static const QList<Screen> all = {
+        {"no filter", {}},
+        {"a group of 7", {.groupId = BenchShop::smallGroup}},
+        {"a group of a third", {.groupId = BenchShop::largeGroup}},
+        {"a group that comes last", {.groupId = BenchShop::lastGroup}},
+        {"a group with 30 children", {.groupId = BenchShop::parentGroup}},
+        {"a brand", {.brandId = 7}},
+        {"a text of many names", {.text = "а"}},
+        {"a text in a large group", {.text = "а", .groupId = BenchShop::largeGroup}},
+    };
+    return all;
+}
+
+std::vector<double> timeScreens(const QString &path)
+{
+    const auto window =
+        openBenchWindow({.name = "bench", .dbtype = "sqlite", .databasename = path});
+    FilterHands hands(*window);
+    std::vector<double> medians;
+    for (const Screen &screen : screens()) {
+        std::vector<double> times;
+        for (int i = 0; i < repetitions; ++i)
+            times.push_back(hands.change(screen.filter));
+        medians.push_back(median(times));
+    }
+    return medians;
+}
+
+} // namespace
+
+void benchLists(Table &table, const QString &path)
+{
+    const auto window =
+        openBenchWindow({.name = "bench", .dbtype = "sqlite", .databasename = path});
+    RawSqlite raw(path);
+    raw.run("BEGIN");
+    for (const QString &statement : BenchShop::fillList(10000, 100000))
+        raw.run(statement.toUtf8());
+    raw.run("COMMIT");
+    auto *ratio = window->findChild<QCheckBox *>("ratioCheckBox");
+    std::vector<double> refreshes;
+    std::vector<double> bare;
+    for (int i = 0; i < repetitions; ++i) {
+        ratio->setChecked(false);
+        QCoreApplication::processEvents();
+        refreshes.push_back(milliseconds([&] {
+            ratio->setChecked(true);
+            QCoreApplication::processEvents();
+        }));
+        bare.push_back(readBare(receiptListQuery(true, Engine::of(mainConnection))));
+    }
+    table.row("working list of 10,000 lines refreshed / bare QSqlQuery", median(refreshes),
+              median(bare), 3);
+
+    FilterHands hands(*window);
+    for (const QString &text : {QString(), QString("О"), QString("№ 99")}) {
+        std::vector<double> filterings;
+        std::vector<double> reads;
+        for (int i = 0; i < repetitions; ++i) {
+            filterings.push_back(hands.change({.text = text}));
+            reads.push_back(readBare(productListQuery({.text = text})));
+        }
+        table.row(QString("100,000 products filtered by '%1', first screen / bare").arg(text),
+                  median(filterings), median(reads), 0.3);
+    }
+}
+
+void benchFirstScreens(Table &table, const QString &small, const QString &large)
+{
+    const std::vector<double> few = timeScreens(small);
+    const std::vector<double> many = timeScreens(large);
+    for (std::size_t i = 0; i < few.size(); ++i)
+        table.row("first screen of " + screens().at(qsizetype(i)).name + ", 1,000,000 / 10,000",
+                  many.at(i), few.at(i), 5);
+    const auto window =
+        openBenchWindow({.name = "bench", .dbtype = "sqlite", .databasename = large});
+    const auto [most, all] = FilterHands(*window).search("нет такого");
+    table.note(QString("    a text of no name: looked for in %1 ms, the window held up for %2 ms")
+                   .arg(all, 0, 'f', 0)
+                   .arg(most, 0, 'f', 0));
+}
