@@ -4,7 +4,7 @@
 #include "catalogue/productprices.h"
 #include "db/connections.h"
 #include "db/session.h"
-#include "widgets/progressdialog.h"
+#include "widgets/runwithprogress.h"
 
 #include <QPushButton>
 
@@ -32,13 +32,11 @@ void CurrenciesDialog::changed()
 void CurrenciesDialog::calculateOutcost()
 {
     const CommandScope command;
-    std::unique_ptr<ProgressDialog> progress;
-    const auto advance = [&](int done, int total) {
-        if (!progress)
-            progress = std::make_unique<ProgressDialog>(tr("Пересчёт расходных цен"), total, this);
-        progress->advance(done);
-    };
-    const PriceRecalculation result = recalculateSellingPrices(this, mainConnection, advance);
+    PriceRecalculation result;
+    runWithProgress(this, tr("Пересчёт расходных цен"), Stopping::Harmless,
+                    [&](Progress &progress) {
+                        result = recalculateSellingPrices(this, mainConnection, progress.steps());
+                    });
     QString text = result.read ? tr("Изменено расходных цен: %1").arg(result.changed)
                                : tr("Расходные цены не пересчитаны.");
     if (result.failed > 0)

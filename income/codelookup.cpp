@@ -240,9 +240,3 @@ CodeResult lookUpReferenceCode(QWidget *parent, const QString &text, bool ask)
         " AND wareid!=0 AND warehouse.enabled!=0;", friendConnection);
     return reference.kind == CodeKind::Product ? localProductOf(parent, reference) : reference;
 }
-
-CodeResult findProduct(QWidget *parent, const QString &text)
-{
-    const CodeResult local = lookUpCode(parent, text);
-    return local.kind == CodeKind::NotFound ? lookUpReferenceCode(parent, text) : local;
-}

@@ -49,6 +49,3 @@ CodeResult lookUpCode(QWidget *parent, const QString &text);
 /// only the reference database knows is told to the user by name. Without ask it is looked up at
 /// once.
 CodeResult lookUpReferenceCode(QWidget *parent, const QString &text, bool ask = true);
-
-/// The whole way of a scanned or typed text: lookUpCode(), then lookUpReferenceCode().
-CodeResult findProduct(QWidget *parent, const QString &text);

@@ -8,72 +8,68 @@
 #include "tests/support/testhome.h"
 
 #include <QTemporaryDir>
-#include <QTest>
 
 class TestDemoShop : public QObject
 {
     Q_OBJECT
 
 private slots:
-    void goods_areFilledOnceAndHaveValidCodes();
-    void brokenTable_leavesNothingBehind_data();
-    void brokenTable_leavesNothingBehind();
+    void goods_areFilledOnceAndHaveValidCodes()
+    {
+        const QString goods = QFINDTESTDATA("../../resources/demo/goods.tsv");
+        ScratchDatabase database(Dialect::Sqlite);
+        QVERIFY(database.open() && shop::create());
+        QString error;
+        QVERIFY2(fillDemoShop(goods, mainConnection, &error), qPrintable(error));
+        const QString count = QString::number(readFile(goods).count('\n') - 1);
+        QCOMPARE(database.client("SELECT COUNT(*) FROM warehouse;"), count);
+        QVERIFY(fillDemoShop(goods, mainConnection));
+        QCOMPARE(database.client("SELECT COUNT(*) FROM warehouse;"), count);
+
+        QCOMPARE(database.client("SELECT w.name, u.name, g.name, p.name, w.incost, w.quantity "
+                                 "FROM codes c JOIN warehouse w ON w.id=c.wareid "
+                                 "JOIN units u ON u.id=w.unitid JOIN `groups` g ON g.id=w.groupid "
+                                 "JOIN `groups` p ON p.id=g.parent "
+                                 "WHERE c.code='2100900000105' AND c.packquantity=12;"),
+                 "Крупа гречневая ядрица «Полянка» 800 г\tшт\tКрупы\tБакалея\t62.4\t14.0");
+        const QStringList codes = database.client("SELECT code FROM codes;").split(u'\n');
+        QVERIFY(codes.size() >= count.toInt());
+        for (const QString &code : codes) {
+            QVERIFY2(isInternalCode(code), qPrintable(code));
+            QCOMPARE(code.back().digitValue(), ean13CheckDigit(code));
+        }
+        QCOMPARE(QSet<QString>(codes.begin(), codes.end()).size(), codes.size());
+    }
+
+    void brokenTable_leavesNothingBehind_data()
+    {
+        const QByteArray good = "А-1\tТовар\tГруппа\tМарка\tшт\t1\t0\t2\t3\t2000000000008\n";
+        addColumns<QByteArray>("second");
+        addRow("a column too few", good.mid(good.indexOf('\t') + 1));
+        addRow("a unit that is not there", QByteArray(good).replace("шт", "пуд"));
+        addRow("no group", QByteArray(good).replace("Группа", ""));
+    }
+
+    void brokenTable_leavesNothingBehind()
+    {
+        QFETCH(QByteArray, second);
+        QTemporaryDir directory;
+        const QString path = directory.filePath("goods.tsv");
+        writeFile(path,
+                  "header\nА-0\tПервый\tГруппа\tМарка\tшт\t1\t0\t2\t3\t2000000000015\n" + second);
+        ScratchDatabase database(Dialect::Sqlite);
+        QVERIFY(database.open() && shop::create());
+        QString error;
+        QVERIFY(!fillDemoShop(path, mainConnection, &error));
+        QVERIFY2(error.contains("goods.tsv:3:"), qPrintable(error));
+        QCOMPARE(database.client("SELECT (SELECT COUNT(*) FROM warehouse) + "
+                                 "(SELECT COUNT(*) FROM codes) + (SELECT COUNT(*) FROM `groups`);"),
+                 "0");
+    }
 
 private:
     TestHome m_home;
 };
-
-void TestDemoShop::goods_areFilledOnceAndHaveValidCodes()
-{
-    const QString goods = QFINDTESTDATA("../../resources/demo/goods.tsv");
-    ScratchDatabase database(Dialect::Sqlite);
-    QVERIFY(database.open() && shop::create());
-    QString error;
-    QVERIFY2(fillDemoShop(goods, mainConnection, &error), qPrintable(error));
-    const QString count = QString::number(readFile(goods).count('\n') - 1);
-    QCOMPARE(database.client("SELECT COUNT(*) FROM warehouse;"), count);
-    QVERIFY(fillDemoShop(goods, mainConnection));
-    QCOMPARE(database.client("SELECT COUNT(*) FROM warehouse;"), count);
-
-    QCOMPARE(database.client("SELECT w.name, u.name, g.name, p.name, w.incost, w.quantity "
-                             "FROM codes c JOIN warehouse w ON w.id=c.wareid "
-                             "JOIN units u ON u.id=w.unitid JOIN `groups` g ON g.id=w.groupid "
-                             "JOIN `groups` p ON p.id=g.parent "
-                             "WHERE c.code='2100900000105' AND c.packquantity=12;"),
-             "Крупа гречневая ядрица «Полянка» 800 г\tшт\tКрупы\tБакалея\t62.4\t14.0");
-    const QStringList codes = database.client("SELECT code FROM codes;").split(u'\n');
-    QVERIFY(codes.size() >= count.toInt());
-    for (const QString &code : codes) {
-        QVERIFY2(isInternalCode(code), qPrintable(code));
-        QCOMPARE(code.back().digitValue(), ean13CheckDigit(code));
-    }
-    QCOMPARE(QSet<QString>(codes.begin(), codes.end()).size(), codes.size());
-}
-
-void TestDemoShop::brokenTable_leavesNothingBehind_data()
-{
-    const QByteArray good = "А-1\tТовар\tГруппа\tМарка\tшт\t1\t0\t2\t3\t2000000000008\n";
-    addColumns<QByteArray>("second");
-    addRow("a column too few", good.mid(good.indexOf('\t') + 1));
-    addRow("a unit that is not there", QByteArray(good).replace("шт", "пуд"));
-    addRow("no group", QByteArray(good).replace("Группа", ""));
-}
-
-void TestDemoShop::brokenTable_leavesNothingBehind()
-{
-    QFETCH(QByteArray, second);
-    QTemporaryDir directory;
-    const QString path = directory.filePath("goods.tsv");
-    writeFile(path, "header\nА-0\tПервый\tГруппа\tМарка\tшт\t1\t0\t2\t3\t2000000000015\n" + second);
-    ScratchDatabase database(Dialect::Sqlite);
-    QVERIFY(database.open() && shop::create());
-    QString error;
-    QVERIFY(!fillDemoShop(path, mainConnection, &error));
-    QVERIFY2(error.contains("goods.tsv:3:"), qPrintable(error));
-    QCOMPARE(database.client("SELECT (SELECT COUNT(*) FROM warehouse) + "
-                             "(SELECT COUNT(*) FROM codes) + (SELECT COUNT(*) FROM `groups`);"),
-             "0");
-}
 
 QTEST_GUILESS_MAIN(TestDemoShop)
 #include "tst_demoshop.moc"

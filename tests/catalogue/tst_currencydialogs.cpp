@@ -10,7 +10,6 @@
 #include "tests/support/widgets.h"
 #include "widgets/numberspinbox.h"
 
-#include <QApplication>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
@@ -34,9 +33,7 @@ class TestCurrencyDialogs : public WindowTest
     Q_OBJECT
 
 private slots:
-    void newCurrency_isStored();
-    void savedCurrency_isLoadedAndChanged();
-    void missingCurrency_endsTheDialog();
+    void currency_isAddedAndChanged();
     void untouchedRate_staysAsStored();
     void impossibleInput_keepsTheDialogOpen_data();
     void impossibleInput_keepsTheDialogOpen();
@@ -67,41 +64,27 @@ void TestCurrencyDialogs::tidy()
     QVERIFY(m_steps->allServed());
 }
 
-void TestCurrencyDialogs::newCurrency_isStored()
+void TestCurrencyDialogs::currency_isAddedAndChanged()
 {
-    CurrencyDialog dialog(0, nullptr);
-    dialog.show();
-    QCOMPARE(dialog.windowTitle(), "Добавление валюты");
-    QTest::keyClicks(child<QLineEdit>(dialog, "cCodeLineEdit"), "T'ST");
-    child<QLineEdit>(dialog, "symbolLineEdit")->setText("₮'%1");
-    valueEdit(dialog)->selectAll();
-    QTest::keyClicks(valueEdit(dialog), "0,25");
-    QTest::keyClick(valueEdit(dialog), Qt::Key_Return);
-    QCOMPARE(dialog.result(), 1);
-    QCOMPARE(rows("SELECT c_code, symbol, value FROM currencies WHERE id>3"), "T'ST\t₮'%1\t0.25");
-}
+    CurrencyDialog added(0, nullptr);
+    added.show();
+    QCOMPARE(added.windowTitle(), "Добавление валюты");
+    QTest::keyClicks(child<QLineEdit>(added, "cCodeLineEdit"), "T'ST");
+    child<QLineEdit>(added, "symbolLineEdit")->setText("₮'%1");
+    valueEdit(added)->selectAll();
+    QTest::keyClicks(valueEdit(added), "0,25");
+    QTest::keyClick(valueEdit(added), Qt::Key_Return);
+    QCOMPARE(added.result(), 1);
 
-void TestCurrencyDialogs::savedCurrency_isLoadedAndChanged()
-{
-    CurrencyDialog dialog(2, nullptr);
-    QCOMPARE(dialog.windowTitle(), "Редактирование валюты 2");
-    QCOMPARE(child<QLineEdit>(dialog, "cCodeLineEdit")->text(), "EUR");
-    QCOMPARE(child<QLineEdit>(dialog, "symbolLineEdit")->text(), "€");
-    QCOMPARE(valueEdit(dialog)->value(), 92.5);
-
+    CurrencyDialog dialog(added.id(), nullptr);
+    QCOMPARE(child<QLineEdit>(dialog, "cCodeLineEdit")->text(), "T'ST");
+    QCOMPARE(child<QLineEdit>(dialog, "symbolLineEdit")->text(), "₮'%1");
+    QCOMPARE(valueEdit(dialog)->value(), 0.25);
     // Neither an empty symbol nor a second currency of the same code is refused.
     child<QLineEdit>(dialog, "cCodeLineEdit")->setText("USD");
     child<QLineEdit>(dialog, "symbolLineEdit")->clear();
     click(dialog, "savePushButton");
-    QCOMPARE(dialog.result(), 1);
-    QCOMPARE(rows("SELECT id FROM currencies WHERE c_code='USD' ORDER BY id"), "2\n3");
-    QCOMPARE(rows("SELECT COUNT(*) FROM currencies WHERE symbol=''"), "1");
-}
-
-void TestCurrencyDialogs::missingCurrency_endsTheDialog()
-{
-    CurrencyDialog dialog(42, nullptr);
-    QCOMPARE(dialog.exec(), 0);
+    QCOMPARE(rows("SELECT c_code, symbol, value FROM currencies WHERE id>3"), "USD\t\t0.25");
 }
 
 void TestCurrencyDialogs::untouchedRate_staysAsStored()
@@ -220,6 +203,7 @@ void TestCurrencyDialogs::otherStation_isNotOverwrittenUnasked()
     m_boxes->answer("Добавить");
     click(gone, "savePushButton");
     QCOMPARE(rows("SELECT symbol, value FROM currencies WHERE id>3").remove(".0"), "E\t99");
+    QCOMPARE(CurrencyDialog(2, nullptr).exec(), 0);
 }
 
 void TestCurrencyDialogs::recalculation_tellsWhatItHasChanged()
@@ -232,7 +216,6 @@ void TestCurrencyDialogs::recalculation_tellsWhatItHasChanged()
     click(list, "calculateOutcostPushButton");
     QCOMPARE(list.findChild<QLabel *>("resultLabel")->text(), "Изменено расходных цен: 1");
     QCOMPARE(rows("SELECT outcost FROM warehouse ORDER BY id").remove(".0"), "50\n20");
-    QVERIFY(!QApplication::activeModalWidget());
 }
 
 QTEST_MAIN(TestCurrencyDialogs)

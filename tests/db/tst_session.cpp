@@ -1,9 +1,6 @@
-#include "db/currencies.h"
 #include "db/schema.h"
 #include "db/session.h"
 #include "tests/support/databasetest.h"
-
-#include <QTest>
 
 #include <cmath>
 
@@ -13,159 +10,142 @@ class TestSession : public DatabaseTest
     Q_OBJECT
 
 private slots:
-    void login();
-    void login_failsWithoutAnswer();
-    void options_areReadByName();
-    void currencies_convertByFirstOfTheirCode();
-    void currencies_failedRead_leavesAmountsAlone();
-    void mainCurrency_isTheFirstOfValueOne();
-    void reportId_followsTheLast();
-
-private:
-    void prepare() override;
-    Session m_session;
-};
-
-void TestSession::prepare()
-{
-    openEmpty();
-    QVERIFY(createSchema(nullptr, mainConnection));
-    m_session.reset();
-}
-
-void TestSession::login()
-{
-    // "чай", hashed with one round to keep the test quick.
-    const QString stored =
-        "'pbkdf2-sha256$1$c2FsdA==$KEZwaZvbESMh4awQhu9rPbse5ABZ5D9N9XU2fpv1oBw='";
-    rows((m_dialect == Dialect::MySql ? "SET sql_mode='NO_BACKSLASH_ESCAPES'; " : "") +
-         QString("INSERT INTO users(login,name,rights,enabled,password) VALUES"
-                 "('Анна','Анна К.',5,1,") +
-         stored + "),('Вера','',5,0," + stored + "),('Глеб','',5,0,''),('Глеб','',5,1," + stored +
-         "),('O''Нил\\','',5,1," + stored + "),('Дина','',5,1,'чай');");
-
-    struct Case
+    void login()
     {
-        const char *oddity;
-        const char *login;
-        const char *password;
-        LoginResult expected;
-    };
-    constexpr Case cases[] = {
-        {"right", "Анна", "чай", LoginResult::Accepted},
-        {"wrong password", "Анна", "кофе", LoginResult::Refused},
-        {"no password", "Анна", "", LoginResult::Refused},
-        {"other letter case", "анна", "чай", LoginResult::Refused},
-        {"blank behind", "Анна ", "чай", LoginResult::Refused},
-        {"pattern", "%", "чай", LoginResult::Refused},
-        {"statement in the login", "' OR '1'='1", "чай", LoginResult::Refused},
-        {"unknown", "Борис", "", LoginResult::Refused},
-        {"disabled", "Вера", "чай", LoginResult::Refused},
-        {"disabled namesake first", "Глеб", "чай", LoginResult::Accepted},
-        {"quote and backslash in the login", "O'Нил\\", "чай", LoginResult::Accepted},
-        {"plain password in the table", "Дина", "чай", LoginResult::Refused},
-        {"no password set, others have one", "admin", "", LoginResult::NoPassword},
-        {"the same, one given", "admin", "чай", LoginResult::NoPassword},
-    };
-    for (const Case &one : cases) {
-        m_session.reset();
-        QVERIFY2(m_session.logIn(nullptr, one.login, one.password, mainConnection) == one.expected,
-                 one.oddity);
-        const bool in = one.expected == LoginResult::Accepted;
-        QCOMPARE(m_session.user().login, in ? one.login : "");
-        QCOMPARE(m_session.user().id != 0, in);
+        // "чай", hashed with one round to keep the test quick.
+        const QString stored =
+            "'pbkdf2-sha256$1$c2FsdA==$KEZwaZvbESMh4awQhu9rPbse5ABZ5D9N9XU2fpv1oBw='";
+        rows((m_dialect == Dialect::MySql ? "SET sql_mode='NO_BACKSLASH_ESCAPES'; " : "") +
+             QString("INSERT INTO users(login,name,rights,enabled,password) VALUES"
+                     "('Анна','Анна К.',5,1,") +
+             stored + "),('Вера','',5,0," + stored + "),('Глеб','',5,0,''),('Глеб','',5,1," +
+             stored + "),('O''Нил\\','',5,1," + stored + "),('Дина','',5,1,'чай');");
+
+        struct Case
+        {
+            const char *oddity;
+            const char *login;
+            const char *password;
+            LoginResult expected;
+        };
+        constexpr Case cases[] = {
+            {"right", "Анна", "чай", LoginResult::Accepted},
+            {"wrong password", "Анна", "кофе", LoginResult::Refused},
+            {"no password", "Анна", "", LoginResult::Refused},
+            {"other letter case", "анна", "чай", LoginResult::Refused},
+            {"blank behind", "Анна ", "чай", LoginResult::Refused},
+            {"pattern", "%", "чай", LoginResult::Refused},
+            {"statement in the login", "' OR '1'='1", "чай", LoginResult::Refused},
+            {"unknown", "Борис", "", LoginResult::Refused},
+            {"disabled", "Вера", "чай", LoginResult::Refused},
+            {"disabled namesake first", "Глеб", "чай", LoginResult::Accepted},
+            {"quote and backslash in the login", "O'Нил\\", "чай", LoginResult::Accepted},
+            {"plain password in the table", "Дина", "чай", LoginResult::Refused},
+            {"no password set, others have one", "admin", "", LoginResult::NoPassword},
+            {"the same, one given", "admin", "чай", LoginResult::NoPassword},
+        };
+        for (const Case &one : cases) {
+            m_session.reset();
+            QVERIFY2(m_session.logIn(nullptr, one.login, one.password, mainConnection) ==
+                         one.expected,
+                     one.oddity);
+            const bool in = one.expected == LoginResult::Accepted;
+            QCOMPARE(m_session.user().login, in ? one.login : "");
+            QCOMPARE(m_session.user().id != 0, in);
+        }
+
+        QList<SessionUser> users;
+        QVERIFY(Session::usersWithoutPassword(nullptr, users, mainConnection));
+        QCOMPARE(users.size(), 1);
+        rows("UPDATE users SET password=NULL");
+        QCOMPARE(m_session.logIn(nullptr, "Анна", "", mainConnection), LoginResult::NoPassword);
+        QCOMPARE(m_session.logIn(nullptr, "admin", "", mainConnection),
+                 LoginResult::PasswordNeeded);
+        // Of two stations the first one wins.
+        QCOMPARE(Session::setFirstPassword(nullptr, 1, "чай", mainConnection), FirstPassword::Set);
+        QCOMPARE(Session::setFirstPassword(nullptr, 1, "кофе", mainConnection),
+                 FirstPassword::AlreadySet);
+        QCOMPARE(m_session.logIn(nullptr, "admin", "чай", mainConnection), LoginResult::Accepted);
     }
 
-    QList<SessionUser> users;
-    QVERIFY(Session::usersWithoutPassword(nullptr, users, mainConnection));
-    QCOMPARE(users.size(), 1);
-    rows("UPDATE users SET password=NULL");
-    QCOMPARE(m_session.logIn(nullptr, "Анна", "", mainConnection), LoginResult::NoPassword);
-    QCOMPARE(m_session.logIn(nullptr, "admin", "", mainConnection), LoginResult::PasswordNeeded);
-    // Of two stations the first one wins.
-    QCOMPARE(Session::setFirstPassword(nullptr, 1, "чай", mainConnection), FirstPassword::Set);
-    QCOMPARE(Session::setFirstPassword(nullptr, 1, "кофе", mainConnection),
-             FirstPassword::AlreadySet);
-    QCOMPARE(m_session.logIn(nullptr, "admin", "чай", mainConnection), LoginResult::Accepted);
-}
+    void login_failsWithoutAnswer()
+    {
+        rows("ALTER TABLE users RENAME TO lost;");
+        QCOMPARE(m_session.logIn(nullptr, "admin", "", mainConnection), LoginResult::Failed);
+        QCOMPARE(Session::setFirstPassword(nullptr, 1, "x", mainConnection), FirstPassword::Failed);
+    }
 
-void TestSession::login_failsWithoutAnswer()
-{
-    rows("ALTER TABLE users RENAME TO lost;");
-    QCOMPARE(m_session.logIn(nullptr, "admin", "", mainConnection), LoginResult::Failed);
-    QCOMPARE(Session::setFirstPassword(nullptr, 1, "x", mainConnection), FirstPassword::Failed);
-}
+    void options_areReadByName()
+    {
+        rows("UPDATE options SET value='ООО «Ёж» 100% ''%1''' WHERE name='ORGNAME'; "
+             "UPDATE options SET value=NULL WHERE name='INN';");
+        QVERIFY(m_session.loadOptions(nullptr, mainConnection));
+        QCOMPARE(m_session.option("ORGNAME"), "ООО «Ёж» 100% '%1'");
+        QCOMPARE(m_session.option("TIMEZONE"), "+3");
+        QCOMPARE(m_session.option("INN"), "");
+        QCOMPARE(m_session.option("NO_SUCH_OPTION"), "");
+        QCOMPARE(m_session.currencies().size(), 3); // they are read along
 
-void TestSession::options_areReadByName()
-{
-    rows("UPDATE options SET value='ООО «Ёж» 100% ''%1''' WHERE name='ORGNAME'; "
-         "UPDATE options SET value=NULL WHERE name='INN';");
-    QVERIFY(m_session.loadOptions(nullptr, mainConnection));
-    QCOMPARE(m_session.option("ORGNAME"), "ООО «Ёж» 100% '%1'");
-    QCOMPARE(m_session.option("TIMEZONE"), "+3");
-    QCOMPARE(m_session.option("INN"), "");
-    QCOMPARE(m_session.option("NO_SUCH_OPTION"), "");
-    QCOMPARE(m_session.currencies().size(), 3); // they are read along
+        rows("ALTER TABLE options RENAME TO lost;");
+        QVERIFY(!m_session.loadOptions(nullptr, mainConnection));
+        QCOMPARE(m_session.option("TIMEZONE"), "");
+    }
 
-    rows("ALTER TABLE options RENAME TO lost;");
-    QVERIFY(!m_session.loadOptions(nullptr, mainConnection));
-    QCOMPARE(m_session.option("TIMEZONE"), "");
-}
+    void currencies_convertByFirstOfTheirCode()
+    {
+        rows("UPDATE currencies SET value=92.5 WHERE id=3; "
+             "INSERT INTO currencies(id,c_code,symbol,value) VALUES(20,'USD','$',7),"
+             "(10,'KZT','₸',0),(11,'usd','$',3);");
+        QVERIFY(m_session.loadCurrencies(mainConnection));
 
-void TestSession::currencies_convertByFirstOfTheirCode()
-{
-    rows("UPDATE currencies SET value=92.5 WHERE id=3; "
-         "INSERT INTO currencies(id,c_code,symbol,value) VALUES(20,'USD','$',7),"
-         "(10,'KZT','₸',0),(11,'usd','$',3);");
-    QVERIFY(m_session.loadCurrencies(mainConnection));
+        QCOMPARE(m_session.currencies().size(), 6);
+        QCOMPARE(m_session.convertCurrencyToMain(2, "USD"), 185.0);
+        QCOMPARE(m_session.convertCurrencyFromMain(185, "USD"), 2.0);
+        QCOMPARE(m_session.convertCurrencyToMain(2, "usd"), 6.0);
+        QCOMPARE(m_session.convertCurrencyToMain(0.126, "RUB"), 0.126); // not rounded
+        QVERIFY(std::isinf(m_session.convertCurrencyFromMain(1, "KZT")));
 
-    QStringList codes;
-    for (const Currency &currency : m_session.currencies())
-        codes += currency.code;
-    QCOMPARE(codes, QStringList({"RUB", "EUR", "USD", "KZT", "usd", "USD"}));
-    QCOMPARE(m_session.convertCurrencyToMain(2, "USD"), 185.0);
-    QCOMPARE(m_session.convertCurrencyFromMain(185, "USD"), 2.0);
-    QCOMPARE(m_session.convertCurrencyToMain(2, "usd"), 6.0);
-    QCOMPARE(m_session.convertCurrencyToMain(0.126, "RUB"), 0.126); // not rounded
-    QVERIFY(std::isinf(m_session.convertCurrencyFromMain(1, "KZT")));
+        // An unknown currency counts as the main one.
+        QCOMPARE(m_session.convertCurrencyToMain(5.5, "Usd"), 5.5);
+        QCOMPARE(m_session.convertCurrencyFromMain(5.5, ""), 5.5);
 
-    // An unknown currency counts as the main one.
-    QCOMPARE(m_session.convertCurrencyToMain(5.5, "Usd"), 5.5);
-    QCOMPARE(m_session.convertCurrencyFromMain(5.5, ""), 5.5);
-}
+        // So does any, when they cannot be read.
+        rows("ALTER TABLE currencies RENAME TO lost;");
+        QVERIFY(!m_session.loadCurrencies(mainConnection));
+        QCOMPARE(m_session.convertCurrencyToMain(2, "USD"), 2.0);
+        QCOMPARE(m_session.mainCurrencySymbol(), "");
+    }
 
-void TestSession::currencies_failedRead_leavesAmountsAlone()
-{
-    rows("UPDATE currencies SET value=92.5 WHERE id=3;");
-    QVERIFY(m_session.loadCurrencies(mainConnection));
-    rows("ALTER TABLE currencies RENAME TO lost;");
+    void mainCurrency_isTheFirstOfValueOne()
+    {
+        for (const auto &[change, symbol] : {std::pair("value=1 WHERE id=1", "₽"),
+                                             {"value=0.01 WHERE id=1", "€"},
+                                             {"value=2", ""}}) {
+            rows(QString("UPDATE currencies SET ") + change);
+            QVERIFY(m_session.loadCurrencies(mainConnection));
+            QCOMPARE(m_session.mainCurrencySymbol(), symbol);
+        }
+    }
 
-    QVERIFY(!m_session.loadCurrencies(mainConnection));
-    QVERIFY(m_session.currencies().isEmpty());
-    QCOMPARE(m_session.convertCurrencyToMain(2, "USD"), 2.0);
-    QCOMPARE(m_session.mainCurrencySymbol(), "");
-}
+    void reportId_followsTheLast()
+    {
+        QCOMPARE(m_session.nextReportId(nullptr, mainConnection), qulonglong(1));
+        rows("INSERT INTO incomereports(id,total) VALUES(41,1),(7,1);");
+        QCOMPARE(m_session.nextReportId(nullptr, mainConnection), qulonglong(42));
+        rows("ALTER TABLE incomereports RENAME TO lost;");
+        QVERIFY(!m_session.nextReportId(nullptr, mainConnection).has_value());
+    }
 
-void TestSession::mainCurrency_isTheFirstOfValueOne()
-{
-    QVERIFY(m_session.loadCurrencies(mainConnection));
-    QCOMPARE(m_session.mainCurrencySymbol(), "₽");
-    rows("UPDATE currencies SET value=0.01 WHERE id=1;");
-    QVERIFY(m_session.loadCurrencies(mainConnection));
-    QCOMPARE(m_session.mainCurrencySymbol(), "€");
-    rows("UPDATE currencies SET value=2;");
-    QVERIFY(m_session.loadCurrencies(mainConnection));
-    QCOMPARE(m_session.mainCurrencySymbol(), "");
-}
+private:
+    void prepare() override
+    {
+        openEmpty();
+        QVERIFY(createSchema(nullptr, mainConnection));
+        m_session.reset();
+    }
 
-void TestSession::reportId_followsTheLast()
-{
-    QCOMPARE(m_session.nextReportId(nullptr, mainConnection), qulonglong(1));
-    rows("INSERT INTO incomereports(id,total) VALUES(41,1),(7,1);");
-    QCOMPARE(m_session.nextReportId(nullptr, mainConnection), qulonglong(42));
-    rows("ALTER TABLE incomereports RENAME TO lost;");
-    QVERIFY(!m_session.nextReportId(nullptr, mainConnection).has_value());
-}
+    Session m_session;
+};
 
 QTEST_GUILESS_MAIN(TestSession)
 #include "tst_session.moc"

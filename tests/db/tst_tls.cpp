@@ -9,163 +9,151 @@
 #include "tests/support/testhome.h"
 
 #include <QRegularExpression>
-#include <QTest>
 
 class TestTls : public QObject
 {
     Q_OBJECT
 
 private slots:
-    void initTestCase();
-    void cleanup();
-    void cleanupTestCase();
-    void certificates_decideOnTheConnection_data();
-    void certificates_decideOnTheConnection();
-    void reopenedConnection_isEncryptedAgain();
-    void lostAnswer_isALostConnection();
-    void serverWithoutTls_isRefusedWhenTlsIsAsked();
+    void initTestCase()
+    {
+        m_certificates.sign("server");
+        m_certificates.sign("client");
+        m_strangers.sign("client");
+        TestServers::instance().restartMariaDb({"--ssl-ca=" + m_certificates.authority(),
+                                                "--ssl-cert=" + m_certificates.path("server.crt"),
+                                                "--ssl-key=" + m_certificates.path("server.key")});
+        TestServers::instance().client(
+            Dialect::MySql, "mysql",
+            "CREATE USER 'certified'@'%' IDENTIFIED BY 'lavkor' REQUIRE X509; "
+            "GRANT ALL PRIVILEGES ON *.* TO 'certified'@'%';");
+    }
+
+    void cleanup()
+    {
+        setStatementObserver({});
+        removeConnection(mainConnection);
+        QVERIFY(m_boxes.verify());
+    }
+
+    void cleanupTestCase()
+    {
+        TestServers::instance().restartMariaDb({});
+    }
+
+    void certificates_decideOnTheConnection_data()
+    {
+        const QString own = m_certificates.authority();
+        // told: what the box names when the connection fails
+        addColumns<QString, QString, QString, QString>("user", "authority", "client", "told");
+        addRow("the server's own authority", "lavkor", own, "", "");
+        addRow("another authority", "lavkor", m_strangers.authority(), "", "TLS/SSL");
+        addRow("a file that is not there", "lavkor", m_certificates.path("none.crt"), "",
+               "TLS/SSL");
+        addRow("no client certificate", "certified", own, "", "certified");
+        addRow("one of the authority", "certified", own, m_certificates.path("client"), "");
+        addRow("one of another authority", "certified", own, m_strangers.path("client"), " ");
+    }
+
+    void certificates_decideOnTheConnection()
+    {
+        const auto [user, authority, client, told] =
+            rowValues<QString, QString, QString, QString>();
+        ConnectionEntry entry = TestServers::instance().entry(Dialect::MySql, "mysql");
+        entry.dbusername = user;
+        entry.dbcacert = authority;
+        if (!client.isEmpty()) {
+            entry.dbclientkey = client + ".key";
+            entry.dbclientcert = client + ".crt";
+        }
+        if (told.isEmpty()) {
+            QVERIFY(createConnection(nullptr, entry, mainConnection));
+            QVERIFY(!cipher().isEmpty());
+        } else {
+            m_boxes.answer("OK");
+            QVERIFY(!createConnection(nullptr, entry, mainConnection));
+            const QString text = m_boxes.lastText() + m_boxes.requests().last().details;
+            QVERIFY2(text.startsWith("Ошибка создания соединения: ") && text.contains(told),
+                     qPrintable(text));
+        }
+    }
+
+    void reopenedConnection_isEncryptedAgain()
+    {
+        ConnectionEntry entry = TestServers::instance().entry(Dialect::MySql, "mysql");
+        entry.dbcacert = m_certificates.authority();
+        QVERIFY(createConnection(nullptr, entry, mainConnection));
+        const QString before = cipher();
+        TestServers::instance().killClients(Dialect::MySql);
+        QCOMPARE(cipher(), before);
+    }
+
+    /// The client library has other words for it than on a connection in clear text.
+    void lostAnswer_isALostConnection()
+    {
+        CuttingProxy proxy(TestServers::instance().port(Dialect::MySql));
+        TestServers::instance().client(Dialect::MySql, "mysql", "CREATE DATABASE cut;");
+        ConnectionEntry entry = TestServers::instance().entry(Dialect::MySql, "cut");
+        entry.dbcacert = m_certificates.authority();
+        entry.dbhostname = QString("127.0.0.1:%1").arg(proxy.port());
+        QVERIFY(createConnection(nullptr, entry, mainConnection));
+        QVERIFY(!cipher().isEmpty());
+        QVERIFY(QueryExec(nullptr, "CREATE TABLE t(id INTEGER) ENGINE=InnoDB"));
+        const auto count = [] {
+            return TestServers::instance().client(Dialect::MySql, "cut", "SELECT COUNT(*) FROM t");
+        };
+
+        setStatementObserver([&](const QString &sqlText, const QString &) {
+            if (sqlText == "COMMIT")
+                proxy.cutNext(CuttingProxy::Cut::Answer, "");
+        });
+        QVERIFY(transactionBegin());
+        QVERIFY(QueryExec(nullptr, "INSERT INTO t(id) VALUES('1')"));
+        QVERIFY(!transactionCommit());
+        QVERIFY(lastFailure().text.contains("неизвестно"));
+        QCOMPARE(count(), "1");
+
+        setStatementObserver({});
+        QVERIFY(!cipher().isEmpty()); // connected again, or that would be cut
+        proxy.cutNext(CuttingProxy::Cut::Answer, "", false, 100);
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression("SQL"));
+        QVERIFY(!QueryExec(nullptr, "INSERT INTO t(id) VALUES('2'/*" + QString(200, u'-') + "*/)"));
+        QVERIFY(proxy.hasCut());
+        QVERIFY(lastFailure().text.contains("неизвестно"));
+        QCOMPARE(count(), "2");
+    }
+
+    void serverWithoutTls_isRefusedWhenTlsIsAsked()
+    {
+        // The client library itself would go on in clear text.
+        ConnectionEntry entry = TestServers::instance().entry(Dialect::MySql, "mysql");
+        TestServers::instance().restartMariaDb({"--skip-ssl"});
+        QVERIFY(createConnection(nullptr, entry, mainConnection));
+        QVERIFY(cipher().isEmpty());
+        entry.dbcacert = m_certificates.authority();
+        m_boxes.answer("OK");
+        QVERIFY(!createConnection(nullptr, entry, mainConnection));
+        QCOMPARE(m_boxes.lastText(),
+                 "Ошибка создания соединения: Сервер не шифрует соединение, хотя "
+                 "для него указаны ключи TLS.");
+        QVERIFY(!openConnection(mainConnection));
+    }
 
 private:
-    QString cipher() const;
+    /// The cipher of the connection, empty without encryption.
+    QString cipher() const
+    {
+        QList<SqlRow> rows;
+        if (!QueryRows(nullptr, "SHOW STATUS LIKE 'Ssl_cipher';", rows) || rows.size() != 1)
+            return "no answer";
+        return rows.first().at(1).toString();
+    }
 
     TestHome m_home;
     QueuedBoxes m_boxes;
     Certificates m_certificates;
     Certificates m_strangers;
 };
-
-void TestTls::initTestCase()
-{
-    m_certificates.sign("server");
-    m_certificates.sign("client");
-    m_strangers.sign("client");
-    TestServers::instance().restartMariaDb({"--ssl-ca=" + m_certificates.authority(),
-                                            "--ssl-cert=" + m_certificates.path("server.crt"),
-                                            "--ssl-key=" + m_certificates.path("server.key")});
-    TestServers::instance().client(
-        Dialect::MySql, "mysql",
-        "CREATE USER 'certified'@'%' IDENTIFIED BY 'lavkor' REQUIRE X509; "
-        "GRANT ALL PRIVILEGES ON *.* TO 'certified'@'%';");
-}
-
-void TestTls::cleanup()
-{
-    setStatementObserver({});
-    removeConnection(mainConnection);
-    QVERIFY(m_boxes.verify());
-}
-
-void TestTls::cleanupTestCase()
-{
-    TestServers::instance().restartMariaDb({});
-}
-
-/// The cipher of the connection, empty without encryption.
-QString TestTls::cipher() const
-{
-    QList<SqlRow> rows;
-    if (!QueryRows(nullptr, "SHOW STATUS LIKE 'Ssl_cipher';", rows) || rows.size() != 1)
-        return "no answer";
-    return rows.first().at(1).toString();
-}
-
-void TestTls::certificates_decideOnTheConnection_data()
-{
-    const QString own = m_certificates.authority();
-    // told: what the box names when the connection fails
-    addColumns<QString, QString, QString, QString>("user", "authority", "client", "told");
-    addRow("the server's own authority", "lavkor", own, "", "");
-    addRow("another authority", "lavkor", m_strangers.authority(), "", "TLS/SSL");
-    addRow("a file that is not there", "lavkor", m_certificates.path("none.crt"), "", "TLS/SSL");
-    addRow("no client certificate", "certified", own, "", "certified");
-    addRow("one of the authority", "certified", own, m_certificates.path("client"), "");
-    addRow("one of another authority", "certified", own, m_strangers.path("client"), " ");
-}
-
-void TestTls::certificates_decideOnTheConnection()
-{
-    QFETCH(QString, user);
-    QFETCH(QString, authority);
-    QFETCH(QString, client);
-    QFETCH(QString, told);
-    ConnectionEntry entry = TestServers::instance().entry(Dialect::MySql, "mysql");
-    entry.dbusername = user;
-    entry.dbcacert = authority;
-    if (!client.isEmpty()) {
-        entry.dbclientkey = client + ".key";
-        entry.dbclientcert = client + ".crt";
-    }
-    if (!told.isEmpty())
-        m_boxes.answer("OK");
-    QCOMPARE(createConnection(nullptr, entry, mainConnection), told.isEmpty());
-    const QString text = told.isEmpty() ? QString() : m_boxes.requests().last().details;
-    if (!told.isEmpty())
-        QVERIFY2(m_boxes.lastText().startsWith("Ошибка создания соединения: ") &&
-                     (text + m_boxes.lastText()).contains(told),
-                 qPrintable(text));
-    else
-        QVERIFY(!cipher().isEmpty());
-}
-
-void TestTls::reopenedConnection_isEncryptedAgain()
-{
-    ConnectionEntry entry = TestServers::instance().entry(Dialect::MySql, "mysql");
-    entry.dbcacert = m_certificates.authority();
-    QVERIFY(createConnection(nullptr, entry, mainConnection));
-    const QString before = cipher();
-    TestServers::instance().killClients(Dialect::MySql);
-    QCOMPARE(cipher(), before);
-}
-
-/// The client library has other words for it than on a connection in clear text.
-void TestTls::lostAnswer_isALostConnection()
-{
-    CuttingProxy proxy(TestServers::instance().port(Dialect::MySql));
-    TestServers::instance().client(Dialect::MySql, "mysql", "CREATE DATABASE cut;");
-    ConnectionEntry entry = TestServers::instance().entry(Dialect::MySql, "cut");
-    entry.dbcacert = m_certificates.authority();
-    entry.dbhostname = QString("127.0.0.1:%1").arg(proxy.port());
-    QVERIFY(createConnection(nullptr, entry, mainConnection));
-    QVERIFY(!cipher().isEmpty());
-    QVERIFY(QueryExec(nullptr, "CREATE TABLE t(id INTEGER) ENGINE=InnoDB"));
-    const auto count = [] {
-        return TestServers::instance().client(Dialect::MySql, "cut", "SELECT COUNT(*) FROM t");
-    };
-
-    setStatementObserver([&](const QString &sqlText, const QString &) {
-        if (sqlText == "COMMIT")
-            proxy.cutNext(CuttingProxy::Cut::Answer, "");
-    });
-    QVERIFY(transactionBegin());
-    QVERIFY(QueryExec(nullptr, "INSERT INTO t(id) VALUES('1')"));
-    QVERIFY(!transactionCommit());
-    QVERIFY(lastFailure().text.contains("неизвестно"));
-    QCOMPARE(count(), "1");
-
-    setStatementObserver({});
-    QVERIFY(!cipher().isEmpty()); // connected again, or that would be cut
-    proxy.cutNext(CuttingProxy::Cut::Answer, "", false, 100);
-    QTest::ignoreMessage(QtWarningMsg, QRegularExpression("SQL"));
-    QVERIFY(!QueryExec(nullptr, "INSERT INTO t(id) VALUES('2'/*" + QString(200, u'-') + "*/)"));
-    QVERIFY(proxy.hasCut());
-    QVERIFY(lastFailure().text.contains("неизвестно"));
-    QCOMPARE(count(), "2");
-}
-
-void TestTls::serverWithoutTls_isRefusedWhenTlsIsAsked()
-{
-    // The client library itself would go on in clear text.
-    ConnectionEntry entry = TestServers::instance().entry(Dialect::MySql, "mysql");
-    TestServers::instance().restartMariaDb({"--skip-ssl"});
-    QVERIFY(createConnection(nullptr, entry, mainConnection));
-    QVERIFY(cipher().isEmpty());
-    entry.dbcacert = m_certificates.authority();
-    m_boxes.answer("OK");
-    QVERIFY(!createConnection(nullptr, entry, mainConnection));
-    QCOMPARE(m_boxes.lastText(), "Ошибка создания соединения: Сервер не шифрует соединение, хотя "
-                                 "для него указаны ключи TLS.");
-    QVERIFY(!openConnection(mainConnection));
-}
 
 QTEST_GUILESS_MAIN(TestTls)
 #include "tst_tls.moc"

@@ -10,7 +10,6 @@
 #include "tests/support/databasetest.h"
 #include "tests/support/datatable.h"
 #include "tests/support/servers.h"
-#include "tests/support/servertools.h"
 #include "tests/support/shop.h"
 
 #include <QCoreApplication>
@@ -81,299 +80,282 @@ class TestPostingFaults : public DatabaseTest
     Q_OBJECT
 
 private slots:
-    void errorAtEveryStatement_data();
-    void errorAtEveryStatement();
-    void refusedCommit_leavesNothing();
-    void lossAtEveryStatement();
-    void deathAtEveryStatement();
-    void lostCommit_isLookedUp_data();
-    void lostCommit_isLookedUp();
-    void serverKilledInTheMiddle();
-    void fullDisk_leavesNothing();
+    void errorAtEveryStatement_data()
+    {
+        addColumns<bool, int>("forGood", "refusals");
+        // BEGIN, a look at the list, three statements a line, the receipt, the list, COMMIT.
+        addRow("once", false, 14);
+        addRow("again and again", true, 19); // and the five reads before the transaction
+    }
+
+    void errorAtEveryStatement()
+    {
+        const auto [forGood, refusals] = rowValues<bool, int>();
+        const QString coreAfter = core();
+        int refused = 0;
+        for (int at = 0; at < m_statements.size(); ++at) {
+            fill();
+            const PostingResult result = postWithFault(
+                at, [](QString &sqlText) { sqlText = "SELECT nonsense FROM nowhere"; }, forGood);
+            const QByteArray place = QByteArray::number(at) + ": " + m_statements.at(at).toUtf8();
+            // Nobody is told of a receipt that is not there.
+            QVERIFY2(result.due.size() == (result.outcome == PostingOutcome::Posted),
+                     place.constData());
+            if (result.outcome != PostingOutcome::Posted) {
+                ++refused;
+                QVERIFY2(!result.message.isEmpty(), place.constData());
+                QVERIFY2(state() == m_before, place.constData());
+            } else if (forGood && !result.message.isEmpty()) {
+                // A mark or a cart that the database refuses alone is told.
+                QVERIFY2(core() == coreAfter, place.constData());
+            } else {
+                QVERIFY2(state() == m_after, place.constData());
+            }
+        }
+        QVERIFY2(refused >= refusals, qPrintable(QString::number(refused)));
+    }
+
+    /// What the statements have written the database may still refuse at the end.
+    void refusedCommit_leavesNothing()
+    {
+        if (m_dialect == Dialect::MySql)
+            QSKIP("it checks nothing so late");
+        fill();
+        const QString drop =
+            m_dialect == Dialect::Sqlite ? "DROP TRIGGER late" : "DROP TRIGGER late ON income";
+        if (m_dialect == Dialect::Sqlite) {
+            rows("CREATE TABLE parents(id INTEGER PRIMARY KEY);"
+                 "CREATE TABLE children(id INTEGER REFERENCES parents(id) DEFERRABLE INITIALLY "
+                 "DEFERRED);"
+                 "CREATE TRIGGER late AFTER INSERT ON income BEGIN INSERT INTO children VALUES(5); "
+                 "END;");
+            QVERIFY(QueryExec(nullptr, "PRAGMA foreign_keys=ON"));
+        } else {
+            rows("CREATE FUNCTION refuse() RETURNS trigger LANGUAGE plpgsql AS "
+                 "$$ BEGIN RAISE EXCEPTION 'too late'; END $$;"
+                 "CREATE CONSTRAINT TRIGGER late AFTER INSERT ON income DEFERRABLE INITIALLY "
+                 "DEFERRED "
+                 "FOR EACH ROW EXECUTE FUNCTION refuse();");
+        }
+        const PostingResult result = post();
+        rows(drop);
+        QCOMPARE(result.outcome, PostingOutcome::Failed);
+        QVERIFY(!result.message.isEmpty());
+        QCOMPARE(state(), m_before);
+        QCOMPARE(post().outcome, PostingOutcome::Posted);
+        QCOMPARE(state(), m_after);
+    }
+
+    void lossAtEveryStatement()
+    {
+        if (!isServer())
+            QSKIP("a file has no connection that could be lost");
+        int refused = 0;
+        for (int at = 0; at < m_statements.size(); ++at) {
+            fill();
+            QString met;
+            const PostingResult result = postWithFault(at, [&](QString &sqlText) {
+                met = sqlText;
+                TestServers::instance().killClients(m_dialect);
+            });
+            const QByteArray place = QByteArray::number(at) + ": " + met.toUtf8();
+            if (result.outcome == PostingOutcome::Posted) {
+                QVERIFY2(state() == m_after, place.constData());
+            } else {
+                ++refused;
+                QVERIFY2(result.outcome == PostingOutcome::Failed, place.constData());
+                QVERIFY2(state() == m_before, place.constData());
+            }
+        }
+        QVERIFY2(refused >= 12, qPrintable(QString::number(refused)));
+    }
+
+    void deathAtEveryStatement()
+    {
+        bool posted = false;
+        for (int at = 0; at <= m_statements.size(); ++at) {
+            fill();
+            QProcess child;
+            child.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+            child.start(QCoreApplication::applicationFilePath(),
+                        QStringList{"--post-and-die", QString::number(at)} +
+                            entryArguments(m_database->entry()));
+            QVERIFY(child.waitForFinished(60000));
+            const bool died = child.exitStatus() == QProcess::CrashExit;
+            QVERIFY2(died || child.exitCode() == 0, qPrintable(QString::number(at)));
+            // The server needs a moment to notice that its client is gone.
+            QString found;
+            QTRY_VERIFY2(((found = state()) == m_before) || found == m_after,
+                         qPrintable(QString::number(at)));
+            // Once the receipt is committed it stays so for every later statement.
+            QVERIFY(!posted || found == m_after);
+            posted = found == m_after;
+            QVERIFY(died || posted);
+        }
+        QVERIFY(posted);
+    }
+
+    void lostCommit_isLookedUp_data()
+    {
+        addColumns<bool, bool>("committed", "serverGone");
+        addRow("the server never heard of it", false, false);
+        addRow("the answer was lost", true, false);
+        addRow("never heard of it and gone", false, true);
+        addRow("the answer was lost and the server is gone", true, true);
+    }
+
+    void lostCommit_isLookedUp()
+    {
+        const auto [committed, serverGone] = rowValues<bool, bool>();
+        if (!isServer())
+            QSKIP("a file has no connection that could be lost");
+        CuttingProxy proxy(TestServers::instance().port(m_dialect));
+        QVERIFY(openThrough(proxy.port()));
+        fill();
+        proxy.cutNext(committed ? CuttingProxy::Cut::Answer : CuttingProxy::Cut::Request, "COMMIT",
+                      serverGone);
+        const PostingResult result = post();
+        QVERIFY(proxy.hasCut());
+        QCOMPARE(result.due.size(), committed && !serverGone ? 1 : 0);
+        QCOMPARE(result.outcome, serverGone  ? PostingOutcome::OutcomeUnknown
+                                 : committed ? PostingOutcome::Posted
+                                             : PostingOutcome::Failed);
+        QVERIFY(!result.message.isEmpty());
+        proxy.setRefusing(false);
+        QVERIFY(ensureConnectionOpen(nullptr, mainConnection));
+        QTRY_COMPARE(state(), committed ? m_after : m_before);
+        QCOMPARE(post().outcome, committed ? PostingOutcome::EmptyList : PostingOutcome::Posted);
+        QCOMPARE(state(), m_after);
+    }
+
+    void serverKilledInTheMiddle()
+    {
+        if (!isServer())
+            QSKIP("a file has no connection that could be lost");
+        TestServers &servers = TestServers::instance();
+        const int commit = int(m_statements.indexOf("COMMIT"));
+        for (const int at : {commit / 2, commit - 1, commit}) {
+            fill();
+            const PostingResult result =
+                postWithFault(at, [&](QString &) { servers.kill(m_dialect); });
+            QVERIFY(result.outcome == PostingOutcome::Failed ||
+                    result.outcome == PostingOutcome::OutcomeUnknown);
+            QVERIFY(!result.message.isEmpty());
+            servers.start(m_dialect);
+            QVERIFY(ensureConnectionOpen(nullptr, mainConnection));
+            QCOMPARE(state(), m_before);
+            QCOMPARE(post().outcome, PostingOutcome::Posted);
+            QCOMPARE(state(), m_after);
+        }
+    }
+
+    void fullDisk_leavesNothing()
+    {
+        if (isServer())
+            QSKIP("the disk is the server's");
+        const QTemporaryDir mountPoint;
+        QVERIFY2(QProcess::execute(
+                     "mount", {"-t", "tmpfs", "-o", "size=4m", "tmpfs", mountPoint.path()}) == 0,
+                 "mounting a small disk needs root");
+        const auto unmount = qScopeGuard([&] {
+            removeConnection(mainConnection);
+            QProcess::execute("umount", {mountPoint.path()});
+        });
+        const QString path = mountPoint.filePath("shop.sqlite");
+        QVERIFY(createConnection(
+            nullptr, {.name = "small", .dbtype = "sqlite", .databasename = path}, mainConnection));
+        QVERIFY(shop::create());
+        constexpr int lines = 3000;
+        TransactionGuard filling;
+        for (int i = 1; i <= lines; ++i) {
+            shop::addProduct({.id = qulonglong(i), .stock = 1});
+            shop::addLine({.wareId = qulonglong(i), .outcost = 99});
+        }
+        QVERIFY(filling.commit());
+        const QString before = TestServers::instance().client(Dialect::Sqlite, path, ".dump");
+        // Little room is left, less than the posting needs.
+        QFile filler(mountPoint.filePath("filler"));
+        QVERIFY(filler.open(QIODevice::WriteOnly | QIODevice::Unbuffered));
+        while (filler.write(QByteArray(16384, 'x')) == 16384) {
+        }
+        const PostingResult result = post();
+        QCOMPARE(result.outcome, PostingOutcome::Failed);
+        QVERIFY(!result.message.isEmpty());
+        filler.remove();
+        QVERIFY(before.contains("INSERT INTO incomeinvoice"));
+        QVERIFY(TestServers::instance().client(Dialect::Sqlite, path, ".dump") == before);
+        // With room again the same list is posted.
+        QCOMPARE(post().lines, lines);
+    }
 
 private:
-    void prepare() override;
-    void fill();
-    QString tables(const QStringList &names) const;
-    QString core() const;
-    void learnBothEnds();
-    QString state() const;
+    void prepare() override
+    {
+        openShop();
+        learnBothEnds();
+    }
+
+    void fill()
+    {
+        // One transaction: thousands of single commits would wait for the disk.
+        TransactionGuard transaction;
+        QVERIFY(clearShop());
+        for (const qulonglong id : {11, 12, 13}) {
+            shop::addProduct({.id = id, .stock = double(id)});
+            shop::addLine({.wareId = id, .quantity = 2, .incost = 7, .outcost = 25});
+        }
+        shop::addAlert(12, "+79001112233");
+        QVERIFY(QueryExec(nullptr, "INSERT INTO articles(wareid,orderquantity) VALUES('11','5')"));
+        QVERIFY(QueryExec(nullptr, "INSERT INTO cart(wareid,outcost) VALUES('11','1'),('13','1')"));
+        QVERIFY(transaction.commit());
+    }
+
+    /// Whole tables as the database's own client reads them, but for the keys that every filling
+    /// counts on and the time of the posting.
+    QString tables(const QStringList &names) const
+    {
+        QString all;
+        for (const QString &name : names) {
+            const QSqlRecord record = QSqlDatabase::database(mainConnection).record(name);
+            QStringList columns;
+            for (int i = 0; i < record.count(); ++i) {
+                if (record.fieldName(i) != "id" || name == "warehouse" || name == "incomereports")
+                    columns += record.fieldName(i);
+            }
+            all += name + '\n' +
+                   rows("SELECT " + columns.join(',') + " FROM " + name + " ORDER BY 1,2;") + '\n';
+        }
+        static const QRegularExpression now(
+            "20(?!26-01-02 03:04:05)\\d\\d-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d");
+        return all.replace(now, "now");
+    }
+
+    /// What no receipt can do without.
+    QString core() const
+    {
+        return tables({"incomeinvoice", "income", "incomereports", "warehouse", "articles"});
+    }
+
+    void learnBothEnds()
+    {
+        fill();
+        m_before = state();
+        m_statements.clear();
+        QCOMPARE(postWithFault(-1, {}, false, &m_statements).outcome, PostingOutcome::Posted);
+        m_after = state();
+        QVERIFY(m_after != m_before);
+        QVERIFY(m_statements.size() > 20);
+    }
+
+    QString state() const
+    {
+        return core() + tables({"cart", "changeoutcostinfo", "alerts"});
+    }
 
     QStringList m_statements; ///< of an undisturbed posting
     QString m_before;
     QString m_after;
 };
-
-void TestPostingFaults::prepare()
-{
-    openShop();
-    learnBothEnds();
-}
-
-void TestPostingFaults::fill()
-{
-    // One transaction: thousands of single commits would wait for the disk.
-    TransactionGuard transaction;
-    QVERIFY(clearShop());
-    for (const qulonglong id : {11, 12, 13}) {
-        shop::addProduct({.id = id, .stock = double(id)});
-        shop::addLine({.wareId = id, .quantity = 2, .incost = 7, .outcost = 25});
-    }
-    shop::addAlert(12, "+79001112233");
-    QVERIFY(QueryExec(nullptr, "INSERT INTO articles(wareid,orderquantity) VALUES('11','5')"));
-    QVERIFY(QueryExec(nullptr, "INSERT INTO cart(wareid,outcost) VALUES('11','1'),('13','1')"));
-    QVERIFY(transaction.commit());
-}
-
-/// Whole tables as the database's own client reads them, but for the keys that every filling counts
-/// on and the time of the posting.
-QString TestPostingFaults::tables(const QStringList &names) const
-{
-    QString all;
-    for (const QString &name : names) {
-        const QSqlRecord record = QSqlDatabase::database(mainConnection).record(name);
-        QStringList columns;
-        for (int i = 0; i < record.count(); ++i) {
-            if (record.fieldName(i) != "id" || name == "warehouse" || name == "incomereports")
-                columns += record.fieldName(i);
-        }
-        all += name + '\n' +
-               rows("SELECT " + columns.join(',') + " FROM " + name + " ORDER BY 1,2;") + '\n';
-    }
-    static const QRegularExpression now(
-        "20(?!26-01-02 03:04:05)\\d\\d-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d");
-    return all.replace(now, "now");
-}
-
-/// What no receipt can do without.
-QString TestPostingFaults::core() const
-{
-    return tables({"incomeinvoice", "income", "incomereports", "warehouse", "articles"});
-}
-
-QString TestPostingFaults::state() const
-{
-    return core() + tables({"cart", "changeoutcostinfo", "alerts"});
-}
-
-void TestPostingFaults::learnBothEnds()
-{
-    fill();
-    m_before = state();
-    m_statements.clear();
-    QCOMPARE(postWithFault(-1, {}, false, &m_statements).outcome, PostingOutcome::Posted);
-    m_after = state();
-    QVERIFY(m_after != m_before);
-    QVERIFY(m_statements.size() > 20);
-}
-
-void TestPostingFaults::errorAtEveryStatement_data()
-{
-    addColumns<bool, int>("forGood", "refusals");
-    // BEGIN, a look at the list, three statements a line, the receipt, the list, COMMIT.
-    addRow("once", false, 14);
-    addRow("again and again", true, 19); // and the five reads before the transaction
-}
-
-void TestPostingFaults::errorAtEveryStatement()
-{
-    QFETCH(bool, forGood);
-    QFETCH(int, refusals);
-    const QString coreAfter = core();
-    int refused = 0;
-    for (int at = 0; at < m_statements.size(); ++at) {
-        fill();
-        const PostingResult result = postWithFault(
-            at, [](QString &sqlText) { sqlText = "SELECT nonsense FROM nowhere"; }, forGood);
-        const QByteArray place = QByteArray::number(at) + ": " + m_statements.at(at).toUtf8();
-        // Nobody is told of a receipt that is not there.
-        QVERIFY2(result.due.size() == (result.outcome == PostingOutcome::Posted),
-                 place.constData());
-        if (result.outcome != PostingOutcome::Posted) {
-            ++refused;
-            QVERIFY2(!result.message.isEmpty(), place.constData());
-            QVERIFY2(state() == m_before, place.constData());
-        } else if (forGood && !result.message.isEmpty()) {
-            // A mark or a cart that the database refuses alone is told.
-            QVERIFY2(core() == coreAfter, place.constData());
-        } else {
-            QVERIFY2(state() == m_after, place.constData());
-        }
-    }
-    QVERIFY2(refused >= refusals, qPrintable(QString::number(refused)));
-}
-
-/// What the statements have written the database may still refuse at the end.
-void TestPostingFaults::refusedCommit_leavesNothing()
-{
-    if (m_dialect == Dialect::MySql)
-        return; // it checks nothing so late
-    fill();
-    const QString drop =
-        m_dialect == Dialect::Sqlite ? "DROP TRIGGER late" : "DROP TRIGGER late ON income";
-    if (m_dialect == Dialect::Sqlite) {
-        rows("CREATE TABLE parents(id INTEGER PRIMARY KEY);"
-             "CREATE TABLE children(id INTEGER REFERENCES parents(id) DEFERRABLE INITIALLY "
-             "DEFERRED);"
-             "CREATE TRIGGER late AFTER INSERT ON income BEGIN INSERT INTO children VALUES(5); "
-             "END;");
-        QVERIFY(QueryExec(nullptr, "PRAGMA foreign_keys=ON"));
-    } else {
-        rows("CREATE FUNCTION refuse() RETURNS trigger LANGUAGE plpgsql AS "
-             "$$ BEGIN RAISE EXCEPTION 'too late'; END $$;"
-             "CREATE CONSTRAINT TRIGGER late AFTER INSERT ON income DEFERRABLE INITIALLY DEFERRED "
-             "FOR EACH ROW EXECUTE FUNCTION refuse();");
-    }
-    const PostingResult result = post();
-    rows(drop);
-    QCOMPARE(result.outcome, PostingOutcome::Failed);
-    QVERIFY(!result.message.isEmpty());
-    QCOMPARE(state(), m_before);
-    QCOMPARE(post().outcome, PostingOutcome::Posted);
-    QCOMPARE(state(), m_after);
-}
-
-void TestPostingFaults::lossAtEveryStatement()
-{
-    if (m_dialect == Dialect::Sqlite)
-        return; // there is no connection to lose
-    int refused = 0;
-    for (int at = 0; at < m_statements.size(); ++at) {
-        fill();
-        QString met;
-        const PostingResult result = postWithFault(at, [&](QString &sqlText) {
-            met = sqlText;
-            TestServers::instance().killClients(m_dialect);
-        });
-        const QByteArray place = QByteArray::number(at) + ": " + met.toUtf8();
-        if (result.outcome == PostingOutcome::Posted) {
-            QVERIFY2(state() == m_after, place.constData());
-        } else {
-            ++refused;
-            QVERIFY2(result.outcome == PostingOutcome::Failed, place.constData());
-            QVERIFY2(state() == m_before, place.constData());
-        }
-    }
-    QVERIFY2(refused >= 12, qPrintable(QString::number(refused)));
-}
-
-void TestPostingFaults::deathAtEveryStatement()
-{
-    bool posted = false;
-    for (int at = 0; at <= m_statements.size(); ++at) {
-        fill();
-        QProcess child;
-        child.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-        child.start(QCoreApplication::applicationFilePath(),
-                    QStringList{"--post-and-die", QString::number(at)} +
-                        entryArguments(m_database->entry()));
-        QVERIFY(child.waitForFinished(60000));
-        const bool died = child.exitStatus() == QProcess::CrashExit;
-        QVERIFY2(died || child.exitCode() == 0, qPrintable(QString::number(at)));
-        // The server needs a moment to notice that its client is gone.
-        QString found;
-        QTRY_VERIFY2(((found = state()) == m_before) || found == m_after,
-                     qPrintable(QString::number(at)));
-        // Once the receipt is committed it stays so for every later statement.
-        QVERIFY(!posted || found == m_after);
-        posted = found == m_after;
-        QVERIFY(died || posted);
-    }
-    QVERIFY(posted);
-}
-
-void TestPostingFaults::lostCommit_isLookedUp_data()
-{
-    addColumns<bool, bool>("committed", "serverGone");
-    addRow("the server never heard of it", false, false);
-    addRow("the answer was lost", true, false);
-    addRow("never heard of it and gone", false, true);
-    addRow("the answer was lost and the server is gone", true, true);
-}
-
-void TestPostingFaults::lostCommit_isLookedUp()
-{
-    QFETCH(bool, committed);
-    QFETCH(bool, serverGone);
-    if (m_dialect == Dialect::Sqlite)
-        return;
-    CuttingProxy proxy(TestServers::instance().port(m_dialect));
-    QVERIFY(openThrough(proxy.port()));
-    fill();
-    proxy.cutNext(committed ? CuttingProxy::Cut::Answer : CuttingProxy::Cut::Request, "COMMIT",
-                  serverGone);
-    const PostingResult result = post();
-    QVERIFY(proxy.hasCut());
-    QCOMPARE(result.due.size(), committed && !serverGone ? 1 : 0);
-    QCOMPARE(result.outcome, serverGone  ? PostingOutcome::OutcomeUnknown
-                             : committed ? PostingOutcome::Posted
-                                         : PostingOutcome::Failed);
-    QVERIFY(!result.message.isEmpty());
-    proxy.setRefusing(false);
-    QVERIFY(ensureConnectionOpen(nullptr, mainConnection));
-    QTRY_COMPARE(state(), committed ? m_after : m_before);
-    QCOMPARE(post().outcome, committed ? PostingOutcome::EmptyList : PostingOutcome::Posted);
-    QCOMPARE(state(), m_after);
-}
-
-void TestPostingFaults::serverKilledInTheMiddle()
-{
-    if (m_dialect == Dialect::Sqlite)
-        return;
-    TestServers &servers = TestServers::instance();
-    const int commit = int(m_statements.indexOf("COMMIT"));
-    for (const int at : {commit / 2, commit - 1, commit}) {
-        fill();
-        const PostingResult result = postWithFault(at, [&](QString &) { servers.kill(m_dialect); });
-        QVERIFY(result.outcome == PostingOutcome::Failed ||
-                result.outcome == PostingOutcome::OutcomeUnknown);
-        QVERIFY(!result.message.isEmpty());
-        servers.start(m_dialect);
-        QVERIFY(ensureConnectionOpen(nullptr, mainConnection));
-        QCOMPARE(state(), m_before);
-        QCOMPARE(post().outcome, PostingOutcome::Posted);
-        QCOMPARE(state(), m_after);
-    }
-}
-
-void TestPostingFaults::fullDisk_leavesNothing()
-{
-    if (m_dialect != Dialect::Sqlite)
-        return;
-    const QTemporaryDir mountPoint;
-    QVERIFY2(QProcess::execute("mount",
-                               {"-t", "tmpfs", "-o", "size=4m", "tmpfs", mountPoint.path()}) == 0,
-             "mounting a small disk needs root");
-    const auto unmount = qScopeGuard([&] {
-        removeConnection(mainConnection);
-        QProcess::execute("umount", {mountPoint.path()});
-    });
-    const QString path = mountPoint.filePath("shop.sqlite");
-    QVERIFY(createConnection(nullptr, {.name = "small", .dbtype = "sqlite", .databasename = path},
-                             mainConnection));
-    QVERIFY(shop::create());
-    constexpr int lines = 3000;
-    TransactionGuard filling;
-    for (int i = 1; i <= lines; ++i) {
-        shop::addProduct({.id = qulonglong(i), .stock = 1});
-        shop::addLine({.wareId = qulonglong(i), .outcost = 99});
-    }
-    QVERIFY(filling.commit());
-    const QString before = servertools::client(Dialect::Sqlite, path, 0, ".dump");
-    // Little room is left, less than the posting needs.
-    QFile filler(mountPoint.filePath("filler"));
-    QVERIFY(filler.open(QIODevice::WriteOnly | QIODevice::Unbuffered));
-    while (filler.write(QByteArray(16384, 'x')) == 16384) {
-    }
-    const PostingResult result = post();
-    QCOMPARE(result.outcome, PostingOutcome::Failed);
-    QVERIFY(!result.message.isEmpty());
-    filler.remove();
-    QVERIFY(before.contains("INSERT INTO incomeinvoice"));
-    QVERIFY(servertools::client(Dialect::Sqlite, path, 0, ".dump") == before);
-    // With room again the same list is posted.
-    QCOMPARE(post().lines, lines);
-}
 
 int main(int argc, char *argv[])
 {

@@ -2,27 +2,16 @@
 // receipts posted. Afterwards the stock is exact and nothing was left behind: no memory, no open
 // file, no connection, no widget, no word of trouble in the log.
 #include "db/transaction.h"
-#include "tests/support/databasetest.h"
 #include "tests/support/files.h"
-#include "tests/support/shop.h"
-#include "tests/support/widgets.h"
 #include "windowhands.h"
 
-#include <QApplication>
 #include <QDir>
-#include <QFile>
-#include <QLabel>
 #include <QRandomGenerator>
-#include <QRegularExpression>
 #include <QSqlDatabase>
-#include <QTableView>
-#include <QTest>
 
 #include <malloc.h>
 
-#include <cstdio>
 #include <map>
-#include <memory>
 
 namespace {
 
@@ -82,212 +71,163 @@ struct Holdings
 
 } // namespace
 
-class TestSoak : public DatabaseTest
+class TestSoak : public MainWindowTest
 {
     Q_OBJECT
 
 private slots:
-    void longShift_leavesNothingBehind();
+    void longShift_leavesNothingBehind()
+    {
+        const int receipts = isServer() ? 5 : 20;
+        const int scans = isServer() ? 200 : 2000;
+        Holdings first;
+        for (int number = 1; number <= scans; ++number) {
+            scanNext();
+            if (number % 10 == 4)
+                scanUnknown();
+            if (number % 10 == 6)
+                edit();
+            if (number % 20 == 8)
+                remove();
+            if (number % (scans / receipts) == 0)
+                post();
+            QCOMPARE(lineCount("incomeinvoiceTableView"), int(m_books.order.size()));
+            if (QTest::currentTestFailed())
+                return;
+            if (number == scans / receipts)
+                first = Holdings::now(*m_window);
+        }
+        const Holdings last = Holdings::now(*m_window);
+        QCOMPARE(last.files, first.files);
+        QCOMPARE(last.connections, first.connections);
+        QCOMPARE(last.connections, QStringList(mainConnection));
+        QCOMPARE(last.widgets, first.widgets);
+        QCOMPARE(last.objects, first.objects);
+        qInfo("memory %lld KiB after the first receipt, %lld KiB at the end", first.memory,
+              last.memory);
+        QVERIFY(first.memory > 0);
+        QVERIFY(!memoryIsOurs || last.memory * 10 <= first.memory * 11);
+
+        std::map<qulonglong, double> found;
+        const QStringList read = rows("SELECT id,quantity FROM warehouse ORDER BY id").split('\n');
+        for (const QString &row : read)
+            found[row.section('\t', 0, 0).toULongLong()] = row.section('\t', 1).toDouble();
+        QVERIFY(found == m_books.stock);
+        QCOMPARE(rows("SELECT COUNT(*) FROM incomereports"), QString::number(receipts));
+        QCOMPARE(rows("SELECT COUNT(*) FROM incomeinvoice"), "0");
+
+        QStringList logLines = logText().split("\r\n", Qt::SkipEmptyParts);
+        logLines.removeIf([](const QString &line) { return line.contains("Not placed: code 47"); });
+        static const QRegularExpression expected(
+            "^.{19} (Posting receipt \\d+ with \\d+ lines|Receipt \\d+ is posted)\\.$");
+        for (const QString &line : logLines)
+            QVERIFY2(expected.match(line).hasMatch(), qPrintable(line));
+        QCOMPARE(logLines.size(), 2 * receipts);
+
+        if (isServer())
+            QTRY_COMPARE(rows(m_dialect == Dialect::MySql
+                                  ? "SELECT COUNT(*) FROM information_schema.processlist "
+                                    "WHERE db=DATABASE() AND id<>CONNECTION_ID()"
+                                  : "SELECT COUNT(*) FROM pg_stat_activity WHERE "
+                                    "datname=current_database() AND pid<>pg_backend_pid() "
+                                    "AND backend_type='client backend'"),
+                         "1");
+    }
 
 private:
-    void prepare() override;
-    void tidy() override;
-    template<typename Widget>
-    Widget *child(const char *name) const
+    /// What the shop must hold.
+    struct Books
     {
-        return ::child<Widget>(*m_window, name);
-    }
-    void fill();
-    void scan();
-    void scanUnknown();
-    void edit();
-    void remove();
-    void post();
+        std::map<qulonglong, double> stock;
+        std::map<qulonglong, int> list;
+        QList<qulonglong> order; ///< of the lines
+        bool unknown = false;    ///< a code was not found: each posting asks about it
+        QRandomGenerator random{20260102};
+    };
 
-    int lines() const
+    void prepare() override
     {
-        return child<QTableView>("incomeinvoiceTableView")->model()->rowCount();
+        // The offscreen platform has no window manager to hint to, all other warnings count.
+        QTest::failOnWarning(QRegularExpression("^(?!This plugin does not support)"));
+        m_books = {};
+        openShop();
+        const QStringList kinds = {"Чай", "Кофе", "Сахар", "Мыло", "Тетрадь", "Лампа", "Гвозди"};
+        const QStringList makers = {"«Буря»", "О'Нил", "Штиль & Ко", "100%", "<b>Ёж</b>"};
+        TransactionGuard transaction;
+        for (qulonglong id = firstProduct; id < firstProduct + products; ++id) {
+            m_books.stock[id] = double(id % 7);
+            shop::addProduct({.id = id,
+                              .name = kinds.at(qsizetype(id) % kinds.size()) + " " +
+                                      makers.at(qsizetype(id) % makers.size()) + " " +
+                                      QString::number(id),
+                              .stock = double(id % 7),
+                              .article = "А-" + QString::number(id)});
+            shop::addCode(id, codeOf(id));
+        }
+        QVERIFY(transaction.commit());
+        openWindow();
     }
 
-    std::unique_ptr<WindowHands> m_hands;
-    std::unique_ptr<IncomeInvoiceWindow> m_window;
-    QRandomGenerator m_random{20260102};
-    std::map<qulonglong, int> m_stock;
-    std::map<qulonglong, int> m_list; ///< what the working list must hold
-    QList<qulonglong> m_order;        ///< of its lines
-    int m_posted = 0;
-    bool m_unknown = false; ///< a code was not found: each posting asks about it
+    void scanNext()
+    {
+        const qulonglong id = firstProduct + m_books.random.bounded(quint32(products));
+        if (!m_books.list.contains(id))
+            m_books.order += id;
+        ++m_books.list[id];
+        accept();
+        scan(codeOf(id));
+    }
+
+    void scanUnknown()
+    {
+        scan("4700000" + QString::number(100000 + m_books.random.bounded(100000)));
+        QVERIFY(label("scanLabel").startsWith("Не найдено"));
+        m_books.unknown = true;
+    }
+
+    int anyRow()
+    {
+        return m_books.random.bounded(lineCount("incomeinvoiceTableView"));
+    }
+
+    void edit()
+    {
+        const int row = anyRow();
+        const int quantity = 1 + m_books.random.bounded(50);
+        auto *view = child<QTableView>("incomeinvoiceTableView");
+        view->setCurrentIndex(view->model()->index(row, 3));
+        accept(QString::number(quantity));
+        QTest::keyClick(view, Qt::Key_Return);
+        m_books.list[m_books.order.at(row)] = quantity;
+    }
+
+    void remove()
+    {
+        const int row = anyRow();
+        activate();
+        auto *view = child<QTableView>("incomeinvoiceTableView");
+        view->setFocus();
+        view->selectRow(row);
+        m_boxes->answer("Да");
+        QTest::keyClick(view, Qt::Key_Delete);
+        m_books.list.erase(m_books.order.takeAt(row));
+    }
+
+    void post()
+    {
+        if (m_books.unknown)
+            m_boxes->answer("Продолжить без них");
+        m_boxes->answer("Провести (наличными)");
+        click(*m_window, "applyIncomeInvoicePushButton");
+        QVERIFY(m_boxes->verify());
+        for (const auto &[id, quantity] : m_books.list)
+            m_books.stock[id] += quantity;
+        m_books.list.clear();
+        m_books.order.clear();
+    }
+
+    Books m_books;
 };
-
-void TestSoak::prepare()
-{
-    // The offscreen platform has no window manager to hint to, all other warnings count.
-    QTest::failOnWarning(QRegularExpression("^(?!This plugin does not support)"));
-    m_hands = std::make_unique<WindowHands>();
-    m_random.seed(20260102);
-    m_stock.clear();
-    m_list.clear();
-    m_order.clear();
-    m_posted = 0;
-    m_unknown = false;
-
-    openEmpty();
-    QVERIFY(shop::create());
-    fill();
-    WindowHands::givePassword();
-    m_window = m_hands->openWindow(m_database->entry(), "Смена");
-}
-
-void TestSoak::tidy()
-{
-    m_window.reset();
-    m_hands.reset();
-}
-
-void TestSoak::fill()
-{
-    const QStringList kinds = {"Чай", "Кофе", "Сахар", "Мыло", "Тетрадь", "Лампа", "Гвозди"};
-    const QStringList makers = {"«Буря»", "О'Нил", "Штиль & Ко", "100%", "<b>Ёж</b>"};
-    TransactionGuard transaction;
-    for (qulonglong id = firstProduct; id < firstProduct + products; ++id) {
-        const int stock = int(id % 7);
-        m_stock[id] = stock;
-        shop::addProduct({.id = id,
-                          .name = kinds.at(qsizetype(id) % kinds.size()) + " " +
-                                  makers.at(qsizetype(id) % makers.size()) + " " +
-                                  QString::number(id),
-                          .stock = double(stock),
-                          .article = "А-" + QString::number(id)});
-        shop::addCode(id, codeOf(id));
-    }
-    QVERIFY(transaction.commit());
-}
-
-void TestSoak::scan()
-{
-    const qulonglong id = firstProduct + m_random.bounded(quint32(products));
-    if (!m_list.contains(id))
-        m_order += id;
-    ++m_list[id];
-    m_hands->accept();
-    m_hands->scan(*m_window, codeOf(id));
-    QCOMPARE(lines(), int(m_order.size()));
-}
-
-void TestSoak::scanUnknown()
-{
-    m_hands->scan(*m_window, "4700000" + QString::number(100000 + m_random.bounded(100000)));
-    QVERIFY(child<QLabel>("scanLabel")->text().startsWith("Не найдено"));
-    m_unknown = true;
-    QCOMPARE(lines(), int(m_order.size()));
-}
-
-void TestSoak::edit()
-{
-    const int row = m_random.bounded(lines());
-    const int quantity = 1 + m_random.bounded(50);
-    auto *view = child<QTableView>("incomeinvoiceTableView");
-    view->setCurrentIndex(view->model()->index(row, 3));
-    m_hands->accept(QString::number(quantity));
-    QTest::keyClick(view, Qt::Key_Return);
-    m_list[m_order.at(row)] = quantity;
-}
-
-void TestSoak::remove()
-{
-    const int row = m_random.bounded(lines());
-    m_window->activateWindow();
-    QVERIFY(QTest::qWaitForWindowActive(m_window.get()));
-    auto *view = child<QTableView>("incomeinvoiceTableView");
-    view->setFocus();
-    view->selectRow(row);
-    m_boxes->answer("Да");
-    QTest::keyClick(view, Qt::Key_Delete);
-    m_list.erase(m_order.takeAt(row));
-    QCOMPARE(lines(), int(m_order.size()));
-}
-
-void TestSoak::post()
-{
-    if (m_unknown)
-        m_boxes->answer("Продолжить без них");
-    m_boxes->answer("Провести (наличными)");
-    click(*m_window, "applyIncomeInvoicePushButton");
-    QVERIFY(m_boxes->verify());
-    QCOMPARE(lines(), 0);
-    ++m_posted;
-    for (const auto &[id, quantity] : m_list)
-        m_stock[id] += quantity;
-    m_list.clear();
-    m_order.clear();
-}
-
-void TestSoak::longShift_leavesNothingBehind()
-{
-    const int receipts = isServer() ? 5 : 20;
-    const int scans = isServer() ? 200 : 2000;
-    Holdings first;
-    for (int number = 1; number <= scans; ++number) {
-        scan();
-        if (number % 10 == 4)
-            scanUnknown();
-        if (number % 10 == 6)
-            edit();
-        if (number % 20 == 8)
-            remove();
-        if (number % (scans / receipts) == 0)
-            post();
-        if (QTest::currentTestFailed())
-            return;
-        if (number == scans / receipts)
-            first = Holdings::now(*m_window);
-    }
-    QCOMPARE(m_posted, receipts);
-    const Holdings last = Holdings::now(*m_window);
-    QCOMPARE(last.files, first.files);
-    QCOMPARE(last.connections, first.connections);
-    QCOMPARE(last.connections, QStringList(mainConnection));
-    QCOMPARE(last.widgets, first.widgets);
-    QCOMPARE(last.objects, first.objects);
-    std::printf("memory %lld KiB after the first receipt, %lld KiB at the end\n", first.memory,
-                last.memory);
-    QVERIFY(first.memory > 0);
-    QVERIFY(!memoryIsOurs || last.memory * 10 <= first.memory * 11);
-    QVERIFY(m_hands->steps.allServed());
-
-    QStringList stock;
-    for (const auto &[id, quantity] : m_stock)
-        stock += QString::number(id) + ":" + QString::number(quantity);
-    // As the database's own client reads it; a REAL may come as 3 or as 3.0.
-    QStringList found;
-    const QStringList read = rows("SELECT id,quantity FROM warehouse ORDER BY id").split('\n');
-    for (const QString &row : read) {
-        const QStringList cells = row.split('\t');
-        found += cells.value(0) + ":" + QString::number(cells.value(1).toDouble());
-    }
-    QCOMPARE(found, stock);
-    QCOMPARE(rows("SELECT COUNT(*) FROM incomereports"), QString::number(receipts));
-    QCOMPARE(rows("SELECT COUNT(*) FROM incomeinvoice"), "0");
-
-    QStringList logLines = logText().split("\r\n", Qt::SkipEmptyParts);
-    logLines.removeIf([](const QString &line) { return line.contains("Not placed: code 47"); });
-    static const QRegularExpression expected(
-        "^.{19} (Posting receipt \\d+ with \\d+ lines|Receipt \\d+ is posted)\\.$");
-    for (const QString &line : logLines)
-        QVERIFY2(expected.match(line).hasMatch(), qPrintable(line));
-    QCOMPARE(logLines.size(), 2 * receipts);
-
-    if (m_dialect == Dialect::MySql) {
-        QTRY_COMPARE(rows("SELECT COUNT(*) FROM information_schema.processlist "
-                          "WHERE db=DATABASE() AND id<>CONNECTION_ID()"),
-                     "1");
-    } else if (m_dialect == Dialect::PostgreSql) {
-        QTRY_COMPARE(rows("SELECT COUNT(*) FROM pg_stat_activity WHERE "
-                          "datname=current_database() AND pid<>pg_backend_pid() "
-                          "AND backend_type='client backend'"),
-                     "1");
-    }
-}
 
 int main(int argc, char *argv[])
 {

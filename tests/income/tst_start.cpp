@@ -1,21 +1,11 @@
 // The main window starts, or says why it cannot, when the configuration directory cannot be
 // written.
 #include "app/configdir.h"
-#include "tests/support/datatable.h"
 #include "tests/support/files.h"
-#include "tests/support/queuedboxes.h"
-#include "tests/support/scratchdatabase.h"
-#include "tests/support/shop.h"
-#include "tests/support/testhome.h"
-#include "tests/support/widgets.h"
 #include "windowhands.h"
 
-#include <QFile>
 #include <QFileInfo>
 #include <QProcess>
-#include <QTest>
-
-#include <memory>
 
 namespace {
 
@@ -29,10 +19,10 @@ class ReadOnlyMount
 {
 public:
     explicit ReadOnlyMount(const QString &path)
-        : m_path(path),
-          m_mounted(run({"mount", "--bind", path, path})),
-          m_readOnly(m_mounted && run({"mount", "-o", "remount,bind,ro", path}))
+        : m_path(path)
     {
+        m_mounted = run({"mount", "--bind", path, path});
+        isReadOnly = m_mounted && run({"mount", "-o", "remount,bind,ro", path});
     }
 
     ~ReadOnlyMount()
@@ -44,15 +34,11 @@ public:
     ReadOnlyMount(const ReadOnlyMount &) = delete;
     ReadOnlyMount &operator=(const ReadOnlyMount &) = delete;
 
-    bool isReadOnly() const
-    {
-        return m_readOnly;
-    }
+    bool isReadOnly = false;
 
 private:
     QString m_path;
-    bool m_mounted;
-    bool m_readOnly;
+    bool m_mounted = false;
 };
 
 /// A shop with one product, where admin has his password.
@@ -72,117 +58,109 @@ class TestStart : public QObject
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
-    void noDirectory_isExplainedAndTheProgramEnds();
-    void readOnlyDatabase_isExplained_data();
-    void readOnlyDatabase_isExplained();
-    void readOnlyDirectory_leavesTheWorkGoingOn();
+    void init()
+    {
+        m_home = std::make_unique<TestHome>();
+        m_boxes = std::make_unique<QueuedBoxes>();
+        m_hands = std::make_unique<WindowHands>();
+    }
+
+    void cleanup()
+    {
+        QVERIFY(m_hands->steps.allServed());
+        QVERIFY(m_boxes->verify());
+        m_hands.reset();
+        m_boxes.reset();
+        m_home.reset();
+    }
+
+    void noDirectory_isExplainedAndTheProgramEnds()
+    {
+        writeFile(configDirPath(), "not a directory");
+        startInVain("В каталоге " + configDirPath() + " нельзя создать файл базы данных.");
+        QCOMPARE(QFileInfo(configDirPath()).size(), 15);
+    }
+
+    void readOnlyDatabase_isExplained_data()
+    {
+        addColumns<bool, bool>("exists", "opens");
+        addRow("no database yet", false, false);
+        addRow("with its database", true, false);
+        addRow("one that can be read all the same", true, true);
+    }
+
+    void readOnlyDatabase_isExplained()
+    {
+        const auto [exists, opens] = rowValues<bool, bool>();
+        QVERIFY(ensureConfigDir());
+        if (exists)
+            makeShop(Settings::localConnection());
+        if (opens) { // it has no write-ahead log
+            QVERIFY(createConnection(nullptr, Settings::localConnection(), mainConnection));
+            QVERIFY(QueryExec(nullptr, "PRAGMA journal_mode=DELETE"));
+            removeConnection(mainConnection);
+        }
+        const ReadOnlyMount directory(configDirPath());
+        QVERIFY2(directory.isReadOnly, "a read-only mount needs root");
+        startInVain(exists
+                        ? "Файл базы данных " + configDirPath() + "/lavkor.sqlite нельзя изменить."
+                        : "В каталоге " + configDirPath() + " нельзя создать файл базы данных.");
+    }
+
+    void readOnlyDirectory_leavesTheWorkGoingOn()
+    {
+        const ScratchDatabase database(Dialect::Sqlite);
+        makeShop(database.entry());
+        ConnectionEntry entry = database.entry();
+        entry.name = "Магазин";
+        Settings::instance().load(settingsFilePath());
+        Settings::instance().setConnections({entry});
+        QVERIFY(Settings::instance().save());
+        QFile::remove(configDirPath() + "/Lavkor_log.txt");
+        const ReadOnlyMount directory(configDirPath());
+        QVERIFY2(directory.isReadOnly, "a read-only mount needs root");
+
+        QCOMPARE(Settings::instance().load(settingsFilePath()), Settings::LoadResult::Loaded);
+        m_boxes->answer("OK");
+        m_hands->logIn();
+        IncomeInvoiceWindow window;
+        QVERIFY(window.isReady());
+        QVERIFY2(m_boxes->lastText().startsWith("Не удалось сохранить файл настроек " +
+                                                settingsFilePath()),
+                 qPrintable(m_boxes->lastText()));
+        window.show();
+        m_hands->accept();
+        m_hands->scan(window, "101");
+        m_boxes->answer("Провести (наличными)");
+        click(window, "applyIncomeInvoicePushButton");
+        QCOMPARE(database.client("SELECT quantity FROM warehouse"), "6.0");
+        window.close();
+        QVERIFY(!QFile::exists(configDirPath() + "/Lavkor_log.txt"));
+    }
 
 private:
-    void startInVain(const QString &explanation);
+    /// Presses OK in vain, sees the explanation and gives up: the window closes by itself.
+    void startInVain(const QString &explanation)
+    {
+        Settings::instance().load(settingsFilePath());
+        m_boxes->answer("OK");
+        m_hands->steps.add("SelectConnectionDialog", [](QDialog *dialog) {
+            enterPassword(dialog);
+            QVERIFY(dialog->isVisible());
+            dialog->reject();
+        });
+        IncomeInvoiceWindow window;
+        QVERIFY(!window.isReady());
+        QVERIFY2(m_boxes->lastText().contains(explanation),
+                 qPrintable(m_boxes->texts().join('\n')));
+        window.show();
+        QTRY_VERIFY(!window.isVisible());
+    }
 
     std::unique_ptr<TestHome> m_home;
     std::unique_ptr<QueuedBoxes> m_boxes;
     std::unique_ptr<WindowHands> m_hands;
 };
-
-void TestStart::init()
-{
-    m_home = std::make_unique<TestHome>();
-    m_boxes = std::make_unique<QueuedBoxes>();
-    m_hands = std::make_unique<WindowHands>();
-}
-
-void TestStart::cleanup()
-{
-    QVERIFY(m_hands->steps.allServed());
-    QVERIFY(m_boxes->verify());
-    m_hands.reset();
-    m_boxes.reset();
-    m_home.reset();
-}
-
-/// Presses OK in vain, sees the explanation and gives up: the window closes by itself.
-void TestStart::startInVain(const QString &explanation)
-{
-    Settings::instance().load(settingsFilePath());
-    m_boxes->answer("OK");
-    m_hands->steps.add("SelectConnectionDialog", [](QDialog *dialog) {
-        enterPassword(dialog);
-        QVERIFY(dialog->isVisible());
-        dialog->reject();
-    });
-    IncomeInvoiceWindow window;
-    QVERIFY(!window.isReady());
-    QVERIFY2(m_boxes->lastText().contains(explanation), qPrintable(m_boxes->texts().join('\n')));
-    window.show();
-    QTRY_VERIFY(!window.isVisible());
-}
-
-void TestStart::noDirectory_isExplainedAndTheProgramEnds()
-{
-    writeFile(configDirPath(), "not a directory");
-    startInVain("В каталоге " + configDirPath() + " нельзя создать файл базы данных.");
-    QCOMPARE(QFileInfo(configDirPath()).size(), 15);
-}
-
-void TestStart::readOnlyDatabase_isExplained_data()
-{
-    addColumns<bool, bool>("exists", "opens");
-    addRow("no database yet", false, false);
-    addRow("with its database", true, false);
-    addRow("one that can be read all the same", true, true);
-}
-
-void TestStart::readOnlyDatabase_isExplained()
-{
-    QFETCH(bool, exists);
-    QFETCH(bool, opens);
-    QVERIFY(ensureConfigDir());
-    if (exists)
-        makeShop(Settings::localConnection());
-    if (opens) { // it has no write-ahead log
-        QVERIFY(createConnection(nullptr, Settings::localConnection(), mainConnection));
-        QVERIFY(QueryExec(nullptr, "PRAGMA journal_mode=DELETE"));
-        removeConnection(mainConnection);
-    }
-    const ReadOnlyMount directory(configDirPath());
-    QVERIFY2(directory.isReadOnly(), "a read-only mount needs root");
-    startInVain(exists ? "Файл базы данных " + configDirPath() + "/lavkor.sqlite нельзя изменить."
-                       : "В каталоге " + configDirPath() + " нельзя создать файл базы данных.");
-}
-
-void TestStart::readOnlyDirectory_leavesTheWorkGoingOn()
-{
-    const ScratchDatabase database(Dialect::Sqlite);
-    makeShop(database.entry());
-    ConnectionEntry entry = database.entry();
-    entry.name = "Магазин";
-    Settings::instance().load(settingsFilePath());
-    Settings::instance().setConnections({entry});
-    QVERIFY(Settings::instance().save());
-    QFile::remove(configDirPath() + "/Lavkor_log.txt");
-    const ReadOnlyMount directory(configDirPath());
-    QVERIFY2(directory.isReadOnly(), "a read-only mount needs root");
-
-    QCOMPARE(Settings::instance().load(settingsFilePath()), Settings::LoadResult::Loaded);
-    m_boxes->answer("OK");
-    m_hands->logIn();
-    IncomeInvoiceWindow window;
-    QVERIFY(window.isReady());
-    QVERIFY2(
-        m_boxes->lastText().startsWith("Не удалось сохранить файл настроек " + settingsFilePath()),
-        qPrintable(m_boxes->lastText()));
-    window.show();
-    m_hands->accept();
-    m_hands->scan(window, "101");
-    m_boxes->answer("Провести (наличными)");
-    click(window, "applyIncomeInvoicePushButton");
-    QCOMPARE(database.client("SELECT quantity FROM warehouse"), "6.0");
-    window.close();
-    QVERIFY(!QFile::exists(configDirPath() + "/Lavkor_log.txt"));
-}
 
 int main(int argc, char *argv[])
 {

@@ -2,12 +2,10 @@
 
 #include "app/configdir.h"
 #include "db/session.h"
-#include "tests/support/widgets.h"
 #include "widgets/scanreader.h"
 #include "widgets/sound.h"
 
 #include <QAbstractSpinBox>
-#include <QLineEdit>
 #include <QSettings>
 
 namespace {
@@ -114,4 +112,27 @@ void enterPassword(QDialog *dialog)
     field->clear();
     QTest::keyClicks(field, password);
     QTest::keyClick(field, Qt::Key_Return);
+}
+
+void MainWindowTest::openWindow(const QString &name)
+{
+    if (!m_hands)
+        m_hands = std::make_unique<WindowHands>();
+    WindowHands::givePassword();
+    m_window = m_hands->openWindow(m_database->entry(), name);
+    activate();
+}
+
+void MainWindowTest::activate()
+{
+    m_window->activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(m_window.get()));
+}
+
+void MainWindowTest::tidy()
+{
+    const bool served = m_hands && m_hands->steps.allServed();
+    m_window.reset();
+    m_hands.reset();
+    QVERIFY(served);
 }

@@ -1,14 +1,12 @@
 #pragma once
 
 #include <QApplication>
-#include <QString>
-#include <QTest>
-
-#include <memory>
 
 #include "app/settings.h"
 #include "income/incomeinvoicewindow.h"
+#include "tests/support/databasetest.h"
 #include "tests/support/dialogsteps.h"
+#include "tests/support/widgets.h"
 
 /// The hands of a person who works at the main window, for the time of a case. The licence is
 /// accepted, and the sounds are only noted.
@@ -37,7 +35,7 @@ public:
     void scan(const QWidget &window, const QString &code);
 
     /// Keys to whatever has the focus, so many ms apart, and so many Returns behind them.
-    void press(const QString &keys, int gap, int returns = 1);
+    void press(const QString &keys, int gap = 0, int returns = 1);
 
     /// Lets time pass for whoever tells scans from typed keys.
     void wait(int ms)
@@ -54,6 +52,47 @@ private:
 
 /// The password into a connection dialog, then Return.
 void enterPassword(QDialog *dialog);
+
+/// A test at the main window, which works on the shop that prepare() has opened.
+class MainWindowTest : public DatabaseTest
+{
+protected:
+    void openWindow(const QString &name = "Магазин");
+
+    /// Shortcuts belong to the active window, and no window manager gives that back after a dialog.
+    void activate();
+
+    void tidy() override;
+
+    template<typename Widget>
+    Widget *child(const char *name) const
+    {
+        return ::child<Widget>(*m_window, name);
+    }
+
+    QString label(const char *name) const
+    {
+        return child<QLabel>(name)->text();
+    }
+
+    int lineCount(const char *table) const
+    {
+        return child<QTableView>(table)->model()->rowCount();
+    }
+
+    void scan(const QString &code)
+    {
+        m_hands->scan(*m_window, code);
+    }
+
+    void accept(const QString &quantity = {})
+    {
+        m_hands->accept(quantity);
+    }
+
+    std::unique_ptr<WindowHands> m_hands;
+    std::unique_ptr<IncomeInvoiceWindow> m_window;
+};
 
 /// What main() of such a test does.
 template<typename Test>

@@ -11,6 +11,8 @@
 
 #include <QElapsedTimer>
 #include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
 #include <QRandomGenerator>
 
 #include <cstdio>
@@ -88,12 +90,16 @@ public:
 private:
     void note(const QStringList &fields)
     {
-        QByteArray line;
-        for (const QString &field : fields)
-            line += field.toUtf8().toPercentEncoding(" ") + '\t';
-        line.back() = '\n';
-        m_journal.write(line);
+        m_journal.write(
+            QJsonDocument(QJsonArray::fromStringList(fields)).toJson(QJsonDocument::Compact) +
+            '\n');
         m_journal.flush();
+    }
+
+    /// The box that came, or else the database's own words.
+    void noteRefusal()
+    {
+        note({"refused", m_told.isEmpty() ? lastFailure().words() : m_told});
     }
 
     void handleGoods()
@@ -150,7 +156,7 @@ private:
             const SaveState state =
                 entry.save(nullptr, {.quantity = quantity, .incost = 10, .outcost = outcost});
             if (!m_told.isEmpty() || state != SaveState::Saved)
-                note({"refused", m_told.isEmpty() ? lastFailure().words() : m_told});
+                noteRefusal();
             if (state == SaveState::Saved) {
                 m_unitsWritten = true;
                 break;
@@ -176,7 +182,7 @@ private:
         if (deleted)
             note({"deleted", sql::id(shown.id), sql::exact(shown.quantity)});
         if (!deleted || !m_told.isEmpty())
-            note({"refused", m_told.isEmpty() ? lastFailure().words() : m_told});
+            noteRefusal();
     }
 
     void post()
@@ -191,8 +197,7 @@ private:
                 note({"posted", sql::id(result.reportId), sql::integer(result.lines)});
                 return;
             }
-            note(
-                {"refused", result.details.isEmpty() ? result.message : result.details, "posting"});
+            note({"refused", result.details.isEmpty() ? result.message : result.details});
         }
     }
 
@@ -233,17 +238,14 @@ QStringList WorkstationOrder::arguments() const
 WorkstationOrder WorkstationOrder::fromArguments(const QStringList &arguments)
 {
     const QStringList values = arguments.mid(arguments.indexOf(workstationMode) + 1);
-    return {.number = values.value(0).toInt(),
-            .seed = values.value(1).toUInt(),
-            .rounds = values.value(2).toInt(),
-            .seconds = values.value(3).toInt(),
-            .journal = values.value(4),
-            .entry = {.name = "workstation",
-                      .dbtype = values.value(5),
-                      .dbhostname = values.value(6),
-                      .dbusername = values.value(7),
-                      .dbpassword = values.value(8),
-                      .databasename = values.value(9)}};
+    const ConnectionEntry entry{.name = "workstation",
+                                .dbtype = values.value(5),
+                                .dbhostname = values.value(6),
+                                .dbusername = values.value(7),
+                                .dbpassword = values.value(8),
+                                .databasename = values.value(9)};
+    return {values.value(0).toInt(), values.value(1).toUInt(), values.value(2).toInt(),
+            values.value(3).toInt(), values.value(4),          entry};
 }
 
 int runWorkstation(const WorkstationOrder &order)
@@ -263,10 +265,9 @@ WorkstationJournal WorkstationJournal::read(const QString &path)
     if (!file.open(QIODevice::ReadOnly))
         return journal;
     while (!file.atEnd()) {
-        QStringList fields;
-        for (const QByteArray &field : file.readLine().chopped(1).split('\t'))
-            fields += QString::fromUtf8(QByteArray::fromPercentEncoding(field));
-        const QString event = fields.first();
+        const QJsonDocument line = QJsonDocument::fromJson(file.readLine());
+        const QStringList fields = line.toVariant().toStringList();
+        const QString event = fields.value(0);
         if (event == "action")
             ++journal.actions;
         else if (event == "units")
@@ -277,8 +278,6 @@ WorkstationJournal WorkstationJournal::read(const QString &path)
             journal.receipts += {fields.at(1).toULongLong(), fields.at(2).toInt()};
         else if (event == "refused")
             journal.refusals += fields.at(1);
-        if (event == "refused" && fields.size() > 2)
-            ++journal.refusedPostings;
         journal.finished = event == "finished";
     }
     return journal;

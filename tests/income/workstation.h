@@ -52,7 +52,6 @@ struct WorkstationJournal
     QList<Deletion> deletions;
     QList<Receipt> receipts;
     QStringList refusals; ///< texts of the program
-    int refusedPostings = 0;
     bool finished = false;
 
     static WorkstationJournal read(const QString &path);

@@ -5,6 +5,7 @@
 #include "tests/support/servers.h"
 #include "tests/support/shop.h"
 
+#include <QSqlDatabase>
 #include <QTest>
 
 void DatabaseTest::initTestCase_data()
@@ -85,6 +86,17 @@ QString DatabaseTest::rows(const QString &statement) const
 bool DatabaseTest::isServer() const
 {
     return m_dialect != Dialect::Sqlite;
+}
+
+QSqlQuery DatabaseTest::impatientStation() const
+{
+    const bool opened = m_database->open(otherStation);
+    QSqlQuery query(QSqlDatabase::database(otherStation));
+    if (!opened || !query.exec(m_dialect == Dialect::Sqlite  ? "PRAGMA busy_timeout=0"
+                               : m_dialect == Dialect::MySql ? "SET innodb_lock_wait_timeout=1"
+                                                             : "SET lock_timeout='100ms'"))
+        qFatal("no other station");
+    return query;
 }
 
 bool DatabaseTest::openThrough(quint16 port) const

@@ -1,14 +1,18 @@
 #pragma once
 
 #include <QObject>
+#include <QSqlQuery>
 #include <QString>
 
 #include <map>
 #include <memory>
 
-#include "db/connections.h"
+#include "db/query.h"
+#include "tests/support/datatable.h"
 #include "tests/support/queuedboxes.h"
 #include "tests/support/scratchdatabase.h"
+#include "tests/support/servers.h"
+#include "tests/support/shop.h"
 #include "tests/support/testhome.h"
 
 /// The second connection of a case that plays another station; closed behind the case.
@@ -42,6 +46,9 @@ protected:
     QString rows(const QString &statement) const;
 
     bool isServer() const;
+
+    /// Connects the other station, which waits hardly for a lock; the query tries nothing again.
+    QSqlQuery impatientStation() const;
 
     /// Connects the main connection anew, by way of a proxy on this port.
     bool openThrough(quint16 port) const;

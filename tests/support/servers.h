@@ -1,14 +1,8 @@
 #pragma once
 
-#include <QProcess>
-#include <QString>
-#include <QStringList>
-#include <QTemporaryDir>
+#include <map>
 
-#include <memory>
-
-#include "app/settings.h"
-#include "tests/support/dialect.h"
+#include "tests/support/databaseserver.h"
 
 /// The private database servers of one test program: a MariaDB and a PostgreSQL on free ports of
 /// 127.0.0.1, each started when first asked for and stopped at the end of the program, also when
@@ -50,24 +44,10 @@ public:
     QString client(Dialect dialect, const QString &database, const QString &statements);
 
 private:
-    struct Server
-    {
-        std::unique_ptr<QTemporaryDir> directory;
-        std::unique_ptr<QProcess> process;
-        quint16 port = 0;
-    };
-
     TestServers() = default;
-    Server &server(Dialect dialect);
-    void end(Dialect dialect, int signal);
-    void ensureRunning(Dialect dialect);
-    void initializeMariaDb(Server &server);
-    void initializePostgreSql(Server &server);
-    bool launch(Dialect dialect);
-    void shutDown();
+    DatabaseServer &server(Dialect dialect);
 
-    Server m_mariaDb;
-    Server m_postgreSql;
+    std::map<Dialect, DatabaseServer> m_servers;
     QStringList m_mariaDbOptions;
 };
 

@@ -11,55 +11,51 @@ class TestSound : public QObject
     Q_OBJECT
 
 private slots:
-    void init();
-    void settingSwitchesSoundsOff();
-    void tonesGoToAPlayer();
-};
-
-void TestSound::init()
-{
-    Settings::instance().reset();
-}
-
-void TestSound::settingSwitchesSoundsOff()
-{
-    QList<Sound> played;
-    SoundHandler former = setSoundHandler([&](Sound sound) { played += sound; });
-    playSound(Sound::Found);
-    Settings::instance().setValue(SettingsKey::Sounds, "0");
-    playSound(Sound::Found);
-    Settings::instance().setValue(SettingsKey::Sounds, "1");
-    playSound(Sound::NotFound);
-    setSoundHandler(std::move(former));
-    QCOMPARE(played, QList<Sound>({Sound::Found, Sound::NotFound}));
-}
-
-void TestSound::tonesGoToAPlayer()
-{
-    // A player of our own, which keeps what it is told to play under the size of the tone.
-    QTemporaryDir directory;
-    QFile player(directory.filePath("pw-play"));
-    QVERIFY(player.open(QIODevice::WriteOnly));
-    player.write("#!/bin/sh\n"
-                 "cp \"$1\" \"$0.copy.$$\" && mv \"$0.copy.$$\" \"$0.$(stat -c %s \"$1\")\"\n");
-    player.close();
-    QVERIFY(player.setPermissions(QFile::ReadOwner | QFile::ExeOwner));
-    const QByteArray formerPath = qgetenv("PATH");
-    qputenv("PATH", directory.path().toLocal8Bit() + ":/usr/bin:/bin");
-    playSound(Sound::Found);
-    playSound(Sound::NotFound);
-    qputenv("PATH", formerPath);
-
-    const auto tones = [&] {
-        return QDir(directory.path()).entryInfoList({"pw-play.[0-9]*"}, QDir::Files);
-    };
-    QTRY_COMPARE(tones().size(), 2);
-    for (const QFileInfo &tone : tones()) {
-        QFile file(tone.filePath());
-        QVERIFY(file.open(QIODevice::ReadOnly));
-        QCOMPARE(file.read(4), "RIFF");
+    void init()
+    {
+        Settings::instance().reset();
     }
-}
+
+    void settingSwitchesSoundsOff()
+    {
+        QList<Sound> played;
+        SoundHandler former = setSoundHandler([&](Sound sound) { played += sound; });
+        playSound(Sound::Found);
+        Settings::instance().setValue(SettingsKey::Sounds, "0");
+        playSound(Sound::Found);
+        Settings::instance().setValue(SettingsKey::Sounds, "1");
+        playSound(Sound::NotFound);
+        setSoundHandler(std::move(former));
+        QCOMPARE(played, QList<Sound>({Sound::Found, Sound::NotFound}));
+    }
+
+    void tonesGoToAPlayer()
+    {
+        // A player of our own, which keeps what it is told to play under the size of the tone.
+        QTemporaryDir directory;
+        QFile player(directory.filePath("pw-play"));
+        QVERIFY(player.open(QIODevice::WriteOnly));
+        player.write("#!/bin/sh\n"
+                     "cp \"$1\" \"$0.copy.$$\" && mv \"$0.copy.$$\" \"$0.$(stat -c %s \"$1\")\"\n");
+        player.close();
+        QVERIFY(player.setPermissions(QFile::ReadOwner | QFile::ExeOwner));
+        const QByteArray formerPath = qgetenv("PATH");
+        qputenv("PATH", directory.path().toLocal8Bit() + ":/usr/bin:/bin");
+        playSound(Sound::Found);
+        playSound(Sound::NotFound);
+        qputenv("PATH", formerPath);
+
+        const auto tones = [&] {
+            return QDir(directory.path()).entryInfoList({"pw-play.[0-9]*"}, QDir::Files);
+        };
+        QTRY_COMPARE(tones().size(), 2);
+        for (const QFileInfo &tone : tones()) {
+            QFile file(tone.filePath());
+            QVERIFY(file.open(QIODevice::ReadOnly));
+            QCOMPARE(file.read(4), "RIFF");
+        }
+    }
+};
 
 QTEST_GUILESS_MAIN(TestSound)
 #include "tst_sound.moc"
