@@ -84,21 +84,11 @@ BenchShop::BenchShop(const QString &path, int products, int cartRows)
 
     RawSqlite raw(path);
     raw.run("BEGIN");
-    for (int group = BenchShop::smallGroup; group < firstChild + children; ++group) {
-        raw.run(QString("INSERT INTO `groups`(id,parent,name) VALUES(%1,%2,'Группа %1')")
-                    .arg(group)
-                    .arg(group < firstChild ? 0 : BenchShop::parentGroup)
-                    .toUtf8());
-    }
-    for (int i = 1; i <= 300; ++i)
-        raw.run(QString("INSERT INTO brands(id,name) VALUES(%1,'Марка %1')").arg(i).toUtf8());
+    const QStringList catalogue = fillCatalogue(products);
+    for (const QString &statement : catalogue)
+        raw.run(statement.toUtf8());
     for (int i = 1; i <= products; ++i) {
         const QString id = QString::number(i);
-        raw.run(("INSERT INTO warehouse(id,enabled,article,name,quantity,incost,outcost,currency,"
-                 "inoutratio,unitid,groupid,brandid) VALUES(" +
-                 id + ",1,'A" + id + "'," + sql::text(name(i)) + ",5,10,20,'RUB',0,1," +
-                 QString::number(groupOf(i, products)) + "," + QString::number(i % 300) + ")")
-                    .toUtf8());
         raw.run(
             ("INSERT INTO codes(wareid,code,packquantity) VALUES(" + id + ",'" + code(i) + "',1)")
                 .toUtf8());
@@ -118,6 +108,29 @@ BenchShop::BenchShop(const QString &path, int products, int cartRows)
 QString BenchShop::path() const
 {
     return m_path;
+}
+
+QStringList BenchShop::fillCatalogue(int products)
+{
+    QStringList statements;
+    for (int group = BenchShop::smallGroup; group < firstChild + children; ++group)
+        statements += QString("INSERT INTO `groups`(id,parent,name) VALUES(%1,%2,'Группа %1')")
+                          .arg(group)
+                          .arg(group < firstChild ? 0 : BenchShop::parentGroup);
+    for (int i = 1; i <= 300; ++i)
+        statements += QString("INSERT INTO brands(id,name) VALUES(%1,'Марка %1')").arg(i);
+    for (int first = 1; first <= products; first += 1000) {
+        QStringList rows;
+        for (int i = first; i < qMin(first + 1000, products + 1); ++i) {
+            const QString id = QString::number(i);
+            rows += '(' + id + ",1,'A" + id + "'," + sql::text(name(i)) + ",5,10,20,'RUB',0,1," +
+                    QString::number(groupOf(i, products)) + ',' + QString::number(i % 300) + ')';
+        }
+        statements += "INSERT INTO warehouse(id,enabled,article,name,quantity,incost,outcost,"
+                      "currency,inoutratio,unitid,groupid,brandid) VALUES" +
+                      rows.join(',');
+    }
+    return statements;
 }
 
 QString BenchShop::code(int product)

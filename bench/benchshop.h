@@ -23,6 +23,9 @@ public:
     static constexpr qulonglong lastGroup = 3;
     static constexpr qulonglong parentGroup = 4;
 
+    /// Statements that put groups, brands and products into an empty catalogue.
+    static QStringList fillCatalogue(int products);
+
     /// The barcode of a product.
     static QString code(int product);
 

@@ -110,10 +110,14 @@ const QList<Screen> &screens()
     return all;
 }
 
-std::vector<double> timeScreens(const QString &path)
+ConnectionEntry sqliteEntry(const QString &path)
 {
-    const auto window =
-        openBenchWindow({.name = "bench", .dbtype = "sqlite", .databasename = path});
+    return {.name = "bench", .dbtype = "sqlite", .databasename = path};
+}
+
+std::vector<double> timeScreens(const ConnectionEntry &entry)
+{
+    const auto window = openBenchWindow(entry);
     FilterHands hands(*window);
     std::vector<double> medians;
     for (const Screen &screen : screens()) {
@@ -129,8 +133,7 @@ std::vector<double> timeScreens(const QString &path)
 
 void benchLists(Table &table, const QString &path)
 {
-    const auto window =
-        openBenchWindow({.name = "bench", .dbtype = "sqlite", .databasename = path});
+    const auto window = openBenchWindow(sqliteEntry(path));
     RawSqlite raw(path);
     raw.run("BEGIN");
     for (const QString &statement : BenchShop::fillList(10000, 100000))
@@ -166,15 +169,32 @@ void benchLists(Table &table, const QString &path)
 
 void benchFirstScreens(Table &table, const QString &small, const QString &large)
 {
-    const std::vector<double> few = timeScreens(small);
-    const std::vector<double> many = timeScreens(large);
+    const std::vector<double> few = timeScreens(sqliteEntry(small));
+    const std::vector<double> many = timeScreens(sqliteEntry(large));
     for (std::size_t i = 0; i < few.size(); ++i)
         table.row("first screen of " + screens().at(qsizetype(i)).name + ", 1,000,000 / 10,000",
                   many.at(i), few.at(i), 5);
-    const auto window =
-        openBenchWindow({.name = "bench", .dbtype = "sqlite", .databasename = large});
+    const auto window = openBenchWindow(sqliteEntry(large));
     const auto [most, all] = FilterHands(*window).search("нет такого");
     table.note(QString("    a text of no name: looked for in %1 ms, the window held up for %2 ms")
                    .arg(all, 0, 'f', 0)
                    .arg(most, 0, 'f', 0));
+}
+
+void benchServerScreens(Table &table, const ConnectionEntry &entry)
+{
+    const QString filling = QStringLiteral("filling");
+    if (!createConnection(nullptr, entry, filling))
+        qFatal("no connection");
+    const QStringList catalogue = BenchShop::fillCatalogue(100000);
+    for (const QString &statement : catalogue) {
+        if (!QueryExec(nullptr, statement, filling))
+            qFatal("the catalogue cannot be filled");
+    }
+    removeConnection(filling);
+    const std::vector<double> times = timeScreens(entry);
+    for (std::size_t i = 0; i < times.size(); ++i)
+        table.note(QString("    100,000 products, first screen of %1: %2 ms")
+                       .arg(screens().at(qsizetype(i)).name)
+                       .arg(times.at(i), 0, 'f', 1));
 }

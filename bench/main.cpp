@@ -206,10 +206,9 @@ void benchSqlitePosting(Table &table, Shops &shops)
                    .arg(few.floor(), 0, 'f', 0));
 }
 
-void benchServerPosting(Table &table, Dialect dialect)
+/// An empty shop on a server, ready for the login.
+ConnectionEntry prepareShop(const ScratchDatabase &database)
 {
-    constexpr int lines = 1000;
-    ScratchDatabase database(dialect);
     ConnectionEntry entry = database.entry();
     entry.name = "bench";
     const QString filling = QStringLiteral("filling");
@@ -217,6 +216,14 @@ void benchServerPosting(Table &table, Dialect dialect)
         qFatal("no schema");
     removeConnection(filling);
     prepareLogin(entry);
+    return entry;
+}
+
+void benchServerPosting(Table &table, Dialect dialect)
+{
+    constexpr int lines = 1000;
+    const ScratchDatabase database(dialect);
+    const ConnectionEntry entry = prepareShop(database);
     const auto window = openBenchWindow(entry);
     QStringList products;
     for (int i = 1; i <= 10000; ++i)
@@ -394,9 +401,13 @@ int main(int argc, char *argv[])
         benchFirstScreens(table, shops.path(10000), shops.path(1000000));
     if (wanted("start"))
         benchStart(table, shops);
-    if (wanted("mariadb"))
-        benchServerPosting(table, Dialect::MySql);
-    if (wanted("postgresql"))
-        benchServerPosting(table, Dialect::PostgreSql);
+    for (const auto &[part, dialect] :
+         {std::pair("mariadb", Dialect::MySql), std::pair("postgresql", Dialect::PostgreSql)}) {
+        if (!wanted(part))
+            continue;
+        benchServerPosting(table, dialect);
+        const ScratchDatabase database(dialect);
+        benchServerScreens(table, prepareShop(database));
+    }
     return table.exitCode();
 }

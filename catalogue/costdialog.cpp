@@ -9,12 +9,15 @@
 #include "db/money.h"
 #include "db/session.h"
 #include "widgets/plaintext.h"
+#include "widgets/runwithprogress.h"
 
 #include <QHeaderView>
 
 #include <algorithm>
 
 namespace {
+
+constexpr qsizetype fewProducts = 50;
 
 enum Column { IdColumn, NameColumn, RatioColumn, OutcostColumn };
 
@@ -76,7 +79,11 @@ void CostDialog::on_acceptPushButton_clicked()
     }
     const CommandScope command;
     // What failed has been told, and the rest is written: the list has to be read again.
-    changePrices(this, m_ids, change);
+    runWithProgress(this, tr("Изменение цен"), Stopping::Harmless, [&](Progress &progress) {
+        // For a few products a window would only flash up.
+        changePrices(this, m_ids, change,
+                     m_ids.size() > fewProducts ? progress.steps() : ProgressStep());
+    });
     accept();
 }
 

@@ -86,30 +86,40 @@ std::optional<Product> readProductPrice(QWidget *parent, qulonglong id)
     return product;
 }
 
-bool changePrices(QWidget *parent, const QList<qulonglong> &ids, const PriceChange &change)
+bool changePrices(QWidget *parent, const QList<qulonglong> &ids, const PriceChange &change,
+                  const ProgressStep &progress)
 {
     QList<Product> products;
     if (!Session::instance().refreshRates(parent, mainConnection) ||
         !loadProducts(parent, ids, ProductColumns::PriceChange, products))
         return false;
     QuietStatements statements(mainConnection);
+    const qsizetype total = products.size();
     qsizetype failed = 0;
-    for (qsizetype i = 0; i < products.size(); ++i) {
+    qsizetype left = 0;
+    for (qsizetype i = 0; i < total; ++i) {
+        if (!goOn(progress, int(i), int(total))) {
+            left = total - i;
+            break;
+        }
         if (changePrice(statements, products.at(i), change))
             continue;
         ++failed;
         if (!statements.canGoOn()) {
-            failed += products.size() - i - 1;
+            failed += total - i - 1;
             break;
         }
     }
-    if (failed == 0)
+    if (failed == 0 && left == 0)
         return true;
-    showFailure(
-        parent,
-        ProductPrices::tr("Не все цены изменены. Наименований с ошибками: %1.").arg(failed) +
-            u'\n' + statements.failure().text,
-        statements.failure().details);
+    QStringList parts = {ProductPrices::tr("Не все цены изменены.")};
+    if (left > 0)
+        parts += ProductPrices::tr("Остановлено, цены не изменены у наименований: %1.").arg(left);
+    if (failed > 0) {
+        parts.last() += ' ' + ProductPrices::tr("Наименований с ошибками: %1.").arg(failed);
+        parts += statements.failure().text;
+    }
+    showFailure(parent, parts.join(u'\n'), statements.failure().details);
     return false;
 }
 

@@ -25,8 +25,10 @@ std::optional<Product> readProductPrice(QWidget *parent, qulonglong id);
 
 /// Writes the change to all the products, one statement each; goods on the shelf whose selling
 /// price changes are noted for new labels. Products that fail are passed over and told once, over
-/// the parent. Returns whether all succeeded.
-bool changePrices(QWidget *parent, const QList<qulonglong> &ids, const PriceChange &change);
+/// the parent, and so is how many were left when progress, called before every product, stopped.
+/// Returns whether all succeeded.
+bool changePrices(QWidget *parent, const QList<qulonglong> &ids, const PriceChange &change,
+                  const ProgressStep &progress = {});
 
 /// How far the recalculation of all selling prices came.
 struct PriceRecalculation
@@ -34,11 +36,11 @@ struct PriceRecalculation
     bool read = false; ///< the products and the rates
     int changed = 0;
     int failed = 0; ///< refused by the database one by one
-    int left = 0; ///< not tried any more: the user, locks, rights, disks and lost servers stop them
+    int left = 0;   ///< not tried any more: stopped, or by locks, rights, disks and lost servers
 };
 
 /// Writes anew the selling prices of all products with a fixed coefficient on a connection; labels
-/// are not noted. The step is called for every row and may stop the rest. Failed rows are reported
-/// and passed over.
+/// are not noted. progress is called behind every row and may stop. Failed rows are reported and
+/// passed over.
 PriceRecalculation recalculateSellingPrices(QWidget *parent, const QString &connectionName,
                                             const ProgressStep &progress);

@@ -120,6 +120,11 @@ QString Engine::tableOptions() const
     return {};
 }
 
+bool Engine::ordersTextsByIndex() const
+{
+    return true;
+}
+
 QString Engine::indexedText(const QString &column, int) const
 {
     return column;

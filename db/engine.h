@@ -106,6 +106,9 @@ public:
     /// Whether two amounts are the same in the database, one of which may be as it was entered.
     virtual bool sameAmount(double a, double b) const;
 
+    /// Whether an index on a text gives its rows in order.
+    virtual bool ordersTextsByIndex() const;
+
     // --- Schema ---
 
     /// The type of a table's key.

@@ -3,6 +3,8 @@
 #include "db/engine.h"
 #include "db/query.h"
 
+#include <algorithm>
+
 DatabaseContents::DatabaseContents(const Engine &engine)
     : m_tellsCaseApart(engine.tellsCaseApart())
 {

@@ -227,6 +227,11 @@ public:
         return QStringLiteral(" CHARACTER SET utf8 COLLATE utf8_general_ci ENGINE=InnoDB");
     }
 
+    bool ordersTextsByIndex() const override
+    {
+        return false; // it knows the first signs alone
+    }
+
     QString indexedText(const QString &column, int length) const override
     {
         return column + u'(' + QString::number(length) + u')';

@@ -31,7 +31,7 @@ public:
     {
     }
 
-    PriceUpdate update(QWidget *parent, const std::function<void(int done, int total)> &progress);
+    PriceUpdate update(QWidget *parent, const ProgressStep &progress);
 
 private:
     bool updateLine(const QString &lineId, PriceUpdate &result);
@@ -43,11 +43,11 @@ private:
     QuietStatements m_statements;
     bool m_notConverted = false;  ///< the product's currency has no rate; only the line was written
     int m_left = 0;               ///< lines that were not looked at any more
+    bool m_stopped = false;       ///< by the user
     bool m_waitedTooLong = false; ///< another station holds the list; the rest was left alone
 };
 
-PriceUpdate ReceiptPrices::update(QWidget *parent,
-                                  const std::function<void(int done, int total)> &progress)
+PriceUpdate ReceiptPrices::update(QWidget *parent, const ProgressStep &progress)
 {
     PriceUpdate result;
     if (!Session::instance().refreshRates(parent, m_connectionName))
@@ -59,18 +59,19 @@ PriceUpdate ReceiptPrices::update(QWidget *parent,
         return result;
     result.read = true;
     const int total = std::max(count.toInt(), int(rows.size()));
-    if (progress && !rows.isEmpty())
-        progress(0, total);
-
+    m_stopped = !rows.isEmpty() && !goOn(progress, 0, total);
     for (const SqlRow &row : std::as_const(rows)) {
+        if (m_stopped) {
+            m_left = int(rows.size()) - result.lines;
+            break;
+        }
         if (!updateLine(sql::id(row.at(0).toULongLong()), result) &&
             (m_waitedTooLong || !m_statements.isReachable())) {
             m_left = int(rows.size()) - result.lines - 1;
             break;
         }
         ++result.lines;
-        if (progress)
-            progress(result.lines, total);
+        m_stopped = !goOn(progress, result.lines, total);
     }
     tell(parent, result);
     return result;
@@ -154,7 +155,9 @@ void ReceiptPrices::tell(QWidget *parent, const PriceUpdate &result) const
     if (m_waitedTooLong)
         parts += tr("Приход занят на другом рабочем месте.");
     if (m_left > 0)
-        parts += tr("Остальные строки не пересчитаны: %1. Повторите позже.").arg(m_left);
+        parts += m_stopped
+                     ? tr("Остановлено. Остальные строки не пересчитаны: %1.").arg(m_left)
+                     : tr("Остальные строки не пересчитаны: %1. Повторите позже.").arg(m_left);
     if (result.gone > 0) {
         parts += tr("Строк, которые тем временем провели или удалили на другом рабочем месте: %1. "
                     "Цены по ним не обновлены.")
@@ -167,7 +170,7 @@ void ReceiptPrices::tell(QWidget *parent, const PriceUpdate &result) const
 } // namespace
 
 PriceUpdate updateCosts(QWidget *parent, const QString &connectionName,
-                        const std::function<void(int done, int total)> &progress)
+                        const ProgressStep &progress)
 {
     return ReceiptPrices(connectionName).update(parent, progress);
 }

@@ -2,7 +2,7 @@
 
 #include <QString>
 
-#include <functional>
+#include "app/progressstep.h"
 
 class QWidget;
 
@@ -18,7 +18,8 @@ struct PriceUpdate
 /// Recomputes the selling prices of the working list's lines by their coefficients and writes the
 /// prices of all lines to their products; goods on the shelf whose selling price changes are noted
 /// for new labels. Every line is looked at again and written in a transaction of its own, so that
-/// prices entered meanwhile on another workstation count. progress(done, total) is called for every
-/// line, outside of these. Lines that were not updated are told once, over the parent.
+/// prices entered meanwhile on another workstation count. progress is called behind every line,
+/// outside of these; where it stops, the rest stays as it is. Lines that were not updated are told
+/// once, over the parent.
 PriceUpdate updateCosts(QWidget *parent, const QString &connectionName,
-                        const std::function<void(int done, int total)> &progress);
+                        const ProgressStep &progress);

@@ -4,6 +4,7 @@
 #include "db/query.h"
 #include "db/transaction.h"
 
+#include <QRandomGenerator>
 #include <QSet>
 
 #include <algorithm>
@@ -13,8 +14,10 @@ namespace {
 
 constexpr qsizetype chunkRows = 200;
 constexpr qsizetype mostChunks = 50;
-constexpr qsizetype stretchRows = 20'000; ///< looked at in one statement of a search
-constexpr int pauseMs = 3000;             ///< between two tries of a cell that cannot be read
+constexpr qsizetype searchedRows = 20'000; ///< looked at in one statement of a search
+constexpr qsizetype sortedRows = 1000;     ///< the same where they must be sorted for it
+constexpr qsizetype mostMarks = 1000;
+constexpr int pauseMs = 3000; ///< between two tries of a cell that cannot be read
 
 int columnOf(const QList<TableColumn> &columns, const QString &key)
 {
@@ -36,7 +39,10 @@ PagedRows::PagedRows(const PagedSelect &list, const QList<TableColumn> &columns,
       m_idColumn(columnOf(columns, QStringLiteral("id"))),
       m_orderColumn(columnOf(columns, list.order))
 {
-    m_position.nulls = Engine::of(connectionName).sortsNullsFirst();
+    const Engine &engine = Engine::of(connectionName);
+    m_position.nulls = engine.sortsNullsFirst();
+    m_marked = list.searched || !engine.ordersTextsByIndex();
+    m_spacing = engine.ordersTextsByIndex() ? searchedRows : sortedRows;
 }
 
 const PagedSelect &PagedRows::list() const
@@ -87,12 +93,16 @@ bool PagedRows::read(QWidget *parent, qsizetype rows, bool withValues, const QDe
 
 bool PagedRows::readStretch(QWidget *parent, qsizetype rows, bool withValues, Batch &batch)
 {
-    if (m_list.searched && !m_position.nulls && !m_stretchKnown && !findStretchEnd(parent))
+    if (m_marked && !m_position.nulls && !m_marks && !findMarks(parent))
         return false;
+    PageStatements::Text last;
+    if (m_marks && !m_position.nulls && m_mark + m_marksOn <= m_marks->size())
+        last = m_marks->at(m_mark + m_marksOn - 1);
     QList<SqlRow> read;
-    const QString statement = withValues ? m_statements.page(m_position, m_stretchEnd, rows)
-                                         : m_statements.keys(m_position, m_stretchEnd, rows);
-    if (!QueryRows(parent, statement, read, m_connectionName))
+    if (!QueryRows(parent,
+                   withValues ? m_statements.page(m_position, last, rows)
+                              : m_statements.keys(m_position, last, rows),
+                   read, m_connectionName))
         return false;
     for (const SqlRow &row : std::as_const(read)) {
         batch.ids += row.at(withValues ? m_idColumn : 0).toULongLong();
@@ -109,27 +119,38 @@ bool PagedRows::readStretch(QWidget *parent, qsizetype rows, bool withValues, Ba
     }
     if (read.size() == rows)
         return true;
-    if (m_stretchEnd)
-        m_position = {.text = m_stretchEnd, .behindEqual = true};
-    else if (m_othersFollow)
+    if (last) {
+        m_position = {.text = last, .behindEqual = true};
+        m_mark += m_marksOn;
+        const qsizetype most = m_list.searched ? searchedRows / m_spacing : mostMarks;
+        m_marksOn = std::min(2 * m_marksOn, most); // there is little here
+    } else if (m_othersFollow) {
         m_position = {.nulls = !m_position.nulls};
-    else
+        m_othersFollow = false;
+    } else {
         m_atEnd = true;
-    m_othersFollow = m_othersFollow && m_stretchEnd;
-    m_stretchEnd = {};
-    m_stretchKnown = false;
+    }
     return true;
 }
 
-bool PagedRows::findStretchEnd(QWidget *parent)
+/// Takes the texts of rows here and there, so many that some rows lie between two.
+bool PagedRows::findMarks(QWidget *parent)
 {
     QList<SqlRow> rows;
-    if (!QueryRows(parent, m_statements.textBehind(m_position, stretchRows), rows,
-                   m_connectionName))
+    if (!QueryRows(parent, m_statements.highestId(), rows, m_connectionName))
         return false;
-    m_stretchKnown = true;
-    if (!rows.isEmpty() && !rows.first().first().isNull())
-        m_stretchEnd = rows.first().first().toString();
+    const qulonglong highest = rows.value(0).value(0).toULongLong();
+    const auto count = std::min(qsizetype(highest) / m_spacing, mostMarks);
+    QList<qulonglong> ids;
+    for (qsizetype i = 0; i < count; ++i)
+        ids += 1 + QRandomGenerator::global()->generate64() % highest;
+    if (!ids.isEmpty() && !QueryRows(parent, m_statements.textsOf(ids), rows, m_connectionName))
+        return false;
+    m_marks.emplace();
+    for (const SqlRow &row : std::as_const(rows)) {
+        if (!ids.isEmpty())
+            *m_marks += row.first().toString();
+    }
     return true;
 }
 

@@ -55,7 +55,7 @@ public:
 
 private:
     bool readStretch(QWidget *parent, qsizetype rows, bool withValues, Batch &batch);
-    bool findStretchEnd(QWidget *parent);
+    bool findMarks(QWidget *parent);
     void removeKnown(Batch &batch) const;
     const QList<QVariant> &chunk(qsizetype number) const;
     void makeRoom(qsizetype number) const;
@@ -68,8 +68,12 @@ private:
     int m_orderColumn = 0;
 
     ListPosition m_position;
-    PageStatements::Text m_stretchEnd; ///< of the rows looked at in one statement; nothing: all
-    bool m_stretchKnown = false;
+    // Texts spread over the table, which divide it where one statement would look at too much.
+    bool m_marked;
+    qsizetype m_spacing; ///< rows from one mark to the next, roughly
+    std::optional<QStringList> m_marks;
+    qsizetype m_mark = 0;       ///< where the stretch begins that is read
+    qsizetype m_marksOn = 1;    ///< how many it spans
     bool m_othersFollow = true; ///< those with or those without a text
     bool m_atEnd = false;
 

@@ -55,7 +55,8 @@ QString PageStatements::ids(const QString &condition, qsizetype limit) const
                  allOf({part, condition}) + ordered(limit) + ") AS part" +
                  sql::integer(parts.size());
     }
-    return column("id") + " IN (" + parts.join(" UNION ALL ") + ')';
+    // In a table of their own, or MariaDB runs them for every row.
+    return column("id") + " IN (SELECT id FROM (" + parts.join(" UNION ALL ") + ") AS page)";
 }
 
 QString PageStatements::page(const ListPosition &position, const Text &last, qsizetype limit) const
@@ -74,18 +75,29 @@ QString PageStatements::keys(const ListPosition &position, const Text &last, qsi
            where + ordered(limit) + ';';
 }
 
-QString PageStatements::textBehind(const ListPosition &position, qsizetype rows) const
+QString PageStatements::highestId() const
 {
-    return "SELECT " + column(m_list.order) + " FROM " + m_list.table +
-           allOf({behind(position, {})}) + ordered(1) + " OFFSET " + sql::integer(rows) + ';';
+    return "SELECT MAX(" + column("id") + ") FROM " + m_list.table + ';';
+}
+
+QString PageStatements::textsOf(const QList<qulonglong> &ids) const
+{
+    const QString text = column(m_list.order);
+    return "SELECT " + text + " FROM " + m_list.table + allOf({among(ids), text + " IS NOT NULL"}) +
+           " ORDER BY " + text + ';';
 }
 
 QString PageStatements::rowsOf(const QList<qulonglong> &ids) const
 {
+    return m_list.select + " WHERE " + among(ids) + ';';
+}
+
+QString PageStatements::among(const QList<qulonglong> &ids) const
+{
     QStringList texts;
     for (const qulonglong id : ids)
         texts += sql::id(id);
-    return m_list.select + " WHERE " + column("id") + " IN (" + texts.join(',') + ");";
+    return column("id") + " IN (" + texts.join(',') + ')';
 }
 
 QString PageStatements::find(qulonglong id, const ListPosition &position, bool othersFollow) const

@@ -47,8 +47,10 @@ public:
     /// The same with id and text alone.
     QString keys(const ListPosition &position, const Text &last, qsizetype limit) const;
 
-    /// The text that stands so many rows of the whole table behind a position.
-    QString textBehind(const ListPosition &position, qsizetype rows) const;
+    QString highestId() const;
+
+    /// The texts of some rows, in their order.
+    QString textsOf(const QList<qulonglong> &ids) const;
 
     /// The rows of some ids, in no order.
     QString rowsOf(const QList<qulonglong> &ids) const;
@@ -60,6 +62,7 @@ public:
 private:
     QString column(const QString &name) const;
     QString behind(const ListPosition &position, const Text &last) const;
+    QString among(const QList<qulonglong> &ids) const;
     QString ids(const QString &condition, qsizetype limit) const;
     QString ordered(qsizetype limit) const;
 

@@ -8,7 +8,6 @@
 #include <QJsonObject>
 #include <QProcess>
 #include <QTemporaryDir>
-#include <QTest>
 
 class TestCompatCheck : public QObject
 {

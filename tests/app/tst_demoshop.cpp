@@ -8,7 +8,6 @@
 #include "tests/support/testhome.h"
 
 #include <QTemporaryDir>
-#include <QTest>
 
 class TestDemoShop : public QObject
 {

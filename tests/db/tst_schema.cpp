@@ -1,17 +1,13 @@
 #include "app/configdir.h"
 #include "app/logging.h"
 #include "db/engine.h"
-#include "db/query.h"
 #include "db/schema.h"
 #include "db/schematables.h"
 #include "tests/support/databasetest.h"
-#include "tests/support/datatable.h"
 #include "tests/support/files.h"
-#include "tests/support/servers.h"
 
 #include <QMap>
 #include <QRegularExpression>
-#include <QTest>
 #include <QWidget>
 
 namespace {

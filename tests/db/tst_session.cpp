@@ -2,8 +2,6 @@
 #include "db/session.h"
 #include "tests/support/databasetest.h"
 
-#include <QTest>
-
 #include <cmath>
 
 /// Login, options and currencies of the session, on all three databases.

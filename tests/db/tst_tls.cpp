@@ -9,7 +9,6 @@
 #include "tests/support/testhome.h"
 
 #include <QRegularExpression>
-#include <QTest>
 
 class TestTls : public QObject
 {

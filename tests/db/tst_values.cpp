@@ -4,7 +4,6 @@
 #include "tests/support/datatable.h"
 
 #include <QRegularExpression>
-#include <QTest>
 
 #include <cmath>
 #include <limits>
@@ -92,33 +91,15 @@ private slots:
     void sellingPrice()
     {
         // The products are not quite what they are on paper: 125.99999999999999 and the like.
-        const std::pair<double, double> prices[] = {{0.99, 0},
-                                                    {19.99, 19},
-                                                    {20.4, 20},
-                                                    {22.9, 20},
-                                                    {23, 25},
-                                                    {27.99, 25},
-                                                    {28, 30},
-                                                    {49.95, 50},
-                                                    {99.9, 100},
-                                                    {105.99, 100},
-                                                    {106, 110},
-                                                    {115, 110},
-                                                    {125.9, 120},
-                                                    {999, 1000},
-                                                    {-5.7, -5},
-                                                    {-300.5, -300},
-                                                    {1e19, 1e19},
-                                                    {1e300, 1e300},
-                                                    {-1e300, -1e300},
-                                                    {infinity, infinity},
-                                                    {90 * 1.4, 130},
-                                                    {200 * 1.13, 230},
-                                                    {1780 * 1.15, 2050},
-                                                    {10 * 1.9, 19},
-                                                    {1.1 * 64.78 * 1.5, 110},
-                                                    {4.35 * 100, 430},
-                                                    {1e8 * 1.15 + 6, 115000010}};
+        // clang-format off
+        constexpr std::pair<double, double> prices[] = {
+            {0.99, 0}, {19.99, 19}, {20.4, 20}, {22.9, 20}, {23, 25}, {27.99, 25}, {28, 30},
+            {49.95, 50}, {99.9, 100}, {105.99, 100}, {106, 110}, {115, 110}, {125.9, 120},
+            {999, 1000}, {-5.7, -5}, {-300.5, -300}, {1e19, 1e19}, {1e300, 1e300},
+            {-1e300, -1e300}, {infinity, infinity}, {90 * 1.4, 130}, {200 * 1.13, 230},
+            {1780 * 1.15, 2050}, {10 * 1.9, 19}, {1.1 * 64.78 * 1.5, 110}, {4.35 * 100, 430},
+            {1e8 * 1.15 + 6, 115000010}};
+        // clang-format on
         for (const auto &[price, rounded] : prices)
             QVERIFY2(roundSellingPrice(price) == rounded, QByteArray::number(price).constData());
         QVERIFY(std::isnan(roundSellingPrice(notANumber)));

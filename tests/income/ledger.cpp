@@ -1,7 +1,7 @@
 #include "ledger.h"
 
-#include <QMap>
 #include <QSet>
+#include <QTextStream>
 
 #include <algorithm>
 
@@ -28,6 +28,16 @@ struct Line
 
 /// What the receipts must hold of a line.
 using Posted = QPair<qulonglong, double>;
+
+/// A complaint of words and numbers.
+template<typename... Parts>
+QString said(const Parts &...parts)
+{
+    QString text;
+    QTextStream stream(&text);
+    ((stream << parts << ' '), ...);
+    return text;
+}
 
 } // namespace
 
@@ -104,24 +114,20 @@ QStringList Ledger::checkLines(const QList<WorkstationJournal> &journals) const
     for (const WorkstationJournal &journal : journals) {
         for (const WorkstationJournal::Deletion &deletion : journal.deletions) {
             if (deleted.contains(deletion.line))
-                found += QString("line %1 was deleted twice").arg(deletion.line);
+                found += said("line", deletion.line, "was deleted twice");
             deleted += deletion.line;
             const double gone = lines.value(deletion.line).removedUnits;
             if (gone != deletion.units)
-                found += QString("line %1: %2 units were to be deleted, %3 went away")
-                             .arg(deletion.line)
-                             .arg(deletion.units)
-                             .arg(gone);
+                found += said("line", deletion.line, ":", deletion.units,
+                              "units were to be deleted,", gone, "went away");
         }
         for (auto it = journal.units.cbegin(); it != journal.units.cend(); ++it)
             entered[it.key()] += it.value();
     }
     if (entered != units) {
         for (qulonglong product = 1; product <= hotProducts; ++product)
-            found += QString("product %1: %2 units entered, %3 in the lines")
-                         .arg(product)
-                         .arg(entered.value(product))
-                         .arg(units.value(product));
+            found += said("product", product, ":", entered.value(product), "units entered,",
+                          units.value(product), "in the lines");
     }
 
     const Numbers listed = numbers("SELECT id,quantity FROM incomeinvoice;");
@@ -131,14 +137,10 @@ QStringList Ledger::checkLines(const QList<WorkstationJournal> &journals) const
         const bool inList = listed.contains(it.key());
         if (line.added != 1 || line.removed != (inList ? 0 : 1) ||
             line.units != (inList ? listed.value(it.key()) : line.removedUnits))
-            found += QString("line %1: added %2 times, removed %3 times, %4 units, %5 removed")
-                         .arg(it.key())
-                         .arg(line.added)
-                         .arg(line.removed)
-                         .arg(line.units)
-                         .arg(line.removedUnits);
+            found += said("line", it.key(), "added", line.added, "times, removed", line.removed,
+                          "times,", line.units, "units,", line.removedUnits, "removed");
         if (deleted.contains(it.key()) && line.removed == 0)
-            found += QString("line %1 was deleted and is still there").arg(it.key());
+            found += said("line", it.key(), "was deleted and is still there");
         if (line.removed > 0 && !deleted.contains(it.key()))
             posted += {line.product, line.removedUnits};
     }
@@ -148,9 +150,8 @@ QStringList Ledger::checkLines(const QList<WorkstationJournal> &journals) const
     std::sort(posted.begin(), posted.end());
     std::sort(received.begin(), received.end());
     if (posted != received)
-        found += QString("%1 lines left the list unharmed, %2 or others stand in the receipts")
-                     .arg(posted.size())
-                     .arg(received.size());
+        found += said(posted.size(), "lines left the list unharmed,", received.size(),
+                      "or others stand in the receipts");
     return found;
 }
 
@@ -162,17 +163,17 @@ QStringList Ledger::checkReceipts(const QList<WorkstationJournal> &journals) con
     for (const WorkstationJournal &journal : journals) {
         for (const WorkstationJournal::Receipt &receipt : journal.receipts) {
             if (told.contains(receipt.id))
-                found += QString("two stations have posted receipt %1").arg(receipt.id);
+                found += said("two stations have posted receipt", receipt.id);
             told.insert(receipt.id, receipt.lines);
         }
     }
     const Numbers kept = numbers("SELECT reportid,1 FROM income;");
     const Numbers sums = numbers("SELECT reportid,quantity*incost FROM income;");
     if (kept != told)
-        found += QString("%1 receipts told, %2 or others kept").arg(told.size()).arg(kept.size());
+        found += said(told.size(), "receipts told,", kept.size(), "or others kept");
     const Numbers totals = numbers("SELECT id,total FROM incomereports;");
     if (totals != sums)
-        found += QString("the totals of %1 receipts differ from their lines").arg(totals.size());
+        found += said("the totals of", totals.size(), "receipts differ from their lines");
     return found;
 }
 
@@ -185,8 +186,8 @@ QStringList Ledger::checkStock() const
         stock[it.key()] += it.value();
     for (const QStringList &row : rows("SELECT id,quantity FROM warehouse;")) {
         if (stock.value(row.at(0).toULongLong()) != row.at(1).toDouble())
-            found += "stock of product " + row.join(": ") +
-                     QString(", but %1 came in").arg(stock.value(row.at(0).toULongLong()));
+            found += said("stock of product", row.join(": "), "but the receipts ask for",
+                          stock.value(row.at(0).toULongLong()));
     }
     return found;
 }

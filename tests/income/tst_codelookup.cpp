@@ -1,13 +1,8 @@
 // What a scanned or typed text means: readings under other keyboard layouts, ids, pack codes, and
 // the offer to look into the reference database.
 
-#include "db/query.h"
 #include "income/codelookup.h"
 #include "tests/support/databasetest.h"
-#include "tests/support/datatable.h"
-#include "tests/support/shop.h"
-
-#include <QTest>
 
 class TestCodeLookup : public DatabaseTest
 {

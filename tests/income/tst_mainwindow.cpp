@@ -1,11 +1,7 @@
 // The main window driven as a person at a scanner drives it: keys into the code field, Return
 // through the dialogs, buttons of the boxes.
 #include "catalogue/groupdialog.h"
-#include "db/query.h"
 #include "db/transaction.h"
-#include "tests/support/datatable.h"
-#include "tests/support/servers.h"
-#include "tests/support/shop.h"
 #include "windowhands.h"
 
 #include <QClipboard>
@@ -18,7 +14,7 @@
 
 #include <algorithm>
 
-class TestMainWindow : public WindowTest
+class TestMainWindow : public MainWindowTest
 {
     Q_OBJECT
 
@@ -266,16 +262,8 @@ private slots:
         QVERIFY(QApplication::clipboard()->text().contains("abc\tСтол\t20\t12\t"));
     }
 
-    void linesChangedDuringTheQuestion_areNotDeleted_data()
-    {
-        addColumns<QString, int>("meanwhile", "left");
-        addRow("twelve more there", "UPDATE incomeinvoice SET quantity='13'", 1);
-        addRow("posted there", "DELETE FROM incomeinvoice", 0);
-    }
-
     void linesChangedDuringTheQuestion_areNotDeleted()
     {
-        const auto [meanwhile, left] = rowValues<QString, int>();
         accept();
         scan("4600000000015");
         accept();
@@ -284,15 +272,14 @@ private slots:
         auto *view = child<QTableView>("incomeinvoiceTableView");
         view->setFocus();
         view->selectAll();
-        m_boxes->answer("Да",
-                        [&, statement = meanwhile] { rows(statement + " WHERE wareid='101'"); });
+        m_boxes->answer(
+            "Да", [this] { rows("UPDATE incomeinvoice SET quantity='13' WHERE wareid='101'"); });
         m_boxes->answer("OK");
         QTest::keyClick(view, Qt::Key_Delete);
         QVERIFY2(m_boxes->lastText().contains("Молоко ТОПЛЁНОЕ"), qPrintable(m_boxes->lastText()));
-        QCOMPARE(rows("SELECT COUNT(*) FROM incomeinvoice").toInt(), left);
-        QCOMPARE(lineCount("incomeinvoiceTableView"), left);
-        if (left > 0)
-            QCOMPARE(cell("incomeinvoiceTableView", 0, "Кол-во"), "13");
+        QCOMPARE(rows("SELECT wareid FROM incomeinvoice"), "101");
+        QCOMPARE(lineCount("incomeinvoiceTableView"), 1);
+        QCOMPARE(cell("incomeinvoiceTableView", 0, "Кол-во"), "13");
         QVERIFY(child<QLineEdit>("codeLineEdit")->hasFocus());
     }
 

@@ -112,6 +112,7 @@ void TestPrices::receiptPrices_reachTheProducts()
     QList<QPair<int, int>> progress;
     const PriceUpdate result = updateCosts(nullptr, mainConnection, [&](int done, int total) {
         progress.append({done, total});
+        return true;
     });
     QCOMPARE(result.failed, 0);
     QCOMPARE(progress, (QList<QPair<int, int>>{{0, 1}, {1, 1}}));
@@ -181,6 +182,7 @@ void TestPrices::receiptPrices_followOtherStations()
             other = products("id=11 AND outcost=130") == 1 ? "12" : "11";
             rows(meanwhile + " WHERE wareid=" + other);
         }
+        return true;
     });
     QCOMPARE(result.lines, 2);
     QCOMPARE(result.failed, 0);
@@ -279,6 +281,7 @@ void TestPrices::lostServer_endsTheLoop()
     const PriceUpdate result = updateCosts(nullptr, mainConnection, [&](int done, int) {
         if (done == 1)
             TestServers::instance().stop(m_dialect);
+        return true;
     });
     QCOMPARE(result.failed, 1);
     TestServers::instance().start(m_dialect);
@@ -353,6 +356,10 @@ void TestPrices::recalculation_writesWhatChanges()
     // Six significant digits: 1234570 is what reaches the table.
     QCOMPARE(prices.join(u' '), "50 19 270 20 777 777 19 0 1234570 -1");
     QCOMPARE(rows("SELECT COUNT(*) FROM changeoutcostinfo"), "0");
+    const auto stop = [](int, int) {
+        return false;
+    };
+    QCOMPARE(recalculateSellingPrices(nullptr, mainConnection, stop).left, 7);
     setStatementObserver([](QString &sqlText, const QString &) {
         sqlText.replace("FROM warehouse", "FROM nowhere");
     });

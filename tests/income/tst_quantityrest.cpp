@@ -1,13 +1,10 @@
 // The dialog in which a person at a scanner enters quantity and prices: keys only, and a barcode
 // that arrives while it is open must do no harm.
 
-#include "db/query.h"
 #include "db/session.h"
 #include "db/sqltext.h"
 #include "income/quantityrestdialog.h"
 #include "tests/support/databasetest.h"
-#include "tests/support/datatable.h"
-#include "tests/support/shop.h"
 #include "tests/support/widgets.h"
 #include "widgets/numberspinbox.h"
 

@@ -1,8 +1,6 @@
 // Scanning without looking at the screen: whatever stands open and however the keys come, each scan
 // ends up in the receipt or in the list of missed codes, and none in a number or as an answer.
 #include "income/quantityrestdialog.h"
-#include "tests/support/datatable.h"
-#include "tests/support/shop.h"
 #include "windowhands.h"
 
 #include <QMessageBox>
@@ -10,7 +8,7 @@
 #include <QTableWidget>
 #include <QToolButton>
 
-class TestScanning : public WindowTest
+class TestScanning : public MainWindowTest
 {
     Q_OBJECT
 

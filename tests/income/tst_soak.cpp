@@ -3,7 +3,6 @@
 // file, no connection, no widget, no word of trouble in the log.
 #include "db/transaction.h"
 #include "tests/support/files.h"
-#include "tests/support/shop.h"
 #include "windowhands.h"
 
 #include <QDir>
@@ -72,7 +71,7 @@ struct Holdings
 
 } // namespace
 
-class TestSoak : public WindowTest
+class TestSoak : public MainWindowTest
 {
     Q_OBJECT
 

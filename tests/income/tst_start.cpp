@@ -1,10 +1,7 @@
 // The main window starts, or says why it cannot, when the configuration directory cannot be
 // written.
 #include "app/configdir.h"
-#include "db/query.h"
-#include "tests/support/datatable.h"
 #include "tests/support/files.h"
-#include "tests/support/shop.h"
 #include "windowhands.h"
 
 #include <QFileInfo>
@@ -22,10 +19,10 @@ class ReadOnlyMount
 {
 public:
     explicit ReadOnlyMount(const QString &path)
-        : m_path(path),
-          m_mounted(run({"mount", "--bind", path, path})),
-          m_readOnly(m_mounted && run({"mount", "-o", "remount,bind,ro", path}))
+        : m_path(path)
     {
+        m_mounted = run({"mount", "--bind", path, path});
+        isReadOnly = m_mounted && run({"mount", "-o", "remount,bind,ro", path});
     }
 
     ~ReadOnlyMount()
@@ -37,15 +34,11 @@ public:
     ReadOnlyMount(const ReadOnlyMount &) = delete;
     ReadOnlyMount &operator=(const ReadOnlyMount &) = delete;
 
-    bool isReadOnly() const
-    {
-        return m_readOnly;
-    }
+    bool isReadOnly = false;
 
 private:
     QString m_path;
-    bool m_mounted;
-    bool m_readOnly;
+    bool m_mounted = false;
 };
 
 /// A shop with one product, where admin has his password.
@@ -108,7 +101,7 @@ private slots:
             removeConnection(mainConnection);
         }
         const ReadOnlyMount directory(configDirPath());
-        QVERIFY2(directory.isReadOnly(), "a read-only mount needs root");
+        QVERIFY2(directory.isReadOnly, "a read-only mount needs root");
         startInVain(exists
                         ? "Файл базы данных " + configDirPath() + "/lavkor.sqlite нельзя изменить."
                         : "В каталоге " + configDirPath() + " нельзя создать файл базы данных.");
@@ -125,7 +118,7 @@ private slots:
         QVERIFY(Settings::instance().save());
         QFile::remove(configDirPath() + "/Lavkor_log.txt");
         const ReadOnlyMount directory(configDirPath());
-        QVERIFY2(directory.isReadOnly(), "a read-only mount needs root");
+        QVERIFY2(directory.isReadOnly, "a read-only mount needs root");
 
         QCOMPARE(Settings::instance().load(settingsFilePath()), Settings::LoadResult::Loaded);
         m_boxes->answer("OK");

@@ -17,7 +17,6 @@
 #include <QCoreApplication>
 #include <QProcess>
 #include <QTemporaryDir>
-#include <QTest>
 
 #include <algorithm>
 #include <memory>

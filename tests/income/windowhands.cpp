@@ -114,7 +114,7 @@ void enterPassword(QDialog *dialog)
     QTest::keyClick(field, Qt::Key_Return);
 }
 
-void WindowTest::openWindow(const QString &name)
+void MainWindowTest::openWindow(const QString &name)
 {
     if (!m_hands)
         m_hands = std::make_unique<WindowHands>();
@@ -123,13 +123,13 @@ void WindowTest::openWindow(const QString &name)
     activate();
 }
 
-void WindowTest::activate()
+void MainWindowTest::activate()
 {
     m_window->activateWindow();
     QVERIFY(QTest::qWaitForWindowActive(m_window.get()));
 }
 
-void WindowTest::tidy()
+void MainWindowTest::tidy()
 {
     const bool served = m_hands && m_hands->steps.allServed();
     m_window.reset();

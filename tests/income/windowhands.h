@@ -54,7 +54,7 @@ private:
 void enterPassword(QDialog *dialog);
 
 /// A test at the main window, which works on the shop that prepare() has opened.
-class WindowTest : public DatabaseTest
+class MainWindowTest : public DatabaseTest
 {
 protected:
     void openWindow(const QString &name = "Магазин");

@@ -1,68 +1,45 @@
 #include "login/euladialog.h"
 
+#include "tests/support/dialogsteps.h"
 #include "tests/support/testhome.h"
 #include "tests/support/widgets.h"
 
-#include <QApplication>
-#include <QPushButton>
 #include <QSettings>
-#include <QTest>
-#include <QTimer>
 
 class TestEula : public QObject
 {
     Q_OBJECT
 
 private slots:
-    void initTestCase()
+    void acceptance_isAskedForOnce()
     {
+        const TestHome home;
         qunsetenv("XDG_CONFIG_HOME");
         QCoreApplication::setOrganizationName("lavkor-test");
         QCoreApplication::setApplicationName("Lavkor");
-    }
-
-    void init()
-    {
-        QSettings().clear();
         QTest::failOnWarning(QRegularExpression("connectSlotsByName"));
-    }
-
-    void closingIsNoAcceptance()
-    {
-        EulaDialog dialog;
-        dialog.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&dialog));
-        QTest::keyClicks(dialog.focusWidget(), "4600051000057\r"); // a scan
-        QVERIFY(dialog.isVisible());
-        QTest::keyClick(&dialog, Qt::Key_Escape);
-        QVERIFY(dialog.isHidden());
-        QCOMPARE(dialog.result(), int(QDialog::Rejected));
-        dialog.show();
-        auto *decline = child<QPushButton>(dialog, "declinePushButton");
-        decline->setFocus();
-        QTest::keyClick(decline, Qt::Key_Return);
-        QVERIFY(dialog.isHidden());
-        QCOMPARE(dialog.result(), int(QDialog::Rejected));
-    }
-
-    void acceptance_isAskedForOnce()
-    {
-        const auto pressButton = [](const char *name) {
-            QTimer::singleShot(0, qApp,
-                               [name] { click(*QApplication::activeModalWidget(), name); });
-        };
-        pressButton("declinePushButton");
+        DialogSteps steps;
+        // Neither a scan nor Escape accepts, nor does Return on the other button.
+        steps.whenOpen<EulaDialog>([](EulaDialog &dialog) {
+            QTest::keyClicks(dialog.focusWidget(), "4600051000057\r");
+            QVERIFY(dialog.isVisible());
+            QTest::keyClick(&dialog, Qt::Key_Escape);
+            QVERIFY(dialog.isHidden());
+        });
+        QVERIFY(!acceptEula(nullptr));
+        steps.whenOpen<EulaDialog>([](EulaDialog &dialog) {
+            child<QPushButton>(dialog, "declinePushButton")->setFocus();
+            QTest::keyClick(dialog.focusWidget(), Qt::Key_Return);
+            QVERIFY(dialog.isHidden());
+        });
         QVERIFY(!acceptEula(nullptr));
         QVERIFY(!QSettings().contains("acceptedEula"));
-
-        pressButton("acceptPushButton");
+        steps.whenOpen<EulaDialog>([](EulaDialog &dialog) { click(dialog, "acceptPushButton"); });
         QVERIFY(acceptEula(nullptr));
         QCOMPARE(QSettings().value("acceptedEula").toBool(), true);
-        QVERIFY(acceptEula(nullptr)); // a second dialog would wait for ever
+        QVERIFY(acceptEula(nullptr)); // a second dialog would be stuck
+        QVERIFY(steps.allServed());
     }
-
-private:
-    TestHome m_home;
 };
 
 QTEST_MAIN(TestEula)

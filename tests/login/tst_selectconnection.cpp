@@ -445,10 +445,7 @@ private slots:
         entry.*field = value;
         const std::optional<ConnectionFault> found = connectionFault(entry);
         QCOMPARE(found.has_value(), !fault.isEmpty());
-        if (found) {
-            QVERIFY2(found->text.contains(fault), qPrintable(found->text));
-            QVERIFY(found->field == field);
-        }
+        QVERIFY(!found || (found->text.contains(fault) && found->field == field));
     }
 
     void editor_dropsWhatTheKindDoesNotUse()

@@ -7,9 +7,12 @@
 #include <map>
 #include <memory>
 
-#include "db/connections.h"
+#include "db/query.h"
+#include "tests/support/datatable.h"
 #include "tests/support/queuedboxes.h"
 #include "tests/support/scratchdatabase.h"
+#include "tests/support/servers.h"
+#include "tests/support/shop.h"
 #include "tests/support/testhome.h"
 
 /// The second connection of a case that plays another station; closed behind the case.

@@ -6,7 +6,6 @@
 
 #include <QMessageBox>
 #include <QPushButton>
-#include <QTest>
 
 namespace {
 
@@ -41,10 +40,9 @@ private slots:
 
     void question_isAnsweredByKeyOrMouse()
     {
-        QFETCH(int, key);
-        QFETCH(int, answer);
+        const auto [key, answer] = rowValues<int, int>();
         const QStringList texts = {"Первая", "Вторая", "Третья"};
-        m_steps.whenOpen<QMessageBox>([key, texts](QMessageBox &box) {
+        m_steps.whenOpen<QMessageBox>([key = key, texts](QMessageBox &box) {
             QList<QPushButton *> buttons = box.findChildren<QPushButton *>();
             std::sort(buttons.begin(), buttons.end(),
                       [](QPushButton *left, QPushButton *right) { return left->x() < right->x(); });

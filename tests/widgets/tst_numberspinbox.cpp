@@ -4,7 +4,6 @@
 #include <QApplication>
 #include <QClipboard>
 #include <QLineEdit>
-#include <QTest>
 
 class TestNumberSpinBox : public QObject
 {
