@@ -215,7 +215,6 @@ private:
     static void letWork(Ledger &ledger, const QList<ConnectionEntry> &entries, int rounds,
                         int seconds)
     {
-        ledger.open();
         std::vector<std::unique_ptr<Station>> stations;
         for (int i = 0; i < entries.size(); ++i) {
             auto station = std::make_unique<Station>();
