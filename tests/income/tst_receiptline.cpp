@@ -275,7 +275,7 @@ private slots:
         proxy.cutNext(cut, "COMMIT", gone);
         if (gone) {
             m_boxes->answer("Отмена"); // reconnect?
-            QCOMPARE(save(entry, before + 12, 20, m_window.get()), SaveState::Failed);
+            QCOMPARE(save(entry, before + 12, 20, &m_window), SaveState::Failed);
             QVERIFY(entry.isInDoubt());
             proxy.setRefusing(false);
         }
@@ -291,7 +291,7 @@ private slots:
         QVERIFY(m_database->open(otherStation));
         if (state == SaveState::InDoubt)
             m_boxes->answer("OK");
-        QCOMPARE(save(entry, before + (gone ? 13 : 12), 20, m_window.get()), state);
+        QCOMPARE(save(entry, before + (gone ? 13 : 12), 20, &m_window), state);
         QVERIFY(proxy.hasCut());
         QVERIFY(!entry.isInDoubt());
         QCOMPARE(quantities(), after);
@@ -401,7 +401,6 @@ private slots:
 private:
     void prepare() override
     {
-        m_window = std::make_unique<QWidget>();
         openShop(int(Right::AuditStock));
         shop::addProduct({.id = 11, .name = shop::nastyName, .stock = 4, .article = "А'1"});
     }
@@ -425,7 +424,7 @@ private:
         return entry.load(nullptr, request) == LoadState::Loaded;
     }
 
-    std::unique_ptr<QWidget> m_window;
+    QWidget m_window;
 };
 
 QTEST_MAIN(TestReceiptLine)
