@@ -28,7 +28,7 @@ NumberSpinBox *valueEdit(const QDialog &dialog)
 
 } // namespace
 
-class TestCurrencyDialogs : public WindowTest
+class TestCurrencyDialogs : public DialogTest
 {
     Q_OBJECT
 

@@ -125,7 +125,7 @@ bool DatabaseTest::clearShop(const QString &connectionName)
     return done;
 }
 
-void WindowTest::initTestCase_data()
+void DialogTest::initTestCase_data()
 {
     QTest::addColumn<Dialect>("dialect");
     QTest::newRow("SQLite") << Dialect::Sqlite;

@@ -76,8 +76,8 @@ private:
     std::map<std::pair<Dialect, QString>, std::unique_ptr<ScratchDatabase>> m_shops;
 };
 
-/// A test of windows whose statements are tested elsewhere: its cases run on SQLite alone.
-class WindowTest : public DatabaseTest
+/// A test of dialogs whose statements are tested elsewhere: its cases run on SQLite alone.
+class DialogTest : public DatabaseTest
 {
     Q_OBJECT
 
