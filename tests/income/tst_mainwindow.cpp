@@ -143,6 +143,10 @@ private slots:
         filter->setText("топлёно");
         QTRY_COMPARE(lineCount("warehouseTableView"), 1);
         QCOMPARE(cell("warehouseTableView", 0, "Код"), "101");
+        filter->setText("ABC");
+        QTRY_COMPARE(cell("warehouseTableView", 0, "Код"), "102");
+        filter->setText("%'");
+        QTRY_COMPARE(lineCount("warehouseTableView"), 0);
         filter->clear();
         QTRY_COMPARE(lineCount("warehouseTableView"), 2);
 
