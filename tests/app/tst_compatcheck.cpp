@@ -16,8 +16,7 @@ private slots:
     void initTestCase()
     {
         m_environment = QProcessEnvironment::systemEnvironment();
-        for (const char *name : {"DISPLAY", "WAYLAND_DISPLAY", "LAVKOR_COMPAT_MYSQL_HOST",
-                                 "LAVKOR_COMPAT_MYSQL_PORT", "LAVKOR_COMPAT_MYSQL_PASSWORD"})
+        for (const char *name : {"DISPLAY", "WAYLAND_DISPLAY", "LAVKOR_COMPAT_MYSQL_HOST"})
             m_environment.remove(name);
         m_environment.insert("QT_QPA_PLATFORM", "xcb");
     }

@@ -21,7 +21,6 @@ private slots:
         QString error;
         QVERIFY2(fillDemoShop(goods, mainConnection, &error), qPrintable(error));
         const QString count = QString::number(readFile(goods).count('\n') - 1);
-        QCOMPARE(database.client("SELECT COUNT(*) FROM warehouse;"), count);
         QVERIFY(fillDemoShop(goods, mainConnection));
         QCOMPARE(database.client("SELECT COUNT(*) FROM warehouse;"), count);
 

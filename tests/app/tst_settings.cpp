@@ -8,7 +8,7 @@
 #include <QFile>
 #include <QTest>
 
-#include <memory>
+#include <optional>
 
 class TestSettings : public QObject
 {
@@ -17,8 +17,7 @@ class TestSettings : public QObject
 private slots:
     void init()
     {
-        m_home.reset();
-        m_home = std::make_unique<TestHome>();
+        m_home.emplace();
         QVERIFY(ensureConfigDir());
         m_path = settingsFilePath();
     }
@@ -34,8 +33,7 @@ private slots:
                                         .databasename = "lavkor",
                                         .dbcacert = "/etc/ssl/ca.pem",
                                         .dbclientkey = "/etc/ssl/key.pem",
-                                        .dbclientcert = "/etc/ssl/cert.pem",
-                                        .other = {{"kassanumber", "7"}}}};
+                                        .dbclientcert = "/etc/ssl/cert.pem"}};
         // No XML file can hold these.
         entries[0].dbpassword = "a";
         for (const char16_t c :
@@ -96,7 +94,6 @@ private slots:
               "<tare>5</tare>", "<rows><row>1</row><row>2</row></rows>",
               "<title>Касса &lt;1&gt;</title>", "<port>COM2</port>"})
             QVERIFY2(saved.contains(kept), kept);
-        QVERIFY(!saved.contains("COM1"));
         // Saving what was read changes nothing more, be it repeated ever so often.
         QCOMPARE(settings.load(m_path), Settings::LoadResult::Loaded);
         QVERIFY(settings.save());
@@ -137,10 +134,12 @@ private slots:
 
     void unreadableFile_isLeftAlone()
     {
+        QueuedBoxes boxes;
         QVERIFY(QDir().mkpath(m_path)); // not even the administrator can read it
         Settings settings;
         QCOMPARE(settings.load(m_path), Settings::LoadResult::Unreadable);
         QVERIFY(logText().contains(m_path) && !QFile::exists(m_path + ".broken"));
+        QVERIFY(boxes.verify()); // none was wanted
         QVERIFY(QDir().rmdir(m_path));
         writeFile(m_path, "<settings/>");
         QVERIFY(!settings.save());
@@ -148,7 +147,7 @@ private slots:
     }
 
 private:
-    std::unique_ptr<TestHome> m_home;
+    std::optional<TestHome> m_home;
     QString m_path;
 };
 
