@@ -26,7 +26,7 @@ void makeShop(const ConnectionEntry &entry)
 
 } // namespace
 
-class TestStart : public WindowTest
+class TestStart : public DialogTest
 {
     Q_OBJECT
 
