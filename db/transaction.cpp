@@ -42,19 +42,12 @@ bool readLocked(const Engine::Lock &lock, const QString &select, QList<SqlRow> &
            QueryRows(nullptr, select + lock.end + u';', rows, connectionName);
 }
 
-/// Whether what failed may go well when it is done again, so many tries after the first one.
-bool isWorthAnotherTry(FailureCause cause, int repeated)
+/// Whether what failed may go well when it is done again: rights, disks and files do not mend by
+/// themselves.
+bool isWorthAnotherTry(FailureCause cause)
 {
-    switch (cause) {
-    case FailureCause::None:
-    case FailureCause::Locked:
-    case FailureCause::Unreachable:
-        return true;
-    case FailureCause::Other:
-        return repeated == 0;
-    default:
-        return false; // rights, disks and files do not mend by themselves
-    }
+    return cause == FailureCause::None || cause == FailureCause::Locked ||
+           cause == FailureCause::Unreachable || cause == FailureCause::Other;
 }
 
 } // namespace
@@ -223,8 +216,7 @@ TransactionResult runInTransaction(QWidget *parent, const QString &connectionNam
         inDoubt = inDoubt || lost;
         // What a lost COMMIT has done must be looked up however long it took.
         if (lost ? !options.inDoubt
-                 : result.waitedLong ||
-                       !isWorthAnotherTry(connectionState(connectionName).cause, tries))
+                 : result.waitedLong || !isWorthAnotherTry(connectionState(connectionName).cause))
             break;
     }
     result.state = inDoubt ? TransactionState::Unknown : TransactionState::Failed;

@@ -140,7 +140,7 @@ bool isWritten(const Dictionary &dictionary, const QVariantMap &values, const QV
 bool write(QWidget *parent, const std::function<TransactionStep()> &body, bool *inDoubt = nullptr)
 {
     const TransactionResult result =
-        runInTransaction(parent, mainConnection, body, {.inDoubt = inDoubt});
+        runInTransaction(parent, mainConnection, body, {.inDoubt = inDoubt, .tries = 2});
     if (result.state == TransactionState::Unknown)
         showFailure(parent,
                     DictionaryStore::tr("Связь с базой данных прервалась во время записи. "
