@@ -69,11 +69,6 @@ QuietStatements::QuietStatements(const QString &connectionName)
 {
 }
 
-bool QuietStatements::run(const QString &sqlText)
-{
-    return QueryExec(nullptr, sqlText, m_connectionName) || fail(lastFailure(m_connectionName));
-}
-
 bool QuietStatements::writePrices(const QString &update, const PriceStep &step, MarkRule rule)
 {
     const TransactionResult written =

@@ -62,10 +62,7 @@ class QuietStatements
 public:
     explicit QuietStatements(const QString &connectionName);
 
-    /// Runs a statement; false when it failed.
-    bool run(const QString &sqlText);
-
-    /// writePricesAlone() in the same way.
+    /// writePricesAlone(); false when it failed.
     bool writePrices(const QString &update, const PriceStep &step, MarkRule rule);
 
     /// Keeps a failure for the user unless there is one already. Always false.

@@ -12,9 +12,9 @@ struct Product
     int type = 0;
     int marking = 0;
     int section = 1;
-    qulonglong groupid = 0;
-    qulonglong brandid = 0;
-    qulonglong favoritid = 0;
+    qlonglong groupid = 0; ///< below 1: none, as in the other ids
+    qlonglong brandid = 0;
+    qlonglong favoritid = 0;
     QString article = {};
     QString name = {};
     QString keywords = {};
@@ -31,7 +31,7 @@ struct Product
     double multiplicity = 0;
     double orderquantity = 0;
     double autoorder = 0;
-    qulonglong unitid = 0;
+    qlonglong unitid = 0;
 
     // Kept by receipts, sales and checks of the stock; never written from a record.
     double quantity = 0; ///< in stock

@@ -82,15 +82,6 @@ QList<TableColumn> productColumns()
     };
 }
 
-QString productListQuery(const ProductFilter &filter)
-{
-    QString query = productSelect();
-    const QStringList conditions = productConditions(filter);
-    if (!conditions.isEmpty())
-        query += QStringLiteral(" WHERE") + conditions.join(QStringLiteral(" AND"));
-    return query + QStringLiteral(" ORDER BY `warehouse`.`name`;");
-}
-
 std::optional<PagedSelect> productPages(QWidget *parent, const ProductFilter &filter)
 {
     ProductFilter rest = filter;

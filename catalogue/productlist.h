@@ -22,9 +22,6 @@ struct ProductFilter
 /// The columns of the product table.
 QList<TableColumn> productColumns();
 
-/// The SELECT of the product table.
-QString productListQuery(const ProductFilter &filter);
-
 /// The product table for reading page by page. Nothing when the groups could not be read, which is
 /// reported over the parent.
 std::optional<PagedSelect> productPages(QWidget *parent, const ProductFilter &filter);

@@ -23,10 +23,10 @@ struct PriceChange
 /// when it is missing or the statement failed.
 std::optional<Product> readProductPrice(QWidget *parent, qulonglong id);
 
-/// Writes the change to all the products, one statement each; goods on the shelf whose selling
-/// price changes are noted for new labels. Products that fail are passed over and told once, over
-/// the parent, and so is how many were left when progress, called before every product, stopped.
-/// Returns whether all succeeded.
+/// Writes the change to all the products, each in a transaction of its own; goods on the shelf
+/// whose selling price changes are noted for new labels. Products that fail are passed over and
+/// told once, over the parent, and so is how many were left when progress, called before every
+/// product, stopped. Returns whether all succeeded.
 bool changePrices(QWidget *parent, const QList<qulonglong> &ids, const PriceChange &change,
                   const ProgressStep &progress = {});
 

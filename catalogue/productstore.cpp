@@ -12,8 +12,8 @@
 
 namespace {
 
-using Member =
-    std::variant<QString Product::*, int Product::*, qulonglong Product::*, double Product::*>;
+using Member = std::variant<QString Product::*, int Product::*, qlonglong Product::*,
+                            qulonglong Product::*, double Product::*>;
 
 /// How a column is written.
 enum class Written {
@@ -128,6 +128,8 @@ void setMember(Product &product, const Member &member, const QVariant &value)
         product.**text = value.toString();
     else if (const auto *integer = std::get_if<int Product::*>(&member))
         product.**integer = value.toInt();
+    else if (const auto *other = std::get_if<qlonglong Product::*>(&member))
+        product.**other = value.toLongLong();
     else if (const auto *id = std::get_if<qulonglong Product::*>(&member))
         product.**id = value.toULongLong();
     else if (const auto *real = std::get_if<double Product::*>(&member))
@@ -152,6 +154,8 @@ QString valueText(const Column &column, const Product &product, const Product *l
     QString number;
     if (const auto *integer = std::get_if<int Product::*>(&column.member))
         number = sql::integer(product.**integer);
+    else if (const auto *other = std::get_if<qlonglong Product::*>(&column.member))
+        number = sql::integer(product.**other);
     else if (const auto *id = std::get_if<qulonglong Product::*>(&column.member))
         number = sql::id(product.**id);
     else if (const auto *real = std::get_if<double Product::*>(&column.member))

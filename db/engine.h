@@ -89,7 +89,8 @@ public:
     /// Locks the rows of the table that are read; joined rows may be locked too.
     virtual Lock rowLock(const QString &table) const;
 
-    /// Locks the table, so that nobody changes its rows or adds one.
+    /// Locks the table, or the rows and gaps that the SELECT reads, so that nobody changes such a row
+    /// or adds one.
     virtual Lock tableLock(const QString &table) const;
 
     // --- Words and values ---

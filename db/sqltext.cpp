@@ -45,6 +45,11 @@ QString id(qulonglong value)
     return QString::number(value);
 }
 
+QString quotedId(qulonglong value)
+{
+    return u'\'' + id(value) + u'\'';
+}
+
 QStringList idLists(const QList<qulonglong> &ids)
 {
     constexpr qsizetype idsPerStatement = 1000; // its length is limited

@@ -21,6 +21,9 @@ QString exact(double value);
 /// A row id or another whole number.
 QString id(qulonglong value);
 
+/// The same in single quotes.
+QString quotedId(qulonglong value);
+
 /// Row ids parted by commas, as many in each text as one statement has room for.
 QStringList idLists(const QList<qulonglong> &ids);
 

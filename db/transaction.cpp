@@ -42,6 +42,21 @@ bool readLocked(const Engine::Lock &lock, const QString &select, QList<SqlRow> &
            QueryRows(nullptr, select + lock.end + u';', rows, connectionName);
 }
 
+/// Whether what failed may go well when it is done again, so many tries after the first one.
+bool isWorthAnotherTry(FailureCause cause, int repeated)
+{
+    switch (cause) {
+    case FailureCause::None:
+    case FailureCause::Locked:
+    case FailureCause::Unreachable:
+        return true;
+    case FailureCause::Other:
+        return repeated == 0;
+    default:
+        return false; // rights, disks and files do not mend by themselves
+    }
+}
+
 } // namespace
 
 bool transactionBegin(const QString &connectionName)
@@ -175,6 +190,10 @@ TransactionResult runInTransaction(QWidget *parent, const QString &connectionNam
     bool ownDoubt = false;
     bool &inDoubt = options.inDoubt ? *options.inDoubt : ownDoubt;
     TransactionResult result;
+    if (inTransaction(connectionName)) {
+        result.failure = {.text = QStringLiteral("A transaction is open already.")};
+        return result;
+    }
     for (int tries = 0; tries < options.tries; ++tries) {
         result = {};
         if (!ensureConnectionOpen(parent, connectionName)) {
@@ -203,7 +222,9 @@ TransactionResult runInTransaction(QWidget *parent, const QString &connectionNam
             step == TransactionStep::Commit && connectionState(connectionName).outcomeUnknown;
         inDoubt = inDoubt || lost;
         // What a lost COMMIT has done must be looked up however long it took.
-        if (lost ? !options.inDoubt : result.waitedLong)
+        if (lost ? !options.inDoubt
+                 : result.waitedLong ||
+                       !isWorthAnotherTry(connectionState(connectionName).cause, tries))
             break;
     }
     result.state = inDoubt ? TransactionState::Unknown : TransactionState::Failed;

@@ -87,10 +87,10 @@ struct TransactionOptions
     int tries = 3;
 };
 
-/// Runs a short body, which asks nobody anything, in a transaction of its own. What fails is tried
-/// again, as with servers that throw out one of two stations which wait for each other, unless it
-/// has waited long. Only between the tries the user is asked about a lost connection, with a
-/// parent.
+/// Runs a short body, which asks nobody anything, in a transaction of its own; inside of another
+/// one it fails. What fails is tried again, as with servers that throw out one of two stations
+/// which wait for each other, unless it has waited long or is of no use. Only between the tries the
+/// user is asked about a lost connection, with a parent.
 TransactionResult runInTransaction(QWidget *parent, const QString &connectionName,
                                    const std::function<TransactionStep()> &body,
                                    const TransactionOptions &options = {});
@@ -101,7 +101,8 @@ TransactionResult runInTransaction(QWidget *parent, const QString &connectionNam
 bool readLockedRows(const QString &table, const QString &select, QList<SqlRow> &rows,
                     const QString &connectionName = mainConnection);
 
-/// The same for a whole table, or for its rows with one value; until the end of the transaction
-/// nobody changes such a row or adds one, and no lost session is left that has.
+/// The same for a whole table, or for the rows that an index finds for the SELECT; until the end of
+/// the transaction nobody changes such a row or adds one, and on this server no lost session is
+/// left that has.
 bool readLockedTable(const QString &table, const QString &select, QList<SqlRow> &rows,
                      const QString &connectionName = mainConnection);

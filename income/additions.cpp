@@ -34,7 +34,16 @@ Additions::Result Additions::takeBack(QWidget *parent)
             ? TransactionResult{.state = TransactionState::Refused}
             : runInTransaction(parent, mainConnection, [&] { return tryUndo(addition); },
                                {.inDoubt = &m_inDoubt});
-    if (!undo.isDone() && undo.state != TransactionState::Refused) {
+    if (undo.state == TransactionState::Unknown) {
+        const QString text =
+            tr("Неизвестно, отменено ли последнее добавление: связь с базой данных "
+               "прервалась. Проверьте приход: %1")
+                .arg(addition.name);
+        if (!undo.givenUp)
+            showFailure(parent, text, undo.failure.words());
+        return {.wareid = addition.wareid, .text = text};
+    }
+    if (undo.state == TransactionState::Failed) {
         if (!undo.givenUp)
             showDatabaseFailure(parent, undo.failure, {},
                                 tr("Последнее добавление не отменено, приход не изменён."));

@@ -138,22 +138,16 @@ CodeResult lookUpReadings(QWidget *parent, const QString &code, const QString &h
 /// The local product with the unique identifier of a reference product.
 CodeResult localProductOf(QWidget *parent, const CodeResult &reference)
 {
-    QList<SqlRow> rows;
-    if (!QueryRows(parent,
-                   "SELECT warehouse.id,warehouse.wuid, warehouse.name, warehouse.description, "
-                   "width, height, depth, weight, incost, outcost, unitid FROM warehouse WHERE "
-                   "id='" +
-                       sql::id(reference.wareid) + "';",
-                   rows, friendConnection))
-        return failed();
-    if (rows.isEmpty())
-        return notFound();
-    const QString wuid = rows.first().at(1).toString();
-    const QString name = rows.first().at(2).toString();
-
+    Product product;
+    const LoadState state =
+        loadProduct(parent, reference.wareid, ProductColumns::Reference, product, friendConnection);
+    if (state != LoadState::Loaded)
+        return state == LoadState::Failed ? failed() : notFound();
     // Products that never had an identifier must not be taken for one another.
-    if (!wuid.isEmpty()) {
-        if (!QueryRows(parent, "SELECT id FROM warehouse WHERE wuid=" + sql::text(wuid) + ";",
+    if (!product.wuid.isEmpty()) {
+        QList<SqlRow> rows;
+        if (!QueryRows(parent,
+                       "SELECT id FROM warehouse WHERE wuid=" + sql::text(product.wuid) + ";",
                        rows))
             return failed();
         if (!rows.isEmpty()) {
@@ -164,7 +158,7 @@ CodeResult localProductOf(QWidget *parent, const CodeResult &reference)
     }
     showInformation(parent, CodeText::tr("Товар есть в справочной базе данных, но его нет в "
                                          "местном каталоге:\n%1")
-                                .arg(name));
+                                .arg(product.name));
     return notFound();
 }
 

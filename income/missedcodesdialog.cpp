@@ -155,7 +155,7 @@ void MissedCodesDialog::showProducts()
     m_filterTimer.stop();
     const std::optional<PagedSelect> list =
         productPages(this, {.text = m_ui->filterLineEdit->text().trimmed()});
-    // Whether there is a second product must be known at once.
+    // Whether a second product follows must be known at once, the others may come later.
     if (!list || !m_products->selectPages(this, *list, 2))
         return;
     QTableView *view = m_ui->productsTableView;

@@ -7,6 +7,8 @@
 #include "widgets/foldingrow.h"
 #include "widgets/tableplace.h"
 
+#include <QGuiApplication>
+#include <QKeyEvent>
 #include <QScreen>
 #include <QScrollBar>
 #include <QSettings>
@@ -56,7 +58,15 @@ ProductPanel::ProductPanel(QWidget *parent)
         m_ui->namefilterLineEdit->fontMetrics().averageCharWidth() * shortestFilter);
     new FoldingRow(m_ui->filterNameLayout, m_ui->filterGroupBox);
     new FoldingRow(m_ui->filterChoiceLayout, m_ui->filterGroupBox);
+    for (QWidget *box :
+         {static_cast<QWidget *>(m_ui->filterGroupBox), static_cast<QWidget *>(this)}) {
+        // As narrow as folded rows allow; the layout would ask for what the rows need at present.
+        box->layout()->activate();
+        box->setMinimumWidth(box->minimumSizeHint().width());
+    }
     fitRows();
+    m_ui->warehouseTableView->installEventFilter(this);
+    connect(m_products, &QAbstractItemModel::rowsInserted, this, &ProductPanel::sizeColumns);
     m_filterTimer.setSingleShot(true);
     connect(&m_filterTimer, &QTimer::timeout, this, &ProductPanel::refresh);
 }
@@ -91,10 +101,31 @@ void ProductPanel::read(qsizetype atLeast)
         atLeast = std::max(atLeast, place.rows());
     if (!m_products->selectPages(window(), *list, atLeast))
         return;
+    sizeColumns();
+    place.restore();
+}
+
+void ProductPanel::sizeColumns()
+{
     if (!m_columnsSized && m_products->rowCount() > 0)
         restoreColumns();
     m_widths->growWhole();
-    place.restore();
+}
+
+/// Who wants the whole list or its end gets it, not only the rows that were read so far.
+bool ProductPanel::eventFilter(QObject *watched, QEvent *event)
+{
+    if (event->type() == QEvent::KeyPress) {
+        auto *key = static_cast<QKeyEvent *>(event);
+        if (key->matches(QKeySequence::SelectAll) ||
+            key->matches(QKeySequence::MoveToEndOfDocument) ||
+            key->matches(QKeySequence::SelectEndOfDocument)) {
+            QGuiApplication::setOverrideCursor(Qt::WaitCursor);
+            m_products->readAll();
+            QGuiApplication::restoreOverrideCursor();
+        }
+    }
+    return QGroupBox::eventFilter(watched, event);
 }
 
 void ProductPanel::restoreColumns()

@@ -65,6 +65,8 @@ private slots:
     void on_warehouseTableView_customContextMenuRequested(const QPoint &position);
 
 private:
+    bool eventFilter(QObject *watched, QEvent *event) override;
+    void sizeColumns();
     void read(qsizetype atLeast);
     void restoreColumns();
 

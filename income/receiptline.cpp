@@ -28,11 +28,6 @@ QString quoted(double value)
     return u'\'' + sql::exact(value) + u'\'';
 }
 
-QString quotedId(qulonglong id)
-{
-    return u'\'' + sql::id(id) + u'\'';
-}
-
 /// Sums and differences without the dust of binary fractions (0.1 + 0.2).
 double tidy(double quantity)
 {
@@ -120,7 +115,8 @@ bool ReceiptEntry::readProductIncost(QWidget *parent)
     if (!session.refreshRates(parent, mainConnection))
         return false;
     QSqlQuery query;
-    if (!QueryExec(parent, "SELECT incost FROM warehouse WHERE id=" + quotedId(m_product.id) + ";",
+    if (!QueryExec(parent,
+                   "SELECT incost FROM warehouse WHERE id=" + sql::quotedId(m_product.id) + ";",
                    query))
         return false;
     const double incost = query.next() ? number(query.value(0)) : 0;
@@ -200,7 +196,7 @@ SaveState ReceiptEntry::save(QWidget *parent, const ReceiptInput &input)
     m_lineWritten = true;
     if (input.expiretime != m_expiretime && !m_product.deleted) {
         if (!QueryExec(parent, "UPDATE warehouse SET expiretime=" + sql::text(input.expiretime) +
-                                   " WHERE id=" + quotedId(m_product.id) + ";")) {
+                                   " WHERE id=" + sql::quotedId(m_product.id) + ";")) {
             noteAddition(input, stamp);
             return SaveState::Failed;
         }
@@ -259,8 +255,8 @@ bool ReceiptEntry::readPosted(SqlRow &posted) const
 {
     QList<SqlRow> rows;
     if (!QueryRows(nullptr,
-                   "SELECT COUNT(id), MAX(id) FROM income WHERE wareid=" + quotedId(m_product.id) +
-                       ";",
+                   "SELECT COUNT(id), MAX(id) FROM income WHERE wareid=" +
+                       sql::quotedId(m_product.id) + ";",
                    rows))
         return false;
     posted = rows.value(0);
@@ -309,12 +305,12 @@ TransactionStep ReceiptEntry::tryLine(const ReceiptInput &input, const QString &
         if (look != TransactionStep::Commit)
             return look;
     }
+    if (!m_inDoubt && !m_lineWritten)
+        m_before = lines;
+    m_inDoubt = false; // what became of a former try is known now
     m_pending = {.stamp = stamp, .quantity = quantity};
     if (!m_line && !readPosted(m_pending.posted))
         return TransactionStep::Fail;
-    if (!m_inDoubt && !m_lineWritten)
-        m_before = lines;
-    m_inDoubt = false;
     return writeRow(input, stamp, quantity) ? TransactionStep::Commit : TransactionStep::Fail;
 }
 
@@ -373,15 +369,15 @@ bool ReceiptEntry::isAsSeen(const ReceiptLine &current) const
 /// Writes the line and, since all lines of a product carry one price, the prices of the others.
 bool ReceiptEntry::writeRow(const ReceiptInput &input, const QString &stamp, double quantity)
 {
-    const QString wareid = quotedId(m_product.id);
-    const QString user = quotedId(Session::instance().user().id);
+    const QString wareid = sql::quotedId(m_product.id);
+    const QString user = sql::quotedId(Session::instance().user().id);
     const QString incost = quoted(input.incost);
     const QString ratio = quoted(input.inoutratio);
     const QString outcost = quoted(input.outcost);
     QSqlQuery query;
     if (!QueryExec(nullptr,
                    m_line ? "UPDATE incomeinvoice SET quantity=" + quoted(quantity) +
-                                " WHERE id=" + quotedId(m_line->id) + ";"
+                                " WHERE id=" + sql::quotedId(m_line->id) + ";"
                           : "INSERT INTO incomeinvoice(wareid,incost,inoutratio,outcost,quantity,"
                             "userid,timestamp) VALUES(" +
                                 wareid + "," + incost + "," + ratio + "," + outcost + "," +
@@ -496,7 +492,7 @@ void ReceiptEntry::passPriceToReference(QWidget *parent, double outcost)
     const qulonglong id = rows.first().at(0).toULongLong();
     const TransactionResult written = writePricesAlone(
         parent,
-        "UPDATE warehouse SET outcost=" + quoted(outcost) + " WHERE id=" + quotedId(id) + ";",
+        "UPDATE warehouse SET outcost=" + quoted(outcost) + " WHERE id=" + sql::quotedId(id) + ";",
         {.wareid = id, .after = outcost, .stock = number(rows.first().at(1))}, MarkRule::OnShelf,
         friendConnection);
     if (!written.isDone() && !written.givenUp)
@@ -511,5 +507,5 @@ bool ReceiptEntry::writeAudit(QWidget *parent, const QString &stamp)
         return true;
     }
     return QueryExec(parent, "UPDATE warehouse SET latime=" + sql::text(stamp) +
-                                 " WHERE id=" + quotedId(m_product.id) + ";");
+                                 " WHERE id=" + sql::quotedId(m_product.id) + ";");
 }

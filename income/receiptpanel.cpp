@@ -27,6 +27,9 @@ ReceiptPanel::ReceiptPanel(QWidget *parent)
                                          tr("Штрих-код или номер"), tr("Штрих-код")});
     m_ui->codeLineEdit->setMinimumWidth(m_ui->codeLineEdit->fontMetrics().averageCharWidth() *
                                         longestCode);
+    // As narrow as the folded row allows; the layout would ask for what it needs at present.
+    layout()->activate();
+    setMinimumWidth(minimumSizeHint().width());
     fitRows();
     connect(m_ui->codeLineEdit, &QLineEdit::returnPressed, this, &ReceiptPanel::codeEntered);
     connect(m_ui->applyIncomeInvoicePushButton, &QPushButton::clicked, this,

@@ -96,9 +96,9 @@ void DictionaryList::on_editPushButton_clicked()
 
 void DictionaryList::edit(qulonglong id)
 {
+    const CommandScope command;
     const std::unique_ptr<DictionaryDialog> dialog = makeDialog(id);
     const bool written = dialog->exec() == Accepted;
-    const CommandScope command;
     // Also after a cancel: the entry may be gone, or another one by now.
     refresh(written ? dialog->id() : 0);
     if (written)

@@ -18,11 +18,6 @@ struct DictionaryStore
     Q_DECLARE_TR_FUNCTIONS(DictionaryStore)
 };
 
-QString quotedId(qulonglong id)
-{
-    return u'\'' + sql::id(id) + u'\'';
-}
-
 /// The columns of an entry that are read, in the order of its SELECT.
 QStringList readColumns(const Dictionary &dictionary)
 {
@@ -38,7 +33,7 @@ QStringList readColumns(const Dictionary &dictionary)
 QString entryQuery(const Dictionary &dictionary, qulonglong id)
 {
     return "SELECT " + readColumns(dictionary).join(QLatin1String(", ")) + " FROM " +
-           dictionary.table + " WHERE id=" + quotedId(id);
+           dictionary.table + " WHERE id=" + sql::quotedId(id);
 }
 
 QVariantMap named(const QStringList &columns, const SqlRow &row)
@@ -102,13 +97,13 @@ QString updateText(const Dictionary &dictionary, qulonglong id, const QVariantMa
         assignments +=
             field.column + u'=' + valueText(field, values.value(field.column), field.quoted);
     return "UPDATE " + dictionary.table + " SET " + assignments.join(QLatin1String(", ")) +
-           " WHERE id=" + quotedId(id) + ";";
+           " WHERE id=" + sql::quotedId(id) + ";";
 }
 
 QStringList deleteTexts(const Dictionary &dictionary, qulonglong id)
 {
     const auto of = [id](const QString &column) {
-        return " WHERE " + column + u'=' + quotedId(id) + u';';
+        return " WHERE " + column + u'=' + sql::quotedId(id) + u';';
     };
     QStringList before;
     QStringList behind;
@@ -130,12 +125,22 @@ bool isChanged(const QVariantMap &values, const QVariantMap &seen, const QVarian
     });
 }
 
-/// Runs a short body in a transaction and tells when it fails.
-bool write(QWidget *parent, const std::function<bool()> &body)
+/// Whether an entry holds already what is to be written, as far as the database keeps it.
+bool isWritten(const Dictionary &dictionary, const QVariantMap &values, const QVariantMap &now)
 {
-    const TransactionResult result = runInTransaction(parent, mainConnection, [&body] {
-        return body() ? TransactionStep::Commit : TransactionStep::Fail;
+    const QList<DictionaryField> fields = writtenFields(dictionary, values, false);
+    return std::all_of(fields.begin(), fields.end(), [&](const DictionaryField &field) {
+        return field.kind == FieldKind::Time ||
+               valueText(field, values.value(field.column), true) ==
+                   valueText(field, now.value(field.column), true);
     });
+}
+
+/// Runs a short body in a transaction and tells when it fails. inDoubt: see TransactionOptions.
+bool write(QWidget *parent, const std::function<TransactionStep()> &body, bool *inDoubt = nullptr)
+{
+    const TransactionResult result =
+        runInTransaction(parent, mainConnection, body, {.inDoubt = inDoubt});
     if (result.state == TransactionState::Unknown)
         showFailure(parent,
                     DictionaryStore::tr("Связь с базой данных прервалась во время записи. "
@@ -183,45 +188,68 @@ std::optional<qulonglong> insertEntry(QWidget *parent, const Dictionary &diction
                                       const QVariantMap &values)
 {
     std::optional<qulonglong> id;
+    bool inDoubt = false;
     const auto insert = [&] {
+        QList<SqlRow> rows;
+        // A former try whose COMMIT got no answer has left its row behind, or it has not.
+        if (inDoubt &&
+            !readLockedTable(dictionary.table, entryQuery(dictionary, id.value_or(0)), rows))
+            return TransactionStep::Fail;
+        if (!rows.isEmpty() &&
+            isWritten(dictionary, values, named(readColumns(dictionary), rows.first())))
+            return TransactionStep::Done;
+        inDoubt = false;
         QSqlQuery query;
         if (!QueryExec(nullptr, insertText(dictionary, values), query))
-            return false;
+            return TransactionStep::Fail;
         id = query.lastInsertId().toULongLong();
-        return true;
+        return TransactionStep::Commit;
     };
-    return write(parent, insert) ? id : std::nullopt;
+    return write(parent, insert, &inDoubt) ? id : std::nullopt;
 }
 
 EntryState updateEntry(QWidget *parent, const Dictionary &dictionary, qulonglong id,
                        const QVariantMap &values, QVariantMap &seen)
 {
     EntryState state = EntryState::Failed;
+    QVariantMap now;
+    bool inDoubt = false;
     const auto update = [&] {
         QList<SqlRow> rows;
         if (!readLockedRows(dictionary.table, entryQuery(dictionary, id), rows))
-            return false;
+            return TransactionStep::Fail;
         state = EntryState::Gone;
         if (rows.isEmpty())
-            return true;
-        const QVariantMap now = named(readColumns(dictionary), rows.first());
-        state = isChanged(values, seen, now) ? EntryState::Changed : EntryState::Written;
-        if (state == EntryState::Changed)
-            seen = now;
-        return state == EntryState::Changed ||
-               QueryExec(nullptr, updateText(dictionary, id, values));
+            return TransactionStep::Done;
+        now = named(readColumns(dictionary), rows.first());
+        state = EntryState::Written;
+        if (isChanged(values, seen, now)) {
+            // By a former save of this entry, perhaps, whose COMMIT got no answer.
+            if (!isWritten(dictionary, values, now))
+                state = EntryState::Changed;
+            return TransactionStep::Done;
+        }
+        inDoubt = false;
+        return QueryExec(nullptr, updateText(dictionary, id, values)) ? TransactionStep::Commit
+                                                                      : TransactionStep::Fail;
     };
-    return write(parent, update) ? state : EntryState::Failed;
+    if (!write(parent, update, &inDoubt))
+        return EntryState::Failed;
+    if (state == EntryState::Changed)
+        seen = now;
+    return state;
 }
 
 bool deleteEntries(QWidget *parent, const Dictionary &dictionary, const QList<qulonglong> &ids)
 {
     return write(parent, [&] {
-        return std::all_of(ids.begin(), ids.end(), [&](qulonglong id) {
+        for (const qulonglong id : ids) {
             const QStringList statements = deleteTexts(dictionary, id);
-            return std::all_of(statements.begin(), statements.end(), [](const QString &statement) {
-                return QueryExec(nullptr, statement);
-            });
-        });
+            for (const QString &statement : statements) {
+                if (!QueryExec(nullptr, statement))
+                    return TransactionStep::Fail;
+            }
+        }
+        return TransactionStep::Commit;
     });
 }

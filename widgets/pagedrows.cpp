@@ -115,7 +115,7 @@ bool PagedRows::readStretch(QWidget *parent, qsizetype rows, bool withValues, Ba
         if (!m_position.nulls)
             m_position.text = read.last().at(withValues ? m_orderColumn : 1).toString();
         // A text that cannot be written down in SQL as it is leads nowhere.
-        m_atEnd = rows == 1 && former == m_position.id;
+        m_atEnd = former == m_position.id;
     }
     if (read.size() == rows)
         return true;
@@ -148,8 +148,9 @@ bool PagedRows::findMarks(QWidget *parent)
         return false;
     m_marks.emplace();
     for (const SqlRow &row : std::as_const(rows)) {
-        if (!ids.isEmpty())
-            *m_marks += row.first().toString();
+        const QString text = row.first().toString();
+        if (!ids.isEmpty() && !text.contains(QChar::ReplacementCharacter))
+            *m_marks += text;
     }
     return true;
 }

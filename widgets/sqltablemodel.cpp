@@ -12,9 +12,10 @@
 namespace {
 
 constexpr qsizetype pageRows = 200;
-constexpr qsizetype keysRows = 20'000; ///< read at once when only their ids are wanted
-constexpr int patienceMs = 60;         ///< before the window gets its turn
-constexpr int pauseMs = 3000;          ///< between two tries of a page that cannot be read
+constexpr qsizetype keysRows = 20'000;  ///< read at once when only their ids are wanted
+constexpr int patienceMs = 60;          ///< before the window gets its turn
+constexpr int pauseMs = 3000;           ///< between two tries of a page that cannot be read
+constexpr int mostLookedThrough = 2000; ///< rows further down in which a row is looked for
 
 } // namespace
 
@@ -84,18 +85,20 @@ bool SqlTableModel::selectPages(QWidget *parent, const PagedSelect &list, qsizet
                                 const QString &connectionName)
 {
     auto pages = std::make_unique<PagedRows>(list, m_columns, connectionName);
-    const QDeadlineTimer time =
-        atLeast > 0 ? QDeadlineTimer(QDeadlineTimer::Forever) : QDeadlineTimer(patienceMs);
+    const QDeadlineTimer patience(patienceMs);
     // Deep in the list the ids down there will do: values are read of the rows that are looked at.
     const bool withValues = atLeast <= 10 * pageRows;
     const qsizetype wanted = std::max(atLeast, pageRows);
     do {
         PagedRows::Batch batch;
-        const qsizetype rows = std::min(wanted - pages->count(), keysRows);
-        if (!pages->read(parent, rows, withValues, time, batch))
+        const bool needed = pages->count() < atLeast;
+        const qsizetype rows = std::min((needed ? atLeast : wanted) - pages->count(), keysRows);
+        if (!pages->read(parent, rows, withValues,
+                         needed ? QDeadlineTimer(QDeadlineTimer::Forever) : patience, batch))
             return false;
         pages->add(batch);
-    } while (!time.hasExpired() && !pages->isAtEnd() && pages->count() < wanted);
+    } while (!pages->isAtEnd() &&
+             (pages->count() < atLeast || (pages->count() < wanted && !patience.hasExpired())));
 
     beginResetModel();
     m_values.clear();
@@ -126,14 +129,28 @@ int SqlTableModel::findRow(qulonglong id)
     int row = rowOfId(id);
     if (row >= 0 || !m_pages || !m_pages->leadsTo(nullptr, id).value_or(false))
         return row;
-    bool done = true;
-    while (done && row < 0 && !m_pages->isAtEnd()) {
-        PagedRows::Batch batch;
-        done = m_pages->read(nullptr, keysRows, false, QDeadlineTimer::Forever, batch);
-        append(batch);
+    const int farthest = m_rows + mostLookedThrough;
+    while (row < 0 && m_rows < farthest && readKeys(pageRows))
         row = rowOfId(id);
-    }
     return row;
+}
+
+bool SqlTableModel::readAll()
+{
+    while (readKeys(keysRows)) {
+    }
+    return !m_pages || m_pages->isAtEnd();
+}
+
+/// Reads on without values, which are read where somebody looks. False at the end and on failure.
+bool SqlTableModel::readKeys(qsizetype rows)
+{
+    if (!m_pages || m_pages->isAtEnd())
+        return false;
+    PagedRows::Batch batch;
+    const bool done = m_pages->read(nullptr, rows, false, QDeadlineTimer::Forever, batch);
+    append(batch);
+    return done;
 }
 
 bool SqlTableModel::canFetchMore(const QModelIndex &parent) const

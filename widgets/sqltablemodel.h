@@ -61,9 +61,12 @@ public:
     /// The first row whose value in the column is this id, or -1.
     int rowOfId(qulonglong id, const QString &key = QStringLiteral("id")) const;
 
-    /// The row with that id, read on to when it stands further down in a long list; -1 when there
-    /// is none.
+    /// The row with that id, read on to when it stands somewhat further down in a long list; -1
+    /// when there is none.
     int findRow(qulonglong id);
+
+    /// Reads a long list to its end, for who wants all of it. False on failure, which is not told.
+    bool readAll();
 
     bool canFetchMore(const QModelIndex &parent) const override;
     void fetchMore(const QModelIndex &parent) override;
@@ -75,6 +78,7 @@ public:
 
 private:
     void readOn();
+    bool readKeys(qsizetype rows);
     void append(const PagedRows::Batch &batch);
     ColumnKind kindOf(int column) const;
     QString displayText(int row, int column) const;

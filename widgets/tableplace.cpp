@@ -21,6 +21,7 @@ TablePlace::TablePlace(QTableView *view, SqlTableModel *model)
         m_column = current.column();
         m_id = model->idOf(m_row);
         m_lastRow = std::max(m_lastRow, m_row);
+        m_inSight = view->viewport()->rect().intersects(view->visualRect(current));
     }
     const QModelIndexList selected = view->selectionModel()->selectedRows();
     for (const QModelIndex &index : selected) {
@@ -37,15 +38,19 @@ qsizetype TablePlace::rows() const
 void TablePlace::restore() const
 {
     const bool otherList = m_list != m_model->list();
+    int scroll = otherList ? 0 : m_verticalScroll;
     if (m_row >= 0 && m_model->rowCount() > 0) {
         int row = otherList ? m_model->rowOfId(m_id) : m_model->findRow(m_id);
+        // A row that was in sight stays there, whatever came or went above it.
+        if (row >= 0 && !otherList && m_inSight)
+            scroll += row - m_row;
         if (row < 0 && !otherList)
             row = std::min(m_row, m_model->rowCount() - 1);
         m_view->selectionModel()->setCurrentIndex(m_model->index(row, m_column),
                                                   QItemSelectionModel::NoUpdate);
         select();
     }
-    m_view->verticalScrollBar()->setValue(otherList ? 0 : m_verticalScroll);
+    m_view->verticalScrollBar()->setValue(scroll);
     m_view->horizontalScrollBar()->setValue(m_horizontalScroll);
 }
 

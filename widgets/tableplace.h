@@ -26,6 +26,7 @@ private:
     int m_row = -1;
     int m_lastRow = -1; ///< visible, current or selected
     int m_column = 0;
+    bool m_inSight = false; ///< the current row
     qulonglong m_id = 0;
     QList<qulonglong> m_selectedIds;
     int m_verticalScroll = 0;

@@ -1,13 +1,12 @@
 // The goods of the demonstration: whoever scans them must find them, whatever their names hold.
 #include "app/demo/demoshop.h"
 #include "catalogue/barcode.h"
-#include "tests/support/datatable.h"
 #include "tests/support/files.h"
 #include "tests/support/scratchdatabase.h"
 #include "tests/support/shop.h"
 #include "tests/support/testhome.h"
 
-#include <QTemporaryDir>
+#include <QTest>
 
 class TestDemoShop : public QObject
 {
@@ -22,7 +21,6 @@ private slots:
         QString error;
         QVERIFY2(fillDemoShop(goods, mainConnection, &error), qPrintable(error));
         const QString count = QString::number(readFile(goods).count('\n') - 1);
-        QCOMPARE(database.client("SELECT COUNT(*) FROM warehouse;"), count);
         QVERIFY(fillDemoShop(goods, mainConnection));
         QCOMPARE(database.client("SELECT COUNT(*) FROM warehouse;"), count);
 
@@ -33,7 +31,6 @@ private slots:
                                  "WHERE c.code='2100900000105' AND c.packquantity=12;"),
                  "Крупа гречневая ядрица «Полянка» 800 г\tшт\tКрупы\tБакалея\t62.4\t14.0");
         const QStringList codes = database.client("SELECT code FROM codes;").split(u'\n');
-        QVERIFY(codes.size() >= count.toInt());
         for (const QString &code : codes) {
             QVERIFY2(isInternalCode(code), qPrintable(code));
             QCOMPARE(code.back().digitValue(), ean13CheckDigit(code));
@@ -41,30 +38,23 @@ private slots:
         QCOMPARE(QSet<QString>(codes.begin(), codes.end()).size(), codes.size());
     }
 
-    void brokenTable_leavesNothingBehind_data()
-    {
-        const QByteArray good = "А-1\tТовар\tГруппа\tМарка\tшт\t1\t0\t2\t3\t2000000000008\n";
-        addColumns<QByteArray>("second");
-        addRow("a column too few", good.mid(good.indexOf('\t') + 1));
-        addRow("a unit that is not there", QByteArray(good).replace("шт", "пуд"));
-        addRow("no group", QByteArray(good).replace("Группа", ""));
-    }
-
     void brokenTable_leavesNothingBehind()
     {
-        QFETCH(QByteArray, second);
-        QTemporaryDir directory;
-        const QString path = directory.filePath("goods.tsv");
-        writeFile(path,
-                  "header\nА-0\tПервый\tГруппа\tМарка\tшт\t1\t0\t2\t3\t2000000000015\n" + second);
-        ScratchDatabase database(Dialect::Sqlite);
-        QVERIFY(database.open() && shop::create());
-        QString error;
-        QVERIFY(!fillDemoShop(path, mainConnection, &error));
-        QVERIFY2(error.contains("goods.tsv:3:"), qPrintable(error));
-        QCOMPARE(database.client("SELECT (SELECT COUNT(*) FROM warehouse) + "
-                                 "(SELECT COUNT(*) FROM codes) + (SELECT COUNT(*) FROM `groups`);"),
-                 "0");
+        const QByteArray good = "А-1\tТовар\tГруппа\tМарка\tшт\t1\t0\t2\t3\t2000000000008\n";
+        for (const QByteArray &second :
+             {good.mid(good.indexOf('\t') + 1), QByteArray(good).replace("шт", "пуд"),
+              QByteArray(good).replace("Группа", "")}) {
+            const QString path = m_home.path() + "/goods.tsv";
+            writeFile(path, "header\n" + QByteArray(good).replace("008", "015") + second);
+            ScratchDatabase database(Dialect::Sqlite);
+            QVERIFY(database.open() && shop::create());
+            QString error;
+            QVERIFY(!fillDemoShop(path, mainConnection, &error));
+            QVERIFY2(error.contains("goods.tsv:3:"), qPrintable(error));
+            QCOMPARE(database.client("SELECT id FROM warehouse UNION SELECT id FROM codes UNION "
+                                     "SELECT id FROM `groups`;"),
+                     "");
+        }
     }
 
 private:

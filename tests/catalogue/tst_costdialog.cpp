@@ -9,7 +9,7 @@
 #include <QRadioButton>
 #include <QTableWidget>
 
-class TestCostDialog : public WindowTest
+class TestCostDialog : public DialogTest
 {
     Q_OBJECT
 

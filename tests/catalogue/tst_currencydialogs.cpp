@@ -28,7 +28,7 @@ void typeValue(const QDialog &dialog, const char *text)
 
 } // namespace
 
-class TestCurrencyDialogs : public WindowTest
+class TestCurrencyDialogs : public DialogTest
 {
     Q_OBJECT
 

@@ -1,6 +1,5 @@
 #include "ledger.h"
 
-#include <QSet>
 #include <QTextStream>
 
 #include <algorithm>
@@ -17,6 +16,8 @@ QString trigger(Dialect dialect, const QString &event, const QString &row, const
            (dialect == Dialect::Sqlite ? "BEGIN " + action + " END;" : action);
 }
 
+using Numbers = QMap<qulonglong, double>;
+
 struct Line
 {
     int added = 0;
@@ -24,6 +25,7 @@ struct Line
     qulonglong product = 0;
     double units = 0;
     double removedUnits = 0;
+    QList<double> deletions; ///< as the workstations were told: the units shown
 };
 
 /// What the receipts must hold of a line.
@@ -39,68 +41,31 @@ QString said(const Parts &...parts)
     return text;
 }
 
-} // namespace
-
-Ledger::Ledger(Dialect dialect, Client client)
-    : m_dialect(dialect),
-      m_client(std::move(client))
-{
-}
-
-void Ledger::open()
-{
-    const QString key = m_dialect == Dialect::Sqlite  ? "INTEGER PRIMARY KEY AUTOINCREMENT"
-                        : m_dialect == Dialect::MySql ? "INTEGER PRIMARY KEY AUTO_INCREMENT"
-                                                      : "SERIAL PRIMARY KEY";
-    m_client("CREATE TABLE linehistory(id " + key +
-             ", event VARCHAR(10), lineid INTEGER, wareid INTEGER, units DOUBLE PRECISION);");
-    if (m_dialect == Dialect::PostgreSql) {
-        m_client("CREATE FUNCTION history() RETURNS trigger LANGUAGE plpgsql AS $$ BEGIN "
-                 "INSERT INTO linehistory(event,lineid,wareid,units) VALUES(TG_OP,"
-                 "CASE WHEN TG_OP='INSERT' THEN NEW.id ELSE OLD.id END,"
-                 "CASE WHEN TG_OP='INSERT' THEN NEW.wareid ELSE OLD.wareid END,"
-                 "CASE TG_OP WHEN 'INSERT' THEN NEW.quantity WHEN 'DELETE' THEN OLD.quantity "
-                 "ELSE NEW.quantity-OLD.quantity END); RETURN NULL; END $$;"
-                 "CREATE TRIGGER history AFTER INSERT OR UPDATE OR DELETE ON incomeinvoice "
-                 "FOR EACH ROW EXECUTE FUNCTION history();");
-    } else {
-        m_client(trigger(m_dialect, "INSERT", "NEW", "NEW.quantity"));
-        m_client(trigger(m_dialect, "UPDATE", "NEW", "NEW.quantity-OLD.quantity"));
-        m_client(trigger(m_dialect, "DELETE", "OLD", "OLD.quantity"));
-    }
-    m_stockBefore = numbers("SELECT id,quantity FROM warehouse ORDER BY id;");
-}
-
-QList<QStringList> Ledger::rows(const QString &statement) const
+QList<QStringList> rowsOf(const Ledger::Client &client, const QString &statement)
 {
     QList<QStringList> result;
-    const QStringList lines = m_client(statement).split('\n', Qt::SkipEmptyParts);
-    for (const QString &line : lines)
+    for (const QString &line : client(statement).split('\n', Qt::SkipEmptyParts))
         result += line.split('\t');
     return result;
 }
 
-/// The numbers of each id, added up.
-Ledger::Numbers Ledger::numbers(const QString &statement) const
+/// Of rows of an id and a number: the numbers of each id, added up.
+Numbers numbersOf(const Ledger::Client &client, const QString &statement)
 {
     Numbers result;
-    for (const QStringList &row : rows(statement))
+    for (const QStringList &row : rowsOf(client, statement))
         result[row.at(0).toULongLong()] += row.at(1).toDouble();
     return result;
 }
 
-QStringList Ledger::complaints(const QList<WorkstationJournal> &journals) const
-{
-    return checkLines(journals) + checkReceipts(journals) + checkStock();
-}
-
 /// Every line ends once, and the units in the lines are those that the workstations have entered.
-QStringList Ledger::checkLines(const QList<WorkstationJournal> &journals) const
+QStringList checkLines(const Ledger::Client &client, const QList<WorkstationJournal> &journals)
 {
     QStringList found;
     QMap<qulonglong, Line> lines;
     Numbers units;
-    for (const QStringList &row : rows("SELECT event,lineid,wareid,units FROM linehistory;")) {
+    for (const QStringList &row :
+         rowsOf(client, "SELECT event,lineid,wareid,units FROM linehistory;")) {
         Line &line = lines[row.at(1).toULongLong()];
         line.product = row.at(2).toULongLong();
         line.added += row.at(0) == "INSERT";
@@ -110,17 +75,9 @@ QStringList Ledger::checkLines(const QList<WorkstationJournal> &journals) const
             units[line.product] += row.at(3).toDouble();
     }
     Numbers entered;
-    QSet<qulonglong> deleted;
     for (const WorkstationJournal &journal : journals) {
-        for (const WorkstationJournal::Deletion &deletion : journal.deletions) {
-            if (deleted.contains(deletion.line))
-                found += said("line", deletion.line, "was deleted twice");
-            deleted += deletion.line;
-            const double gone = lines.value(deletion.line).removedUnits;
-            if (gone != deletion.units)
-                found += said("line", deletion.line, ":", deletion.units,
-                              "units were to be deleted,", gone, "went away");
-        }
+        for (const auto &[line, shown] : journal.deletions)
+            lines[line].deletions += shown;
         for (auto it = journal.units.cbegin(); it != journal.units.cend(); ++it)
             entered[it.key()] += it.value();
     }
@@ -130,7 +87,7 @@ QStringList Ledger::checkLines(const QList<WorkstationJournal> &journals) const
                           units.value(product), "in the lines");
     }
 
-    const Numbers listed = numbers("SELECT id,quantity FROM incomeinvoice;");
+    const Numbers listed = numbersOf(client, "SELECT id,quantity FROM incomeinvoice;");
     QList<Posted> posted;
     for (auto it = lines.cbegin(); it != lines.cend(); ++it) {
         const Line &line = it.value();
@@ -139,13 +96,16 @@ QStringList Ledger::checkLines(const QList<WorkstationJournal> &journals) const
             line.units != (inList ? listed.value(it.key()) : line.removedUnits))
             found += said("line", it.key(), "added", line.added, "times, removed", line.removed,
                           "times,", line.units, "units,", line.removedUnits, "removed");
-        if (deleted.contains(it.key()) && line.removed == 0)
-            found += said("line", it.key(), "was deleted and is still there");
-        if (line.removed > 0 && !deleted.contains(it.key()))
+        if (!line.deletions.isEmpty() &&
+            line.deletions != QList<double>(line.removed, line.removedUnits))
+            found += said("line", it.key(), "was deleted", line.deletions.size(), "times, with",
+                          line.deletions.first(), "units shown; removed", line.removed,
+                          "times, with", line.removedUnits);
+        else if (line.removed > 0 && line.deletions.isEmpty())
             posted += {line.product, line.removedUnits};
     }
     QList<Posted> received;
-    for (const QStringList &row : rows("SELECT wareid,quantity FROM income;"))
+    for (const QStringList &row : rowsOf(client, "SELECT wareid,quantity FROM income;"))
         received += {row.at(0).toULongLong(), row.at(1).toDouble()};
     std::sort(posted.begin(), posted.end());
     std::sort(received.begin(), received.end());
@@ -156,38 +116,69 @@ QStringList Ledger::checkLines(const QList<WorkstationJournal> &journals) const
 }
 
 /// Every receipt is one that a workstation was told of, under a number of its own.
-QStringList Ledger::checkReceipts(const QList<WorkstationJournal> &journals) const
+QStringList checkReceipts(const Ledger::Client &client, const QList<WorkstationJournal> &journals)
 {
     QStringList found;
     Numbers told; // lines
     for (const WorkstationJournal &journal : journals) {
-        for (const WorkstationJournal::Receipt &receipt : journal.receipts) {
-            if (told.contains(receipt.id))
-                found += said("two stations have posted receipt", receipt.id);
-            told.insert(receipt.id, receipt.lines);
+        for (const auto &[receipt, receiptLines] : journal.receipts) {
+            if (told.contains(receipt))
+                found += said("two stations have posted receipt", receipt);
+            told.insert(receipt, receiptLines);
         }
     }
-    const Numbers kept = numbers("SELECT reportid,1 FROM income;");
-    const Numbers sums = numbers("SELECT reportid,quantity*incost FROM income;");
+    const Numbers kept = numbersOf(client, "SELECT reportid,1 FROM income;");
+    const Numbers sums = numbersOf(client, "SELECT reportid,quantity*incost FROM income;");
     if (kept != told)
         found += said(told.size(), "receipts told,", kept.size(), "or others kept");
-    const Numbers totals = numbers("SELECT id,total FROM incomereports;");
+    const Numbers totals = numbersOf(client, "SELECT id,total FROM incomereports;");
     if (totals != sums)
         found += said("the totals of", totals.size(), "receipts differ from their lines");
     return found;
 }
 
-QStringList Ledger::checkStock() const
+QStringList checkStock(const Ledger::Client &client, Numbers stock)
 {
     QStringList found;
-    Numbers stock = m_stockBefore;
-    const Numbers came = numbers("SELECT wareid,quantity FROM income;");
-    for (auto it = came.cbegin(); it != came.cend(); ++it)
-        stock[it.key()] += it.value();
-    for (const QStringList &row : rows("SELECT id,quantity FROM warehouse;")) {
-        if (stock.value(row.at(0).toULongLong()) != row.at(1).toDouble())
-            found += said("stock of product", row.join(": "), "but the receipts ask for",
-                          stock.value(row.at(0).toULongLong()));
+    for (const QStringList &row : rowsOf(client, "SELECT wareid,quantity FROM income;"))
+        stock[row.at(0).toULongLong()] += row.at(1).toDouble();
+    for (const QStringList &row : rowsOf(client, "SELECT id,quantity FROM warehouse;")) {
+        const double due = stock.value(row.at(0).toULongLong());
+        if (due != row.at(1).toDouble())
+            found += said("stock of product", row.join(": "), "but the receipts ask for", due);
     }
     return found;
+}
+
+} // namespace
+
+Ledger::Ledger(Dialect dialect, Client client)
+    : m_client(std::move(client))
+{
+    const QString key = dialect == Dialect::Sqlite  ? "INTEGER PRIMARY KEY AUTOINCREMENT"
+                        : dialect == Dialect::MySql ? "INTEGER PRIMARY KEY AUTO_INCREMENT"
+                                                    : "SERIAL PRIMARY KEY";
+    m_client("CREATE TABLE linehistory(id " + key +
+             ", event VARCHAR(10), lineid INTEGER, wareid INTEGER, units DOUBLE PRECISION);");
+    if (dialect == Dialect::PostgreSql) {
+        m_client("CREATE FUNCTION history() RETURNS trigger LANGUAGE plpgsql AS $$ BEGIN "
+                 "INSERT INTO linehistory(event,lineid,wareid,units) VALUES(TG_OP,"
+                 "CASE WHEN TG_OP='INSERT' THEN NEW.id ELSE OLD.id END,"
+                 "CASE WHEN TG_OP='INSERT' THEN NEW.wareid ELSE OLD.wareid END,"
+                 "CASE TG_OP WHEN 'INSERT' THEN NEW.quantity WHEN 'DELETE' THEN OLD.quantity "
+                 "ELSE NEW.quantity-OLD.quantity END); RETURN NULL; END $$;"
+                 "CREATE TRIGGER history AFTER INSERT OR UPDATE OR DELETE ON incomeinvoice "
+                 "FOR EACH ROW EXECUTE FUNCTION history();");
+    } else {
+        m_client(trigger(dialect, "INSERT", "NEW", "NEW.quantity"));
+        m_client(trigger(dialect, "UPDATE", "NEW", "NEW.quantity-OLD.quantity"));
+        m_client(trigger(dialect, "DELETE", "OLD", "OLD.quantity"));
+    }
+    m_stockBefore = numbersOf(m_client, "SELECT id,quantity FROM warehouse ORDER BY id;");
+}
+
+QStringList Ledger::complaints(const QList<WorkstationJournal> &journals) const
+{
+    return checkLines(m_client, journals) + checkReceipts(m_client, journals) +
+           checkStock(m_client, m_stockBefore);
 }

@@ -43,14 +43,12 @@ private slots:
         row("blanks and controls", QString(" \t\r\n") + QChar(0x1D) + QChar(0xFEFF),
             CodeKind::Nothing);
         row("zero", "000", CodeKind::Nothing);
-        row("letters", "abc", CodeKind::Nothing);
         row("sign", "-11", CodeKind::Nothing);
         row("fraction", "1,1", CodeKind::Nothing);
         row("signs of the typewriter", "№-/", CodeKind::Nothing);
         row("id", " 0011 ", CodeKind::Product, 11);
         row("foreign digits", "١١", CodeKind::Product, 11);
         row("id of no product", "99", CodeKind::NotFound);
-        row("longest id", "9999999", CodeKind::NotFound);
         row("eight digits are a code", "00000011", CodeKind::NotFound);
         row("id too large", "4294967296", CodeKind::NotFound);
         row("barcode", "4006381333931", CodeKind::Product, 11);
@@ -96,7 +94,6 @@ private slots:
         addRow("in-store code", "2000000000008", true, false);
         addRow("in-store code, typewriter", "-%%%%%%%%%%%_", true, false);
         addRow("id", "99", true, false);
-        addRow("nothing", "abc", true, false);
     }
 
     void referenceQuestion_isAskedWhereItHelps()
@@ -152,10 +149,8 @@ private slots:
 
     void failedStatement_isReported()
     {
-        QVERIFY(QueryExec(nullptr, "ALTER TABLE codes RENAME TO lost;"));
-        QTest::ignoreMessage(QtWarningMsg, QRegularExpression("^Ошибка SQL:"));
+        breakStatements("SELECT");
         QCOMPARE(lookUpCode(nullptr, "4006381333931").kind, CodeKind::Failed);
-        QVERIFY(QueryExec(nullptr, "ALTER TABLE lost RENAME TO codes;"));
     }
 
 private:

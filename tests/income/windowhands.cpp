@@ -73,7 +73,7 @@ void WindowHands::logIn()
 void WindowHands::accept(const QString &quantity)
 {
     steps.add("QuantityRestDialog", [this, quantity](QDialog *dialog) {
-        wait(1000);
+        m_now += 1000;
         auto *field = child<QAbstractSpinBox>(*dialog, "quantityDoubleSpinBox");
         field->setFocus();
         if (!quantity.isEmpty()) {
@@ -86,7 +86,7 @@ void WindowHands::accept(const QString &quantity)
 
 void WindowHands::scan(const QWidget &window, const QString &code)
 {
-    wait(1000);
+    m_now += 1000;
     auto *field = child<QLineEdit>(window, "codeLineEdit");
     field->setFocus();
     QTest::keyClicks(field, code);
@@ -95,14 +95,14 @@ void WindowHands::scan(const QWidget &window, const QString &code)
 
 void WindowHands::press(const QString &keys, int gap, int returns)
 {
-    wait(1000);
+    m_now += 1000;
     for (const QChar c : keys) {
         QTest::keyClick(placeOfKeys(), c.toLatin1());
-        wait(gap);
+        m_now += gap;
     }
     for (; returns > 0; --returns) {
         QTest::keyClick(placeOfKeys(), Qt::Key_Return);
-        wait(gap);
+        m_now += gap;
     }
 }
 

@@ -37,12 +37,6 @@ public:
     /// Keys to whatever has the focus, so many ms apart, and so many Returns behind them.
     void press(const QString &keys, int gap = 0, int returns = 1);
 
-    /// Lets time pass for whoever tells scans from typed keys.
-    void wait(int ms)
-    {
-        m_now += ms;
-    }
-
     DialogSteps steps;
     QString sounds; ///< "+" for each found, "-" for each not found
 

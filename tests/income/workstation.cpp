@@ -8,6 +8,7 @@
 #include "income/linedeletion.h"
 #include "income/posting.h"
 #include "income/receiptline.h"
+#include "tests/support/scratchdatabase.h"
 
 #include <QElapsedTimer>
 #include <QFile>
@@ -222,30 +223,16 @@ private:
 
 QStringList WorkstationOrder::arguments() const
 {
-    return {workstationMode,
-            QString::number(number),
-            QString::number(seed),
-            QString::number(rounds),
-            QString::number(seconds),
-            journal,
-            entry.dbtype,
-            entry.dbhostname,
-            entry.dbusername,
-            entry.dbpassword,
-            entry.databasename};
+    return QStringList{workstationMode,         QString::number(number),  QString::number(seed),
+                       QString::number(rounds), QString::number(seconds), journal} +
+           argumentsOf(entry);
 }
 
 WorkstationOrder WorkstationOrder::fromArguments(const QStringList &arguments)
 {
     const QStringList values = arguments.mid(arguments.indexOf(workstationMode) + 1);
-    const ConnectionEntry entry{.name = "workstation",
-                                .dbtype = values.value(5),
-                                .dbhostname = values.value(6),
-                                .dbusername = values.value(7),
-                                .dbpassword = values.value(8),
-                                .databasename = values.value(9)};
     return {values.value(0).toInt(), values.value(1).toUInt(), values.value(2).toInt(),
-            values.value(3).toInt(), values.value(4),          entry};
+            values.value(3).toInt(), values.value(4),          entryOf(values.mid(5))};
 }
 
 int runWorkstation(const WorkstationOrder &order)

@@ -34,24 +34,13 @@ int runWorkstation(const WorkstationOrder &order);
 /// What a workstation was told by the program, and has acted upon.
 struct WorkstationJournal
 {
-    struct Receipt
-    {
-        qulonglong id;
-        int lines;
-    };
-
-    struct Deletion
-    {
-        qulonglong line;
-        double units; ///< that the line had when it was shown
-    };
-
     int actions = 0;
     QMap<qulonglong, double>
         units; ///< that the program took in for a product, less those taken out
-    QList<Deletion> deletions;
-    QList<Receipt> receipts;
-    QStringList refusals; ///< texts of the program
+    /// Lines, and the units that each had when it was shown.
+    QList<QPair<qulonglong, double>> deletions;
+    QList<QPair<qulonglong, int>> receipts; ///< with their lines
+    QStringList refusals;                   ///< texts of the program
     bool finished = false;
 
     static WorkstationJournal read(const QString &path);

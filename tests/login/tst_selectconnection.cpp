@@ -5,11 +5,11 @@
 #include "db/session.h"
 #include "login/connectiondialog.h"
 #include "login/connectionrules.h"
+#include "login/euladialog.h"
 #include "login/loginsequence.h"
 #include "login/passworddialog.h"
 #include "login/selectconnectiondialog.h"
 #include "login/userpasswordsdialog.h"
-#include "tests/support/datatable.h"
 #include "tests/support/dialogsteps.h"
 #include "tests/support/files.h"
 #include "tests/support/queuedboxes.h"
@@ -22,30 +22,12 @@ namespace {
 
 const QString strangeName = "Склад <b>%1</b> & 'Юг' \"2\" %2 \\";
 
-using Member = QString ConnectionEntry::*;
-
-QStringList texts(const QListWidget *list)
-{
-    QStringList all;
-    for (int row = 0; row < list->count(); ++row)
-        all += list->item(row)->text();
-    return all;
-}
-
 ConnectionEntry sqliteEntry(const QString &name, const QString &file)
 {
     return {.name = name, .dbtype = "sqlite", .databasename = file};
 }
 
-ConnectionEntry serverEntry(const QString &dbtype)
-{
-    return {.name = "A",
-            .dbtype = dbtype,
-            .dbhostname = "db",
-            .dbusername = "shop",
-            .dbpassword = "secret",
-            .databasename = "lavkor"};
-}
+const ConnectionEntry serverEntry = {"A", "mysql", "db:65535", "shop", "secret", "lavkor"};
 
 /// Runs statements on an SQLite file with its own client.
 QString client(const ConnectionEntry &entry, const QString &statements)
@@ -53,13 +35,11 @@ QString client(const ConnectionEntry &entry, const QString &statements)
     return TestServers::instance().client(Dialect::Sqlite, databaseFilePath(entry), statements);
 }
 
-/// Logs in; who has no password yet gets this one.
-LoginStep logIn(const ConnectionEntry &entry, const QString &login, const QString &password,
-                const std::optional<QString> &newPassword = {})
+/// Logs in; who has no password yet gets "secret".
+LoginStep logIn(const ConnectionEntry &entry, const QString &login, const QString &password = {})
 {
     QWidget window;
-    return runLogin(&window, {entry, login, password},
-                    [&newPassword](const QString &) { return newPassword; });
+    return runLogin(&window, {entry, login, password}, [](const QString &) { return "secret"; });
 }
 
 /// Copies a database that is made once, with the password "secret" for its administrator, and runs
@@ -69,7 +49,7 @@ bool copyDatabase(const ConnectionEntry &entry, const QString &statements = {})
     static const QTemporaryDir directory;
     static const ConnectionEntry original =
         sqliteEntry("original", directory.filePath("original.sqlite"));
-    static const bool made = logIn(original, "admin", {}, "secret") == LoginStep::Done;
+    static const bool made = logIn(original, "admin") == LoginStep::Done;
     removeConnection(mainConnection);
     Session::instance().reset();
     return made && ensureConfigDir() &&
@@ -104,25 +84,30 @@ private slots:
         m_home.reset();
     }
 
-    void cleanupTestCase()
+    void licence_isAcceptedOnce()
     {
-        Settings::instance().reset();
+        qunsetenv("XDG_CONFIG_HOME");
+        // Neither a scan accepts nor Return on the other button.
+        m_steps->whenOpen<EulaDialog>([](EulaDialog &dialog) {
+            QTest::keyClicks(dialog.focusWidget(), "4600051000057\r");
+            QVERIFY(dialog.isVisible());
+            child<QPushButton>(dialog, "declinePushButton")->setFocus();
+            QTest::keyClick(dialog.focusWidget(), Qt::Key_Return);
+            QVERIFY(dialog.isHidden());
+        });
+        QVERIFY(!acceptEula(nullptr));
+        m_steps->whenOpen<EulaDialog>(
+            [](EulaDialog &dialog) { click(dialog, "acceptPushButton"); });
+        QVERIFY(acceptEula(nullptr));
+        QVERIFY(acceptEula(nullptr)); // a second dialog would be stuck
     }
 
     void firstStart_needsOnlyOkAndANewPassword()
     {
         SelectConnectionDialog dialog;
         dialog.show();
-        const auto *list = child<QListWidget>(dialog, "connectionListWidget");
-        const auto *friendList = child<QListWidget>(dialog, "friendConnectionListWidget");
-        QCOMPARE(texts(list), QStringList{"Локальная база"});
-        QCOMPARE(texts(friendList), (QStringList{"нет", "Локальная база"}));
-        QCOMPARE(dialog.connectionName(), "Локальная база");
-        QCOMPARE(dialog.friendConnectionName(), QString());
-        QCOMPARE(child<QLineEdit>(dialog, "loginLineEdit")->text(), "admin");
         auto *password = child<QLineEdit>(dialog, "passwordLineEdit");
         QCOMPARE(dialog.focusWidget(), password);
-        QCOMPARE(password->echoMode(), QLineEdit::Password);
 
         // The password may be put off.
         m_steps->whenOpen<PasswordDialog>([](PasswordDialog &) {});
@@ -135,81 +120,43 @@ private slots:
         m_steps->whenOpen<PasswordDialog>([this](PasswordDialog &question) {
             click(question, "okPushButton");
             QVERIFY(m_boxes->lastText().contains("не может быть пустым"));
-            type(question, "newPasswordLineEdit", "ёж 'secret'");
-            type(question, "repeatPasswordLineEdit", "ёж");
-            click(question, "okPushButton");
+            for (const char *repeated : {"ёж", "ёж 'secret'"}) {
+                type(question, "newPasswordLineEdit", "ёж 'secret'");
+                type(question, "repeatPasswordLineEdit", repeated);
+                QTest::keyClick(child<QLineEdit>(question, "repeatPasswordLineEdit"),
+                                Qt::Key_Return);
+            }
             QVERIFY(m_boxes->lastText().contains("не совпадают"));
-            QVERIFY(question.isVisible());
-            QCOMPARE(question.focusWidget(), child<QLineEdit>(question, "newPasswordLineEdit"));
-            type(question, "newPasswordLineEdit", "ёж 'secret'");
-            type(question, "repeatPasswordLineEdit", "ёж 'secret'");
-            QTest::keyClick(question.focusWidget(), Qt::Key_Return);
         });
         QTest::keyClick(password, Qt::Key_Return);
 
         QCOMPARE(dialog.result(), int(QDialog::Accepted));
-        QCOMPARE(Session::instance().user().login, "admin");
         QVERIFY(Session::instance().hasRight(Right::ReceiveGoods));
-        QCOMPARE(schemaState(nullptr, mainConnection), SchemaState::Current);
         QVERIFY(QFile::exists(configDirPath() + "/lavkor.sqlite"));
-        QCOMPARE(Settings::instance().load(settingsFilePath()), Settings::LoadResult::Loaded);
         QVERIFY(!readFile(settingsFilePath()).contains("secret"));
         QCOMPARE(Session::instance().logIn(nullptr, "admin", "ёж 'secret'", mainConnection),
                  LoginResult::Accepted);
     }
 
-    void wrongPassword_leavesTheDialogOpen()
-    {
-        QVERIFY(copyDatabase(Settings::localConnection()));
-        SelectConnectionDialog dialog;
-        dialog.show();
-        auto *password = child<QLineEdit>(dialog, "passwordLineEdit");
-        QTest::keyClicks(password, "wrong");
-        m_boxes->answer("OK");
-        QTest::keyClick(password, Qt::Key_Return);
-        QVERIFY(m_boxes->lastText().startsWith("Неверное имя пользователя или пароль"));
-        QVERIFY(dialog.isVisible());
-        QCOMPARE(dialog.focusWidget(), password);
-        QCOMPARE(password->selectedText().size(), 5);
-        QVERIFY(!isConnectionRegistered(mainConnection) && Session::instance().user().id == 0);
-
-        QTest::keyClicks(password, "secret"); // replaces the selected text
-        QTest::keyClick(password, Qt::Key_Return);
-        QCOMPARE(dialog.result(), int(QDialog::Accepted));
-        QCOMPARE(Session::instance().user().login, "admin");
-    }
-
-    void databaseVersions_areCompared_data()
-    {
-        addColumns<QString, QString, QString, bool>("statement", "text", "answer", "accepted");
-        const QString newer = "База данных имеет более новую версию, чем программа. "
-                              "Пожалуйста, обновите Лавкор.";
-        const QString older =
-            "База данных имеет более старую версию, чем программа. При обновлении базы данных "
-            "необходимо обновить Лавкор на всех компьютерах, работающих с ней.";
-        const QString step = "UPDATE dbversion SET version=version";
-        addRow("newer", step + "+1", newer, "OK", false);
-        addRow("older, left alone", step + "-1", older, "Отмена", false);
-        addRow("older, upgraded", step + "-1", older, "Обновить", true);
-        addRow("not recorded", "DELETE FROM dbversion", older, "Обновить", true);
-        addRow("not recorded, left alone", "DROP TABLE dbversion", older, "Отмена", false);
-        addRow("current", "DELETE FROM units", QString(), QString(), true);
-    }
-
     void databaseVersions_areCompared()
     {
-        const auto [statement, text, answer, accepted] =
-            rowValues<QString, QString, QString, bool>();
-        const ConnectionEntry entry = Settings::localConnection();
-        QVERIFY(copyDatabase(entry, statement));
-        if (!answer.isEmpty())
+        const QString step = "UPDATE dbversion SET version=version";
+        for (const auto &[statement, answer, text] :
+             {std::tuple(step + "+1", "OK", "более новую версию"),
+              {step + "-1", "Отмена", "более старую версию"},
+              {step + "-1", "Обновить", "на всех компьютерах"},
+              {"DELETE FROM dbversion", "Обновить", "более старую версию"}}) {
+            const ConnectionEntry entry = sqliteEntry("A", QString(answer) + text);
+            QVERIFY(copyDatabase(entry, statement));
             m_boxes->answer(answer);
-        const LoginStep result = logIn(entry, "admin", "secret");
-        QCOMPARE(m_boxes->lastText(), text);
-        QCOMPARE(result, accepted ? LoginStep::Done : LoginStep::PrepareDatabase);
-        QCOMPARE(isConnectionRegistered(mainConnection), accepted);
-        QVERIFY(createConnection(nullptr, entry, mainConnection));
-        QCOMPARE(schemaState(nullptr, mainConnection) == SchemaState::Current, accepted);
+            const bool accepted = answer == QString("Обновить");
+            QCOMPARE(logIn(entry, "admin", "secret"),
+                     accepted ? LoginStep::Done : LoginStep::PrepareDatabase);
+            QVERIFY(m_boxes->lastText().contains(text));
+            QCOMPARE(isConnectionRegistered(mainConnection), accepted);
+            QVERIFY(createConnection(nullptr, entry, mainConnection));
+            QCOMPARE(schemaState(nullptr, mainConnection) == SchemaState::Current, accepted);
+        }
     }
 
     void strangeDatabases_areNotTouchedUnasked()
@@ -218,13 +165,13 @@ private slots:
         QVERIFY(ensureConfigDir());
         client(entry, "CREATE TABLE users(id INTEGER, login TEXT)");
         m_boxes->answer("Отмена");
-        QCOMPARE(logIn(entry, "admin", {}), LoginStep::PrepareDatabase);
+        QCOMPARE(logIn(entry, "admin"), LoginStep::PrepareDatabase);
         QVERIFY(m_boxes->lastText().contains("«foreign.sqlite»"));
         QCOMPARE(client(entry, "SELECT COUNT(*) FROM sqlite_master"), "1");
 
         entry.dbtype = "QSQLITE";
         m_boxes->answer("OK");
-        QCOMPARE(logIn(entry, "admin", {}), LoginStep::Connect);
+        QCOMPARE(logIn(entry, "admin"), LoginStep::Connect);
         QVERIFY(m_boxes->lastText().contains("«QSQLITE»"));
 
         // What cannot be made is told in one box; and a login ends where the rates cannot be read.
@@ -241,9 +188,9 @@ private slots:
 
     void firstPasswords_areGivenByWhoManagesUsers()
     {
-        const ConnectionEntry entry = Settings::localConnection();
-        QVERIFY(copyDatabase(entry, "INSERT INTO users(login,name,rights) VALUES('anna','Анна',5),"
-                                    "('boris','',5)"));
+        QVERIFY(copyDatabase(Settings::localConnection(),
+                             "INSERT INTO users(login,name,rights) VALUES('anna','Анна',5),"
+                             "('boris','',5)"));
         SelectConnectionDialog dialog;
         dialog.show();
         type(dialog, "loginLineEdit", "anna");
@@ -252,16 +199,24 @@ private slots:
         QVERIFY(m_boxes->lastText().contains("Первый пароль даёт администратор"));
 
         type(dialog, "loginLineEdit", "admin");
-        type(dialog, "passwordLineEdit", "secret");
+        auto *password = child<QLineEdit>(dialog, "passwordLineEdit");
+        type(dialog, "passwordLineEdit", "wrong");
+        m_boxes->answer("OK");
+        QTest::keyClick(password, Qt::Key_Return);
+        QVERIFY(m_boxes->lastText().startsWith("Неверное имя пользователя или пароль"));
+        QVERIFY(dialog.isVisible() && dialog.focusWidget() == password);
+        QVERIFY(!isConnectionRegistered(mainConnection) && Session::instance().user().id == 0);
+
+        QTest::keyClicks(password, "secret"); // replaces the wrong one
         m_boxes->answer("OK");
         m_steps->whenOpen<UserPasswordsDialog>([this](UserPasswordsDialog &users) {
             const auto *list = child<QListWidget>(users, "usersListWidget");
-            QCOMPARE(texts(list), (QStringList{"anna — Анна", "boris"}));
-            for (const char *password : {"чай", "кофе"}) {
+            QCOMPARE(list->item(0)->text(), "anna — Анна");
+            for (const char *first : {"чай", "кофе"}) {
                 DialogSteps inner;
                 inner.whenOpen<PasswordDialog>([&](PasswordDialog &question) {
-                    type(question, "newPasswordLineEdit", password);
-                    type(question, "repeatPasswordLineEdit", password);
+                    type(question, "newPasswordLineEdit", first);
+                    type(question, "repeatPasswordLineEdit", first);
                     if (list->count() == 1) // another administrator is quicker
                         QVERIFY(QueryExec(nullptr,
                                           "UPDATE users SET password='x' WHERE login='boris'"));
@@ -281,10 +236,11 @@ private slots:
         m_boxes->answer("OK");
         click(dialog, "passwordsPushButton");
         QVERIFY(m_boxes->lastText().contains("этого права нет"));
-        QCOMPARE(logIn(entry, "anna", "чай"), LoginStep::Done);
+        QTest::keyClick(password, Qt::Key_Return);
+        QCOMPARE(Session::instance().user().login, "anna");
     }
 
-    void choiceIsRemembered_andNeverThePassword()
+    void choiceIsRemembered()
     {
         const ConnectionEntry entry = sqliteEntry(strangeName, "b.sqlite");
         Settings::instance().setConnections(
@@ -293,47 +249,34 @@ private slots:
         {
             SelectConnectionDialog dialog;
             dialog.show();
-            auto *list = child<QListWidget>(dialog, "connectionListWidget");
             auto *friendList = child<QListWidget>(dialog, "friendConnectionListWidget");
-            QCOMPARE(texts(list), (QStringList{"A", strangeName, "C"}));
-            QTest::keyClick(list, Qt::Key_Down);
+            QTest::keyClick(child<QListWidget>(dialog, "connectionListWidget"), Qt::Key_Down);
             friendList->setCurrentRow(2);
             type(dialog, "loginLineEdit", " Зина <i>%1 ");
             type(dialog, "passwordLineEdit", "secret");
             m_boxes->answer("OK");
             click(dialog, "okPushButton");
             QVERIFY(m_boxes->lastText().startsWith("Справочная база не может быть той же"));
-            QVERIFY(dialog.isVisible());
             QTest::keyClick(friendList, Qt::Key_End);
             click(dialog, "okPushButton");
             QCOMPARE(dialog.result(), int(QDialog::Accepted));
         }
-        QVERIFY(!readFile(settingsFilePath()).contains("secret"));
         QCOMPARE(Settings::instance().load(settingsFilePath()), Settings::LoadResult::Loaded);
         const SelectConnectionDialog dialog;
         QCOMPARE(dialog.connectionName(), strangeName);
         QCOMPARE(dialog.friendConnectionName(), "C");
         QCOMPARE(child<QLineEdit>(dialog, "loginLineEdit")->text(), "Зина <i>%1");
-        QCOMPARE(child<QLineEdit>(dialog, "passwordLineEdit")->text(), QString());
     }
 
     void emptyList_opensTheEditor()
     {
-        const QString error = "Ошибка 18529: пустой список подключений в файле настроек.";
         Settings::instance().setConnections({});
         SelectConnectionDialog dialog;
         m_boxes->answer("OK");
-        bool left = false;
-        m_steps->whenOpen<ConnectionDialog>([&left](ConnectionDialog &editor) {
-            editor.reject();
-            left = true;
-        });
+        m_steps->whenOpen<ConnectionDialog>([](ConnectionDialog &editor) { editor.reject(); });
         dialog.show();
-        QTRY_VERIFY(left);
-        QCOMPARE(m_boxes->lastText(), error);
-        QCOMPARE(dialog.connectionName(), QString());
-        for (const char *name : {"editPushButton", "deletePushButton", "checkPushButton"})
-            QVERIFY2(!child<QPushButton>(dialog, name)->isEnabled(), name);
+        QTRY_VERIFY(m_steps->allServed());
+        QVERIFY(!child<QPushButton>(dialog, "deletePushButton")->isEnabled());
 
         // OK has nothing to connect to: the same again, and this time the proposal is taken.
         m_boxes->answer("OK");
@@ -343,7 +286,8 @@ private slots:
             QTest::keyClick(editor.focusWidget(), Qt::Key_Return);
         });
         click(dialog, "okPushButton");
-        QCOMPARE(m_boxes->lastText(), error);
+        QCOMPARE(m_boxes->texts(), QStringList(2, "Ошибка 18529: пустой список подключений в файле "
+                                                  "настроек."));
         QCOMPARE(dialog.connectionName(), "Моя база");
         QCOMPARE(Settings::instance().load(settingsFilePath()), Settings::LoadResult::Loaded);
         QVERIFY(Settings::instance().findConnection("Моя база"));
@@ -357,34 +301,35 @@ private slots:
         Settings::instance().setValue(SettingsKey::FriendConnection, "B");
         SelectConnectionDialog dialog;
         dialog.show();
-        const auto *list = child<QListWidget>(dialog, "connectionListWidget");
-
+        auto *list = child<QListWidget>(dialog, "connectionListWidget");
         m_boxes->answer("OK");
         m_boxes->answer("OK");
         m_steps->whenOpen<ConnectionDialog>([this](ConnectionDialog &editor) {
             auto *kind = child<QComboBox>(editor, "dbtypeComboBox");
+            type(editor, "dbcacertLineEdit", "/ca.pem"); // of no use to the other kind
             kind->setCurrentIndex(kind->findData("postgresql"));
             type(editor, "nameLineEdit", " A ");
             click(editor, "okPushButton");
             QVERIFY(m_boxes->lastText().contains("«A» уже есть"));
-            QCOMPARE(editor.focusWidget(), child<QLineEdit>(editor, "nameLineEdit"));
             type(editor, "nameLineEdit", strangeName);
             type(editor, "dbhostnameLineEdit", "db.example:5433");
             type(editor, "dbusernameLineEdit", "shop");
             type(editor, "dbpasswordLineEdit", " p<a>ss ");
             click(editor, "okPushButton");
-            QCOMPARE(m_boxes->lastText(), "Укажите имя базы данных.");
             QCOMPARE(editor.focusWidget(), child<QLineEdit>(editor, "databasenameLineEdit"));
             type(editor, "databasenameLineEdit", "lavkor");
             click(editor, "okPushButton");
         });
         click(dialog, "addPushButton");
-        QCOMPARE(texts(list), (QStringList{"A", "B", strangeName}));
         QCOMPARE(dialog.connectionName(), strangeName);
         QCOMPARE(dialog.friendConnectionName(), "B");
+        m_boxes->answer("Отмена");
+        click(dialog, "deletePushButton");
+        QVERIFY(m_boxes->lastText().contains("«" + strangeName));
+        QVERIFY(!m_boxes->requests().last().html);
 
         // Editing keeps the keys of other programs, and the reference choice follows the new name.
-        child<QListWidget>(dialog, "connectionListWidget")->setCurrentRow(1);
+        list->setCurrentRow(1);
         m_steps->whenOpen<ConnectionDialog>([](ConnectionDialog &editor) {
             type(editor, "nameLineEdit", "Б");
             click(editor, "okPushButton");
@@ -393,122 +338,75 @@ private slots:
         QCOMPARE(dialog.connectionName(), "Б");
         QCOMPARE(dialog.friendConnectionName(), "Б");
 
-        child<QListWidget>(dialog, "connectionListWidget")->setCurrentRow(0);
-        m_boxes->answer("Отмена");
-        click(dialog, "deletePushButton");
-        QCOMPARE(list->count(), 3);
+        list->setCurrentRow(0);
         m_boxes->answer("Удалить");
         click(dialog, "deletePushButton");
-        QVERIFY(m_boxes->lastText().contains("«A»"));
-
-        child<QListWidget>(dialog, "connectionListWidget")->setCurrentRow(1);
-        m_boxes->answer("Отмена");
-        click(dialog, "deletePushButton");
-        QVERIFY(m_boxes->lastText().contains("«" + strangeName));
-        QVERIFY(!m_boxes->requests().last().html);
-
         QCOMPARE(Settings::instance().load(settingsFilePath()), Settings::LoadResult::Loaded);
         kept.name = "Б";
-        ConnectionEntry added = serverEntry("postgresql");
-        added.name = strangeName;
-        added.dbhostname = "db.example:5433";
-        added.dbpassword = " p<a>ss ";
+        const ConnectionEntry added = {strangeName, "postgresql", "db.example:5433",
+                                       "shop",      " p<a>ss ",   "lavkor"};
         QCOMPARE(Settings::instance().connections(), (QList<ConnectionEntry>{kept, added}));
-    }
-
-    void faultyEntries_areRefused_data()
-    {
-        using Entry = ConnectionEntry;
-        // fault: empty when there is none
-        addColumns<Member, QString, QString>("field", "value", "fault");
-        addRow("no kind", &Entry::dbtype, "", "вид базы");
-        addRow("kind in capitals", &Entry::dbtype, "MySQL", "вид базы");
-        addRow("no server", &Entry::dbhostname, "", "адрес сервера");
-        addRow("port only", &Entry::dbhostname, ":3306", "в виде");
-        addRow("port missing", &Entry::dbhostname, "db:", "в виде");
-        addRow("port is no number", &Entry::dbhostname, "db:33o6", "в виде");
-        addRow("port too large", &Entry::dbhostname, "db:65536", "в виде");
-        addRow("two ports", &Entry::dbhostname, "db:1:2", "в виде");
-        addRow("port", &Entry::dbhostname, "db:65535", "");
-        addRow("no user", &Entry::dbusername, "", "имя пользователя");
-        addRow("no database", &Entry::databasename, "", "имя базы");
-        addRow("no password", &Entry::dbpassword, "", "");
-        addRow("key is missing", &Entry::dbclientkey, "/nowhere/key.pem", "не найден");
-        addRow("certificate that parts options", &Entry::dbcacert, "/a.pem;CLIENT_SSL=0",
-               "точки с запятой");
     }
 
     void faultyEntries_areRefused()
     {
-        const auto [field, value, fault] = rowValues<Member, QString, QString>();
-        ConnectionEntry entry = serverEntry("mysql");
-        entry.*field = value;
-        const std::optional<ConnectionFault> found = connectionFault(entry);
-        QCOMPARE(found.has_value(), !fault.isEmpty());
-        QVERIFY(!found || (found->text.contains(fault) && found->field == field));
-    }
-
-    void editor_dropsWhatTheKindDoesNotUse()
-    {
-        ConnectionEntry entry = serverEntry("mysql");
-        entry.dbcacert = "/ca.pem";
-        ConnectionDialog editor(entry, {});
-        QCOMPARE(editor.entry(), entry);
-        auto *kind = child<QComboBox>(editor, "dbtypeComboBox");
-        kind->setCurrentIndex(kind->findData("sqlite"));
-        QCOMPARE(editor.entry(), sqliteEntry("A", "lavkor"));
-    }
-
-    void check_tellsTheResultAndLeavesNothing_data()
-    {
-        addColumns<QString, QString, QString>("dbtype", "place", "text");
-        addRow("no file yet", "sqlite", "new.sqlite", "будет создана при первом входе");
-        addRow("no directory", "sqlite", "/nowhere/new.sqlite", "нельзя создать");
-        addRow("another file", "sqlite", "text.txt", "Ошибка создания соединения");
-        addRow("a database", "sqlite", "lavkor.sqlite", "установлено");
-        addRow("no server there", "mysql", "127.0.0.1:1", "Ошибка создания соединения");
+        using Entry = ConnectionEntry;
+        const std::tuple<QString Entry::*, QString, QString> cases[] = {
+            {&Entry::dbtype, "MySQL", "вид базы"},
+            {&Entry::dbhostname, "", "адрес сервера"},
+            {&Entry::dbhostname, ":3306", "в виде"},
+            {&Entry::dbhostname, "db:33o6", "в виде"},
+            {&Entry::dbhostname, "db:65536", "в виде"},
+            {&Entry::dbhostname, "db:1:2", "в виде"},
+            {&Entry::dbusername, "", "имя пользователя"},
+            {&Entry::databasename, "", "имя базы"},
+            {&Entry::dbclientkey, "/nowhere/key.pem", "не найден"},
+            {&Entry::dbcacert, "/a.pem;CLIENT_SSL=0", "точки с запятой"}};
+        for (const auto &[field, value, fault] : cases) {
+            ConnectionEntry entry = serverEntry;
+            QVERIFY(!connectionFault(entry));
+            entry.*field = value;
+            const std::optional<ConnectionFault> found = connectionFault(entry);
+            QVERIFY2(found && found->text.contains(fault) && found->field == field,
+                     qPrintable(value));
+        }
     }
 
     void check_tellsTheResultAndLeavesNothing()
     {
-        const auto [dbtype, place, text] = rowValues<QString, QString, QString>();
         QVERIFY(copyDatabase(Settings::localConnection()));
         writeFile(configDirPath() + "/text.txt", QByteArray(5000, 'x'));
-        ConnectionEntry entry = serverEntry(dbtype);
-        entry.dbhostname = entry.databasename = place;
-        ConnectionDialog editor(entry, {});
-        editor.show();
-        m_boxes->answer("OK");
-        click(editor, "checkPushButton");
-        QVERIFY2(m_boxes->lastText().contains(text), qPrintable(m_boxes->lastText()));
-        QVERIFY(editor.isVisible());
-        QVERIFY(!QFile::exists(configDirPath() + "/new.sqlite"));
-        QVERIFY(!isConnectionRegistered("connectioncheck"));
+        for (const auto &[dbtype, place, text] :
+             {std::tuple("sqlite", "new.sqlite", "будет создана при первом входе"),
+              {"sqlite", "/nowhere/new.sqlite", "нельзя создать"},
+              {"sqlite", "text.txt", "Ошибка создания соединения"},
+              {"sqlite", "lavkor.sqlite", "установлено"},
+              {"mysql", "127.0.0.1:1", "Ошибка создания соединения"}}) {
+            ConnectionEntry entry = serverEntry;
+            entry.dbhostname = entry.databasename = place;
+            ConnectionDialog editor(entry, {});
+            auto *kind = child<QComboBox>(editor, "dbtypeComboBox");
+            kind->setCurrentIndex(kind->findData(dbtype));
+            // What the kind does not use is dropped.
+            QCOMPARE(editor.entry(), kind->currentIndex() > 0 ? entry : sqliteEntry("A", place));
+            m_boxes->answer("OK");
+            click(editor, "checkPushButton");
+            QVERIFY2(m_boxes->lastText().contains(text), qPrintable(m_boxes->lastText()));
+            QVERIFY(!QFile::exists(configDirPath() + "/new.sqlite"));
+            QVERIFY(!isConnectionRegistered("connectioncheck"));
+        }
     }
 
-    void servers_areSetUpAtTheFirstLogin()
+    void tablesWithoutTransactions_areNamed()
     {
-        for (const Dialect dialect : {Dialect::MySql, Dialect::PostgreSql}) {
-            const ScratchDatabase database(dialect);
-            const QString password = "ёлка \\ ' %1";
-            QCOMPARE(logIn(database.entry(), "admin", {}, password), LoginStep::Done);
-            QCOMPARE(database.client("SELECT COUNT(*) FROM users WHERE password LIKE "
-                                     "'pbkdf2-sha256$%';"),
-                     "1");
-            removeConnection(mainConnection);
-            // Tables without transactions are named.
-            if (dialect == Dialect::MySql) {
-                database.client("ALTER TABLE income ENGINE=MyISAM; ALTER TABLE codes ENGINE=Aria; "
-                                "CREATE TABLE somebodyelses(id INTEGER) ENGINE=MyISAM;");
-                m_boxes->answer("OK");
-            }
-            QCOMPARE(logIn(database.entry(), "admin", password), LoginStep::Done);
-            QCOMPARE(m_boxes->lastText().contains(": codes, income. "),
-                     !m_boxes->texts().isEmpty());
-            QVERIFY(!Session::instance().mainCurrencySymbol().isEmpty());
-            removeConnection(mainConnection);
-            QVERIFY(m_boxes->verify());
-        }
+        const ScratchDatabase database(Dialect::MySql);
+        QCOMPARE(logIn(database.entry(), "admin"), LoginStep::Done);
+        QVERIFY(m_boxes->texts().isEmpty());
+        database.client("ALTER TABLE income ENGINE=MyISAM; ALTER TABLE codes ENGINE=Aria; "
+                        "CREATE TABLE somebodyelses(id INTEGER) ENGINE=MyISAM;");
+        m_boxes->answer("OK");
+        QCOMPARE(logIn(database.entry(), "admin", "secret"), LoginStep::Done);
+        QVERIFY(m_boxes->lastText().contains(": codes, income. "));
     }
 
 private:

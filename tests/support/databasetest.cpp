@@ -106,6 +106,14 @@ bool DatabaseTest::openThrough(quint16 port) const
     return createConnection(nullptr, entry, mainConnection);
 }
 
+void DatabaseTest::breakStatements(const QString &beginning, int times)
+{
+    setStatementObserver([=](QString &sqlText, const QString &) mutable {
+        if (sqlText.startsWith(beginning) && times-- != 0)
+            sqlText = "SELECT nonsense FROM nowhere";
+    });
+}
+
 bool DatabaseTest::clearShop(const QString &connectionName)
 {
     bool done = true;
@@ -117,7 +125,7 @@ bool DatabaseTest::clearShop(const QString &connectionName)
     return done;
 }
 
-void WindowTest::initTestCase_data()
+void DialogTest::initTestCase_data()
 {
     QTest::addColumn<Dialect>("dialect");
     QTest::newRow("SQLite") << Dialect::Sqlite;

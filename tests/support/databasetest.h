@@ -53,6 +53,9 @@ protected:
     /// Connects the main connection anew, by way of a proxy on this port.
     bool openThrough(quint16 port) const;
 
+    /// The database refuses statements with this beginning from now on, or only so many of them.
+    static void breakStatements(const QString &beginning, int times = -1);
+
     /// Empties all that belongs to products and receipts. False when that failed.
     static bool clearShop(const QString &connectionName = mainConnection);
 
@@ -73,8 +76,8 @@ private:
     std::map<std::pair<Dialect, QString>, std::unique_ptr<ScratchDatabase>> m_shops;
 };
 
-/// A test of windows whose statements are tested elsewhere: its cases run on SQLite alone.
-class WindowTest : public DatabaseTest
+/// A test of dialogs whose statements are tested elsewhere: its cases run on SQLite alone.
+class DialogTest : public DatabaseTest
 {
     Q_OBJECT
 

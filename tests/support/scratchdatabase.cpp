@@ -13,11 +13,24 @@ QString administrationDatabase(Dialect dialect)
 
 } // namespace
 
+QStringList argumentsOf(const ConnectionEntry &entry)
+{
+    return {entry.dbtype, entry.dbhostname, entry.dbusername, entry.dbpassword, entry.databasename};
+}
+
+ConnectionEntry entryOf(const QStringList &arguments)
+{
+    return {.name = "child",
+            .dbtype = arguments.value(0),
+            .dbhostname = arguments.value(1),
+            .dbusername = arguments.value(2),
+            .dbpassword = arguments.value(3),
+            .databasename = arguments.value(4)};
+}
+
 ScratchDatabase::ScratchDatabase(Dialect dialect)
     : m_dialect(dialect)
 {
-    static int count = 0;
-    ++count;
     if (dialect == Dialect::Sqlite) {
         m_directory = std::make_unique<QTemporaryDir>(QDir::tempPath() + "/lavkor-test-XXXXXX");
         if (!m_directory->isValid())
@@ -25,7 +38,8 @@ ScratchDatabase::ScratchDatabase(Dialect dialect)
         m_name = m_directory->filePath("scratch.sqlite");
         return;
     }
-    m_name = QStringLiteral("scratch%1").arg(count);
+    static int count = 0;
+    m_name = QStringLiteral("scratch%1").arg(++count);
     TestServers::instance().client(dialect, administrationDatabase(dialect),
                                    "CREATE DATABASE " + m_name +
                                        (dialect == Dialect::MySql ? " CHARACTER SET utf8 COLLATE "

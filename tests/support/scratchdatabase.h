@@ -10,6 +10,10 @@
 #include "db/connections.h"
 #include "tests/support/dialect.h"
 
+/// How to connect to a database, as arguments for a child of a test and back again.
+QStringList argumentsOf(const ConnectionEntry &entry);
+ConnectionEntry entryOf(const QStringList &arguments);
+
 /// A new, empty database of its own: a file for SQLite, a database on the private test server
 /// otherwise. It is gone with the object, and so are the connections that open() made.
 class ScratchDatabase
