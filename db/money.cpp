@@ -67,25 +67,3 @@ QString formatFactor(double factor, int mostDecimals)
     }
     return text;
 }
-
-double parseNumber(const QString &text, bool *ok)
-{
-    QString plain;
-    plain.reserve(text.size());
-    for (const QChar c : text) {
-        if (c == u',')
-            plain += u'.';
-        else if (c == u'\u2212')
-            plain += u'-';
-        else if (!c.isSpace())
-            plain += c;
-    }
-    // No exponents, no "inf": a scanner or a slip of the finger must not become a number.
-    static const QRegularExpression number(QStringLiteral("^[+-]?(\\d+\\.?\\d*|\\.\\d+)$"));
-    bool valid = number.match(plain).hasMatch();
-    const double value = valid ? plain.toDouble(&valid) : 0;
-    valid = valid && std::isfinite(value);
-    if (ok)
-        *ok = valid;
-    return valid ? value : 0;
-}

@@ -15,7 +15,3 @@ QString formatQuantity(double quantity);
 /// A coefficient or a rate as shown on screen: all the decimals it has, or, for one that was
 /// computed, at most so many.
 QString formatFactor(double factor, int mostDecimals = 15);
-
-/// Reads an amount or quantity as typed by a person: decimal point or comma, blanks ignored.
-/// *ok tells whether the text is a number.
-double parseNumber(const QString &text, bool *ok);

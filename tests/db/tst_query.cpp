@@ -1,158 +1,106 @@
 // What the database layer promises about statements, lost connections and transactions, on real
 // servers: faults are made on the server's side, results are read by its own client.
-#include "db/engine.h"
 #include "db/query.h"
 #include "db/sqltext.h"
 #include "db/transaction.h"
 #include "tests/support/cuttingproxy.h"
 #include "tests/support/databasetest.h"
-#include "tests/support/datatable.h"
 #include "tests/support/files.h"
 #include "tests/support/servers.h"
 
+#include <QRegularExpression>
 #include <QSqlDatabase>
 #include <QTest>
 #include <QTimer>
 #include <QWidget>
 
 #include <memory>
+#include <tuple>
 
 class TestQuery : public DatabaseTest
 {
     Q_OBJECT
 
 private slots:
-    void text_comesBackAsItWas_data()
-    {
-        addColumns<QString>("text");
-        addRow("empty", "");
-        addRow("quote", "O'Нил ' '' end'");
-        addRow("backslash", "нож \\ вилка \\'; DROP TABLE t; --\\");
-        addRow("backquote", "`имя` и \"кавычки\"");
-        addRow("placeholders", "%1 %2 100% :name ? $1 @x");
-        addRow("markup", "<img src='a.png'>&amp;");
-        addRow("words", "x LIKE y; REPLACE INTO `t`");
-        addRow("ё", "«ёлочки» — Ёж");
-        addRow("lines", "a\r\nb\tc");
-        addRow("long", QString(20000, u'ж'));
-    }
-
     void text_comesBackAsItWas()
     {
-        QFETCH(QString, text);
-        QVERIFY(QueryExec(nullptr, "INSERT INTO t(id,name) VALUES('1'," + sql::text(text) + ");"));
-        QCOMPARE(QueryValue(nullptr, "SELECT name FROM t WHERE name=" + sql::text(text)).toString(),
-                 text);
-        QSqlQuery query;
-        QVERIFY(QueryExecPrepared(nullptr, "SELECT id FROM t WHERE name=:name", query,
-                                  {{":name", text}}));
-        QVERIFY(query.next());
-    }
-
-    void halfACharacter_takesNothingWithIt()
-    {
-        const QString text = QString("нож") + QChar(0xd83d);
-        QVERIFY(QueryExec(nullptr, "INSERT INTO t(id,name,amount) VALUES('1'," +
-                                       sql::text(QChar(0xdd2a) + text) + ",'2')"));
+        for (const QString &text :
+             {QString(""), shop::nastyName + " '' \"x\" \\'; DROP TABLE t; --\\",
+              QString("%2 :name ? $1 @x &amp;\r\nb\tLIKE y; REPLACE INTO `t`"),
+              QString(20000, u'ж')}) {
+            QVERIFY(QueryExec(nullptr,
+                              "REPLACE INTO `t`(id, `name`) VALUES('1'," + sql::text(text) + ");"));
+            const QString where = " FROM t WHERE name=";
+            QCOMPARE(QueryValue(nullptr, "SELECT name" + where + sql::text(text)).toString(), text);
+            QSqlQuery query;
+            QVERIFY(QueryExecPrepared(nullptr, "SELECT id" + where + ":name", query,
+                                      {{":name", text}}));
+            QVERIFY(query.next());
+        }
+        // Half a character takes nothing with it, nor does the end of text in C.
+        QVERIFY(QueryExec(nullptr, "INSERT INTO t(id,name,amount) VALUES('2'," +
+                                       sql::text(QChar(0xdd2a) + QString("но") + QChar(0) + u'ж' +
+                                                 QChar(0xd83d)) +
+                                       ",'2')"));
         QCOMPARE(rows("SELECT name FROM t WHERE amount=2"), "нож");
-    }
-
-    void like_ignoresLetterCaseAndTakesTextLiterally_data()
-    {
-        addColumns<QString, QString, bool>("name", "filter", "found");
-        addRow("cyrillic case", "Молоко ТОПЛЁНОЕ", "молоко топлён", true);
-        addRow("latin case", "Sony XZ", "sONY x", true);
-        addRow("middle", "Хлеб ржаной", "ржан", true);
-        addRow("absent", "Хлеб ржаной", "пшен", false);
-        addRow("percent is a sign", "Молоко 32%", "32%", true);
-        addRow("percent is no wildcard", "Молоко 3 литра 2", "3%2", false);
-        addRow("underscore is no wildcard", "abc", "a_c", false);
-        addRow("escape sign", "Акция! 50", "акция! 5", true);
-        addRow("backslash", "a\\b", "A\\B", true);
-        addRow("quote", "О'Нил", "о'н", true);
-        addRow("falls back", "aab aaab", "aaab", true);
     }
 
     void like_ignoresLetterCaseAndTakesTextLiterally()
     {
-        const auto [name, filter, found] = rowValues<QString, QString, bool>();
-        QVERIFY(QueryExec(nullptr, "INSERT INTO t(id,name) VALUES('1'," + sql::text(name) + ");"));
-        closeConnection(mainConnection); // what was set up holds at every opening
-        QList<SqlRow> matches;
-        QVERIFY(QueryRows(nullptr, "SELECT id FROM t WHERE name LIKE " + sql::containing(filter),
-                          matches));
-        QCOMPARE(matches.size(), found ? 1 : 0);
-    }
-
-    void number_keepsItsValue_data()
-    {
-        addColumns<double, QString, QString>("value", "exact", "general");
-        addRow("zero", 0.0, "0", "0");
-        addRow("negative zero", -0.0, "0", "0");
-        addRow("weight", 0.125, "0.125", "0.125");
-        addRow("large total", 1234567.89, "1234567.89", "1.23457e+06");
-        addRow("whole", 12.0, "12", "12");
-        addRow("sum of tenths", 0.1 + 0.2, "0.30000000000000004", "0.3");
-        addRow("huge", 1e15, "1000000000000000", "1e+15");
-        addRow("tiny", 1e-7, "0.0000001", "1e-07");
-        addRow("negative", -7.5, "-7.5", "-7.5");
+        const std::tuple<const char *, const char *, int> cases[] = {
+            {"Акция ТОПЛЁНОЕ! 32%_ a\\b О'Нил", "топлёное! 32%_ A\\B о'н", 1},
+            {"Хлеб ржаной", "пшен", 0},
+            {"Молоко 3 литра 2", "3%2", 0},
+            {"abc", "a_c", 0},
+            {"aab aaab", "aaab", 1}};
+        for (const auto &[name, filter, found] : cases) {
+            QVERIFY(
+                QueryExec(nullptr, "REPLACE INTO t(id,name) VALUES('1'," + sql::text(name) + ");"));
+            closeConnection(mainConnection); // what was set up holds at every opening
+            QList<SqlRow> matches;
+            QVERIFY(QueryRows(
+                nullptr, "SELECT id FROM t WHERE name LIKE " + sql::containing(filter), matches));
+            QVERIFY2(matches.size() == found, filter);
+        }
     }
 
     void number_keepsItsValue()
     {
-        QFETCH(double, value);
-        QTEST(sql::exact(value), "exact");
-        QTEST(sql::number(value), "general");
-        QVERIFY(QueryExec(nullptr,
-                          "INSERT INTO t(id,amount) VALUES('1','" + sql::exact(value) + "');"));
-        const double back = QueryValue(nullptr, "SELECT amount FROM t").toDouble();
-        // REAL has 4 bytes on PostgreSQL.
-        const double tolerance = m_dialect == Dialect::PostgreSql ? 1e-6 : 0;
-        QVERIFY(qAbs(back - value) <= tolerance * qAbs(value));
-    }
-
-    void translation_leavesLiteralsAlone_data()
-    {
-        addColumns<QString, QString, QString>("common", "mysql", "postgresql");
-        addRow("backquotes", "SELECT `a` FROM `groups` WHERE n='`x`';",
-               "SELECT `a` FROM `groups` WHERE n='`x`';",
-               "SELECT \"a\" FROM \"groups\" WHERE n='`x`';");
-        addRow("doubled quote", "SELECT 'it''s `x` LIKE' FROM `t`",
-               "SELECT 'it''s `x` LIKE' FROM `t`", "SELECT 'it''s `x` LIKE' FROM \"t\"");
-        addRow("like", "a like 'LIKE' AND likely=1", "a like 'LIKE' AND likely=1",
-               "a ILIKE 'LIKE' AND likely=1");
-        addRow("ignore", "INSERT OR IGNORE INTO t(id,a) VALUES('1','x;');",
-               "INSERT IGNORE INTO t(id,a) VALUES('1','x;');",
-               "INSERT INTO t(id,a) VALUES('1','x;') ON CONFLICT DO NOTHING;");
-        addRow(
-            "replace", "REPLACE INTO `t`(id, `a`,b) VALUES('1','(x)','2');",
-            "REPLACE INTO `t`(id, `a`,b) VALUES('1','(x)','2');",
-            "INSERT INTO \"t\"(id, \"a\",b) VALUES('1','(x)','2') ON CONFLICT (id) DO UPDATE SET "
-            "\"a\"=EXCLUDED.\"a\", b=EXCLUDED.b;");
-        addRow("unfinished literal", "SELECT 'x", "SELECT 'x", "SELECT 'x");
-    }
-
-    void translation_leavesLiteralsAlone()
-    {
-        QFETCH(QString, common);
-        QCOMPARE(Engine::ofType("sqlite")->translate(common), common);
-        QTEST(Engine::ofType("mysql")->translate(common), "mysql");
-        QTEST(Engine::ofType("postgresql")->translate(common), "postgresql");
+        const std::tuple<double, const char *, const char *> numbers[] = {
+            {-0.0, "0", "0"},
+            {-0.125, "-0.125", "-0.125"},
+            {1234567.89, "1234567.89", "1.23457e+06"},
+            {0.1 + 0.2, "0.30000000000000004", "0.3"},
+            {1e15, "1000000000000000", "1e+15"},
+            {1e-7, "0.0000001", "1e-07"}};
+        for (const auto &[value, exact, general] : numbers) {
+            QCOMPARE(sql::exact(value), exact);
+            QCOMPARE(sql::number(value), general);
+            QVERIFY(QueryExec(nullptr, "REPLACE INTO t(id,amount) VALUES('1','" +
+                                           sql::exact(value) + "');"));
+            const double back = QueryValue(nullptr, "SELECT amount FROM t").toDouble();
+            // REAL has 4 bytes on PostgreSQL.
+            const double tolerance = m_dialect == Dialect::PostgreSql ? 1e-6 : 0;
+            QVERIFY2(qAbs(back - value) <= tolerance * qAbs(value), exact);
+        }
     }
 
     void failedStatement_isReportedOnceAndLoggedTwice()
     {
-        const QString statement = "SELEC nonsense '%1' <b>";
-        m_boxes->answer("OK");
-        QVERIFY(!QueryExec(m_parent.get(), statement));
-        QVERIFY2(m_boxes->lastText().startsWith("Ошибка SQL:2 "), qPrintable(m_boxes->lastText()));
-        const QStringList lines = logText().split("\r\n", Qt::SkipEmptyParts);
-        QVERIFY2(lines.size() >= 2, qPrintable(logText()));
-        QCOMPARE(lines.filter("Ошибка SQL:").size(), 1);
-        QVERIFY2(lines.last().endsWith(statement), qPrintable(lines.last()));
+        QVERIFY(QueryExec(nullptr, "INSERT INTO t(id,name) VALUES('1','a')"));
+        int reported = 0;
+        for (const char *statement :
+             {"SELEC nonsense %1 <b> 'x", "INSERT INTO t(id,name) VALUES('1','b')"}) {
+            m_boxes->answer("OK");
+            QVERIFY(!QueryExec(m_parent.get(), statement));
+            QVERIFY(m_boxes->lastText().contains(QRegularExpression("^Ошибка SQL:[12] \\S")));
+            const QStringList lines = logText().split("\r\n", Qt::SkipEmptyParts);
+            QCOMPARE(lines.filter("Ошибка SQL:").size(), ++reported);
+            QVERIFY2(lines.last().endsWith(statement), qPrintable(lines.last()));
+        }
         // Without a window nothing is shown, and the connection is as good as before.
-        QVERIFY(!QueryExec(nullptr, statement));
-        QVERIFY(QueryExec(nullptr, "INSERT INTO t(id) VALUES('1')"));
+        QVERIFY(!QueryExec(nullptr, "SELEC"));
+        QVERIFY(QueryExec(nullptr, "INSERT INTO t(id) VALUES('2')"));
     }
 
     void textThatTheColumnCannotHold_leavesNothingBehind()
@@ -160,27 +108,11 @@ private slots:
         if (m_dialect != Dialect::MySql)
             QSKIP("the others take any sign");
         QVERIFY(QueryExec(nullptr, "INSERT INTO t(id,name) VALUES('1','Чай')"));
-        for (const char *statement : {
-                 "INSERT INTO t(id,name) VALUES('2','Кофе'),('3','Торт 🎂')",
-                 "UPDATE t SET id='5', name='Чай 🎂' WHERE id='1'",
-             }) {
-            m_boxes->answer("OK");
-            QVERIFY(!QueryExec(m_parent.get(), statement));
-            const QString text = m_boxes->lastText();
-            QVERIFY2(text.startsWith("Ошибка SQL:2 ") && text.contains("Incorrect string value"),
-                     qPrintable(text));
+        for (const char *statement : {"INSERT INTO t(id,name) VALUES('2','Кофе'),('3','Торт 🎂')",
+                                      "UPDATE t SET id='5', name='Чай 🎂' WHERE id='1'"}) {
+            QVERIFY(!QueryExec(nullptr, statement));
             QCOMPARE(rows("SELECT id, name FROM t"), "1\tЧай");
         }
-        QVERIFY(QueryExec(m_parent.get(), "UPDATE t SET name='Чай с тортом' WHERE id='1'"));
-        QCOMPARE(rows("SELECT name FROM t"), "Чай с тортом");
-    }
-
-    void brokenConstraint_endsAtOnce()
-    {
-        QVERIFY(QueryExec(nullptr, "INSERT INTO t(id,name) VALUES('1','a')"));
-        m_boxes->answer("OK");
-        QVERIFY(!QueryExec(m_parent.get(), "INSERT INTO t(id,name) VALUES('1','b')"));
-        QCOMPARE(rows("SELECT name FROM t"), "a");
     }
 
     void refusal_isToldInASentence()
@@ -210,10 +142,10 @@ private slots:
     {
         if (!isServer())
             QSKIP("a file knows no accounts");
-        rows("DROP USER IF EXISTS clerk; CREATE USER clerk" +
-             QString(m_dialect == Dialect::MySql ? "@'127.0.0.1' IDENTIFIED BY" : " PASSWORD") +
-             " 'r'; GRANT SELECT ON t TO clerk" +
-             (m_dialect == Dialect::MySql ? "@'127.0.0.1'" : ""));
+        const bool mariaDb = m_dialect == Dialect::MySql;
+        const QString clerk = mariaDb ? "clerk@'127.0.0.1'" : "clerk";
+        rows("CREATE USER " + clerk + (mariaDb ? " IDENTIFIED BY" : " PASSWORD") +
+             " 'r'; GRANT SELECT ON t TO " + clerk);
         ConnectionEntry entry = m_database->entry();
         entry.dbusername = "clerk";
         entry.dbpassword = "r";
@@ -222,8 +154,7 @@ private slots:
         QVERIFY(!QueryExec(m_parent.get(), "DELETE FROM t", otherStation));
         QVERIFY(m_boxes->lastText().startsWith("Не хватает прав"));
         QVERIFY(lastFailure(otherStation).general);
-        rows(m_dialect == Dialect::MySql ? "DROP USER clerk@'127.0.0.1'"
-                                         : "DROP OWNED BY clerk; DROP USER clerk");
+        rows((mariaDb ? "DROP USER " : "DROP OWNED BY clerk; DROP USER ") + clerk);
     }
 
     void lateAnswer_isNotWaitedForTwice()
@@ -252,7 +183,7 @@ private slots:
         QCOMPARE(tries, mariaDb ? 2 : 1);
     }
 
-    void killedConnection_isReopenedSilently()
+    void killedConnection_isReopenedSilentlyButNotForEver()
     {
         if (!isServer())
             QSKIP("a file has no connection that could be lost");
@@ -262,24 +193,15 @@ private slots:
         killClients();
         QVERIFY(QueryExec(m_parent.get(), "INSERT INTO t(id) VALUES('2')"));
         killClients();
-        QVERIFY(QueryExec(m_parent.get(), "UPDATE t SET id=id+10 WHERE id='2'"));
-        killClients();
         // What was set up at the first opening holds again.
         QVERIFY(QueryExec(m_parent.get(),
-                          "UPDATE t SET name=" + sql::text("\\' x") + " WHERE id='12'"));
+                          "UPDATE t SET id=id+10, name=" + sql::text("\\' x") + " WHERE id='2'"));
         QCOMPARE(rows("SELECT id FROM t ORDER BY id"), "1\n12");
         QCOMPARE(QueryValue(nullptr, "SELECT name FROM t WHERE id='12'").toString(), "\\' x");
-    }
 
-    void connectionLostOnEveryTry_doesNotSpin()
-    {
-        if (!isServer())
-            QSKIP("a file has no connection that could be lost");
         // As with a packet that is too large: the server hangs up on each try of this statement.
         int tries = 0;
-        setStatementObserver([&](QString &sqlText, const QString &) {
-            if (!sqlText.contains("42"))
-                return;
+        setStatementObserver([&](const QString &, const QString &) {
             ++tries;
             killClients();
         });
@@ -289,8 +211,6 @@ private slots:
         QCOMPARE(m_boxes->requests().size(), 2);
         QVERIFY(tries >= 4 && tries < 20);
         QVERIFY(!QueryExec(nullptr, "SELECT 42"));
-        setStatementObserver({});
-        QVERIFY(QueryExec(nullptr, "INSERT INTO t(id) VALUES('1')"));
     }
 
     void stoppedServer_asksOnceACommandAndGoesOn()
@@ -332,7 +252,8 @@ private slots:
     {
         if (!isServer())
             QSKIP("a file has no connection that could be lost");
-        QVERIFY(transactionBegin());
+        killClients();
+        QVERIFY(transactionBegin()); // opened again
         QVERIFY(QueryExec(m_parent.get(), "INSERT INTO t(id) VALUES('1')"));
         killClients();
         // No box, no retry: a reopened connection would write outside the transaction.
@@ -341,28 +262,31 @@ private slots:
         QVERIFY(!QueryExec(m_parent.get(), "INSERT INTO t(id) VALUES('3')"));
         QVERIFY(!transactionCommit());
         QVERIFY(!inTransaction());
+        QVERIFY(transactionBegin());
         QVERIFY(QueryExec(m_parent.get(), "INSERT INTO t(id) VALUES('4')"));
-        QCOMPARE(rows("SELECT id FROM t"), "4");
+        killClients();
+        QVERIFY(!transactionCommit());
+        QVERIFY(lastFailure().text.contains("неизвестно"));
+        QVERIFY(QueryExec(m_parent.get(), "INSERT INTO t(id) VALUES('5')"));
+        QCOMPARE(rows("SELECT id FROM t"), "5");
     }
 
     void errorInsideTransaction_neverCommitsHalf()
     {
+        const bool givenUp = m_dialect == Dialect::PostgreSql; // the others go on
+        {
+            TransactionGuard guard;
+            QVERIFY(QueryExec(m_parent.get(), "INSERT INTO t(id) VALUES('1')"));
+            QVERIFY(!QueryExec(m_parent.get(), "INSERT INTO t(id) VALUES('1')"));
+            QCOMPARE(transactionBroken(), givenUp);
+            QCOMPARE(guard.commit(), !givenUp);
+        }
         {
             TransactionGuard guard;
             QVERIFY(guard.isActive());
-            QVERIFY(QueryExec(m_parent.get(), "INSERT INTO t(id) VALUES('1')"));
-            QVERIFY(!QueryExec(m_parent.get(), "INSERT INTO t(id) VALUES('1')"));
-            // PostgreSQL has given the transaction up, the others go on.
-            QCOMPARE(transactionBroken(), m_dialect == Dialect::PostgreSql);
-            QCOMPARE(guard.commit(), m_dialect != Dialect::PostgreSql);
-        }
-        const QString expected = m_dialect == Dialect::PostgreSql ? "0" : "1";
-        QCOMPARE(rows("SELECT COUNT(*) FROM t"), expected);
-        {
-            TransactionGuard guard;
             QVERIFY(QueryExec(m_parent.get(), "INSERT INTO t(id) VALUES('7')"));
         }
-        QCOMPARE(rows("SELECT COUNT(*) FROM t"), expected);
+        QCOMPARE(rows("SELECT id FROM t"), givenUp ? "" : "1");
     }
 
     void deadlock_breaksTheTransaction()
@@ -390,24 +314,18 @@ private slots:
         if (m_dialect != Dialect::MySql)
             QSKIP("only MariaDB has clusters");
         CuttingProxy proxy(TestServers::instance().port(m_dialect));
-        ConnectionEntry entry = m_database->entry();
-        entry.dbhostname = QString("127.0.0.1:%1").arg(proxy.port());
         proxy.cutNext(CuttingProxy::Cut::Deadlock, "SET SESSION sql_mode");
-        QVERIFY(createConnection(nullptr, entry, otherStation));
+        QVERIFY(openThrough(proxy.port()));
         QVERIFY(proxy.hasCut());
-        QVERIFY(QueryValue(nullptr, "SELECT @@session.sql_mode", otherStation)
-                    .toString()
-                    .contains("NO_BACKSLASH_ESCAPES"));
-        removeConnection(otherStation);
+        QVERIFY(QueryExec(nullptr, "INSERT INTO t(id,name) VALUES('1','\\')"));
     }
 
     void commit_thatTheServerRefuses_isAFailure()
     {
         if (m_dialect != Dialect::PostgreSql)
             QSKIP("the others check every statement at once");
-        QVERIFY(
-            QueryExec(nullptr, "CREATE TABLE u(id INTEGER UNIQUE DEFERRABLE INITIALLY DEFERRED)"));
-        QVERIFY(QueryExec(nullptr, "INSERT INTO u(id) VALUES('1')"));
+        rows("CREATE TABLE u(id INTEGER UNIQUE DEFERRABLE INITIALLY DEFERRED); "
+             "INSERT INTO u(id) VALUES(1)");
         QVERIFY(transactionBegin());
         QVERIFY(QueryExec(nullptr, "INSERT INTO u(id) VALUES('1')"));
         QVERIFY(!transactionCommit());
@@ -415,29 +333,13 @@ private slots:
         QCOMPARE(rows("SELECT COUNT(*) FROM u"), "1");
     }
 
-    void begin_reopensAKilledConnection()
-    {
-        if (!isServer())
-            QSKIP("a file has no connection that could be lost");
-        killClients();
-        QVERIFY(transactionBegin());
-        QVERIFY(QueryExec(nullptr, "INSERT INTO t(id) VALUES('1')"));
-        killClients();
-        QVERIFY(!transactionCommit());
-        QVERIFY(lastFailure().text.contains("неизвестно"));
-        QCOMPARE(rows("SELECT COUNT(*) FROM t"), "0");
-        QVERIFY(transactionBegin());
-        QVERIFY(transactionRollback());
-    }
-
 private:
     void prepare() override
     {
         m_parent = std::make_unique<QWidget>();
         openEmpty();
-        const QString ending = m_dialect == Dialect::MySql ? " CHARACTER SET utf8" : "";
-        QVERIFY(QueryExec(
-            nullptr, "CREATE TABLE t(id INTEGER PRIMARY KEY, name TEXT, amount REAL)" + ending));
+        rows(QString("CREATE TABLE t(id INTEGER PRIMARY KEY, name TEXT, amount REAL)") +
+             (m_dialect == Dialect::MySql ? " CHARACTER SET utf8" : ""));
     }
 
     void killClients() const

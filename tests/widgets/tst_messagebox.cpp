@@ -1,22 +1,11 @@
 #include "app/messages.h"
-#include "tests/support/datatable.h"
 #include "tests/support/dialogsteps.h"
 #include "tests/support/testhome.h"
 #include "widgets/messagebox.h"
 
 #include <QMessageBox>
 #include <QPushButton>
-
-namespace {
-
-const QString markup = "<img src=\"x\"> <b>Шоколад</b> %1 & Ко";
-
-void press(QMessageBox &box, Qt::Key key)
-{
-    QTest::keyClick(box.focusWidget() ? box.focusWidget() : &box, key);
-}
-
-} // namespace
+#include <QTest>
 
 class TestMessageBox : public QObject
 {
@@ -28,53 +17,47 @@ private slots:
         installMessageBox();
     }
 
-    void question_isAnsweredByKeyOrMouse_data()
-    {
-        // key: 0 for a click on the first button
-        addColumns<int, int>("key", "answer");
-        addRow("Return takes the default", int(Qt::Key_Return), 1);
-        addRow("Space takes the default", int(Qt::Key_Space), 1);
-        addRow("Escape takes its own button", int(Qt::Key_Escape), 2);
-        addRow("a click takes the button clicked", 0, 0);
-    }
-
     void question_isAnsweredByKeyOrMouse()
     {
-        const auto [key, answer] = rowValues<int, int>();
         const QStringList texts = {"Первая", "Вторая", "Третья"};
-        m_steps.whenOpen<QMessageBox>([key = key, texts](QMessageBox &box) {
-            QList<QPushButton *> buttons = box.findChildren<QPushButton *>();
-            std::sort(buttons.begin(), buttons.end(),
-                      [](QPushButton *left, QPushButton *right) { return left->x() < right->x(); });
-            QStringList shown;
-            for (const QPushButton *button : std::as_const(buttons))
-                shown += button->text();
-            QCOMPARE(shown, texts);
-            if (key == 0)
-                QTest::mouseClick(buttons.first(), Qt::LeftButton);
-            else
-                press(box, static_cast<Qt::Key>(key));
-        });
-        QCOMPARE(askQuestion(nullptr, "Какая?", texts, 1, 2), answer);
+        constexpr int aClick = 0;
+        const std::pair<int, int> answers[] = {
+            {Qt::Key_Return, 1}, {Qt::Key_Space, 1}, {Qt::Key_Escape, 2}, {aClick, 0}};
+        for (const auto &[key, answer] : answers) {
+            m_steps.whenOpen<QMessageBox>([key = key, texts](QMessageBox &box) {
+                QList<QPushButton *> buttons = box.findChildren<QPushButton *>();
+                std::sort(buttons.begin(), buttons.end(),
+                          [](auto *left, auto *right) { return left->x() < right->x(); });
+                QCOMPARE(buttons.size(), 3);
+                for (int i = 0; i < 3; ++i)
+                    QCOMPARE(buttons.at(i)->text(), texts.at(i));
+                if (key == aClick)
+                    QTest::mouseClick(buttons.first(), Qt::LeftButton);
+                else
+                    QTest::keyClick(box.focusWidget(), static_cast<Qt::Key>(key));
+            });
+            QCOMPARE(askQuestion(nullptr, "Какая?", texts, 1, 2), answer);
+        }
     }
 
     void data_isShownAsItStands()
     {
+        const QString markup = "<img src=\"x\"> <b>Шоколад</b> %1 & Ко";
         QWidget parent;
-        m_steps.whenOpen<QMessageBox>([](QMessageBox &box) {
+        m_steps.whenOpen<QMessageBox>([markup](QMessageBox &box) {
             QCOMPARE(box.text(), markup);
             QCOMPARE(box.textFormat(), Qt::PlainText);
             QCOMPARE(box.windowTitle(), "Lavkor");
             QVERIFY(box.isModal());
             QCOMPARE(box.buttons().size(), 1);
             QCOMPARE(box.buttons().first()->text(), "OK");
-            press(box, Qt::Key_Escape);
+            QTest::keyClick(&box, Qt::Key_Escape);
         });
         showWarning(&parent, markup);
 
         m_steps.whenOpen<QMessageBox>([](QMessageBox &box) {
             QCOMPARE(box.textFormat(), Qt::RichText);
-            press(box, Qt::Key_Escape);
+            QTest::keyClick(&box, Qt::Key_Escape);
         });
         QCOMPARE(askQuestion(nullptr, {.text = "<h3>Провести?</h3>",
                                        .buttons = {"Да", "Нет"},

@@ -12,20 +12,19 @@ class TestNumberSpinBox : public QObject
 private slots:
     void typedNumber_isTaken_data()
     {
-        addColumns<QString, int, double, QString>("typed", "decimals", "value", "shown");
-        addRow("point", "12.50", 4, 12.5, "12.5");
-        addRow("comma", "0,2500", 4, 0.25, "0.25");
-        addRow("nothing behind the comma", "7,", 4, 7.0, "7");
-        addRow("thousands", " 1\u00a0234,50", 4, 1234.5, "1234.5");
-        addRow("other minus", "\u22125", 4, -5.0, "-5");
-        addRow("emptied", "", 4, 0.0, "0");
+        addColumns<QString, double, QString>("typed", "value", "shown");
+        addRow("point", "12.50", 12.5, "12.5");
+        addRow("comma", "0,2500", 0.25, "0.25");
+        addRow("nothing behind the comma", "7,", 7.0, "7");
+        addRow("thousands", " 1\u00a0234,50", 1234.5, "1234.5");
+        addRow("other minus", "\u22125", -5.0, "-5");
+        addRow("emptied", "", 0.0, "0");
         // They stand there for the dialog to refuse; 1 is the number from before.
-        addRow("too many decimals", "1,23456", 4, 1.0, "1,23456");
-        addRow("part of a piece", "7,5", 0, 1.0, "7,5");
-        addRow("beyond the range", "100001", 4, 1.0, "100001");
-        addRow("letters", "LOT-5", 4, 1.0, "LOT-5");
-        addRow("two numbers", "7 5", 4, 1.0, "7 5");
-        addRow("only a sign", "-", 4, 1.0, "-");
+        addRow("too many decimals", "1,23456", 1.0, "1,23456");
+        addRow("beyond the range", "100001", 1.0, "100001");
+        addRow("letters", "LOT-5", 1.0, "LOT-5");
+        addRow("two numbers", "7 5", 1.0, "7 5");
+        addRow("only a sign", "-", 1.0, "-");
     }
 
     /// Typed or pasted, left in each way a field can be left, where the comma parts decimals and
@@ -33,7 +32,6 @@ private slots:
     void typedNumber_isTaken()
     {
         QFETCH(QString, typed);
-        QFETCH(int, decimals);
         QFETCH(QString, shown);
         for (const QLocale &locale : {QLocale(QLocale::Russian), QLocale(QLocale::C)}) {
             for (const Qt::Key key :
@@ -42,7 +40,7 @@ private slots:
                 NumberSpinBox box(&window);
                 QLineEdit other(&window);
                 box.setLocale(locale);
-                box.setDecimals(decimals);
+                box.setDecimals(4);
                 box.setRange(-100, 100000);
                 box.setValue(1);
                 box.setKeyboardTracking(false);
