@@ -3,11 +3,11 @@
 #include <QString>
 #include <QStringList>
 
-#include "db/connections.h"
 #include "db/failure.h"
 
 class QSqlDatabase;
 class QSqlError;
+struct ConnectionEntry;
 
 /// What differs between the kinds of database, one object for each kind. No other file asks which
 /// database it is.

@@ -1,5 +1,6 @@
 #include "app/configdir.h"
 #include "app/logging.h"
+#include "db/connections.h"
 #include "db/engine.h"
 #include "db/sqlitefunctions.h"
 

@@ -2,6 +2,7 @@
 
 #include "app/configdir.h"
 #include "app/messages.h"
+#include "db/connections.h"
 #include "db/engine.h"
 #include "login/connectioncheck.h"
 #include "login/connectionrules.h"
