@@ -20,7 +20,7 @@ private slots:
         addRow("other minus", "\u22125", -5.0, "-5");
         addRow("emptied", "", 0.0, "0");
         // They stand there for the dialog to refuse; 1 is the number from before.
-        addRow("too many decimals", "1,23456", 1.0, "1,23456");
+        addRow("too many decimals", "0,12345", 1.0, "0,12345");
         addRow("beyond the range", "100001", 1.0, "100001");
         addRow("letters", "LOT-5", 1.0, "LOT-5");
         addRow("two numbers", "7 5", 1.0, "7 5");
