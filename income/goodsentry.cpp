@@ -7,6 +7,7 @@
 #include "db/session.h"
 #include "income/missedcodesdialog.h"
 #include "income/quantityrestdialog.h"
+#include "widgets/scantaker.h"
 #include "widgets/sound.h"
 
 #include <QApplication>
@@ -26,6 +27,19 @@ Addition additionOf(const ReceiptEntry &entry)
         Addition{.wareid = entry.product().id, .name = entry.product().name});
 }
 
+/// Hands a code to the dialog in front, if that has a use for it. Behind the event that the code
+/// came with: the dialog may open another one.
+bool handToDialog(const QString &code)
+{
+    QWidget *modal = QApplication::activeModalWidget();
+    auto *taker = dynamic_cast<ScanTaker *>(modal);
+    if (!taker)
+        return false;
+    QMetaObject::invokeMethod(
+        modal, [taker, code] { taker->takeScan(code); }, Qt::QueuedConnection);
+    return true;
+}
+
 } // namespace
 
 GoodsEntry::GoodsEntry(QWidget *window, std::function<EntryOptions()> options,
@@ -41,6 +55,8 @@ GoodsEntry::GoodsEntry(QWidget *window, std::function<EntryOptions()> options,
 
 void GoodsEntry::scan(const QString &code)
 {
+    if (handToDialog(code))
+        return;
     m_waiting.append(code);
     // Perhaps what stopped the line has been put right. Not while it is being asked about.
     if (QApplication::activeModalWidget() == m_dialog)

@@ -55,7 +55,8 @@ public:
     /// Looks a code or product number up and enters what it finds.
     void enterCode(const QString &text);
 
-    /// A code that was scanned somewhere in the program: entered as soon as nothing stands open.
+    /// A code that was scanned somewhere in the program: entered as soon as nothing stands open,
+    /// unless the dialog in front is a ScanTaker.
     void scan(const QString &code);
 
     /// A scan that did not arrive whole: it is heard, seen and kept.

@@ -1,0 +1,46 @@
+#include "widgets/dialogplace.h"
+
+#include <QDialog>
+#include <QEvent>
+#include <QScreen>
+#include <QSettings>
+
+namespace {
+
+QString keyOf(const QDialog *dialog)
+{
+    return "dialogs/" + dialog->objectName() + "/size";
+}
+
+class SizeKeeper final : public QObject
+{
+public:
+    explicit SizeKeeper(QDialog *dialog)
+        : QObject(dialog)
+    {
+        dialog->installEventFilter(this);
+    }
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override
+    {
+        const auto *dialog = static_cast<QDialog *>(watched);
+        // What a program hides, a screen lock for one, is not a size that somebody has chosen.
+        if (event->type() == QEvent::Hide && !event->spontaneous() && !dialog->isMaximized())
+            QSettings().setValue(keyOf(dialog), dialog->size());
+        return QObject::eventFilter(watched, event);
+    }
+};
+
+} // namespace
+
+void keepDialogSize(QDialog *dialog)
+{
+    const QSize frame(12, 44); // of the window, which is not known before it is shown
+    const QSize room = dialog->screen()->availableGeometry().size() - frame;
+    const QSize kept = QSettings().value(keyOf(dialog)).toSize();
+    dialog->ensurePolished();
+    const QSize wanted = kept.isValid() ? kept : dialog->size();
+    dialog->resize(wanted.expandedTo(dialog->minimumSizeHint()).boundedTo(room));
+    new SizeKeeper(dialog);
+}
