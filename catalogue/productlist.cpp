@@ -39,9 +39,9 @@ QString textCondition(const QString &text)
     return QStringLiteral(" (") + condition + u')';
 }
 
-QString productSelect()
+QString productSelect(const QList<TableColumn> &columns)
 {
-    return selectList(productColumns()) +
+    return selectList(columns) +
            QStringLiteral("  FROM warehouse LEFT JOIN units ON units.id=warehouse.unitid LEFT JOIN "
                           "`groups` ON `groups`.`id`=`warehouse`.`groupid`");
 }
@@ -82,12 +82,13 @@ QList<TableColumn> productColumns()
     };
 }
 
-std::optional<PagedSelect> productPages(QWidget *parent, const ProductFilter &filter)
+std::optional<PagedSelect> productPages(QWidget *parent, const ProductFilter &filter,
+                                        const QList<TableColumn> &columns)
 {
     ProductFilter rest = filter;
     rest.groupId.reset();
     QStringList part = productConditions(rest);
-    PagedSelect list = {.select = productSelect(),
+    PagedSelect list = {.select = productSelect(columns),
                         .table = QStringLiteral("warehouse"),
                         .order = QStringLiteral("name"),
                         .conditions = productConditions(filter),

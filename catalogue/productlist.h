@@ -22,9 +22,10 @@ struct ProductFilter
 /// The columns of the product table.
 QList<TableColumn> productColumns();
 
-/// The product table for reading page by page. Nothing when the groups could not be read, which is
-/// reported over the parent.
-std::optional<PagedSelect> productPages(QWidget *parent, const ProductFilter &filter);
+/// The product table, or one with other columns of products, their units and groups, for reading
+/// page by page. Nothing when the groups could not be read, which is reported over the parent.
+std::optional<PagedSelect> productPages(QWidget *parent, const ProductFilter &filter,
+                                        const QList<TableColumn> &columns = productColumns());
 
 /// A group in the tree of groups.
 struct GroupNode
