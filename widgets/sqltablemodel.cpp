@@ -1,6 +1,5 @@
 #include "widgets/sqltablemodel.h"
 
-#include "db/money.h"
 #include "db/query.h"
 #include "db/transaction.h"
 #include "widgets/plaintext.h"
@@ -298,23 +297,5 @@ ColumnKind SqlTableModel::kindOf(int column) const
 
 QString SqlTableModel::displayText(int row, int column) const
 {
-    const QVariant cell = value(row, column);
-    if (cell.isNull())
-        return {};
-    switch (kindOf(column)) {
-    case ColumnKind::Money:
-        return formatMoney(cell.toDouble());
-    case ColumnKind::Quantity:
-        return formatQuantity(cell.toDouble());
-    case ColumnKind::Ratio:
-        return formatFactor(cell.toDouble(), 4);
-    case ColumnKind::Factor:
-        return formatFactor(cell.toDouble());
-    case ColumnKind::Text:
-    case ColumnKind::Name:
-    case ColumnKind::Time:
-    case ColumnKind::Id:
-        break;
-    }
-    return cell.toString();
+    return shownText(value(row, column), kindOf(column));
 }
