@@ -2,19 +2,13 @@
 
 #include <cmath>
 
-namespace {
-
-/// The number that a product of decimal fractions means: 90 * 1.4 is 126, though its double is a
-/// little less. Beyond a million a double has fewer than 9 decimals left, so its digits count too.
 double tidied(double price)
 {
-    constexpr int safeDigits = 15;
+    constexpr int safeDigits = 15; // beyond a million a double has fewer than 9 decimals left
     constexpr int decimals = 9;
     const double digits = QString::number(price, 'g', safeDigits).toDouble();
     return QString::number(digits, 'f', decimals).toDouble();
 }
-
-} // namespace
 
 double roundSellingPrice(double price)
 {
