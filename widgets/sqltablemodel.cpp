@@ -32,6 +32,11 @@ void SqlTableModel::setColumns(const QList<TableColumn> &columns)
         emit headerDataChanged(Qt::Horizontal, 0, m_width - 1);
 }
 
+void SqlTableModel::setArrangement(std::function<void(QList<SqlRow> &rows)> arrange)
+{
+    m_arrange = std::move(arrange);
+}
+
 const QList<TableColumn> &SqlTableModel::columns() const
 {
     return m_columns;
@@ -63,6 +68,15 @@ bool SqlTableModel::select(QWidget *parent, const QString &sqlText, const QStrin
     if (!readToEnd(parent, query, connectionName))
         return false;
     query = QSqlQuery();
+    if (m_arrange) {
+        QList<SqlRow> arranged;
+        for (int row = 0; row < rows; ++row)
+            arranged += values.mid(qsizetype(row) * columns, columns);
+        m_arrange(arranged);
+        values.clear();
+        for (const SqlRow &row : std::as_const(arranged))
+            values += row;
+    }
 
     beginResetModel();
     m_pages.reset();
