@@ -247,7 +247,8 @@ LoadState loadProduct(QWidget *parent, qulonglong id, ProductColumns columns, Pr
 bool loadProducts(QWidget *parent, const QList<qulonglong> &ids, ProductColumns columns,
                   QList<Product> &products, const QString &connectionName)
 {
-    return loadFromLists(parent, QLatin1String(selectionOf(columns).key), sql::idLists(ids), columns, products, connectionName);
+    return loadFromLists(parent, QLatin1String(selectionOf(columns).key), sql::idLists(ids),
+                         columns, products, connectionName);
 }
 
 bool loadProductsByWuid(QWidget *parent, const QStringList &wuids, ProductColumns columns,
@@ -345,8 +346,8 @@ std::optional<qulonglong> insertProduct(QWidget *parent, const Product &product,
         if (column.written == Written::Nothing)
             values += QStringLiteral("0");
         else
-            values += column.written == Written::Created ? sql::now()
-                                                         : valueText(column, product, given);
+            values +=
+                column.written == Written::Created ? sql::now() : valueText(column, product, given);
     }
     QSqlQuery query;
     if (!QueryExec(parent,

@@ -7,8 +7,10 @@
 /// How values get into statements; nothing else puts a value into SQL text.
 namespace sql {
 
-/// A text value in single quotes, each quote inside doubled. U+0000, which no database stores,
-/// is left out.
+/// A text as databases can store it: without U+0000 and halves of characters.
+QString storable(const QString &value);
+
+/// A text value, as far as it is storable, in single quotes, each quote inside doubled.
 QString text(const QString &value);
 
 /// A real number in general format with at most 6 significant digits and a decimal point.
@@ -36,6 +38,9 @@ QString now();
 /// What a LIKE compares with to find the text anywhere in a column, quotes and ESCAPE included:
 /// `'%' text '%' ESCAPE '!'`. Signs of the text that LIKE would interpret stand for themselves.
 QString containing(const QString &value);
+
+/// The same to find the text at the beginning of a column.
+QString beginning(const QString &value);
 
 } // namespace sql
 

@@ -1,6 +1,5 @@
 #include "widgets/sqltablemodel.h"
 
-#include "db/money.h"
 #include "db/query.h"
 #include "db/transaction.h"
 #include "widgets/plaintext.h"
@@ -31,6 +30,11 @@ void SqlTableModel::setColumns(const QList<TableColumn> &columns)
     m_described = true;
     if (m_width > 0)
         emit headerDataChanged(Qt::Horizontal, 0, m_width - 1);
+}
+
+void SqlTableModel::setArrangement(std::function<void(QList<SqlRow> &rows)> arrange)
+{
+    m_arrange = std::move(arrange);
 }
 
 const QList<TableColumn> &SqlTableModel::columns() const
@@ -64,6 +68,15 @@ bool SqlTableModel::select(QWidget *parent, const QString &sqlText, const QStrin
     if (!readToEnd(parent, query, connectionName))
         return false;
     query = QSqlQuery();
+    if (m_arrange) {
+        QList<SqlRow> arranged;
+        for (int row = 0; row < rows; ++row)
+            arranged += values.mid(qsizetype(row) * columns, columns);
+        m_arrange(arranged);
+        values.clear();
+        for (const SqlRow &row : std::as_const(arranged))
+            values += row;
+    }
 
     beginResetModel();
     m_pages.reset();
@@ -298,23 +311,5 @@ ColumnKind SqlTableModel::kindOf(int column) const
 
 QString SqlTableModel::displayText(int row, int column) const
 {
-    const QVariant cell = value(row, column);
-    if (cell.isNull())
-        return {};
-    switch (kindOf(column)) {
-    case ColumnKind::Money:
-        return formatMoney(cell.toDouble());
-    case ColumnKind::Quantity:
-        return formatQuantity(cell.toDouble());
-    case ColumnKind::Ratio:
-        return formatFactor(cell.toDouble(), 4);
-    case ColumnKind::Factor:
-        return formatFactor(cell.toDouble());
-    case ColumnKind::Text:
-    case ColumnKind::Name:
-    case ColumnKind::Time:
-    case ColumnKind::Id:
-        break;
-    }
-    return cell.toString();
+    return shownText(value(row, column), kindOf(column));
 }
