@@ -319,8 +319,8 @@ std::optional<qulonglong> insertProduct(QWidget *parent, const Product &product,
         if (column.written == Written::Nothing)
             values += QStringLiteral("0");
         else
-            values += column.written == Written::Created ? sql::now()
-                                                         : valueText(column, product, given);
+            values +=
+                column.written == Written::Created ? sql::now() : valueText(column, product, given);
     }
     QSqlQuery query;
     if (!QueryExec(parent,

@@ -10,7 +10,6 @@
 #include <QCoreApplication>
 #include <QStringList>
 
-#include <algorithm>
 #include <optional>
 
 namespace {
@@ -38,22 +37,9 @@ QString insertCode(const QString &code, double packQuantity, const QString &made
            user() + u',' + timestamp + ");";
 }
 
-bool runTogether(QWidget *parent, const QStringList &statements)
+bool write(QWidget *parent, const QStringList &statements)
 {
-    bool inDoubt = false; // every list begins with its DELETE: done twice is the same
-    const TransactionResult result = runInTransaction(
-        parent, mainConnection,
-        [&] {
-            const bool done =
-                std::all_of(statements.begin(), statements.end(), [](const QString &statement) {
-                    return QueryExec(nullptr, statement);
-                });
-            return done ? TransactionStep::Commit : TransactionStep::Fail;
-        },
-        {.inDoubt = &inDoubt});
-    if (!result.isDone() && !result.givenUp)
-        showDatabaseFailure(parent, result.failure, StagedRows::tr("Не записано."));
-    return result.isDone();
+    return runStatements(parent, statements, StagedRows::tr("Не записано."));
 }
 
 /// Whether a local product has the code. Nothing when that could not be read.
@@ -71,16 +57,16 @@ std::optional<bool> isTaken(QWidget *parent, const QString &code)
 
 bool clearStagedRows(QWidget *parent)
 {
-    return runTogether(parent, {deleteCodes(), "DELETE FROM articles WHERE wareid='0';",
-                                "DELETE FROM wareproperties WHERE wareid='0';",
-                                "DELETE FROM waretranslates WHERE wareid='0';",
-                                "DELETE FROM collectionproducts WHERE wareid='0' AND userid=" +
-                                    user() + u';'});
+    return write(parent,
+                 {deleteCodes(), "DELETE FROM articles WHERE wareid='0';",
+                  "DELETE FROM wareproperties WHERE wareid='0';",
+                  "DELETE FROM waretranslates WHERE wareid='0';",
+                  "DELETE FROM collectionproducts WHERE wareid='0' AND userid=" + user() + u';'});
 }
 
 bool stageCode(QWidget *parent, const QString &code)
 {
-    return runTogether(parent, {deleteCodes(), insertCode(code, 1, {}, sql::now())});
+    return write(parent, {deleteCodes(), insertCode(code, 1, {}, sql::now())});
 }
 
 bool stageReferenceCodes(QWidget *parent, qulonglong referenceId)
@@ -101,10 +87,10 @@ bool stageReferenceCodes(QWidget *parent, qulonglong referenceId)
         if (*isKnown)
             taken += code;
         else
-            statements += insertCode(code, finiteOrZero(row.at(1).toDouble()),
-                                     row.at(2).toString(), sql::text(row.at(3).toString()));
+            statements += insertCode(code, finiteOrZero(row.at(1).toDouble()), row.at(2).toString(),
+                                     sql::text(row.at(3).toString()));
     }
-    if (!runTogether(parent, statements))
+    if (!write(parent, statements))
         return false;
     if (!taken.isEmpty())
         showInformation(parent,
@@ -117,7 +103,7 @@ bool stageReferenceCodes(QWidget *parent, qulonglong referenceId)
 bool stageCopies(QWidget *parent, qulonglong wareid)
 {
     const QString of = " WHERE wareid=" + sql::quotedId(wareid) + u';';
-    return runTogether(
+    return write(
         parent,
         {"DELETE FROM wareproperties WHERE wareid='0';",
          "DELETE FROM collectionproducts WHERE wareid='0' AND userid=" + user() + u';',

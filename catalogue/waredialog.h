@@ -6,23 +6,21 @@
 #include <memory>
 
 #include "catalogue/product.h"
+#include "catalogue/warefields.h"
+#include "catalogue/waresave.h"
 #include "widgets/scantaker.h"
 
 namespace Ui {
 class WareDialog;
 }
-class NumberSpinBox;
-class QComboBox;
-class QLineEdit;
-class QToolButton;
-class WareSave;
 class WareSubList;
+enum class DictionaryName;
 
 /// The product card: adds a product or edits one with its barcodes, supplier articles, properties,
 /// translations and collections. Those are written at once; of a new product they wait as rows of
 /// product 0 until it is saved.
 ///
-/// Return goes on to the next field, Ctrl+Return saves: a scanner ends its code with Return.
+/// Return goes on to the next field and Ctrl+Return saves, since a scanner sends Return.
 class WareDialog final : public QDialog, public ScanTaker
 {
     Q_OBJECT
@@ -38,7 +36,7 @@ public:
     /// Fills a new card in.
     void prefill(const Product &product);
 
-    /// A barcode goes to the barcodes, to be added.
+    /// A code goes to the barcodes, to be added.
     void takeScan(const QString &code) override;
 
     void reject() override;
@@ -60,11 +58,34 @@ private slots:
     void on_cancelPushButton_clicked();
 
 private:
-    struct NumberField;
-    struct TextField;
-    struct ChoiceField;
+    void describeFields();
+    void fillChoices();
+    void fillGroups();
+    void fillBrands();
+    void fillUnits();
+    void fillCurrencies();
+    void load(qulonglong id);
+    void addLists(qulonglong id);
+    void countRows();
+    void show(const Product &product);
+    void choose(DictionaryName dictionary, QComboBox *box, void (WareDialog::*fill)());
+    void followUnit();
+    double costInMain() const;
+    void followCoefficient();
+    void showMargin();
+    bool refuse(QWidget *field, const QString &text);
+    bool check();
+    bool checkRates();
+    bool save();
+    bool askToReplace();
+    bool askToAddAnew();
 
     std::unique_ptr<Ui::WareDialog> m_ui;
+    WareFields m_fields;
+    WareSave m_save;
+    QList<WareSubList *> m_lists; ///< the barcodes first
+    bool m_showing = false;       ///< fields change by themselves
+    bool m_missing = false;       ///< the product could not be read
 };
 
 /// Opens the card of a new product, filled in from another one and with a barcode, after clearing

@@ -9,14 +9,14 @@
 #include <QStringList>
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 
 bool runAll(const QStringList &statements)
 {
-    return std::all_of(statements.begin(), statements.end(), [](const QString &statement) {
-        return QueryExec(nullptr, statement);
-    });
+    return std::all_of(statements.begin(), statements.end(),
+                       [](const QString &statement) { return QueryExec(nullptr, statement); });
 }
 
 } // namespace
@@ -78,22 +78,35 @@ void WareSave::acknowledge()
     m_seen = m_now;
 }
 
+Product WareSave::takeOver(Product mine)
+{
+    const QStringList columns = changedColumns(m_seen, m_now);
+    for (const QString &column : columns) {
+        const QVariant now = productValue(m_now, column);
+        if (productValue(mine, column) != productValue(m_seen, column))
+            continue;
+        setProductValue(mine, column, now);
+        setProductValue(m_given, column, now);
+    }
+    acknowledge();
+    return mine;
+}
+
 void WareSave::beginAnew()
 {
-    m_id = 0;
+    m_goneId = std::exchange(m_id, 0);
 }
 
 WareSaveState WareSave::save(QWidget *parent, const Product &product)
 {
     const Product tidied = tidy(product);
     const qulonglong before = m_id;
-    const TransactionResult result = runInTransaction(
-        parent, mainConnection,
-        [&] {
-            m_id = before;
-            return write(tidied);
-        },
-        {.inDoubt = &m_inDoubt});
+    const TransactionResult result = runInTransaction(parent, mainConnection,
+                                                      [&] {
+                                                          m_id = before;
+                                                          return write(tidied);
+                                                      },
+                                                      {.inDoubt = &m_inDoubt});
     if (result.isDone()) {
         m_seen = tidied;
         return WareSaveState::Saved;
@@ -210,15 +223,20 @@ bool WareSave::follow(const Product &product, double before) const
                                   sql::id(product.id) + "' AND inoutratio=0");
 }
 
-/// Rows that were entered for the product before it had a number.
+/// Rows that were entered for the product before it had a number, or when it had another one.
 bool WareSave::takeWaitingRows() const
 {
     const QString ofUser = " AND userid=" + sql::quotedId(Session::instance().user().id);
-    const auto take = [this](const QString &table, const QString &condition) {
-        return "UPDATE " + table + " SET wareid=" + sql::quotedId(m_id) + " WHERE wareid='0'" +
-               condition + u';';
-    };
-    return runAll({take("images", {}), take("codes", ofUser), take("articles", {}),
-                   take("wareproperties", {}), take("waretranslates", {}),
-                   take("collectionproducts", ofUser)});
+    const QPair<const char *, QString> tables[] = {
+        {"images", {}},         {"codes", ofUser},      {"articles", {}},
+        {"wareproperties", {}}, {"waretranslates", {}}, {"collectionproducts", ofUser}};
+    QStringList statements;
+    for (const auto &[table, condition] : tables) {
+        const QString take = QLatin1String("UPDATE ") + QLatin1String(table) +
+                             " SET wareid=" + sql::quotedId(m_id) + " WHERE wareid='";
+        statements += take + "0'" + condition + u';';
+        if (m_goneId != 0)
+            statements += take + sql::id(m_goneId) + "';";
+    }
+    return runAll(statements);
 }

@@ -52,6 +52,9 @@ public:
     /// After Changed: the user knows it as it is now, the next save replaces it.
     void acknowledge();
 
+    /// After Changed: the same, and what the user has left alone becomes what it is now.
+    Product takeOver(Product mine);
+
     /// After Gone: the next save adds it anew.
     void beginAnew();
 
@@ -71,6 +74,7 @@ private:
     Product m_now;
     WareSaveState m_state = WareSaveState::Failed;
     qulonglong m_duplicateId = 0;
+    qulonglong m_goneId = 0; ///< of the product that was deleted; its rows go to the new one
     bool m_inDoubt = false;
     qulonglong m_formerId = 0; ///< of a new product whose COMMIT got no answer
     Product m_former;

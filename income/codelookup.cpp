@@ -2,6 +2,7 @@
 
 #include "app/messages.h"
 #include "catalogue/productstore.h"
+#include "catalogue/referencecopy.h"
 #include "db/query.h"
 #include "db/sqltext.h"
 
@@ -18,8 +19,21 @@ struct CodeText
     Q_DECLARE_TR_FUNCTIONS(CodeLookup)
 };
 
-/// The local product with the unique identifier of a reference product.
-CodeResult localProductOf(QWidget *parent, const CodeResult &reference)
+/// Offers a card for a product that only the reference database knows.
+CodeResult addCopy(QWidget *parent, const CodeResult &reference, const QString &code)
+{
+    const qulonglong id = copyFromReference(parent, reference.wareid);
+    if (id == 0)
+        return notFound;
+    // The user may have given the code another pack quantity, or taken it away.
+    const CodeResult stored = lookUpCode(parent, code);
+    return {.kind = CodeKind::Product,
+            .wareid = id,
+            .packQuantity = stored.wareid == id ? stored.packQuantity : 1};
+}
+
+/// The local product with the unique identifier of a reference product, or else a copy of it.
+CodeResult localProductOf(QWidget *parent, const CodeResult &reference, const QString &code)
 {
     Product product;
     const LoadState state =
@@ -39,10 +53,7 @@ CodeResult localProductOf(QWidget *parent, const CodeResult &reference)
                     .packQuantity = reference.packQuantity};
         }
     }
-    showInformation(parent, CodeText::tr("Товар есть в справочной базе данных, но его нет в "
-                                         "местном каталоге:\n%1")
-                                .arg(product.name));
-    return notFound;
+    return addCopy(parent, reference, code);
 }
 
 } // namespace
@@ -66,5 +77,6 @@ CodeResult lookUpReferenceCode(QWidget *parent, const QString &text, bool ask)
         "SELECT wareid, packquantity FROM codes LEFT JOIN warehouse ON wareid=warehouse.id "
         "WHERE code=",
         " AND wareid!=0 AND warehouse.enabled!=0;", friendConnection);
-    return reference.kind == CodeKind::Product ? localProductOf(parent, reference) : reference;
+    return reference.kind == CodeKind::Product ? localProductOf(parent, reference, code)
+                                               : reference;
 }
