@@ -182,6 +182,7 @@ constexpr TableDescription addedTables[] = {
 constexpr ColumnAddition addedColumns[] = {
     {"suppliers", "notes", "TEXT"},
     {"suppliers", "minimalpurchase", "REAL"},
+    {"collections", "description", "TEXT"},
 };
 
 // The columns behind the first one let a page of products be found in the index alone.

@@ -5,11 +5,10 @@
 
 namespace sql {
 
-QString text(const QString &value)
+QString storable(const QString &value)
 {
-    QString quoted;
-    quoted.reserve(value.size() + 2);
-    quoted += u'\'';
+    QString kept;
+    kept.reserve(value.size());
     for (qsizetype i = 0; i < value.size(); ++i) {
         const QChar c = value.at(i);
         const bool isPair =
@@ -17,14 +16,16 @@ QString text(const QString &value)
         // Half a character would be read together with what follows it, be it the closing quote.
         if (c.isNull() || (c.isSurrogate() && !isPair))
             continue;
-        if (c == u'\'')
-            quoted += u'\'';
-        quoted += c;
+        kept += c;
         if (isPair)
-            quoted += value.at(++i);
+            kept += value.at(++i);
     }
-    quoted += u'\'';
-    return quoted;
+    return kept;
+}
+
+QString text(const QString &value)
+{
+    return u'\'' + storable(value).replace(u'\'', QLatin1String("''")) + u'\'';
 }
 
 QString number(double value)

@@ -7,8 +7,10 @@
 /// How values get into statements; nothing else puts a value into SQL text.
 namespace sql {
 
-/// A text value in single quotes, each quote inside doubled. U+0000, which no database stores,
-/// is left out.
+/// A text as databases can store it: without U+0000 and halves of characters.
+QString storable(const QString &value);
+
+/// A text value, as far as it is storable, in single quotes, each quote inside doubled.
 QString text(const QString &value);
 
 /// A real number in general format with at most 6 significant digits and a decimal point.

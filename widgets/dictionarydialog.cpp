@@ -6,16 +6,29 @@
 #include "db/money.h"
 #include "db/query.h"
 #include "db/sqltext.h"
+#include "widgets/dialogbuttons.h"
+#include "widgets/dialogplace.h"
 #include "widgets/dictionarystore.h"
 #include "widgets/numberspinbox.h"
+#include "widgets/plaintext.h"
 
 #include <QCheckBox>
 #include <QComboBox>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPlainTextEdit>
+#include <QPushButton>
+
+#include <algorithm>
 
 namespace {
+
+/// What a choice knows an entry by.
+QVariant keyOf(const DictionaryField &field, const QVariant &value)
+{
+    return field.kind == FieldKind::Code ? QVariant(value.toString())
+                                         : QVariant(value.toULongLong());
+}
 
 NumberSpinBox *makeNumber(const DictionaryField &field, QWidget *parent)
 {
@@ -26,16 +39,33 @@ NumberSpinBox *makeNumber(const DictionaryField &field, QWidget *parent)
     return number;
 }
 
-QComboBox *makeChoice(const DictionaryField &field, QWidget *parent)
+void readChoices(const DictionaryField &field, QComboBox *box)
 {
-    auto *box = new QComboBox(parent);
+    box->clear();
     for (const auto &[id, text] : field.firstChoices)
         box->addItem(text, id);
     QList<SqlRow> rows;
     if (!field.choices.isEmpty())
-        QueryRows(parent, field.choices, rows);
+        QueryRows(box->window(), field.choices, rows);
     for (const SqlRow &row : std::as_const(rows))
-        box->addItem(row.at(1).toString(), row.at(0).toULongLong());
+        box->addItem(row.at(1).toString().simplified(), keyOf(field, row.at(0)));
+}
+
+/// Shows an entry of a choice, or nothing; a row that is gone is not replaced unasked.
+void choose(QComboBox *box, const QVariant &key)
+{
+    const QString text = key.toString();
+    if (box->findData(key) < 0 && !text.isEmpty() && text != u'0')
+        box->addItem(key.toString(), key);
+    box->setCurrentIndex(box->findData(key));
+}
+
+QComboBox *makeChoice(const DictionaryField &field, QWidget *parent)
+{
+    auto *box = new QComboBox(parent);
+    box->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
+    box->setMinimumContentsLength(24);
+    readChoices(field, box);
     return box;
 }
 
@@ -51,9 +81,13 @@ QWidget *makeWidget(const DictionaryField &field, QWidget *parent)
     }
     case FieldKind::Number:
         return makeNumber(field, parent);
-    case FieldKind::Flag:
-        return new QCheckBox(parent);
+    case FieldKind::Flag: {
+        auto *flag = new QCheckBox(parent);
+        flag->setChecked(field.initial > 0);
+        return flag;
+    }
     case FieldKind::Choice:
+    case FieldKind::Code:
         return makeChoice(field, parent);
     case FieldKind::Fixed:
     case FieldKind::Time:
@@ -62,7 +96,7 @@ QWidget *makeWidget(const DictionaryField &field, QWidget *parent)
     return nullptr;
 }
 
-void showValue(QWidget *widget, const QVariant &value)
+void showValue(const DictionaryField &field, QWidget *widget, const QVariant &value)
 {
     if (auto *line = qobject_cast<QLineEdit *>(widget)) {
         line->setText(value.toString());
@@ -77,16 +111,14 @@ void showValue(QWidget *widget, const QVariant &value)
     } else if (auto *flag = qobject_cast<QCheckBox *>(widget)) {
         flag->setChecked(value.toInt() > 0);
     } else if (auto *box = qobject_cast<QComboBox *>(widget)) {
-        if (box->findData(value.toULongLong()) < 0) // a row that is gone is not replaced unasked
-            box->addItem(value.toString(), value.toULongLong());
-        box->setCurrentIndex(box->findData(value.toULongLong()));
+        choose(box, keyOf(field, value));
     }
 }
 
 QVariant valueOf(const QWidget *widget)
 {
     if (const auto *line = qobject_cast<const QLineEdit *>(widget))
-        return line->text();
+        return line->text().simplified();
     if (const auto *memo = qobject_cast<const QPlainTextEdit *>(widget))
         return memo->toPlainText();
     if (const auto *number = qobject_cast<const NumberSpinBox *>(widget))
@@ -99,10 +131,10 @@ QVariant valueOf(const QWidget *widget)
 }
 
 /// A stored value as the field would show it.
-QString shownText(const QWidget *widget, const QVariant &value)
+QString shownText(const DictionaryField &field, const QWidget *widget, const QVariant &value)
 {
     if (const auto *box = qobject_cast<const QComboBox *>(widget)) {
-        const int item = box->findData(value.toULongLong());
+        const int item = box->findData(keyOf(field, value));
         return item < 0 ? value.toString() : box->itemText(item);
     }
     if (qobject_cast<const QCheckBox *>(widget))
@@ -115,6 +147,8 @@ QString shownText(const QWidget *widget, const QVariant &value)
 /// What is wrong with what was entered; empty when nothing is.
 QString faultOf(const DictionaryField &field, const QWidget *widget)
 {
+    if (const auto *box = qobject_cast<const QComboBox *>(widget))
+        return box->currentIndex() < 0 ? field.required : QString();
     const auto *number = qobject_cast<const NumberSpinBox *>(widget);
     if (!number)
         return valueOf(widget).toString().trimmed().isEmpty() ? field.required : QString();
@@ -140,6 +174,15 @@ DictionaryDialog::DictionaryDialog(const Dictionary &dictionary, qulonglong id, 
       m_seen(fixed)
 {
     m_ui->setupUi(this);
+    setObjectName(m_dictionary.dialogName);
+    m_ui->headingLabel->hide();
+    connect(m_ui->savePushButton, &QPushButton::clicked, this, &DictionaryDialog::saveAndClose);
+    // Who presses it means it.
+    connect(m_ui->cancelPushButton, &QPushButton::clicked, this, [this] { QDialog::reject(); });
+    if (!m_dictionary.acceptName.isEmpty())
+        m_ui->savePushButton->setObjectName(m_dictionary.acceptName);
+    if (!m_dictionary.cancelName.isEmpty())
+        m_ui->cancelPushButton->setObjectName(m_dictionary.cancelName);
     makeFields();
     if (m_id == 0)
         setWindowTitle(m_dictionary.addTitle);
@@ -154,28 +197,178 @@ qulonglong DictionaryDialog::id() const
     return m_id;
 }
 
+QVariantMap &DictionaryDialog::seen()
+{
+    return m_seen;
+}
+
+void DictionaryDialog::setVisible(bool visible)
+{
+    if (visible && !m_hasPlace) {
+        m_initial = shownValues();
+        keepDialogSize(this); // with what a class on top has added
+    }
+    m_hasPlace = m_hasPlace || visible;
+    QDialog::setVisible(visible);
+}
+
+void DictionaryDialog::showHeading(const QString &text)
+{
+    m_ui->headingLabel->setText(breakable(text));
+    m_ui->headingLabel->setToolTip(plainToolTip(text));
+    m_ui->headingLabel->setVisible(!text.isEmpty());
+}
+
+QWidget *DictionaryDialog::fieldWidget(const QString &column) const
+{
+    return m_widgets.value(column);
+}
+
+QComboBox *DictionaryDialog::choiceWidget(const QString &column) const
+{
+    return qobject_cast<QComboBox *>(fieldWidget(column));
+}
+
+DictionaryField DictionaryDialog::fieldOf(const QString &column) const
+{
+    for (const DictionaryField &field : m_dictionary.fields) {
+        if (field.column == column)
+            return field;
+    }
+    return {};
+}
+
+void DictionaryDialog::setFieldValue(const QString &column, const QVariant &value)
+{
+    showValue(fieldOf(column), fieldWidget(column), value);
+}
+
+QPushButton *DictionaryDialog::addCommand(const QString &text, const QString &name,
+                                          const QString &toolTip)
+{
+    auto *button = new QPushButton(text, this);
+    button->setObjectName(name);
+    button->setToolTip(toolTip);
+    button->setAutoDefault(false);
+    m_ui->buttonLayout->insertWidget(0, button);
+    arrangeTabs();
+    return button;
+}
+
+QVariant DictionaryDialog::fieldValue(const QString &column) const
+{
+    return valueOf(m_widgets.value(column));
+}
+
+QWidget *DictionaryDialog::makeField(const DictionaryField &field)
+{
+    QWidget *widget = makeWidget(field, this);
+    if (!widget)
+        return nullptr;
+    widget->setObjectName(field.widget);
+    widget->setToolTip(field.toolTip);
+    m_widgets.insert(field.column, widget);
+    return widget;
+}
+
+/// A field with the button that opens the list of what can be chosen.
+QWidget *DictionaryDialog::withOpener(const DictionaryField &field, QWidget *widget)
+{
+    if (!field.open)
+        return widget;
+    auto *holder = new QWidget(this);
+    auto *row = new QHBoxLayout(holder);
+    row->setContentsMargins({});
+    auto *button = new QPushButton(QStringLiteral("…"), holder);
+    button->setObjectName(field.openName);
+    button->setToolTip(field.openToolTip);
+    button->setAccessibleName(field.openToolTip);
+    button->setAutoDefault(false);
+    button->setMaximumWidth(2 * button->sizeHint().height());
+    row->addWidget(widget, 1);
+    row->addWidget(button);
+    setTabOrder(widget, button);
+    auto *box = qobject_cast<QComboBox *>(widget);
+    connect(button, &QPushButton::clicked, this, [this, field, box] {
+        const CommandScope command;
+        const QVariant before = box->currentData();
+        const QVariant chosen = field.open(this, before);
+        {
+            const QSignalBlocker quiet(box);
+            readChoices(field, box);
+            choose(box, chosen.isValid() ? keyOf(field, chosen) : before);
+        }
+        // Also when it is the same one: it may have been changed there.
+        emit box->currentIndexChanged(box->currentIndex());
+    });
+    return holder;
+}
+
 void DictionaryDialog::makeFields()
 {
-    QWidget *former = nullptr;
     for (const DictionaryField &field : std::as_const(m_dictionary.fields)) {
-        QWidget *widget = makeWidget(field, this);
+        QWidget *widget = makeField(field);
         if (!widget)
             continue;
-        widget->setObjectName(field.widget);
-        widget->setToolTip(field.toolTip);
+        widget->setEnabled(m_id == 0 || !field.once);
         auto *label = new QLabel(field.label, this);
         label->setBuddy(widget);
-        m_ui->fieldsLayout->addRow(label, widget);
-        m_widgets.insert(field.column, widget);
-        if (former)
-            setTabOrder(former, widget);
-        else
-            widget->setFocus();
-        former = widget;
+        m_ui->fieldsLayout->addRow(label, withOpener(field, widget));
     }
-    if (former)
-        setTabOrder(former, m_ui->savePushButton);
-    setTabOrder(m_ui->savePushButton, m_ui->cancelPushButton);
+    arrangeTabs();
+    // To where something must be entered, if anywhere.
+    const auto first =
+        std::find_if(m_dictionary.fields.cbegin(), m_dictionary.fields.cend(),
+                     [](const DictionaryField &field) { return !field.required.isEmpty(); });
+    if (first != m_dictionary.fields.cend() && fieldWidget(first->column))
+        fieldWidget(first->column)->setFocus();
+}
+
+/// In the order of the form, whatever was put there later.
+void DictionaryDialog::arrangeTabs()
+{
+    QList<QWidget *> order;
+    for (int row = 0; row < m_ui->fieldsLayout->rowCount(); ++row) {
+        QWidget *widget = m_ui->fieldsLayout->itemAt(row, QFormLayout::FieldRole)->widget();
+        if (const QLayout *inner = widget->layout(); inner && inner->count() == 2)
+            order += {inner->itemAt(0)->widget(), inner->itemAt(1)->widget()};
+        else
+            order += widget;
+    }
+    for (int i = 0; i < m_ui->buttonLayout->count(); ++i) {
+        if (QWidget *button = m_ui->buttonLayout->itemAt(i)->widget())
+            order += button;
+    }
+    for (qsizetype i = 1; i < order.size(); ++i)
+        setTabOrder(order.at(i - 1), order.at(i));
+}
+
+void DictionaryDialog::replaceField(const QString &column, const DictionaryField &field,
+                                    const QVariant &value)
+{
+    QWidget *former = m_widgets.take(column);
+    m_shown.remove(column);
+    for (DictionaryField &each : m_dictionary.fields) {
+        if (each.column == column)
+            each = field;
+    }
+    QWidget *widget = makeField(field);
+    auto *label = qobject_cast<QLabel *>(m_ui->fieldsLayout->labelForField(former));
+    label->setText(field.label);
+    label->setBuddy(widget);
+    delete m_ui->fieldsLayout->replaceWidget(former, widget);
+    delete former;
+    showValue(field, widget, value);
+    arrangeTabs();
+}
+
+bool DictionaryDialog::continueWith(qulonglong id)
+{
+    const LoadState state = loadEntry(this, m_dictionary, id, m_seen);
+    if (state == LoadState::Loaded)
+        m_id = id;
+    m_shown.clear();
+    return state == LoadState::Loaded;
 }
 
 void DictionaryDialog::load()
@@ -183,14 +376,29 @@ void DictionaryDialog::load()
     setWindowTitle(m_dictionary.editTitle.contains("%1") ? m_dictionary.editTitle.arg(m_id)
                                                          : m_dictionary.editTitle);
     if (loadEntry(this, m_dictionary, m_id, m_seen) != LoadState::Loaded) {
+        if (!m_dictionary.unreadable.isEmpty())
+            showWarning(this, m_dictionary.unreadable);
         QMetaObject::invokeMethod(this, &QDialog::reject, Qt::QueuedConnection);
         return;
     }
-    for (auto field = m_widgets.cbegin(); field != m_widgets.cend(); ++field) {
-        showValue(field.value(), m_seen.value(field.key()));
-        if (const auto *number = qobject_cast<const NumberSpinBox *>(field.value()))
-            m_shown.insert(field.key(), number->text());
+    for (const DictionaryField &field : std::as_const(m_dictionary.fields)) {
+        QWidget *widget = m_widgets.value(field.column);
+        if (!widget)
+            continue;
+        showValue(field, widget, m_seen.value(field.column));
+        if (const auto *number = qobject_cast<const NumberSpinBox *>(widget))
+            m_shown.insert(field.column, number->text());
     }
+}
+
+QVariantMap DictionaryDialog::shownValues() const
+{
+    QVariantMap values;
+    for (auto field = m_widgets.cbegin(); field != m_widgets.cend(); ++field) {
+        const auto *number = qobject_cast<const NumberSpinBox *>(field.value());
+        values.insert(field.key(), number ? number->text() : valueOf(field.value()));
+    }
+    return values;
 }
 
 /// Whether a number of the entry is as the user found it: it stays as it is stored, with all its
@@ -213,16 +421,28 @@ QVariantMap DictionaryDialog::entered() const
     return values;
 }
 
-void DictionaryDialog::on_savePushButton_clicked()
+void DictionaryDialog::saveAndClose()
 {
     const CommandScope command;
-    if (check() && save())
+    if (store())
         accept();
 }
 
-void DictionaryDialog::on_cancelPushButton_clicked()
+bool DictionaryDialog::store()
 {
-    reject();
+    return check() && mayBeSaved() && save();
+}
+
+bool DictionaryDialog::mayBeSaved()
+{
+    return true;
+}
+
+void DictionaryDialog::reject()
+{
+    if (isVisible() && !m_initial.isEmpty() && shownValues() != m_initial && !mayLoseInput(this))
+        return;
+    QDialog::reject();
 }
 
 /// Tells what is wrong with a field and leads the user there.
@@ -230,16 +450,40 @@ bool DictionaryDialog::check()
 {
     for (const DictionaryField &field : std::as_const(m_dictionary.fields)) {
         QWidget *widget = m_widgets.value(field.column);
-        const QString fault = widget && !isUntouched(field) ? faultOf(field, widget) : QString();
-        if (fault.isEmpty())
+        if (!widget || isUntouched(field))
             continue;
-        showInformation(this, fault);
+        const QString fault = faultOf(field, widget);
+        if (fault.isEmpty() && checkRepeat(field, widget))
+            continue;
+        if (!fault.isEmpty())
+            showInformation(this, fault);
         widget->setFocus();
         if (auto *number = qobject_cast<NumberSpinBox *>(widget))
             number->selectAll();
         return false;
     }
     return true;
+}
+
+/// Tells that another entry has the text already. Whether it may be written all the same.
+bool DictionaryDialog::checkRepeat(const DictionaryField &field, QWidget *widget)
+{
+    const QVariantMap values = entered();
+    const QString text = valueOf(widget).toString();
+    const bool isNew = m_id == 0 || m_seen.value(field.column).toString().simplified() != text;
+    if (field.repeat == Repeat::Allowed || text.isEmpty() || !isNew)
+        return true;
+    const std::optional<bool> repeated = isRepeated(this, m_dictionary, m_id, field, values);
+    if (!repeated.value_or(true))
+        return true;
+    if (!repeated)
+        return false;
+    const QString told = tr("«%1» уже есть в списке.").arg(text);
+    if (field.repeat == Repeat::Asked)
+        return askQuestion(this, told + u' ' + tr("Записать ещё раз?"),
+                           {tr("Записать"), tr("Отмена")}, 1, 1) == 0;
+    showInformation(this, told);
+    return false;
 }
 
 bool DictionaryDialog::save()
@@ -270,7 +514,7 @@ bool DictionaryDialog::askToOverwrite(const QVariantMap &before)
         const QVariant now = m_seen.value(field.column);
         if (const QWidget *widget = m_widgets.value(field.column);
             widget && now.toString() != before.value(field.column).toString())
-            changes += QString(field.label).remove(u'&') + u' ' + shownText(widget, now);
+            changes += QString(field.label).remove(u'&') + u' ' + shownText(field, widget, now);
     }
     return askQuestion(this, {.text = tr("Запись тем временем изменили на другом рабочем месте. "
                                          "Заменить её?"),

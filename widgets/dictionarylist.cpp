@@ -3,10 +3,14 @@
 #include "ui_dictionarylist.h"
 
 #include "app/messages.h"
+#include "widgets/columnwidths.h"
+#include "widgets/dialogplace.h"
 #include "widgets/dictionarydialog.h"
 #include "widgets/dictionarystore.h"
 #include "widgets/sqltablemodel.h"
 #include "widgets/tableplace.h"
+
+#include <algorithm>
 
 DictionaryList::DictionaryList(const Dictionary &dictionary, QWidget *parent,
                                const QString &condition)
@@ -17,10 +21,11 @@ DictionaryList::DictionaryList(const Dictionary &dictionary, QWidget *parent,
       m_model(new SqlTableModel(this))
 {
     m_ui->setupUi(this);
+    setObjectName(m_dictionary.listName);
     setWindowTitle(m_dictionary.listTitle);
     m_ui->resultLabel->clear();
     m_ui->searchLineEdit->setVisible(!m_dictionary.searched.isEmpty());
-    m_ui->deletePushButton->setVisible(!m_dictionary.deleteQuestion.isEmpty());
+    describeButtons();
     describeTable();
     m_ui->tableView->setFocus();
     refresh();
@@ -28,21 +33,78 @@ DictionaryList::DictionaryList(const Dictionary &dictionary, QWidget *parent,
 
 DictionaryList::~DictionaryList() = default;
 
+void DictionaryList::setVisible(bool visible)
+{
+    if (visible && !m_hasPlace)
+        keepDialogSize(this); // with the buttons that a class on top has added
+    m_hasPlace = m_hasPlace || visible;
+    QDialog::setVisible(visible);
+}
+
+void DictionaryList::describeButtons()
+{
+    if (!m_dictionary.addText.isEmpty())
+        m_ui->newPushButton->setText(m_dictionary.addText);
+    // A new text takes the shortcut off.
+    m_ui->newPushButton->setShortcut(Qt::Key_Insert);
+    m_ui->deletePushButton->setVisible(!m_dictionary.deleteQuestion.isEmpty());
+    m_ui->selectPushButton->hide();
+}
+
 void DictionaryList::describeTable()
 {
     QTableView *view = m_ui->tableView;
     view->setObjectName(m_dictionary.viewName);
+    view->setAccessibleName(m_dictionary.listTitle);
     view->setToolTip(m_dictionary.viewToolTip);
-    if (!m_dictionary.deleteQuestion.isEmpty())
+    const QString &question = m_dictionary.deleteQuestion;
+    if (!question.isEmpty() && !question.contains("%1"))
         view->setSelectionMode(QAbstractItemView::ExtendedSelection);
     m_model->setColumns(m_dictionary.columns);
+    m_model->setArrangement(m_dictionary.arrange);
     view->setModel(m_model);
+    m_widths = new ColumnWidths(view, m_model);
+    const auto &columns = m_dictionary.columns;
+    view->horizontalHeader()->setStretchLastSection(
+        std::none_of(columns.begin(), columns.end(),
+                     [](const TableColumn &column) { return column.width == ColumnWidth::Rest; }));
     connect(view, &QTableView::activated, this,
-            [this](const QModelIndex &index) { edit(m_model->idOf(index.row())); });
+            [this](const QModelIndex &index) { open(m_model->idOf(index.row())); });
     connect(view->selectionModel(), &QItemSelectionModel::currentRowChanged, this,
             &DictionaryList::enableCommands);
     connect(view->selectionModel(), &QItemSelectionModel::selectionChanged, this,
             &DictionaryList::enableCommands);
+}
+
+void DictionaryList::offerChoice(qulonglong current)
+{
+    m_choosing = true;
+    m_ui->selectPushButton->show();
+    m_ui->tableView->setToolTip(tr("Двойной щелчок выбирает запись."));
+    if (const int row = m_model->rowOfId(current); current != 0 && row >= 0) {
+        m_ui->tableView->setCurrentIndex(
+            m_model->index(row, m_ui->tableView->horizontalHeader()->logicalIndexAt(0)));
+    }
+    enableCommands();
+}
+
+qulonglong DictionaryList::chosen() const
+{
+    return m_chosen;
+}
+
+void DictionaryList::open(qulonglong id)
+{
+    if (m_choosing)
+        choose(id);
+    else
+        edit(id);
+}
+
+void DictionaryList::choose(qulonglong id)
+{
+    m_chosen = id;
+    accept();
 }
 
 /// Reads the list anew; the user's place moves to an entry only when one is given.
@@ -51,12 +113,7 @@ void DictionaryList::refresh(qulonglong selectedId)
     QTableView *view = m_ui->tableView;
     const TablePlace place(view, m_model);
     m_model->select(this, dictionaryList(m_dictionary, m_ui->searchLineEdit->text(), m_condition));
-    for (int column = 0; column < m_dictionary.columns.size(); ++column) {
-        const ColumnWidth width = m_dictionary.columns.at(column).width;
-        view->setColumnHidden(column, width == ColumnWidth::Hidden);
-        if (width == ColumnWidth::Rest)
-            view->horizontalHeader()->setSectionResizeMode(column, QHeaderView::Stretch);
-    }
+    m_widths->resizeToContents();
     place.restore();
     if (const int row = selectedId == 0 ? -1 : m_model->rowOfId(selectedId); row >= 0)
         view->setCurrentIndex(m_model->index(row, view->horizontalHeader()->logicalIndexAt(0)));
@@ -67,6 +124,7 @@ void DictionaryList::enableCommands()
 {
     m_ui->editPushButton->setEnabled(m_ui->tableView->currentIndex().isValid());
     m_ui->deletePushButton->setEnabled(m_ui->tableView->selectionModel()->hasSelection());
+    m_ui->selectPushButton->setEnabled(m_ui->editPushButton->isEnabled());
 }
 
 QList<qulonglong> DictionaryList::selectedIds() const
@@ -83,7 +141,7 @@ void DictionaryList::on_searchLineEdit_textChanged()
     refresh();
 }
 
-void DictionaryList::on_addPushButton_clicked()
+void DictionaryList::on_newPushButton_clicked()
 {
     edit(0);
 }
@@ -109,14 +167,43 @@ void DictionaryList::on_deletePushButton_clicked()
 {
     const CommandScope command;
     const QList<qulonglong> ids = selectedIds();
-    const QString question = deleteQuestion(ids);
-    if (ids.isEmpty() || question.isEmpty() ||
-        askQuestion(this, question, {tr("Да"), tr("Нет")}, 1, 1) != 0)
+    if (ids.isEmpty() || !askToDelete(ids))
         return;
+    setCursor(Qt::WaitCursor); // a large group takes its time
     const bool written = deleteEntries(this, m_dictionary, ids);
+    unsetCursor();
     refresh();
     if (written)
         changed();
+}
+
+/// With how many rows of other tables use the entries.
+bool DictionaryList::askToDelete(const QList<qulonglong> &ids)
+{
+    BoxRequest request{.text = m_dictionary.deleteQuestion,
+                       .buttons = {tr("Да"), tr("Нет")},
+                       .defaultButton = 1,
+                       .escapeButton = 1};
+    QStringList notes;
+    for (const DictionaryUse &use : std::as_const(m_dictionary.uses)) {
+        if (use.told.isEmpty())
+            continue;
+        const std::optional<qlonglong> count = countUses(this, m_dictionary, use, ids);
+        if (!count)
+            return false;
+        if (request.text.contains("%1"))
+            request.text = request.text.arg(*count);
+        else if (*count > 0)
+            notes += use.told.arg(*count);
+    }
+    request.note = notes.join(u'\n');
+    return askQuestion(this, request) == 0;
+}
+
+void DictionaryList::on_selectPushButton_clicked()
+{
+    if (const QModelIndex current = m_ui->tableView->currentIndex(); current.isValid())
+        choose(m_model->idOf(current.row()));
 }
 
 void DictionaryList::on_closePushButton_clicked()
@@ -127,11 +214,6 @@ void DictionaryList::on_closePushButton_clicked()
 std::unique_ptr<DictionaryDialog> DictionaryList::makeDialog(qulonglong id)
 {
     return std::make_unique<DictionaryDialog>(m_dictionary, id, this);
-}
-
-QString DictionaryList::deleteQuestion(const QList<qulonglong> & /*ids*/)
-{
-    return m_dictionary.deleteQuestion;
 }
 
 void DictionaryList::changed()
@@ -147,7 +229,7 @@ QPushButton *DictionaryList::addCommand(const QString &text, const QString &name
     button->setAutoDefault(false);
     m_ui->buttonLayout->insertWidget(m_ui->buttonLayout->indexOf(m_ui->buttonSpacer), button);
     setTabOrder(m_ui->deletePushButton, button);
-    setTabOrder(button, m_ui->closePushButton);
+    setTabOrder(button, m_ui->selectPushButton);
     return button;
 }
 

@@ -7,6 +7,7 @@
 
 #include "widgets/dictionary.h"
 
+class ColumnWidths;
 class DictionaryDialog;
 class QPushButton;
 class SqlTableModel;
@@ -26,12 +27,18 @@ public:
     DictionaryList(const Dictionary &dictionary, QWidget *parent, const QString &condition = {});
     ~DictionaryList() override;
 
+    /// Lets the user choose an entry: it is chosen with Return, a double click or the button for
+    /// it. current: the entry to begin at, 0 for none.
+    void offerChoice(qulonglong current);
+
+    /// The entry chosen, 0 for none.
+    qulonglong chosen() const;
+
+    void setVisible(bool visible) override;
+
 protected:
     /// The dialog of an entry, id 0: of a new one.
     virtual std::unique_ptr<DictionaryDialog> makeDialog(qulonglong id);
-
-    /// What to ask before entries are deleted; nothing when that is not to be.
-    virtual QString deleteQuestion(const QList<qulonglong> &ids);
 
     /// Something was written; the list has been read again.
     virtual void changed();
@@ -44,13 +51,18 @@ protected:
 
 private slots:
     void on_searchLineEdit_textChanged();
-    void on_addPushButton_clicked();
+    void on_newPushButton_clicked();
     void on_editPushButton_clicked();
     void on_deletePushButton_clicked();
+    void on_selectPushButton_clicked();
     void on_closePushButton_clicked();
 
 private:
     void describeTable();
+    void describeButtons();
+    void open(qulonglong id);
+    void choose(qulonglong id);
+    bool askToDelete(const QList<qulonglong> &ids);
     void refresh(qulonglong selectedId = 0);
     void enableCommands();
     void edit(qulonglong id);
@@ -60,4 +72,8 @@ private:
     Dictionary m_dictionary;
     QString m_condition;
     SqlTableModel *m_model;
+    ColumnWidths *m_widths;
+    bool m_choosing = false;
+    qulonglong m_chosen = 0;
+    bool m_hasPlace = false; ///< its size is the one kept
 };

@@ -21,7 +21,9 @@ struct DictionaryStore
 /// The columns of an entry that are read, in the order of its SELECT.
 QStringList readColumns(const Dictionary &dictionary)
 {
-    QStringList columns = dictionary.readFirst;
+    QStringList columns;
+    if (dictionary.entrySelect.isEmpty())
+        columns = dictionary.readFirst;
     for (const DictionaryField &field : dictionary.fields) {
         if (field.kind != FieldKind::Time && !columns.contains(field.column))
             columns += field.column;
@@ -50,6 +52,7 @@ QString valueText(const DictionaryField &field, const QVariant &value, bool quot
     switch (field.kind) {
     case FieldKind::Text:
     case FieldKind::Memo:
+    case FieldKind::Code:
         return sql::text(value.toString());
     case FieldKind::Time:
         return sql::now();
@@ -72,48 +75,114 @@ QList<DictionaryField> writtenFields(const Dictionary &dictionary, const QVarian
     QList<DictionaryField> fields;
     for (const DictionaryField &field : dictionary.fields) {
         const bool applies = field.kind == FieldKind::Time || values.contains(field.column);
-        if (applies && (isNew || field.kind != FieldKind::Fixed))
+        const bool isOnce = field.once || (field.kind == FieldKind::Fixed && !field.rewritten);
+        if (applies && (isNew || !isOnce))
             fields += field;
     }
     return fields;
 }
 
+/// What stands for a value in a statement.
+QString placeOf(const Dictionary &dictionary, const DictionaryField &field,
+                const QVariantMap &values, bool quoted)
+{
+    return dictionary.bound ? u':' + field.column
+                            : valueText(field, values.value(field.column), quoted);
+}
+
 QString insertText(const Dictionary &dictionary, const QVariantMap &values)
 {
     QStringList columns;
-    QStringList texts;
+    QStringList places;
     for (const DictionaryField &field : writtenFields(dictionary, values, true)) {
         columns += field.column;
-        texts += valueText(field, values.value(field.column), true);
+        places += placeOf(dictionary, field, values, true);
     }
     return "INSERT INTO " + dictionary.table + u'(' + columns.join(u',') + ") VALUES(" +
-           texts.join(QLatin1String(", ")) + ");";
+           places.join(QLatin1String(dictionary.bound ? "," : ", ")) + ");";
 }
 
 QString updateText(const Dictionary &dictionary, qulonglong id, const QVariantMap &values)
 {
     QStringList assignments;
     for (const DictionaryField &field : writtenFields(dictionary, values, false))
-        assignments +=
-            field.column + u'=' + valueText(field, values.value(field.column), field.quoted);
+        assignments += field.column + u'=' + placeOf(dictionary, field, values, field.quoted);
     return "UPDATE " + dictionary.table + " SET " + assignments.join(QLatin1String(", ")) +
-           " WHERE id=" + sql::quotedId(id) + ";";
+           " WHERE id=" + (dictionary.bound ? sql::id(id) : sql::quotedId(id)) + ";";
+}
+
+QVariant boundValue(const DictionaryField &field, const QVariant &value)
+{
+    switch (field.kind) {
+    case FieldKind::Text:
+    case FieldKind::Memo:
+    case FieldKind::Code:
+        return sql::storable(value.toString());
+    case FieldKind::Time:
+        return currentTimestamp();
+    case FieldKind::Number:
+        return value.toDouble();
+    case FieldKind::Flag:
+    case FieldKind::Choice:
+    case FieldKind::Fixed:
+        break;
+    }
+    return value.toLongLong();
+}
+
+/// Runs the INSERT or UPDATE of an entry inside a transaction.
+bool runEntryStatement(const Dictionary &dictionary, const QString &statement,
+                       const QVariantMap &values, bool isNew, QSqlQuery &query)
+{
+    if (!dictionary.bound)
+        return QueryExec(nullptr, statement, query);
+    SqlBindings bindings;
+    for (const DictionaryField &field : writtenFields(dictionary, values, isNew))
+        bindings += {u':' + field.column, boundValue(field, values.value(field.column))};
+    return QueryExecPrepared(nullptr, statement, query, bindings);
+}
+
+/// Which rows use an entry.
+QString useCondition(const Dictionary &dictionary, const DictionaryUse &use, qulonglong id)
+{
+    const QString value = use.key == "id" ? sql::quotedId(id)
+                                          : "(SELECT " + use.key + " FROM " + dictionary.table +
+                                                " WHERE id=" + sql::quotedId(id) + u')';
+    return " WHERE " + use.column + u'=' + value + (use.also.isEmpty() ? "" : " AND " + use.also) +
+           u';';
 }
 
 QStringList deleteTexts(const Dictionary &dictionary, qulonglong id)
 {
-    const auto of = [id](const QString &column) {
-        return " WHERE " + column + u'=' + sql::quotedId(id) + u';';
-    };
     QStringList before;
     QStringList behind;
     for (const DictionaryUse &use : dictionary.uses) {
-        if (use.goToo)
-            behind += "DELETE FROM " + use.table + of(use.column);
-        else
-            before += "UPDATE " + use.table + " SET " + use.column + "='0'" + of(use.column);
+        const QString condition = useCondition(dictionary, use, id);
+        if (!use.goToo)
+            before += "UPDATE " + use.table + " SET " + use.column + "='0'" + condition;
+        else // by another key than the id they are found as long as the entry is there
+            (use.key == "id" ? behind : before) += "DELETE FROM " + use.table + condition;
     }
-    return before + QStringList{"DELETE FROM " + dictionary.table + of("id")} + behind;
+    return before +
+           QStringList{"DELETE FROM " + dictionary.table + " WHERE id=" + sql::quotedId(id) +
+                       u';'} +
+           behind;
+}
+
+/// Lets the rows follow that hold another column of an entry than its id.
+bool followChange(const Dictionary &dictionary, const QVariantMap &before,
+                  const QVariantMap &values)
+{
+    for (const DictionaryUse &use : dictionary.uses) {
+        const QString former = before.value(use.key).toString();
+        const QString now = values.value(use.key, former).toString();
+        if (use.key != "id" && now != former &&
+            !QueryExec(nullptr, "UPDATE " + use.table + " SET " + use.column + u'=' +
+                                    sql::text(now) + " WHERE " + use.column + u'=' +
+                                    sql::text(former) + u';'))
+            return false;
+    }
+    return true;
 }
 
 /// Whether a column that is to be written is another one now than the user has seen.
@@ -175,12 +244,17 @@ QString dictionaryList(const Dictionary &dictionary, const QString &search,
 LoadState loadEntry(QWidget *parent, const Dictionary &dictionary, qulonglong id,
                     QVariantMap &values)
 {
+    const bool isMade = dictionary.entrySelect.isEmpty();
     QList<SqlRow> rows;
-    if (!QueryRows(parent, entryQuery(dictionary, id) + u';', rows))
+    if (!QueryRows(
+            parent,
+            (isMade ? entryQuery(dictionary, id) : dictionary.entrySelect + sql::quotedId(id)) +
+                u';',
+            rows))
         return LoadState::Failed;
     if (rows.isEmpty())
         return LoadState::NotFound;
-    values = named(readColumns(dictionary), rows.first());
+    values = named(isMade ? readColumns(dictionary) : dictionary.readFirst, rows.first());
     return LoadState::Loaded;
 }
 
@@ -200,7 +274,7 @@ std::optional<qulonglong> insertEntry(QWidget *parent, const Dictionary &diction
             return TransactionStep::Done;
         inDoubt = false;
         QSqlQuery query;
-        if (!QueryExec(nullptr, insertText(dictionary, values), query))
+        if (!runEntryStatement(dictionary, insertText(dictionary, values), values, true, query))
             return TransactionStep::Fail;
         id = query.lastInsertId().toULongLong();
         return TransactionStep::Commit;
@@ -230,14 +304,50 @@ EntryState updateEntry(QWidget *parent, const Dictionary &dictionary, qulonglong
             return TransactionStep::Done;
         }
         inDoubt = false;
-        return QueryExec(nullptr, updateText(dictionary, id, values)) ? TransactionStep::Commit
-                                                                      : TransactionStep::Fail;
+        QSqlQuery query;
+        return runEntryStatement(dictionary, updateText(dictionary, id, values), values, false,
+                                 query) &&
+                       followChange(dictionary, now, values)
+                   ? TransactionStep::Commit
+                   : TransactionStep::Fail;
     };
     if (!write(parent, update, &inDoubt))
         return EntryState::Failed;
     if (state == EntryState::Changed)
         seen = now;
     return state;
+}
+
+std::optional<bool> isRepeated(QWidget *parent, const Dictionary &dictionary, qulonglong id,
+                               const DictionaryField &field, const QVariantMap &values)
+{
+    const QString text = values.value(field.column).toString().simplified();
+    QString select = "SELECT " + field.column + " FROM " + dictionary.table + " WHERE " +
+                     field.column + " LIKE " + sql::containing(text) +
+                     " AND id!=" + sql::quotedId(id);
+    if (!field.repeatAmong.isEmpty())
+        select += " AND COALESCE(" + field.repeatAmong +
+                  ",0)=" + sql::integer(values.value(field.repeatAmong).toLongLong());
+    QList<SqlRow> rows;
+    if (!QueryRows(parent, select + u';', rows))
+        return {};
+    return std::any_of(rows.cbegin(), rows.cend(), [&](const SqlRow &row) {
+        return row.first().toString().simplified().compare(text, Qt::CaseInsensitive) == 0;
+    });
+}
+
+std::optional<qlonglong> countUses(QWidget *parent, const Dictionary &dictionary,
+                                   const DictionaryUse &use, const QList<qulonglong> &ids)
+{
+    qlonglong count = 0;
+    for (const qulonglong id : ids) {
+        const QVariant number = QueryValue(parent, "SELECT count(*) FROM " + use.table +
+                                                       useCondition(dictionary, use, id));
+        if (!number.isValid())
+            return {};
+        count += number.toLongLong();
+    }
+    return count;
 }
 
 bool deleteEntries(QWidget *parent, const Dictionary &dictionary, const QList<qulonglong> &ids)

@@ -39,5 +39,14 @@ enum class EntryState {
 EntryState updateEntry(QWidget *parent, const Dictionary &dictionary, qulonglong id,
                        const QVariantMap &values, QVariantMap &seen);
 
+/// Whether another entry has the text of this field already, blanks and letter case aside. Nothing
+/// when that could not be found out.
+std::optional<bool> isRepeated(QWidget *parent, const Dictionary &dictionary, qulonglong id,
+                               const DictionaryField &field, const QVariantMap &values);
+
+/// How many rows use the entries in this way. Nothing when they could not be counted.
+std::optional<qlonglong> countUses(QWidget *parent, const Dictionary &dictionary,
+                                   const DictionaryUse &use, const QList<qulonglong> &ids);
+
 /// Deletes entries and sees to what uses them, all of it or nothing. False when that failed.
 bool deleteEntries(QWidget *parent, const Dictionary &dictionary, const QList<qulonglong> &ids);

@@ -1,7 +1,6 @@
 #include "widgets/sqltablemodel.h"
 
 #include "db/money.h"
-#include "db/query.h"
 #include "db/transaction.h"
 #include "widgets/plaintext.h"
 
@@ -32,6 +31,11 @@ void SqlTableModel::setColumns(const QList<TableColumn> &columns)
     m_described = true;
     if (m_width > 0)
         emit headerDataChanged(Qt::Horizontal, 0, m_width - 1);
+}
+
+void SqlTableModel::setArrangement(std::function<void(QList<SqlRow> &rows)> arrange)
+{
+    m_arrange = std::move(arrange);
 }
 
 const QList<TableColumn> &SqlTableModel::columns() const
@@ -65,6 +69,15 @@ bool SqlTableModel::select(QWidget *parent, const QString &sqlText, const QStrin
     if (!readToEnd(parent, query, connectionName))
         return false;
     query = QSqlQuery();
+    if (m_arrange) {
+        QList<SqlRow> arranged;
+        for (int row = 0; row < rows; ++row)
+            arranged += values.mid(qsizetype(row) * columns, columns);
+        m_arrange(arranged);
+        values.clear();
+        for (const SqlRow &row : std::as_const(arranged))
+            values += row;
+    }
 
     beginResetModel();
     m_pages.reset();

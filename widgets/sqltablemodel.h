@@ -7,10 +7,12 @@
 #include <QTimer>
 #include <QVariant>
 
+#include <functional>
 #include <memory>
 #include <optional>
 
 #include "db/connections.h"
+#include "db/query.h"
 #include "widgets/pagedrows.h"
 #include "widgets/tablecolumn.h"
 
@@ -27,6 +29,10 @@ public:
     /// the keys and the headers stay empty.
     void setColumns(const QList<TableColumn> &columns);
     const QList<TableColumn> &columns() const;
+
+    /// How the rows of a SELECT are put in order or dressed before they are shown; how many there
+    /// are stays. Not for long lists.
+    void setArrangement(std::function<void(QList<SqlRow> &rows)> arrange);
 
     /// Runs the SELECT and replaces the rows. On failure (reported over the parent) the old rows
     /// stay and false is returned.
@@ -85,6 +91,7 @@ private:
 
     QList<TableColumn> m_columns;
     bool m_described = false;
+    std::function<void(QList<SqlRow> &)> m_arrange;
     QList<QVariant> m_values; ///< row by row
     int m_rows = 0;
     int m_width = 0; ///< values in a row

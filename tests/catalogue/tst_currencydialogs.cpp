@@ -121,7 +121,7 @@ private slots:
             edit(dialog, "cCodeLineEdit")->setText("CNY");
             click(dialog, "savePushButton");
         });
-        click(list, "addPushButton");
+        click(list, "newPushButton");
         QCOMPARE(model->rowCount(), 4);
         QCOMPARE(table->currentIndex().row(), 3);
         QCOMPARE(Session::instance().currencies().last().code, "CNY");

@@ -1,0 +1,41 @@
+#include "widgets/dialogbuttons.h"
+
+#include "app/messages.h"
+
+#include <QCoreApplication>
+#include <QDialog>
+#include <QHBoxLayout>
+#include <QPushButton>
+
+namespace {
+
+struct DialogButtons
+{
+    Q_DECLARE_TR_FUNCTIONS(DialogButtons)
+};
+
+} // namespace
+
+QHBoxLayout *acceptAndCancel(QDialog *dialog, const std::function<void()> &take)
+{
+    auto *acceptButton = new QPushButton(DialogButtons::tr("Принять"), dialog);
+    acceptButton->setObjectName("acceptPushButton");
+    acceptButton->setDefault(true);
+    auto *cancelButton = new QPushButton(DialogButtons::tr("Отмена"), dialog);
+    cancelButton->setObjectName("cancelPushButton");
+    cancelButton->setAutoDefault(false);
+    QObject::connect(acceptButton, &QPushButton::clicked, dialog, take);
+    QObject::connect(cancelButton, &QPushButton::clicked, dialog,
+                     [dialog] { dialog->done(QDialog::Rejected); });
+    auto *buttons = new QHBoxLayout;
+    buttons->addStretch();
+    buttons->addWidget(acceptButton);
+    buttons->addWidget(cancelButton);
+    return buttons;
+}
+
+bool mayLoseInput(QDialog *dialog)
+{
+    return askQuestion(dialog, DialogButtons::tr("Введённое не записано. Закрыть окно без записи?"),
+                       {DialogButtons::tr("Закрыть"), DialogButtons::tr("Вернуться")}, 1, 1) == 0;
+}
