@@ -4,9 +4,11 @@
 
 #include "app/messages.h"
 #include "catalogue/barcode.h"
+#include "catalogue/codesearch.h"
 #include "db/query.h"
 #include "db/session.h"
 #include "db/sqltext.h"
+#include "widgets/dialogplace.h"
 #include "widgets/plaintext.h"
 
 #include <QKeyEvent>
@@ -43,6 +45,7 @@ CodeDialog::CodeDialog(qulonglong id, qulonglong wareid, QWidget *parent)
     // Room for the lines of a long name.
     const int fittingWidth = std::max(width(), minimumSizeHint().width());
     resize(fittingWidth, std::max(height(), layout()->heightForWidth(fittingWidth)));
+    keepDialogSize(this);
 }
 
 CodeDialog::~CodeDialog() = default;
@@ -72,6 +75,13 @@ void CodeDialog::showWholeCodes()
 qulonglong CodeDialog::id() const
 {
     return m_id;
+}
+
+void CodeDialog::takeScan(const QString &code)
+{
+    m_ui->codeLineEdit->setText(plainCode(cleanCode(code)));
+    m_ui->packquantityDoubleSpinBox->setFocus();
+    m_ui->packquantityDoubleSpinBox->selectAll();
 }
 
 bool CodeDialog::load()

@@ -4,13 +4,15 @@
 
 #include <memory>
 
+#include "widgets/scantaker.h"
+
 namespace Ui {
 class CodeDialog;
 }
 
 /// Edits one barcode of a product, or with id 0 creates one for the product wareid. A wareid of 0
 /// stands for a product that is not saved yet.
-class CodeDialog : public QDialog
+class CodeDialog : public QDialog, public ScanTaker
 {
     Q_OBJECT
 
@@ -20,6 +22,9 @@ public:
 
     /// The id of the row; after a new code was saved, the id that it got.
     qulonglong id() const;
+
+    /// A code that is scanned goes into the code field.
+    void takeScan(const QString &code) override;
 
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override;

@@ -1,11 +1,23 @@
 #include "catalogue/pricerules.h"
 
 #include "db/currencies.h"
+#include "db/money.h"
 #include "db/query.h"
 #include "db/sqltext.h"
 
+#include <QCoreApplication>
+
 #include <algorithm>
 #include <cmath>
+
+namespace {
+
+struct PriceRules
+{
+    Q_DECLARE_TR_FUNCTIONS(PriceRules)
+};
+
+} // namespace
 
 bool pricesEqual(double a, double b)
 {
@@ -25,6 +37,17 @@ bool isDoubtfulPrice(double incost, double outcost)
 QString doubtfulPriceCondition()
 {
     return QStringLiteral("(COALESCE(outcost,0)<=0 OR COALESCE(incost,0)-outcost>=0.0001)");
+}
+
+QString marginText(double incost, double outcost, const QString &currency)
+{
+    const double margin = outcost - incost;
+    if (incost <= 0)
+        return PriceRules::tr("Наценка %1\u00a0%2").arg(formatMoney(margin), currency).trimmed();
+    return PriceRules::tr("Наценка %1\u00a0%, %2\u00a0%3")
+        .arg(QString::number(roundMoney(margin / incost * 100), 'f', 0), formatMoney(margin),
+             currency)
+        .trimmed();
 }
 
 double finiteOrZero(double value)

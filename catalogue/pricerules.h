@@ -22,6 +22,9 @@ bool isDoubtfulPrice(double incost, double outcost);
 /// The same as a condition on lines of `incomeinvoice`.
 QString doubtfulPriceCondition();
 
+/// What a selling price brings, in per cent and in money, for the user.
+QString marginText(double incost, double outcost, const QString &currency);
+
 /// The number when it is one, 0 for infinities and NaN.
 double finiteOrZero(double value);
 

@@ -3,6 +3,7 @@
 #include "catalogue/pricerules.h"
 #include "db/query.h"
 #include "db/sqltext.h"
+#include "db/transaction.h"
 
 #include <QSqlRecord>
 #include <QStringList>
@@ -94,6 +95,7 @@ constexpr Selection selections[] = {
     {"id, name, inoutratio, outcost"},
     {"name, incost, inoutratio, outcost, currency"},
     {"id, incost, currency, outcost, quantity"},
+    {"id, wuid, article, name, incost, currency, outcost, quantity"},
 };
 // clang-format on
 
@@ -122,6 +124,19 @@ QList<QPair<int, Member>> membersOf(const QSqlRecord &record)
     return members;
 }
 
+bool isWritten(const Column &column)
+{
+    return column.written == Written::Quoted || column.written == Written::Bare;
+}
+
+const Column *findColumn(const QString &name)
+{
+    const auto found =
+        std::find_if(std::begin(storedColumns), std::end(storedColumns),
+                     [&name](const Column &column) { return name == QLatin1String(column.name); });
+    return found == std::end(storedColumns) ? nullptr : found;
+}
+
 void setMember(Product &product, const Member &member, const QVariant &value)
 {
     if (const auto *text = std::get_if<QString Product::*>(&member))
@@ -146,22 +161,54 @@ Product finite(Product product)
     return product;
 }
 
-/// The value of a column as it stands in a statement; loaded: where the value came from, if it did.
-QString valueText(const Column &column, const Product &product, const Product *loaded)
+QVariant memberValue(const Column &column, const Product &product)
 {
-    if (const auto *text = std::get_if<QString Product::*>(&column.member))
-        return sql::text(product.**text);
-    QString number;
-    if (const auto *integer = std::get_if<int Product::*>(&column.member))
-        number = sql::integer(product.**integer);
-    else if (const auto *other = std::get_if<qlonglong Product::*>(&column.member))
-        number = sql::integer(product.**other);
-    else if (const auto *id = std::get_if<qulonglong Product::*>(&column.member))
-        number = sql::id(product.**id);
-    else if (const auto *real = std::get_if<double Product::*>(&column.member))
-        number = loaded && product.**real == loaded->**real ? sql::exact(product.**real)
-                                                            : sql::number(product.**real);
-    return loaded && column.written == Written::Bare ? number : u'\'' + number + u'\'';
+    return std::visit([&product](auto member) { return QVariant::fromValue(product.*member); },
+                      column.member);
+}
+
+/// The value of a column as it stands in a statement. A real number that is still as it was given
+/// keeps all its digits.
+QString valueText(const Column &column, const Product &product, const Product &given)
+{
+    const QVariant value = memberValue(column, product);
+    if (std::holds_alternative<QString Product::*>(column.member))
+        return sql::text(value.toString());
+    if (const auto *real = std::get_if<double Product::*>(&column.member))
+        return u'\'' +
+               (product.**real == given.**real ? sql::exact(product.**real)
+                                               : sql::number(product.**real)) +
+               u'\'';
+    return u'\'' + value.toString() + u'\'';
+}
+
+/// Whether a column holds what writing the product would leave there.
+bool holds(const Column &column, const Product &stored, const Product &product)
+{
+    if (const auto *real = std::get_if<double Product::*>(&column.member))
+        return stored.**real == product.**real ||
+               sql::number(stored.**real) == sql::number(product.**real);
+    return memberValue(column, stored) == memberValue(column, product);
+}
+
+/// Reads the products whose column holds one of the values of the lists.
+bool loadFromLists(QWidget *parent, const QString &column, const QStringList &lists,
+                   ProductColumns columns, QList<Product> &products, const QString &connectionName)
+{
+    products.clear();
+    const Selection &selection = selectionOf(columns);
+    const auto keep = [&products](const Product &product) {
+        products += finite(product);
+    };
+    for (const QString &list : lists) {
+        if (!readProducts(parent,
+                          QLatin1String("SELECT ") + QLatin1String(selection.columns) +
+                              QLatin1String(" FROM ") + QLatin1String(selection.from) + " WHERE " +
+                              column + " IN (" + list + ");",
+                          keep, connectionName))
+            return false;
+    }
+    return true;
 }
 
 } // namespace
@@ -200,35 +247,95 @@ LoadState loadProduct(QWidget *parent, qulonglong id, ProductColumns columns, Pr
 bool loadProducts(QWidget *parent, const QList<qulonglong> &ids, ProductColumns columns,
                   QList<Product> &products, const QString &connectionName)
 {
-    products.clear();
-    const auto keep = [&products](const Product &product) {
-        products += finite(product);
-    };
-    for (const QString &list : sql::idLists(ids)) {
-        if (!readProducts(parent, selectText(selectionOf(columns)) + " IN (" + list + ");", keep,
-                          connectionName))
-            return false;
-    }
-    return true;
+    return loadFromLists(parent, QLatin1String(selectionOf(columns).key), sql::idLists(ids),
+                         columns, products, connectionName);
 }
 
-LoadState findDuplicate(QWidget *parent, const Product &product, qulonglong &otherId,
-                        const QString &connectionName)
+bool loadProductsByWuid(QWidget *parent, const QStringList &wuids, ProductColumns columns,
+                        QList<Product> &products, const QString &connectionName)
 {
-    LoadState state = LoadState::NotFound;
-    const auto look = [&](const Product &alike) {
-        if (alike.id == product.id)
-            return;
-        otherId = alike.id;
-        state = LoadState::Loaded;
-    };
-    const QString sqlText = "SELECT id FROM warehouse WHERE name=" + sql::text(product.name) +
-                            " AND article=" + sql::text(product.article) + ";";
-    return readProducts(parent, sqlText, look, connectionName) ? state : LoadState::Failed;
+    constexpr qsizetype mostTexts = 500; // of a statement of moderate length
+    QStringList lists;
+    for (qsizetype i = 0; i < wuids.size(); i += mostTexts) {
+        QStringList texts;
+        for (const QString &wuid : wuids.mid(i, mostTexts))
+            texts += sql::text(wuid);
+        lists += texts.join(u',');
+    }
+    return loadFromLists(parent, "wuid", lists, columns, products, connectionName);
+}
+
+LoadState lockProduct(qulonglong id, Product &product, const QString &connectionName)
+{
+    const Selection &selection = selectionOf(ProductColumns::Card);
+    QList<SqlRow> rows;
+    if (!readLockedRows("warehouse", selectText(selection) + "='" + sql::id(id) + u'\'', rows,
+                        connectionName))
+        return LoadState::Failed;
+    if (rows.isEmpty())
+        return LoadState::NotFound;
+    const QStringList names = QString::fromLatin1(selection.columns).split(QLatin1String(", "));
+    product = {};
+    for (qsizetype i = 0; i < names.size(); ++i) {
+        if (const Column *column = findColumn(names.at(i).section(u'.', -1)))
+            setMember(product, column->member, rows.first().at(i));
+    }
+    product = finite(product);
+    product.id = id;
+    return LoadState::Loaded;
+}
+
+QStringList changedColumns(const Product &before, const Product &now)
+{
+    QStringList names;
+    for (const Column &column : storedColumns) {
+        if (isWritten(column) && memberValue(column, before) != memberValue(column, now))
+            names += QLatin1String(column.name);
+    }
+    return names;
+}
+
+QStringList unwrittenColumns(const Product &product, const Product &stored)
+{
+    QStringList names;
+    for (const Column &column : storedColumns) {
+        if (isWritten(column) && !holds(column, stored, product))
+            names += QLatin1String(column.name);
+    }
+    return names;
+}
+
+QVariant productValue(const Product &product, const QString &column)
+{
+    const Column *found = findColumn(column);
+    return found ? memberValue(*found, product) : QVariant();
+}
+
+void setProductValue(Product &product, const QString &column, const QVariant &value)
+{
+    if (const Column *found = findColumn(column))
+        setMember(product, found->member, value);
+}
+
+LoadState findDuplicate(const Product &product, qulonglong &otherId, const QString &connectionName)
+{
+    QList<SqlRow> rows;
+    if (!readLockedTable("warehouse",
+                         "SELECT id FROM warehouse WHERE name=" + sql::text(product.name) +
+                             " AND article=" + sql::text(product.article),
+                         rows, connectionName))
+        return LoadState::Failed;
+    const auto other = std::find_if(rows.cbegin(), rows.cend(), [&product](const SqlRow &row) {
+        return row.first().toULongLong() != product.id;
+    });
+    if (other == rows.cend())
+        return LoadState::NotFound;
+    otherId = other->first().toULongLong();
+    return LoadState::Loaded;
 }
 
 std::optional<qulonglong> insertProduct(QWidget *parent, const Product &product,
-                                        const QString &connectionName)
+                                        const Product &given, const QString &connectionName)
 {
     QStringList names;
     QStringList values;
@@ -239,8 +346,8 @@ std::optional<qulonglong> insertProduct(QWidget *parent, const Product &product,
         if (column.written == Written::Nothing)
             values += QStringLiteral("0");
         else
-            values += column.written == Written::Created ? sql::now()
-                                                         : valueText(column, product, nullptr);
+            values +=
+                column.written == Written::Created ? sql::now() : valueText(column, product, given);
     }
     QSqlQuery query;
     if (!QueryExec(parent,
@@ -251,7 +358,7 @@ std::optional<qulonglong> insertProduct(QWidget *parent, const Product &product,
     return query.lastInsertId().toULongLong();
 }
 
-WriteState updateProduct(QWidget *parent, const Product &product, const Product &loaded,
+WriteState updateProduct(QWidget *parent, const Product &product, const Product &given,
                          const QString &connectionName)
 {
     QStringList assignments;
@@ -259,8 +366,10 @@ WriteState updateProduct(QWidget *parent, const Product &product, const Product 
         const QString name = QLatin1String(column.name);
         if (column.written == Written::Changed)
             assignments += name + u'=' + sql::now();
-        else if (column.written == Written::Quoted || column.written == Written::Bare)
-            assignments += name + u'=' + valueText(column, product, &loaded);
+        else if (column.written == Written::Bare)
+            assignments += name + u'=' + memberValue(column, product).toString();
+        else if (column.written == Written::Quoted)
+            assignments += name + u'=' + valueText(column, product, given);
     }
     QSqlQuery query;
     if (!QueryExec(parent,

@@ -10,6 +10,8 @@
 #include <QSqlError>
 #include <QSqlQuery>
 
+#include <algorithm>
+
 namespace {
 
 constexpr int maxBeginTries = 3;
@@ -221,6 +223,24 @@ TransactionResult runInTransaction(QWidget *parent, const QString &connectionNam
     }
     result.state = inDoubt ? TransactionState::Unknown : TransactionState::Failed;
     return result;
+}
+
+bool runStatements(QWidget *parent, const QStringList &statements, const QString &notDone,
+                   const QString &connectionName)
+{
+    bool inDoubt = false;
+    const auto runAll = [&] {
+        return std::all_of(
+                   statements.begin(), statements.end(),
+                   [&](const QString &text) { return QueryExec(nullptr, text, connectionName); })
+                   ? TransactionStep::Commit
+                   : TransactionStep::Fail;
+    };
+    const TransactionResult result =
+        runInTransaction(parent, connectionName, runAll, {.inDoubt = &inDoubt});
+    if (!result.isDone() && !result.givenUp)
+        showDatabaseFailure(parent, result.failure, notDone);
+    return result.isDone();
 }
 
 bool readLockedRows(const QString &table, const QString &select, QList<SqlRow> &rows,

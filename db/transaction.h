@@ -2,6 +2,7 @@
 
 #include <QList>
 #include <QString>
+#include <QStringList>
 
 #include <functional>
 
@@ -94,6 +95,11 @@ struct TransactionOptions
 TransactionResult runInTransaction(QWidget *parent, const QString &connectionName,
                                    const std::function<TransactionStep()> &body,
                                    const TransactionOptions &options = {});
+
+/// Runs statements in a transaction of their own, which may be run twice without harm. False when
+/// nothing was written, which is told over the parent as a failure or with the text.
+bool runStatements(QWidget *parent, const QStringList &statements, const QString &notDone,
+                   const QString &connectionName = mainConnection);
 
 /// Reads rows inside a transaction and locks them until its end. In: the table whose rows are meant
 /// and a SELECT from it without a semicolon; joined tables are read, and on MySQL locked too. Out:

@@ -2,235 +2,81 @@
 
 #include "app/messages.h"
 #include "catalogue/productstore.h"
+#include "catalogue/referencecopy.h"
 #include "db/query.h"
 #include "db/sqltext.h"
 
 #include <QCoreApplication>
 
 #include <algorithm>
-#include <cmath>
 
 namespace {
+
+constexpr CodeResult notFound = {.kind = CodeKind::NotFound};
 
 struct CodeText
 {
     Q_DECLARE_TR_FUNCTIONS(CodeLookup)
 };
 
-bool isAsciiDigit(QChar c)
+/// Offers a card for a product that only the reference database knows.
+CodeResult addCopy(QWidget *parent, const CodeResult &reference, const QString &code)
 {
-    return c >= u'0' && c <= u'9';
-}
-
-bool isLatinLetter(QChar c)
-{
-    return (c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z');
-}
-
-/// One layout: the signs it gives, and what the same keys give on the US layout.
-struct KeyMap
-{
-    QString signs;
-    QString keys;
-
-    QString applied(QString text) const
-    {
-        for (QChar &c : text) {
-            const qsizetype place = signs.indexOf(c);
-            if (place >= 0)
-                c = keys.at(place);
-        }
-        return text;
-    }
-};
-
-const QString russianLetters =
-    QStringLiteral("йцукенгшщзхъфывапролджэячсмитьбюЙЦУКЕНГШЩЗХЪФЫВАПРОЛДЖЭЯЧСМИТЬБЮ");
-const QString letterKeys =
-    QStringLiteral("qwertyuiop[]asdfghjkl;'zxcvbnm,.QWERTYUIOP{}ASDFGHJKL:\"ZXCVBNM<>");
-
-const KeyMap &russianLayout()
-{
-    static const KeyMap map = {russianLetters + QStringLiteral("ёЁ.,\"№;:?/"),
-                               letterKeys + QStringLiteral("`~/?@#$^&|")};
-    return map;
-}
-
-const KeyMap &typewriterLayout()
-{
-    static const KeyMap map = {russianLetters + QStringLiteral("ёЁ!;№-/\":,._?%"),
-                               letterKeys + QStringLiteral("/?-=1234567890")};
-    return map;
-}
-
-/// Decimal digits of other scripts (Arabic, full-width, …) as ASCII digits.
-QString withAsciiDigits(const QString &text)
-{
-    QString result;
-    result.reserve(text.size());
-    for (const char32_t c : text.toUcs4()) {
-        if (QChar::category(c) == QChar::Number_DecimalDigit)
-            result += QChar(u'0' + QChar::digitValue(c));
-        else
-            result += QString::fromUcs4(&c, 1);
-    }
-    return result;
-}
-
-double packQuantityOf(const QVariant &value)
-{
-    const double quantity = value.toDouble();
-    return std::isfinite(quantity) && quantity > 0 ? quantity : 1;
-}
-
-CodeResult failed()
-{
-    return {.kind = CodeKind::Failed};
-}
-
-CodeResult notFound()
-{
-    return {.kind = CodeKind::NotFound};
-}
-
-CodeResult lookUpId(QWidget *parent, const QString &text)
-{
-    const QString digits = withAsciiDigits(text);
-    if (!std::all_of(digits.begin(), digits.end(), isAsciiDigit))
-        return {};
-    // Seven digits at most, so it always fits an id.
-    const qulonglong id = digits.toULongLong();
+    const qulonglong id = copyFromReference(parent, reference.wareid);
     if (id == 0)
-        return {};
-    Product product;
-    switch (loadProduct(parent, id, ProductColumns::Receipt, product)) {
-    case LoadState::Loaded:
-        return {.kind = CodeKind::Product, .wareid = id};
-    case LoadState::NotFound:
-        return notFound();
-    case LoadState::Failed:
-        break;
-    }
-    return failed();
+        return notFound;
+    // The user may have given the code another pack quantity, or taken it away.
+    const CodeResult stored = lookUpCode(parent, code);
+    return {.kind = CodeKind::Product,
+            .wareid = id,
+            .packQuantity = stored.wareid == id ? stored.packQuantity : 1};
 }
 
-/// Runs head + quoted code + tail for each reading until a row comes back.
-CodeResult lookUpReadings(QWidget *parent, const QString &code, const QString &head,
-                          const QString &tail, const QString &connectionName)
-{
-    const QStringList readings = codeReadings(code);
-    for (const QString &reading : readings) {
-        QList<SqlRow> rows;
-        if (!QueryRows(parent, head + sql::text(reading) + tail, rows, connectionName))
-            return failed();
-        if (rows.isEmpty())
-            continue;
-        const qlonglong wareid = rows.first().at(0).toLongLong();
-        if (wareid > 0) {
-            return {.kind = CodeKind::Product,
-                    .wareid = qulonglong(wareid),
-                    .packQuantity = packQuantityOf(rows.first().at(1))};
-        }
-    }
-    return notFound();
-}
-
-/// The local product with the unique identifier of a reference product.
-CodeResult localProductOf(QWidget *parent, const CodeResult &reference)
+/// The local product with the unique identifier of a reference product, or else a copy of it.
+CodeResult localProductOf(QWidget *parent, const CodeResult &reference, const QString &code)
 {
     Product product;
     const LoadState state =
         loadProduct(parent, reference.wareid, ProductColumns::Reference, product, friendConnection);
     if (state != LoadState::Loaded)
-        return state == LoadState::Failed ? failed() : notFound();
+        return {.kind = state == LoadState::Failed ? CodeKind::Failed : CodeKind::NotFound};
     // Products that never had an identifier must not be taken for one another.
     if (!product.wuid.isEmpty()) {
         QList<SqlRow> rows;
         if (!QueryRows(parent,
                        "SELECT id FROM warehouse WHERE wuid=" + sql::text(product.wuid) + ";",
                        rows))
-            return failed();
+            return {.kind = CodeKind::Failed};
         if (!rows.isEmpty()) {
             return {.kind = CodeKind::Product,
                     .wareid = rows.first().at(0).toULongLong(),
                     .packQuantity = reference.packQuantity};
         }
     }
-    showInformation(parent, CodeText::tr("Товар есть в справочной базе данных, но его нет в "
-                                         "местном каталоге:\n%1")
-                                .arg(product.name));
-    return notFound();
+    return addCopy(parent, reference, code);
 }
 
 } // namespace
-
-QString cleanCode(const QString &text)
-{
-    QString cleaned;
-    cleaned.reserve(text.size());
-    for (const QChar c : text) {
-        if (c.category() != QChar::Other_Control && c.category() != QChar::Other_Format)
-            cleaned += c;
-    }
-    return cleaned.trimmed();
-}
-
-QStringList codeReadings(const QString &code)
-{
-    QStringList readings = {code};
-    const QString digits = withAsciiDigits(code);
-    const bool latin = std::any_of(digits.begin(), digits.end(), isLatinLetter);
-    readings += latin ? digits : russianLayout().applied(digits);
-    if (!latin && std::none_of(digits.begin(), digits.end(), isAsciiDigit))
-        readings += typewriterLayout().applied(digits);
-    readings.removeDuplicates();
-    return readings;
-}
-
-QString plainCode(const QString &code)
-{
-    const auto isPlain = [](const QString &text) {
-        return std::all_of(text.begin(), text.end(),
-                           [](QChar c) { return c > u' ' && c.unicode() < 127; }) &&
-               std::any_of(text.begin(), text.end(),
-                           [](QChar c) { return isAsciiDigit(c) || isLatinLetter(c); });
-    };
-    const QStringList readings = codeReadings(code);
-    const auto plain = std::find_if(readings.begin(), readings.end(), isPlain);
-    return plain == readings.end() ? code : *plain;
-}
-
-CodeResult lookUpCode(QWidget *parent, const QString &text)
-{
-    const QString code = cleanCode(text);
-    if (code.isEmpty())
-        return {};
-    // A short text is typed by a person who sees it, so only digits count there.
-    if (code.size() < shortestCode)
-        return lookUpId(parent, code);
-    return lookUpReadings(parent, code,
-                          "SELECT wareid, packquantity FROM codes WHERE code=", " AND wareid!=0;",
-                          mainConnection);
-}
 
 CodeResult lookUpReferenceCode(QWidget *parent, const QString &text, bool ask)
 {
     const QString code = cleanCode(text);
     if (code.size() < shortestCode || !isConnectionRegistered(friendConnection))
-        return notFound();
+        return notFound;
     const QStringList readings = codeReadings(code);
     if (std::any_of(readings.begin(), readings.end(),
                     [](const QString &reading) { return reading.startsWith(u'2'); }))
-        return notFound();
+        return notFound;
     if (ask &&
         askQuestion(parent, CodeText::tr("Код не найден. Поискать в справочной базе данных?"),
                     {CodeText::tr("Да"), CodeText::tr("Нет")}, 0, 1) != 0)
-        return notFound();
+        return notFound;
 
     const CodeResult reference = lookUpReadings(
         parent, code,
         "SELECT wareid, packquantity FROM codes LEFT JOIN warehouse ON wareid=warehouse.id "
         "WHERE code=",
         " AND wareid!=0 AND warehouse.enabled!=0;", friendConnection);
-    return reference.kind == CodeKind::Product ? localProductOf(parent, reference) : reference;
+    return reference.kind == CodeKind::Product ? localProductOf(parent, reference, code)
+                                               : reference;
 }

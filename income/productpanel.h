@@ -1,12 +1,14 @@
 #pragma once
 
 #include <QGroupBox>
-#include <QTimer>
 
 #include <memory>
+#include <optional>
+
+#include "widgets/pagedselect.h"
 
 class ColorSqlQueryModel;
-class ColumnWidths;
+class PagedTable;
 class QTableView;
 
 namespace Ui {
@@ -26,10 +28,7 @@ public:
     void fillFilters();
 
     /// Reads the products anew, the user's place is kept.
-    void refresh()
-    {
-        read(0);
-    }
+    void refresh();
 
     /// Shows products that are not sold any more, too, or hides them.
     void setShowDisabled(bool shown);
@@ -65,15 +64,11 @@ private slots:
     void on_warehouseTableView_customContextMenuRequested(const QPoint &position);
 
 private:
-    bool eventFilter(QObject *watched, QEvent *event) override;
-    void sizeColumns();
-    void read(qsizetype atLeast);
+    std::optional<PagedSelect> list() const;
     void restoreColumns();
 
     std::unique_ptr<Ui::ProductPanel> m_ui;
     ColorSqlQueryModel *m_products;
-    ColumnWidths *m_widths;
-    QTimer m_filterTimer;
+    PagedTable *m_table;
     bool m_showDisabled = false;
-    bool m_columnsSized = false;
 };

@@ -21,7 +21,6 @@
 namespace {
 
 constexpr double largestUnquestionedRatio = 100;
-constexpr int mostQuantityDecimals = 6;
 
 const QString storedDate = QStringLiteral("yyyy-MM-dd");
 const QString shownDate = QStringLiteral("dd.MM.yyyy");
@@ -40,16 +39,6 @@ QDate dateOf(const QString &text)
         return {};
     const int year = parts.at(2).toInt() + (parts.at(2).size() == 2 ? 2000 : 0);
     return QDate(year, parts.at(1).toInt(), parts.at(0).toInt());
-}
-
-/// Decimals that a quantity needs so that nothing of it is cut off.
-int decimalsOf(double quantity)
-{
-    const QString text = QString::number(quantity, 'f', mostQuantityDecimals);
-    qsizetype end = text.size();
-    while (end > 0 && text.at(end - 1) == u'0')
-        --end;
-    return int(end - text.indexOf(u'.') - 1);
 }
 
 } // namespace
@@ -277,10 +266,8 @@ void QuantityRestDialog::showQuantity()
                                       formatQuantity(std::abs(added))
                                 : QString());
 
-    const double quantity = m_entry->proposedQuantity();
-    m_ui->quantityDoubleSpinBox->setDecimals(
-        std::max(m_entry->product().decimals, decimalsOf(quantity)));
-    m_ui->quantityDoubleSpinBox->setExact(quantity);
+    m_ui->quantityDoubleSpinBox->showQuantity(m_entry->proposedQuantity(),
+                                              m_entry->product().decimals);
 }
 
 void QuantityRestDialog::updateOutcost()
@@ -299,18 +286,13 @@ void QuantityRestDialog::showMargin()
     const double incost = m_ui->incostDoubleSpinBox->exact();
     const double outcost = m_ui->outcostDoubleSpinBox->exact();
     const double before = m_entry->product().outcost;
-    QString text = m_entry->product().deleted
-                       ? tr("Расходная цена: %1 %2").arg(formatMoney(outcost), currency)
-                   : pricesEqual(before, outcost)
-                       ? tr("Расходная цена прежняя: %1 %2").arg(formatMoney(before), currency)
-                       : tr("Расходная цена: была %1 %2, станет %3 %2")
-                             .arg(formatMoney(before), currency, formatMoney(outcost));
-    const double margin = outcost - incost;
-    text += incost > 0 ? tr(". Наценка %1\u00a0%, %2\u00a0%3")
-                             .arg(QString::number(roundMoney(margin / incost * 100), 'f', 0),
-                                  formatMoney(margin), currency)
-                       : tr(". Наценка %1\u00a0%2").arg(formatMoney(margin), currency);
-    m_ui->marginLabel->setText(text);
+    const QString text =
+        m_entry->product().deleted ? tr("Расходная цена: %1 %2").arg(formatMoney(outcost), currency)
+        : pricesEqual(before, outcost)
+            ? tr("Расходная цена прежняя: %1 %2").arg(formatMoney(before), currency)
+            : tr("Расходная цена: была %1 %2, станет %3 %2")
+                  .arg(formatMoney(before), currency, formatMoney(outcost));
+    m_ui->marginLabel->setText(text + ". " + marginText(incost, outcost, currency));
     QPalette colours = palette();
     if (isDoubtfulPrice(incost, outcost))
         colours.setColor(QPalette::WindowText, warningTextColor(colours));

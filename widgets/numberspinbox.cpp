@@ -1,5 +1,7 @@
 #include "widgets/numberspinbox.h"
 
+#include "db/money.h"
+#include "db/sqltext.h"
 #include "widgets/colors.h"
 
 #include <QFocusEvent>
@@ -28,6 +30,18 @@ std::optional<QString> plainNumber(const QString &text)
     if (!plain.isEmpty() && !form.match(plain).hasMatch())
         return std::nullopt;
     return plain.remove(u' ');
+}
+
+constexpr int mostDecimals = 6;
+
+/// Decimals that a number needs so that nothing of it is cut off.
+int decimalsOf(double number)
+{
+    const QString text = QString::number(number, 'f', mostDecimals);
+    qsizetype end = text.size();
+    while (end > 0 && text.at(end - 1) == u'0')
+        --end;
+    return int(end - text.indexOf(u'.') - 1);
 }
 
 } // namespace
@@ -122,6 +136,28 @@ void NumberSpinBox::fixup(QString &text) const
 void NumberSpinBox::showText(const QString &text)
 {
     lineEdit()->setText(text);
+}
+
+void NumberSpinBox::showStored(double value)
+{
+    if (value >= minimum() && value <= maximum())
+        setExact(value);
+    else
+        showText(formatFactor(value));
+}
+
+void NumberSpinBox::showQuantity(double value, int leastDecimals)
+{
+    setDecimals(std::max(leastDecimals, decimalsOf(value)));
+    showStored(value);
+}
+
+QString NumberSpinBox::digitsFault() const
+{
+    const double stored = sql::number(exact()).toDouble();
+    return stored == exact() ? QString()
+                             : tr("В базе данных у числа не больше шести значащих цифр: %1.")
+                                   .arg(formatFactor(stored));
 }
 
 QString NumberSpinBox::fault() const

@@ -32,6 +32,15 @@ public:
     /// Shows a text as if it had been typed, for a stored value that the field would not take.
     void showText(const QString &text);
 
+    /// Sets a stored number; one outside the range is shown as it is.
+    void showStored(double value);
+
+    /// Gives the field so many decimals, or as many more as the number needs, and sets it.
+    void showQuantity(double value, int leastDecimals);
+
+    /// Why the number cannot be stored as it stands, with six digits; empty when it can.
+    QString digitsFault() const;
+
     /// Why the text is no acceptable input, a sentence for the user; empty when it is one.
     QString fault() const;
 

@@ -1,5 +1,6 @@
 #include "catalogue/productstore.h"
 
+#include "db/transaction.h"
 #include "tests/support/databasetest.h"
 
 #include <QRegularExpression>
@@ -86,7 +87,8 @@ private slots:
         shop::addProduct({.id = 13, .name = shop::nastyName});
         const auto twinOf = [](qulonglong id, const QString &article) {
             qulonglong twin = 0;
-            findDuplicate(nullptr, {.id = id, .article = article, .name = shop::nastyName}, twin);
+            const TransactionGuard transaction;
+            findDuplicate({.id = id, .article = article, .name = shop::nastyName}, twin);
             return twin;
         };
         QCOMPARE(twinOf(11, "А'1"), 12U);

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <QString>
+
+class QWidget;
+
+/// Rows that hang on a product which is not saved yet: barcodes, supplier articles, properties,
+/// translations, collections, all of product 0. What fails is told over the parent; then nothing
+/// was written.
+
+/// Deletes those that cancelled cards have left.
+bool clearStagedRows(QWidget *parent);
+
+/// Adds a barcode of this user for one unit.
+bool stageCode(QWidget *parent, const QString &code);
+
+/// Replaces the barcodes of this user by those of a product of the reference database. Codes that
+/// a local product has already are left out and told.
+bool stageReferenceCodes(QWidget *parent, qulonglong referenceId);
+
+/// Adds the properties and collections of a local product.
+bool stageCopies(QWidget *parent, qulonglong wareid);
