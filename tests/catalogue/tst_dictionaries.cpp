@@ -91,29 +91,29 @@ private slots:
     void deletion_seesToWhatUsesTheEntry()
     {
         const auto drop = [](const Dictionary &dictionary) {
-            return deleteEntries(nullptr, dictionary, {5});
+            return deleteEntries(nullptr, dictionary, {905});
         };
         QVERIFY(drop(GroupsDialog::dictionary()) && drop(BrandsDialog::dictionary()) &&
                 drop(UnitsDialog::dictionary()) && drop(SuppliersDialog::dictionary()));
         QCOMPARE(rows("SELECT groupid,brandid,unitid,supplierid FROM warehouse ORDER BY id"),
-                 "0\t0\t0\t0\n6\t6\t6\t6");
-        QCOMPARE(rows("SELECT parent FROM groups WHERE id=6"), "0");
-        QCOMPARE(rows("SELECT supplierid FROM articles ORDER BY id"), "0\n6");
+                 "0\t0\t0\t0\n906\t906\t906\t906");
+        QCOMPARE(rows("SELECT parent FROM groups WHERE id=906"), "0");
+        QCOMPARE(rows("SELECT supplierid FROM articles ORDER BY id"), "0\n906");
         QVERIFY(drop(LocalesDialog::dictionary()) && drop(CollectionsDialog::dictionary()));
         QCOMPARE(rows("SELECT locale FROM waretranslates"), "O'6");
-        QCOMPARE(rows("SELECT collectionid FROM collectionproducts"), "6");
+        QCOMPARE(rows("SELECT collectionid FROM collectionproducts"), "906");
         // Numbers that are equal to the id of the item are none of its business.
         QVERIFY(drop(PropertyItemsDialog::dictionary()));
-        QCOMPARE(rows("SELECT id,defaultvalue FROM properties ORDER BY id"), "5\t0\n6\t5");
-        QCOMPARE(rows("SELECT propertyid FROM wareproperties"), "6");
-        QVERIFY(deleteEntries(nullptr, PropertiesDialog::dictionary(), {6}));
+        QCOMPARE(rows("SELECT id,defaultvalue FROM properties ORDER BY id"), "905\t0\n906\t905");
+        QCOMPARE(rows("SELECT propertyid FROM wareproperties"), "906");
+        QVERIFY(deleteEntries(nullptr, PropertiesDialog::dictionary(), {906}));
         QCOMPARE(rows("SELECT id FROM wareproperties"), "");
     }
 
     void translations_followTheCodeOfTheirLanguage()
     {
         QVariantMap seen = {{"name", "O'5"}};
-        QCOMPARE(updateEntry(nullptr, LocalesDialog::dictionary(), 5, {{"name", "a\\'b"}}, seen),
+        QCOMPARE(updateEntry(nullptr, LocalesDialog::dictionary(), 905, {{"name", "a\\'b"}}, seen),
                  EntryState::Written);
         QCOMPARE(rows("SELECT locale FROM waretranslates ORDER BY id"), "a\\'b\nO'6");
 
@@ -136,15 +136,15 @@ private slots:
         list.show();
         const auto *model = child<QTableView>(list, "groupsTableView")->model();
         QCOMPARE(model->index(1, 1).data().toString(), " - А");
-        GroupEditDialog dialog(5, &list);
+        GroupEditDialog dialog(905, &list);
         auto *parent = child<QComboBox>(dialog, "parentComboBox");
         QCOMPARE(parent->count(), 2); // none and the other root
         parent->setCurrentIndex(1);
-        rows("UPDATE groups SET parent=6 WHERE id=7"); // by another station
+        rows("UPDATE groups SET parent=906 WHERE id=907"); // by another station
         m_boxes->answer("OK");
         click(dialog, "savePushButton");
         QVERIFY(m_boxes->lastText().startsWith("Группа не может входить"));
-        QCOMPARE(rows("SELECT parent FROM groups WHERE id=5"), "0");
+        QCOMPARE(rows("SELECT parent FROM groups WHERE id=905"), "0");
 
         child<QTableView>(list, "groupsTableView")->selectRow(0);
         m_boxes->answer("Нет");
@@ -197,19 +197,19 @@ private slots:
         child<QComboBox>(dialog, "defaultvalueComboBox")->setCurrentText("красный");
         click(dialog, "savePushButton");
         const QString stored = rows("SELECT p.type,p.name,e.value FROM properties p JOIN "
-                                    "properties_enums e ON e.id=p.defaultvalue WHERE p.id>6");
+                                    "properties_enums e ON e.id=p.defaultvalue WHERE p.name='Цвет'");
         QCOMPARE(stored, "1\tЦвет\tкрасный");
 
         WarePropertyDialog value(0, 1, nullptr);
         value.show();
         auto *property = child<QComboBox>(value, "propertyComboBox");
         property->setCurrentText("Вес");
-        QCOMPARE(child<NumberSpinBox>(value, "valueDoubleSpinBox")->value(), 5.0);
+        QCOMPARE(child<NumberSpinBox>(value, "valueDoubleSpinBox")->value(), 905.0);
         property->setCurrentText("Цвет");
         QCOMPARE(child<QComboBox>(value, "valueComboBox")->currentText(), "красный");
         click(value, "okPushButton");
         QCOMPARE(rows("SELECT value FROM properties_enums WHERE id=(SELECT enumid FROM "
-                      "wareproperties WHERE id>6)"),
+                      "wareproperties WHERE id<905 OR id>906)"),
                  "красный");
     }
 
@@ -222,7 +222,7 @@ private slots:
         child<QPlainTextEdit>(dialog, "descriptionPlainTextEdit")->setPlainText("два\nряда");
         m_boxes->answer("Заменить");
         click(dialog, "savePushButton");
-        QCOMPARE(dialog.id(), 5);
+        QCOMPARE(dialog.id(), 905);
         QCOMPARE(rows("SELECT COUNT(*), MIN(name) FROM waretranslates WHERE wareid=1 AND "
                       "description='два\nряда'"),
                  "1\tТовар");
@@ -239,19 +239,23 @@ private:
             "DELETE FROM wareproperties; DELETE FROM waretranslates; DELETE FROM locales;");
         shop::addProduct({.id = 1});
         shop::addProduct({.id = 2});
-        rows("UPDATE warehouse SET groupid=id+4, brandid=id+4, unitid=id+4, supplierid=id+4; "
-             "INSERT INTO groups(id,parent,name) VALUES(5,0,'Б'),(6,5,'А'),(7,0,'В'); "
-             "INSERT INTO brands(id,name) VALUES(5,'Б'),(6,'В'); "
-             "INSERT INTO suppliers(id,name) VALUES(5,'Б'),(6,'В'); "
-             "INSERT INTO articles(id,wareid,supplierid,name) VALUES(5,1,5,'a'),(6,1,6,'a'); "
-             "INSERT INTO collections(id,name) VALUES(5,'Б'),(6,'В'); "
-             "INSERT INTO collectionproducts(collectionid,wareid) VALUES(5,1),(6,1); "
-             "INSERT INTO locales(id,name,description) VALUES(5,'O''5','Пятый'),(6,'O''6','6'); "
-             "INSERT INTO waretranslates(id,wareid,locale) VALUES(5,1,'O''5'),(6,1,'O''6'); "
-             "INSERT INTO properties(id,type,name,defaultvalue) VALUES(5,1,'Л',5),(6,0,'Вес',5); "
-             "INSERT INTO properties_enums(id,propertyid,value) VALUES(5,5,'x'),(6,5,'y'); "
-             "INSERT INTO wareproperties(id,wareid,propertyid,enumid,value) VALUES(5,1,5,5,0),"
-             "(6,1,6,5,5);");
+        rows(
+            "UPDATE warehouse SET groupid=id+904, brandid=id+904, unitid=id+904, "
+            "supplierid=id+904; "
+            "INSERT INTO groups(id,parent,name) VALUES(905,0,'Б'),(906,905,'А'),(907,0,'В'); "
+            "INSERT INTO brands(id,name) VALUES(905,'Б'),(906,'В'); "
+            "INSERT INTO suppliers(id,name) VALUES(905,'Б'),(906,'В'); "
+            "INSERT INTO articles(id,wareid,supplierid,name) "
+            "VALUES(905,1,905,'a'),(906,1,906,'a'); "
+            "INSERT INTO collections(id,name) VALUES(905,'Б'),(906,'В'); "
+            "INSERT INTO collectionproducts(collectionid,wareid) VALUES(905,1),(906,1); "
+            "INSERT INTO locales(id,name,description) VALUES(905,'O''5','Пятый'),(906,'O''6','6'); "
+            "INSERT INTO waretranslates(id,wareid,locale) VALUES(905,1,'O''5'),(906,1,'O''6'); "
+            "INSERT INTO properties(id,type,name,defaultvalue) "
+            "VALUES(905,1,'Л',905),(906,0,'Вес',905); "
+            "INSERT INTO properties_enums(id,propertyid,value) VALUES(905,905,'x'),(906,905,'y'); "
+            "INSERT INTO wareproperties(id,wareid,propertyid,enumid,value) VALUES(905,1,905,905,0),"
+            "(906,1,906,905,905);");
     }
 
     void tidy() override
