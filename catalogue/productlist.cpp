@@ -39,24 +39,21 @@ QString textCondition(const QString &text)
     return QStringLiteral(" (") + condition + u')';
 }
 
-QString productSelect()
-{
-    return selectList(productColumns()) +
-           QStringLiteral("  FROM warehouse LEFT JOIN units ON units.id=warehouse.unitid LEFT JOIN "
-                          "`groups` ON `groups`.`id`=`warehouse`.`groupid`");
-}
-
 /// Each with a blank in front.
 QStringList productConditions(const ProductFilter &filter)
 {
     QStringList conditions;
     if (!filter.showDisabled)
         conditions += QStringLiteral(" `warehouse`.`enabled`>0");
-    if (filter.groupId) {
+    if (filter.groupId && filter.subgroups) {
         const QString group = sql::id(*filter.groupId);
         conditions += QStringLiteral(" (`warehouse`.`groupid`=") + group +
                       QStringLiteral(" OR `groups`.`parent`=") + group + u')';
+    } else if (filter.groupId) {
+        conditions += QStringLiteral(" `warehouse`.`groupid`=") + sql::quotedId(*filter.groupId);
     }
+    if (filter.inStock)
+        conditions += QStringLiteral(" `warehouse`.`quantity`>0");
     if (filter.brandId)
         conditions += QStringLiteral(" `warehouse`.`brandid`='") + sql::id(*filter.brandId) + u'\'';
     if (!filter.text.isEmpty())
@@ -82,24 +79,30 @@ QList<TableColumn> productColumns()
     };
 }
 
-std::optional<PagedSelect> productPages(QWidget *parent, const ProductFilter &filter)
+std::optional<PagedSelect> productPages(QWidget *parent, const ProductFilter &filter,
+                                        const QList<TableColumn> &columns, const QString &joins)
 {
+    const QString select = selectList(columns) +
+                           "  FROM warehouse LEFT JOIN units ON units.id=warehouse.unitid LEFT "
+                           "JOIN `groups` ON `groups`.`id`=`warehouse`.`groupid`" +
+                           joins;
     ProductFilter rest = filter;
     rest.groupId.reset();
     QStringList part = productConditions(rest);
-    PagedSelect list = {.select = productSelect(),
+    PagedSelect list = {.select = select,
                         .table = QStringLiteral("warehouse"),
                         .order = QStringLiteral("name"),
                         .conditions = productConditions(filter),
                         .parts = {part.join(QStringLiteral(" AND"))},
-                        .searched = !filter.text.isEmpty() && !filter.groupId && !filter.brandId};
+                        .searched = (!filter.text.isEmpty() || filter.inStock) && !filter.groupId &&
+                                    !filter.brandId};
     if (!filter.groupId)
         return list;
     QList<SqlRow> children;
-    if (!QueryRows(parent,
-                   "SELECT id FROM `groups` WHERE parent=" + sql::id(*filter.groupId) +
-                       " ORDER BY id;",
-                   children))
+    if (filter.subgroups && !QueryRows(parent,
+                                       "SELECT id FROM `groups` WHERE parent=" +
+                                           sql::id(*filter.groupId) + " ORDER BY id;",
+                                       children))
         return std::nullopt;
     QStringList groups = {sql::id(*filter.groupId)};
     for (const SqlRow &child : std::as_const(children))

@@ -17,14 +17,18 @@ struct ProductFilter
     std::optional<qulonglong> groupId = {};
     std::optional<qulonglong> brandId = {};
     bool showDisabled = false;
+    bool subgroups = true; ///< with a group: those of its children, too
+    bool inStock = false;  ///< only what there is some of
 };
 
 /// The columns of the product table.
 QList<TableColumn> productColumns();
 
-/// The product table for reading page by page. Nothing when the groups could not be read, which is
-/// reported over the parent.
-std::optional<PagedSelect> productPages(QWidget *parent, const ProductFilter &filter);
+/// The product table, or products with other columns and what is joined for them, for reading page
+/// by page. Nothing when the groups could not be read, which is reported over the parent.
+std::optional<PagedSelect> productPages(QWidget *parent, const ProductFilter &filter,
+                                        const QList<TableColumn> &columns = productColumns(),
+                                        const QString &joins = {});
 
 /// A group in the tree of groups.
 struct GroupNode

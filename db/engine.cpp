@@ -99,6 +99,11 @@ QString Engine::divisor(const QString &expression) const
     return expression;
 }
 
+QString Engine::decimal(const QString &column) const
+{
+    return column;
+}
+
 bool Engine::sortsNullsFirst() const
 {
     return true;

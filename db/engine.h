@@ -101,6 +101,9 @@ public:
     /// A divisor with which a division by zero gives NULL.
     virtual QString divisor(const QString &expression) const;
 
+    /// A REAL column as the decimal number that was written, for computing with it.
+    virtual QString decimal(const QString &column) const;
+
     /// Whether rows without a value stand before all others in an ascending order.
     virtual bool sortsNullsFirst() const;
 

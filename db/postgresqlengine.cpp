@@ -131,6 +131,12 @@ public:
         return "NULLIF(" + expression + ",0)";
     }
 
+    QString decimal(const QString &column) const override
+    {
+        // Its REAL has 7 digits; what they stand for is not what they are worth in binary.
+        return "CAST(" + column + " AS NUMERIC)";
+    }
+
     bool sortsNullsFirst() const override
     {
         return false;

@@ -76,9 +76,13 @@ QString now()
 
 QString containing(const QString &value)
 {
+    return QStringLiteral("'%") + beginning(value).mid(1);
+}
+
+QString beginning(const QString &value)
+{
     QString pattern;
-    pattern.reserve(value.size() + 2);
-    pattern += u'%';
+    pattern.reserve(value.size() + 1);
     for (const QChar c : value) {
         if (c == u'%' || c == u'_' || c == u'!')
             pattern += u'!';

@@ -39,6 +39,9 @@ QString now();
 /// `'%' text '%' ESCAPE '!'`. Signs of the text that LIKE would interpret stand for themselves.
 QString containing(const QString &value);
 
+/// The same to find the text at the beginning of a column.
+QString beginning(const QString &value);
+
 } // namespace sql
 
 /// The current local time as "yyyy-MM-dd hh:mm:ss".

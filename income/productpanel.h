@@ -1,12 +1,14 @@
 #pragma once
 
 #include <QGroupBox>
-#include <QTimer>
 
 #include <memory>
+#include <optional>
+
+#include "widgets/pagedselect.h"
 
 class ColorSqlQueryModel;
-class ColumnWidths;
+class PagedTable;
 class QTableView;
 
 namespace Ui {
@@ -26,10 +28,16 @@ public:
     void fillFilters();
 
     /// Reads the products anew, the user's place is kept.
-    void refresh()
-    {
-        read(0);
-    }
+    void refresh();
+
+    /// The same, and goes to a product if the filter lets it be seen.
+    void showProduct(qulonglong wareid);
+
+    /// Whether there is a reference database to compare with.
+    void setReference(bool there);
+
+    /// The current product, 0 without one.
+    qulonglong currentId() const;
 
     /// Shows products that are not sold any more, too, or hides them.
     void setShowDisabled(bool shown);
@@ -65,15 +73,13 @@ private slots:
     void on_warehouseTableView_customContextMenuRequested(const QPoint &position);
 
 private:
-    bool eventFilter(QObject *watched, QEvent *event) override;
-    void sizeColumns();
-    void read(qsizetype atLeast);
+    std::optional<PagedSelect> list() const;
+    void enableButtons();
     void restoreColumns();
 
     std::unique_ptr<Ui::ProductPanel> m_ui;
     ColorSqlQueryModel *m_products;
-    ColumnWidths *m_widths;
-    QTimer m_filterTimer;
+    PagedTable *m_table;
     bool m_showDisabled = false;
-    bool m_columnsSized = false;
+    bool m_hasReference = false;
 };

@@ -18,36 +18,47 @@ PageStatements::PageStatements(const PagedSelect &list)
 {
 }
 
-QString PageStatements::column(const QString &name) const
+QString PageStatements::id() const
 {
-    return u'`' + m_list.table + QStringLiteral("`.`") + name + u'`';
+    return u'`' + m_list.table + QStringLiteral("`.`id`");
+}
+
+QString PageStatements::text() const
+{
+    return u'`' + (m_list.orderTable.isEmpty() ? m_list.table : m_list.orderTable) +
+           QStringLiteral("`.`") + m_list.order + u'`';
+}
+
+/// The tables that id and text are in, with the rows for which the conditions hold.
+QString PageStatements::from(QStringList conditions) const
+{
+    if (!m_list.link.isEmpty())
+        conditions += ' ' + m_list.link;
+    return " FROM " + (m_list.from.isEmpty() ? m_list.table : m_list.from) + allOf(conditions);
 }
 
 /// As two comparisons of the text: the first one is the range that an index knows.
 QString PageStatements::behind(const ListPosition &position, const Text &last) const
 {
-    const QString text = column(m_list.order);
-    const QString laterId = column("id") + '>' + sql::id(position.id);
+    const QString laterId = id() + '>' + sql::id(position.id);
     if (position.nulls)
-        return text + " IS NULL AND " + laterId;
-    QString condition = text + " IS NOT NULL";
+        return text() + " IS NULL AND " + laterId;
+    QString condition = text() + " IS NOT NULL";
     if (position.text) {
-        // What is no right text cannot be written down: the row itself knows it.
-        const bool broken = position.text->contains(QChar::ReplacementCharacter);
-        const QString value = broken ? "(SELECT " + text + " FROM " + m_list.table + " WHERE " +
-                                           column("id") + '=' + sql::id(position.id) + ')'
-                                     : sql::text(*position.text);
-        condition = text + '>' + value;
+        const QString value =
+            position.unwritable
+                ? "(SELECT " + text() + from({id() + '=' + sql::id(position.id)}) + ')'
+                : sql::text(*position.text);
+        condition = text() + '>' + value;
         if (!position.behindEqual)
-            condition = text + ">=" + value + " AND (" + condition + " OR " + laterId + ')';
+            condition = text() + ">=" + value + " AND (" + condition + " OR " + laterId + ')';
     }
-    return last ? condition + " AND " + text + "<=" + sql::text(*last) : condition;
+    return last ? condition + " AND " + text() + "<=" + sql::text(*last) : condition;
 }
 
 QString PageStatements::ordered(qsizetype limit) const
 {
-    return " ORDER BY " + column(m_list.order) + ", " + column("id") + " LIMIT " +
-           sql::integer(limit);
+    return " ORDER BY " + text() + ", " + id() + " LIMIT " + sql::integer(limit);
 }
 
 /// The first ids of each part: an index gives them in order without a look at the rows.
@@ -55,12 +66,11 @@ QString PageStatements::ids(const QString &condition, qsizetype limit) const
 {
     QStringList parts;
     for (const QString &part : m_list.parts) {
-        parts += "SELECT id FROM (SELECT " + column("id") + " FROM " + m_list.table +
-                 allOf({part, condition}) + ordered(limit) + ") AS part" +
-                 sql::integer(parts.size());
+        parts += "SELECT id FROM (SELECT " + id() + from({part, condition}) + ordered(limit) +
+                 ") AS part" + sql::integer(parts.size());
     }
     // In a table of their own, or MariaDB runs them for every row.
-    return column("id") + " IN (SELECT id FROM (" + parts.join(" UNION ALL ") + ") AS page)";
+    return id() + " IN (SELECT id FROM (" + parts.join(" UNION ALL ") + ") AS page)";
 }
 
 QString PageStatements::page(const ListPosition &position, const Text &last, qsizetype limit) const
@@ -72,23 +82,22 @@ QString PageStatements::page(const ListPosition &position, const Text &last, qsi
 
 QString PageStatements::keys(const ListPosition &position, const Text &last, qsizetype limit) const
 {
-    const QString where = m_list.parts.size() == 1
-                              ? allOf({m_list.parts.first(), behind(position, last)})
-                              : allOf({ids(behind(position, last), limit)});
-    return "SELECT " + column("id") + ", " + column(m_list.order) + " FROM " + m_list.table +
-           where + ordered(limit) + ';';
+    const QString where = behind(position, last);
+    return "SELECT " + id() + ", " + text() +
+           (m_list.parts.size() == 1 ? from({m_list.parts.first(), where})
+                                     : from({ids(where, limit)})) +
+           ordered(limit) + ';';
 }
 
 QString PageStatements::highestId() const
 {
-    return "SELECT MAX(" + column("id") + ") FROM " + m_list.table + ';';
+    return "SELECT MAX(" + id() + ") FROM " + m_list.table + ';';
 }
 
 QString PageStatements::textsOf(const QList<qulonglong> &ids) const
 {
-    const QString text = column(m_list.order);
-    return "SELECT " + text + " FROM " + m_list.table + allOf({among(ids), text + " IS NOT NULL"}) +
-           " ORDER BY " + text + ';';
+    return "SELECT " + text() + from({among(ids), text() + " IS NOT NULL"}) + " ORDER BY " +
+           text() + ';';
 }
 
 QString PageStatements::rowsOf(const QList<qulonglong> &ids) const
@@ -101,14 +110,14 @@ QString PageStatements::among(const QList<qulonglong> &ids) const
     QStringList texts;
     for (const qulonglong id : ids)
         texts += sql::id(id);
-    return column("id") + " IN (" + texts.join(',') + ')';
+    return id() + " IN (" + texts.join(',') + ')';
 }
 
 QString PageStatements::find(qulonglong id, const ListPosition &position, bool othersFollow) const
 {
     QString where = behind(position, {});
     if (othersFollow)
-        where += " OR " + column(m_list.order) + (position.nulls ? " IS NOT NULL" : " IS NULL");
-    return "SELECT " + column("id") + " FROM " + m_list.table + " WHERE " +
-           ids(column("id") + '=' + sql::id(id) + " AND (" + where + ')', 1) + ';';
+        where += " OR " + text() + (position.nulls ? " IS NOT NULL" : " IS NULL");
+    return "SELECT " + this->id() + " FROM " + m_list.table + " WHERE " +
+           ids(this->id() + '=' + sql::id(id) + " AND (" + where + ')', 1) + ';';
 }

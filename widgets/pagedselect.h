@@ -7,17 +7,23 @@
 #include <optional>
 
 /// A long list, described for reading page by page: rows of one table with what is joined to them,
-/// in the order of one text column, the id behind it.
+/// in the order of one text column of it or of another table, the id behind it.
 struct PagedSelect
 {
     QString select; ///< up to the joins
     QString table;
-    QString order;          ///< the text column of the table; also its key among the columns
+    QString order;          ///< the text column; also its key among the columns
     QStringList conditions; ///< on the joined rows, a blank in front of each
-    /// The same on the table alone, in parts that share no row and each of which an index can give
-    /// in order.
+    /// The same on the table (and that of the order) alone, in parts that share no row and each of
+    /// which an index can give in order.
     QStringList parts;
     bool searched = false; ///< few rows may be left of many looked at
+
+    /// Where the text is in another table: which one, how it belongs to the rows, and both tables
+    /// with CROSS JOIN, first the one to begin with.
+    QString orderTable = {};
+    QString link = {};
+    QString from = {};
 
     bool operator==(const PagedSelect &) const = default;
 };
@@ -28,7 +34,8 @@ struct ListPosition
 {
     bool nulls = false;               ///< among the rows without a text
     std::optional<QString> text = {}; ///< of the last row; nothing: before all texts
-    bool behindEqual = false;         ///< all rows with this text are read
+    bool unwritable = false;  ///< the text is none that SQL can write down, but the row is there
+    bool behindEqual = false; ///< all rows with this text are read
     qulonglong id = 0;
 };
 
@@ -60,7 +67,9 @@ public:
     QString find(qulonglong id, const ListPosition &position, bool othersFollow) const;
 
 private:
-    QString column(const QString &name) const;
+    QString id() const;
+    QString text() const;
+    QString from(QStringList conditions) const;
     QString behind(const ListPosition &position, const Text &last) const;
     QString among(const QList<qulonglong> &ids) const;
     QString ids(const QString &condition, qsizetype limit) const;

@@ -1,6 +1,6 @@
 #include "widgets/sqltablemodel.h"
 
-#include "db/money.h"
+#include "db/query.h"
 #include "db/transaction.h"
 #include "widgets/plaintext.h"
 
@@ -11,10 +11,9 @@
 namespace {
 
 constexpr qsizetype pageRows = 200;
-constexpr qsizetype keysRows = 20'000;  ///< read at once when only their ids are wanted
-constexpr int patienceMs = 60;          ///< before the window gets its turn
-constexpr int pauseMs = 3000;           ///< between two tries of a page that cannot be read
-constexpr int mostLookedThrough = 2000; ///< rows further down in which a row is looked for
+constexpr qsizetype keysRows = 20'000; ///< read at once when only their ids are wanted
+constexpr int patienceMs = 60;         ///< before the window gets its turn
+constexpr int pauseMs = 3000;          ///< between two tries of a page that cannot be read
 
 } // namespace
 
@@ -137,13 +136,14 @@ bool SqlTableModel::isReading() const
     return m_readOn.isActive();
 }
 
-int SqlTableModel::findRow(qulonglong id)
+int SqlTableModel::findRow(qulonglong id, qsizetype within)
 {
     int row = rowOfId(id);
     if (row >= 0 || !m_pages || !m_pages->leadsTo(nullptr, id).value_or(false))
         return row;
-    const int farthest = m_rows + mostLookedThrough;
-    while (row < 0 && m_rows < farthest && readKeys(pageRows))
+    const qsizetype farthest = m_rows + within;
+    const qsizetype step = std::clamp(within / 10, pageRows, keysRows);
+    while (row < 0 && m_rows < farthest && readKeys(step))
         row = rowOfId(id);
     return row;
 }
@@ -311,23 +311,5 @@ ColumnKind SqlTableModel::kindOf(int column) const
 
 QString SqlTableModel::displayText(int row, int column) const
 {
-    const QVariant cell = value(row, column);
-    if (cell.isNull())
-        return {};
-    switch (kindOf(column)) {
-    case ColumnKind::Money:
-        return formatMoney(cell.toDouble());
-    case ColumnKind::Quantity:
-        return formatQuantity(cell.toDouble());
-    case ColumnKind::Ratio:
-        return formatFactor(cell.toDouble(), 4);
-    case ColumnKind::Factor:
-        return formatFactor(cell.toDouble());
-    case ColumnKind::Text:
-    case ColumnKind::Name:
-    case ColumnKind::Time:
-    case ColumnKind::Id:
-        break;
-    }
-    return cell.toString();
+    return shownText(value(row, column), kindOf(column));
 }

@@ -2,6 +2,7 @@
 
 #include <QList>
 #include <QString>
+#include <QVariant>
 
 /// How a column's values are shown.
 enum class ColumnKind {
@@ -33,6 +34,9 @@ struct TableColumn
     ColumnKind kind = ColumnKind::Text;
     ColumnWidth width = ColumnWidth::Contents;
 };
+
+/// A value as a column of that kind shows it; empty for none.
+QString shownText(const QVariant &value, ColumnKind kind);
 
 /// "SELECT " and the expressions of the columns.
 QString selectList(const QList<TableColumn> &columns);

@@ -1,0 +1,229 @@
+#include "catalogue/warehousedialog.h"
+
+#include "ui_warehousedialog.h"
+
+#include "catalogue/codesearch.h"
+#include "catalogue/colorsqlquerymodel.h"
+#include "catalogue/productlist.h"
+#include "catalogue/productstore.h"
+#include "catalogue/waredialog.h"
+#include "widgets/dialogplace.h"
+#include "widgets/pagedtable.h"
+#include "widgets/sound.h"
+#include "widgets/tableclipboard.h"
+
+#include <QAction>
+#include <QScopeGuard>
+#include <QSignalBlocker>
+
+namespace {
+
+/// Those of the product table without the number, which says nothing to who looks for goods.
+QList<TableColumn> searchColumns()
+{
+    QList<TableColumn> columns = productColumns();
+    columns.first().width = ColumnWidth::Hidden;
+    return columns;
+}
+
+} // namespace
+
+WarehouseDialog::WarehouseDialog(QWidget *parent)
+    : QDialog(parent),
+      m_ui(std::make_unique<Ui::WarehouseDialog>())
+{
+    m_ui->setupUi(this);
+    m_ui->splitter->setStretchFactor(1, 1);
+    m_ui->resultLabel->clear();
+    describeTable();
+    fillGroups();
+    m_ui->namefilterLineEdit->setFocus();
+    m_table->refresh();
+    keepDialogSize(this);
+}
+
+WarehouseDialog::~WarehouseDialog() = default;
+
+void WarehouseDialog::describeTable()
+{
+    QTableView *view = m_ui->warehouseTableView;
+    auto *model = new ColorSqlQueryModel(this);
+    model->setColumns(searchColumns());
+    m_table = new PagedTable(view, model, [this] { return list(); });
+    connect(m_table, &PagedTable::refreshed, this, &WarehouseDialog::enableCommands);
+    connect(model, &QAbstractItemModel::rowsInserted, this, &WarehouseDialog::enableCommands);
+    connect(view->selectionModel(), &QItemSelectionModel::currentRowChanged, this,
+            &WarehouseDialog::enableCommands);
+    auto *copy = new QAction(tr("Копировать текст"), view);
+    copy->setObjectName(QStringLiteral("copyAction"));
+    copy->setShortcut(QKeySequence::Copy);
+    copy->setShortcutContext(Qt::WidgetShortcut);
+    view->addAction(copy);
+    connect(copy, &QAction::triggered, this, &WarehouseDialog::On_copyAction_triggered);
+}
+
+/// As a tree: the names of its siblings alone would not tell what a subgroup belongs to.
+void WarehouseDialog::fillGroups()
+{
+    const QSignalBlocker blocker(m_ui->groupsListWidget);
+    m_ui->groupsListWidget->addItem(tr("Все группы"));
+    QList<SqlRow> rows;
+    if (QueryRows(this, groupsQuery(), rows)) {
+        const QList<Choice> groups = groupChoices(rows);
+        for (const auto &[id, name] : groups) {
+            auto *item = new QListWidgetItem(name, m_ui->groupsListWidget);
+            item->setData(Qt::UserRole, id);
+        }
+    }
+    m_ui->groupsListWidget->setCurrentRow(0);
+}
+
+std::optional<PagedSelect> WarehouseDialog::list() const
+{
+    ProductFilter filter = {.text = m_ui->namefilterLineEdit->text().trimmed(), .subgroups = false};
+    if (m_ui->groupsListWidget->currentRow() > 0)
+        filter.groupId = m_ui->groupsListWidget->currentItem()->data(Qt::UserRole).toULongLong();
+    return productPages(window(), filter, searchColumns());
+}
+
+qulonglong WarehouseDialog::wareid() const
+{
+    return m_wareid;
+}
+
+void WarehouseDialog::enableCommands()
+{
+    const bool chosen = m_table->currentId() != 0;
+    for (QPushButton *button : {m_ui->copyPushButton, m_ui->editPushButton, m_ui->choosePushButton})
+        button->setEnabled(chosen);
+}
+
+void WarehouseDialog::clearFilter()
+{
+    const QSignalBlocker name(m_ui->namefilterLineEdit);
+    const QSignalBlocker groups(m_ui->groupsListWidget);
+    m_ui->namefilterLineEdit->clear();
+    m_ui->groupsListWidget->setCurrentRow(0);
+    m_table->refresh();
+}
+
+/// Goes to a product; the filter that hides it is cleared. False when it is not in the list at all.
+bool WarehouseDialog::show(qulonglong wareid)
+{
+    if (m_table->select(wareid))
+        return true;
+    clearFilter();
+    return m_table->select(wareid);
+}
+
+void WarehouseDialog::takeScan(const QString &code)
+{
+    m_ui->codesearchLineEdit->setText(plainCode(cleanCode(code)));
+    m_ui->codesearchLineEdit->setFocus();
+    on_codesearchLineEdit_returnPressed();
+}
+
+void WarehouseDialog::on_codesearchLineEdit_returnPressed()
+{
+    const QString code = cleanCode(m_ui->codesearchLineEdit->text());
+    const auto ready = qScopeGuard([this] { m_ui->codesearchLineEdit->selectAll(); });
+    m_ui->resultLabel->clear();
+    const CodeResult found = lookUpCode(this, code);
+    switch (found.kind) {
+    case CodeKind::Product:
+        showFound(code, found.wareid);
+        return;
+    case CodeKind::NotFound:
+        m_ui->resultLabel->setText(tr("Не найдено: %1").arg(code));
+        break;
+    case CodeKind::Nothing:
+        if (code.isEmpty())
+            return;
+        m_ui->resultLabel->setText(tr("Не номер наименования и не штрих-код: %1").arg(code));
+        break;
+    case CodeKind::Failed:
+        m_ui->resultLabel->setText(tr("Ошибка базы данных при поиске кода %1").arg(code));
+        break;
+    }
+    playSound(Sound::NotFound);
+}
+
+void WarehouseDialog::showFound(const QString &code, qulonglong wareid)
+{
+    if (show(wareid)) {
+        playSound(Sound::Found);
+        return;
+    }
+    playSound(Sound::NotFound);
+    Product product;
+    const LoadState state = loadProduct(this, wareid, ProductColumns::Receipt, product);
+    m_ui->resultLabel->setText(state == LoadState::Loaded
+                                   ? tr("Наименование неактивно: %1").arg(product.name.simplified())
+                                   : tr("Наименования кода %1 нет в каталоге").arg(code));
+}
+
+void WarehouseDialog::on_namefilterLineEdit_textChanged()
+{
+    m_table->refreshSoon();
+}
+
+void WarehouseDialog::on_namefilterLineEdit_returnPressed()
+{
+    m_table->enter();
+}
+
+void WarehouseDialog::on_groupsListWidget_currentRowChanged(int /*row*/)
+{
+    m_table->refreshSoon();
+}
+
+void WarehouseDialog::on_warehouseTableView_clicked(const QModelIndex & /*index*/)
+{
+    m_ui->resultLabel->clear();
+}
+
+void WarehouseDialog::on_warehouseTableView_activated(const QModelIndex & /*index*/)
+{
+    on_choosePushButton_clicked();
+}
+
+void WarehouseDialog::on_newPushButton_clicked()
+{
+    finishCard(createProduct(this));
+}
+
+void WarehouseDialog::on_copyPushButton_clicked()
+{
+    if (const qulonglong id = m_table->currentId(); id != 0)
+        finishCard(copyProduct(this, id));
+}
+
+void WarehouseDialog::on_editPushButton_clicked()
+{
+    if (const qulonglong id = m_table->currentId(); id != 0)
+        finishCard(editProduct(this, id));
+}
+
+/// Also behind a card that was cancelled: the product may be gone by now.
+void WarehouseDialog::finishCard(qulonglong saved)
+{
+    m_ui->codesearchLineEdit->clear();
+    m_ui->resultLabel->clear();
+    m_table->refresh();
+    if (saved != 0 && !show(saved))
+        m_ui->resultLabel->setText(tr("Сохранено, но неактивно и в списке не показано."));
+    m_ui->warehouseTableView->setFocus();
+}
+
+void WarehouseDialog::on_choosePushButton_clicked()
+{
+    if (const qulonglong id = m_table->currentId(); id != 0) {
+        m_wareid = id;
+        accept();
+    }
+}
+
+void WarehouseDialog::On_copyAction_triggered()
+{
+    copySelectedRows(m_ui->warehouseTableView);
+}

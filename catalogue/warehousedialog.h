@@ -1,0 +1,60 @@
+#pragma once
+
+#include <QDialog>
+
+#include <memory>
+#include <optional>
+
+#include "widgets/pagedselect.h"
+#include "widgets/scantaker.h"
+
+class PagedTable;
+class QModelIndex;
+
+namespace Ui {
+class WarehouseDialog;
+}
+
+/// Finds a product by barcode, article, name or group and chooses it; its card can be opened from
+/// here.
+class WarehouseDialog final : public QDialog, public ScanTaker
+{
+    Q_OBJECT
+
+public:
+    explicit WarehouseDialog(QWidget *parent);
+    ~WarehouseDialog() override;
+
+    /// The product that was chosen.
+    qulonglong wareid() const;
+
+    /// Looks a scanned code up like one in its field.
+    void takeScan(const QString &code) override;
+
+private slots:
+    void on_codesearchLineEdit_returnPressed();
+    void on_namefilterLineEdit_returnPressed();
+    void on_namefilterLineEdit_textChanged();
+    void on_groupsListWidget_currentRowChanged(int row);
+    void on_warehouseTableView_clicked(const QModelIndex &index);
+    void on_warehouseTableView_activated(const QModelIndex &index);
+    void on_newPushButton_clicked();
+    void on_copyPushButton_clicked();
+    void on_editPushButton_clicked();
+    void on_choosePushButton_clicked();
+    void On_copyAction_triggered();
+
+private:
+    std::optional<PagedSelect> list() const;
+    void describeTable();
+    void fillGroups();
+    void clearFilter();
+    bool show(qulonglong wareid);
+    void showFound(const QString &code, qulonglong wareid);
+    void finishCard(qulonglong saved);
+    void enableCommands();
+
+    std::unique_ptr<Ui::WarehouseDialog> m_ui;
+    PagedTable *m_table;
+    qulonglong m_wareid = 0;
+};
