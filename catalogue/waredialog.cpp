@@ -17,6 +17,7 @@
 #include "widgets/colors.h"
 #include "widgets/dialogbuttons.h"
 #include "widgets/dialogplace.h"
+#include "widgets/plaintext.h"
 
 #include <QAbstractItemView>
 #include <QKeyEvent>
@@ -83,7 +84,6 @@ qulonglong WareDialog::id() const
     return m_save.id();
 }
 
-/// The coefficient stands behind the prices, which set it back when they are shown.
 void WareDialog::describeFields()
 {
     const QPair<const char *, QWidget *> fields[] = {
@@ -115,6 +115,9 @@ void WareDialog::describeFields()
     };
     for (const auto &[column, field] : fields)
         m_fields.add(QLatin1String(column), field);
+    for (QComboBox *box : {m_ui->groupComboBox, m_ui->brandComboBox})
+        connect(box, &QComboBox::currentTextChanged, box,
+                [box](const QString &text) { box->setToolTip(plainToolTip(text)); });
     m_ui->incostDoubleSpinBox->setLeastDecimals(moneyDecimals);
     m_ui->outcostDoubleSpinBox->setLeastDecimals(moneyDecimals);
 }
