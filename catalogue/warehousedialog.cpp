@@ -108,7 +108,7 @@ void WarehouseDialog::clearFilter()
 }
 
 /// Goes to a product; the filter that hides it is cleared. False when it is not in the list at all.
-bool WarehouseDialog::show(qulonglong wareid)
+bool WarehouseDialog::goTo(qulonglong wareid)
 {
     if (m_table->select(wareid))
         return true;
@@ -150,7 +150,7 @@ void WarehouseDialog::on_codesearchLineEdit_returnPressed()
 
 void WarehouseDialog::showFound(const QString &code, qulonglong wareid)
 {
-    if (show(wareid)) {
+    if (goTo(wareid)) {
         playSound(Sound::Found);
         return;
     }
@@ -210,7 +210,7 @@ void WarehouseDialog::finishCard(qulonglong saved)
     m_ui->codesearchLineEdit->clear();
     m_ui->resultLabel->clear();
     m_table->refresh();
-    if (saved != 0 && !show(saved))
+    if (saved != 0 && !goTo(saved))
         m_ui->resultLabel->setText(tr("Сохранено, но неактивно и в списке не показано."));
     m_ui->warehouseTableView->setFocus();
 }
