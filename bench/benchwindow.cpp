@@ -52,3 +52,8 @@ std::unique_ptr<IncomeInvoiceWindow> openBenchWindow(const ConnectionEntry &entr
         qFatal("the window does not show");
     return window;
 }
+
+ConnectionEntry sqliteEntry(const QString &path)
+{
+    return {.name = "bench", .dbtype = "sqlite", .databasename = path};
+}

@@ -11,3 +11,6 @@ std::unique_ptr<IncomeInvoiceWindow> openBenchWindow(const ConnectionEntry &entr
 
 /// Gives the administrator of the database the password of openBenchWindow().
 void prepareLogin(const ConnectionEntry &entry);
+
+/// The entry of an SQLite shop in a file.
+ConnectionEntry sqliteEntry(const QString &path);

@@ -120,11 +120,6 @@ const QList<Screen> &screens()
     return all;
 }
 
-ConnectionEntry sqliteEntry(const QString &path)
-{
-    return {.name = "bench", .dbtype = "sqlite", .databasename = path};
-}
-
 std::vector<double> timeScreens(const ConnectionEntry &entry)
 {
     const auto window = openBenchWindow(entry);

@@ -1,8 +1,10 @@
 // Speed and size, each figure as a ratio of two measurements in one run.
 #include "bench/benchshop.h"
 #include "bench/benchwindow.h"
+#include "bench/cards.h"
 #include "bench/children.h"
 #include "bench/figures.h"
+#include "bench/firstpaint.h"
 #include "bench/lists.h"
 #include "bench/screen.h"
 #include "catalogue/productlist.h"
@@ -41,11 +43,6 @@
 namespace {
 
 constexpr int repetitions = 7;
-
-ConnectionEntry sqliteEntry(const QString &path)
-{
-    return {.name = "bench", .dbtype = "sqlite", .databasename = path};
-}
 
 void runAll(const QStringList &statements)
 {
@@ -265,43 +262,6 @@ void benchServerPosting(Table &table, Dialect dialect)
         QString("    statements per line: %1").arg(double(statements.size()) / lines, 0, 'f', 2));
 }
 
-/// Waits for the first painting of a dialog of a class, then closes it.
-class FirstPaint : public QObject
-{
-public:
-    explicit FirstPaint(const char *className)
-        : m_className(className)
-    {
-        qApp->installEventFilter(this);
-    }
-
-    double elapsed(const std::function<void()> &work)
-    {
-        m_clock.start();
-        work();
-        return m_shown;
-    }
-
-protected:
-    bool eventFilter(QObject *watched, QEvent *event) override
-    {
-        auto *dialog = qobject_cast<QDialog *>(watched);
-        if (event->type() == QEvent::Paint && dialog && dialog->inherits(m_className) &&
-            dialog != m_seen) {
-            m_seen = dialog;
-            m_shown = double(m_clock.nsecsElapsed()) / 1e6;
-            QMetaObject::invokeMethod(dialog, &QDialog::reject, Qt::QueuedConnection);
-        }
-        return false;
-    }
-
-private:
-    const char *m_className;
-    QElapsedTimer m_clock;
-    QObject *m_seen = nullptr;
-    double m_shown = 0;
-};
-
 void benchScan(Table &table, const QString &path)
 {
     const auto window = openBenchWindow(sqliteEntry(path));
@@ -399,6 +359,13 @@ int main(int argc, char *argv[])
         benchLists(table, shops.path(100000));
     if (wanted("million"))
         benchFirstScreens(table, shops.path(10000), shops.path(1000000));
+    if (wanted("card")) {
+        // They leave another shop behind.
+        const QString copy = directory.filePath("cards.sqlite");
+        QFile::copy(shops.path(100000), copy);
+        benchCard(table, copy);
+        benchGroupDeletion(table, copy);
+    }
     if (wanted("start"))
         benchStart(table, shops);
     for (const auto &[part, dialect] :

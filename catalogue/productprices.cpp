@@ -162,3 +162,27 @@ PriceRecalculation recalculateSellingPrices(QWidget *parent, const QString &conn
     }
     return result;
 }
+
+bool passPriceToReference(QWidget *parent, const QString &wuid, double outcost)
+{
+    // Products that never had an identifier must not be taken for one another.
+    if (wuid.isEmpty() || !isConnectionRegistered(friendConnection))
+        return true;
+    QList<SqlRow> rows;
+    if (!QueryRows(parent, "SELECT id, quantity FROM warehouse WHERE wuid=" + sql::text(wuid) + ";",
+                   rows, friendConnection))
+        return false;
+    if (rows.isEmpty())
+        return true;
+    const qulonglong id = rows.first().at(0).toULongLong();
+    const TransactionResult written = writePricesAlone(
+        parent,
+        "UPDATE warehouse SET outcost='" + sql::exact(outcost) +
+            "' WHERE id=" + sql::quotedId(id) + ";",
+        {.wareid = id, .after = outcost, .stock = finiteOrZero(rows.first().at(1).toDouble())},
+        MarkRule::OnShelf, friendConnection);
+    if (!written.isDone() && !written.givenUp)
+        showDatabaseFailure(parent, written.failure,
+                            ProductPrices::tr("Цена не передана в справочную базу данных."));
+    return written.isDone();
+}

@@ -30,6 +30,11 @@ std::optional<Product> readProductPrice(QWidget *parent, qulonglong id);
 bool changePrices(QWidget *parent, const QList<qulonglong> &ids, const PriceChange &change,
                   const ProgressStep &progress = {});
 
+/// Writes a selling price, main currency, to the product of the reference database with this unique
+/// identifier, if there is one; goods on its shelf are noted for new labels. False on failure,
+/// which is told.
+bool passPriceToReference(QWidget *parent, const QString &wuid, double outcost);
+
 /// How far the recalculation of all selling prices came.
 struct PriceRecalculation
 {

@@ -95,6 +95,7 @@ constexpr Selection selections[] = {
     {"id, name, inoutratio, outcost"},
     {"name, incost, inoutratio, outcost, currency"},
     {"id, incost, currency, outcost, quantity"},
+    {"id, wuid, article, name, incost, currency, outcost, quantity"},
 };
 // clang-format on
 
@@ -190,6 +191,26 @@ bool holds(const Column &column, const Product &stored, const Product &product)
     return memberValue(column, stored) == memberValue(column, product);
 }
 
+/// Reads the products whose column holds one of the values of the lists.
+bool loadFromLists(QWidget *parent, const QString &column, const QStringList &lists,
+                   ProductColumns columns, QList<Product> &products, const QString &connectionName)
+{
+    products.clear();
+    const Selection &selection = selectionOf(columns);
+    const auto keep = [&products](const Product &product) {
+        products += finite(product);
+    };
+    for (const QString &list : lists) {
+        if (!readProducts(parent,
+                          QLatin1String("SELECT ") + QLatin1String(selection.columns) +
+                              QLatin1String(" FROM ") + QLatin1String(selection.from) + " WHERE " +
+                              column + " IN (" + list + ");",
+                          keep, connectionName))
+            return false;
+    }
+    return true;
+}
+
 } // namespace
 
 bool readProducts(QWidget *parent, const QString &sqlText,
@@ -226,16 +247,22 @@ LoadState loadProduct(QWidget *parent, qulonglong id, ProductColumns columns, Pr
 bool loadProducts(QWidget *parent, const QList<qulonglong> &ids, ProductColumns columns,
                   QList<Product> &products, const QString &connectionName)
 {
-    products.clear();
-    const auto keep = [&products](const Product &product) {
-        products += finite(product);
-    };
-    for (const QString &list : sql::idLists(ids)) {
-        if (!readProducts(parent, selectText(selectionOf(columns)) + " IN (" + list + ");", keep,
-                          connectionName))
-            return false;
+    return loadFromLists(parent, QLatin1String(selectionOf(columns).key), sql::idLists(ids),
+                         columns, products, connectionName);
+}
+
+bool loadProductsByWuid(QWidget *parent, const QStringList &wuids, ProductColumns columns,
+                        QList<Product> &products, const QString &connectionName)
+{
+    constexpr qsizetype mostTexts = 500; // of a statement of moderate length
+    QStringList lists;
+    for (qsizetype i = 0; i < wuids.size(); i += mostTexts) {
+        QStringList texts;
+        for (const QString &wuid : wuids.mid(i, mostTexts))
+            texts += sql::text(wuid);
+        lists += texts.join(u',');
     }
-    return true;
+    return loadFromLists(parent, "wuid", lists, columns, products, connectionName);
 }
 
 LoadState lockProduct(qulonglong id, Product &product, const QString &connectionName)

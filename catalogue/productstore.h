@@ -24,6 +24,7 @@ enum class ProductColumns {
     PriceList,   ///< what a list of prices shows
     Price,       ///< what is proposed for new prices
     PriceChange, ///< what a change of prices is computed from
+    Comparison,  ///< what is compared with another database
 };
 
 /// Reads a product by its id.
@@ -34,6 +35,10 @@ LoadState loadProduct(QWidget *parent, qulonglong id, ProductColumns columns, Pr
 /// False on failure.
 bool loadProducts(QWidget *parent, const QList<qulonglong> &ids, ProductColumns columns,
                   QList<Product> &products, const QString &connectionName = mainConnection);
+
+/// The same for products with these unique identifiers.
+bool loadProductsByWuid(QWidget *parent, const QStringList &wuids, ProductColumns columns,
+                        QList<Product> &products, const QString &connectionName = mainConnection);
 
 /// Runs a SELECT on `warehouse` and hands over its rows one after the other, read by the names of
 /// their columns, infinities included. False on failure, be it in the middle.

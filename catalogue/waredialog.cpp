@@ -68,6 +68,9 @@ WareDialog::WareDialog(qulonglong id, QWidget *parent)
     fillChoices();
     load(id);
     addLists(id);
+    for (QPushButton *button : {m_ui->groupPushButton, m_ui->brandPushButton, m_ui->unitPushButton})
+        button->setFixedWidth(button->sizeHint().height() +
+                              button->fontMetrics().averageCharWidth());
     m_ui->nameLineEdit->setFocus();
     keepDialogSize(this);
 }
@@ -182,7 +185,7 @@ void WareDialog::load(qulonglong id)
     m_missing = state != LoadState::Loaded;
     if (m_missing)
         QMetaObject::invokeMethod(this, &QDialog::reject, Qt::QueuedConnection);
-    show(m_save.given());
+    showProduct(m_save.given());
 }
 
 void WareDialog::prefill(const Product &product)
@@ -192,10 +195,10 @@ void WareDialog::prefill(const Product &product)
     if (given.currency.isEmpty())
         given.currency = mainCurrencyCode();
     m_save.begin(given);
-    show(given);
+    showProduct(given);
 }
 
-void WareDialog::show(const Product &product)
+void WareDialog::showProduct(const Product &product)
 {
     const QScopedValueRollback showing(m_showing, true);
     m_fields.show(product);
@@ -478,7 +481,7 @@ bool WareDialog::askToReplace()
     if (answer == 0)
         m_save.acknowledge();
     else if (answer == 1)
-        show(m_save.takeOver(mine));
+        showProduct(m_save.takeOver(mine));
     return answer == 0;
 }
 

@@ -67,7 +67,7 @@ private:
     void load(qulonglong id);
     void addLists(qulonglong id);
     void countRows();
-    void show(const Product &product);
+    void showProduct(const Product &product);
     void choose(DictionaryName dictionary, QComboBox *box, void (WareDialog::*fill)());
     void followUnit();
     double costInMain() const;

@@ -14,6 +14,8 @@
 #include <QTableView>
 #include <QVBoxLayout>
 
+#include <utility>
+
 WareSubList::WareSubList(const WareSubListKind &kind, qulonglong wareid, QWidget *parent,
                          SqlTableModel *model)
     : QWidget(parent),
@@ -47,7 +49,7 @@ void WareSubList::makeTable()
     m_view->verticalHeader()->hide();
     m_model->setColumns(m_kind.columns);
     m_view->setModel(m_model);
-    new ColumnWidths(m_view, m_model);
+    m_widths = new ColumnWidths(m_view, m_model);
     connect(m_view, &QTableView::activated, this,
             [this](const QModelIndex &index) { edit(m_model->idOf(index.row())); });
     layout()->addWidget(m_view);
@@ -100,7 +102,10 @@ void WareSubList::refresh(qulonglong selectedId)
     if (!m_model->select(this, selectList(m_kind.columns) + condition() + " ORDER BY " +
                                    m_kind.order + u';'))
         return;
-    m_read = true;
+    if (!std::exchange(m_read, true))
+        m_widths->resizeToContents();
+    else
+        m_widths->growWhole();
     place.restore();
     int row = selectedId == 0 ? -1 : m_model->rowOfId(selectedId);
     if (row < 0 && !m_view->currentIndex().isValid() && m_model->rowCount() > 0)

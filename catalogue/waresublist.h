@@ -9,6 +9,7 @@
 
 #include "widgets/tablecolumn.h"
 
+class ColumnWidths;
 class QTableView;
 class SqlTableModel;
 
@@ -73,6 +74,7 @@ private:
     qulonglong m_wareid;
     SqlTableModel *m_model;
     QTableView *m_view;
+    ColumnWidths *m_widths = nullptr;
     bool m_read = false;
     bool m_touched = false;
 };

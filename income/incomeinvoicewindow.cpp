@@ -7,6 +7,7 @@
 #include "catalogue/currenciesdialog.h"
 #include "catalogue/groupdialog.h"
 #include "db/session.h"
+#include "income/cataloguecommands.h"
 #include "income/codefieldguard.h"
 #include "income/goodsentry.h"
 #include "income/linedeletion.h"
@@ -110,6 +111,7 @@ bool IncomeInvoiceWindow::chooseConnection()
     const bool hasFriend = openFriendDatabase(this);
     for (QAction *action : {m_ui->wareBaseAction, m_ui->syncArticlesAction, m_ui->syncImagesAction})
         action->setVisible(hasFriend);
+    m_products->setReference(hasFriend);
     const QString friendName = hasFriend ? dialog.friendConnectionName() : QString();
     setWindowTitle(title + tr(" - %1 - %2").arg(dialog.connectionName(), friendName));
     return true;
@@ -174,10 +176,25 @@ void IncomeInvoiceWindow::setUpActions()
     connect(m_ui->changeGroupAction, &QAction::triggered, this,
             &IncomeInvoiceWindow::On_changeGroupAction_triggered);
     connect(m_ui->editLineAction, &QAction::triggered, m_receipt, &ReceiptPanel::openCurrent);
+    m_catalogue = new CatalogueCommands(this, [this] { return currentProduct(); });
+    m_catalogue->addDictionaries(m_ui->windowsMenu);
+    connect(m_catalogue, &CatalogueCommands::productChosen, m_entry, &GoodsEntry::addProduct);
+    connect(m_catalogue, &CatalogueCommands::told, m_status, &StatusLine::showText);
+    connect(m_catalogue, &CatalogueCommands::changed, this, [this](qulonglong wareid) {
+        m_products->fillFilters();
+        refreshReceipt();
+        m_products->showProduct(wareid);
+    });
     const QList<QAction *> actions = findChildren<QAction *>();
     for (QAction *action : actions)
         action->setIcon(contrastIcon(action->icon()));
     setUpMenuKeys(this, [this] { m_codeField->take(); });
+}
+
+/// Where the user is: in the receipt or else in the product table.
+qulonglong IncomeInvoiceWindow::currentProduct() const
+{
+    return m_receipt->table()->hasFocus() ? m_receipt->currentProduct() : m_products->currentId();
 }
 
 void IncomeInvoiceWindow::applyFontSize()

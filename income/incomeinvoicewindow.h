@@ -6,6 +6,7 @@
 
 #include "income/postingtalk.h"
 
+class CatalogueCommands;
 class CodeFieldGuard;
 class GoodsEntry;
 class ListWatch;
@@ -64,6 +65,7 @@ private:
     void setUpActions();
     void applyFontSize();
     void start();
+    qulonglong currentProduct() const;
 
     void refreshAll();
     void refreshReceipt();
@@ -85,6 +87,7 @@ private:
     CodeFieldGuard *m_codeField = nullptr;
     ScanReader *m_scanReader = nullptr;
     GoodsEntry *m_entry = nullptr;
+    CatalogueCommands *m_catalogue = nullptr;
     PostingTalk m_posting;
     qulonglong m_enteredWareId = 0; ///< whose line is to be shown at the next refresh
     bool m_ready = false;

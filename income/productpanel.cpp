@@ -27,6 +27,10 @@ ProductPanel::ProductPanel(QWidget *parent)
     m_ui->setupUi(this);
     m_table = new PagedTable(m_ui->warehouseTableView, m_products, [this] { return list(); });
     connect(m_table, &PagedTable::sized, this, &ProductPanel::restoreColumns);
+    connect(m_table, &PagedTable::refreshed, this, &ProductPanel::enableButtons);
+    connect(m_ui->warehouseTableView->selectionModel(), &QItemSelectionModel::currentRowChanged,
+            this, &ProductPanel::enableButtons);
+    enableButtons();
     m_ui->namefilterLineEdit->setMinimumWidth(
         m_ui->namefilterLineEdit->fontMetrics().averageCharWidth() * shortestFilter);
     new FoldingRow(m_ui->filterNameLayout, m_ui->filterGroupBox);
@@ -58,6 +62,32 @@ std::optional<PagedSelect> ProductPanel::list() const
 void ProductPanel::refresh()
 {
     m_table->refresh();
+}
+
+void ProductPanel::showProduct(qulonglong wareid)
+{
+    refresh();
+    if (wareid > 0)
+        m_table->select(wareid);
+}
+
+void ProductPanel::setReference(bool there)
+{
+    m_hasReference = there;
+    enableButtons();
+}
+
+qulonglong ProductPanel::currentId() const
+{
+    return m_table->currentId();
+}
+
+void ProductPanel::enableButtons()
+{
+    const bool isAtProduct = currentId() > 0;
+    m_ui->copywarePushButton->setEnabled(isAtProduct);
+    m_ui->editwarePushButton->setEnabled(isAtProduct);
+    m_ui->comparePushButton->setEnabled(isAtProduct && m_hasReference);
 }
 
 void ProductPanel::restoreColumns()

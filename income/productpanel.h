@@ -30,6 +30,15 @@ public:
     /// Reads the products anew, the user's place is kept.
     void refresh();
 
+    /// The same, and goes to a product if the filter lets it be seen.
+    void showProduct(qulonglong wareid);
+
+    /// Whether there is a reference database to compare with.
+    void setReference(bool there);
+
+    /// The current product, 0 without one.
+    qulonglong currentId() const;
+
     /// Shows products that are not sold any more, too, or hides them.
     void setShowDisabled(bool shown);
 
@@ -65,10 +74,12 @@ private slots:
 
 private:
     std::optional<PagedSelect> list() const;
+    void enableButtons();
     void restoreColumns();
 
     std::unique_ptr<Ui::ProductPanel> m_ui;
     ColorSqlQueryModel *m_products;
     PagedTable *m_table;
     bool m_showDisabled = false;
+    bool m_hasReference = false;
 };

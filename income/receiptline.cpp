@@ -3,6 +3,7 @@
 #include "app/logging.h"
 #include "app/messages.h"
 #include "catalogue/pricerules.h"
+#include "catalogue/productprices.h"
 #include "catalogue/productstore.h"
 #include "db/engine.h"
 #include "db/money.h"
@@ -205,7 +206,7 @@ SaveState ReceiptEntry::save(QWidget *parent, const ReceiptInput &input)
     // The receipt stands by now; a reference database that does not answer has been reported and
     // must not hold it up.
     if (input.passToReference)
-        passPriceToReference(parent, input.outcost);
+        passPriceToReference(parent, m_product.wuid, input.outcost);
     const bool done = !input.audited || m_product.deleted || writeAudit(parent, stamp);
     noteAddition(input, stamp);
     return done ? SaveState::Saved : SaveState::Failed;
@@ -475,29 +476,6 @@ SaveState ReceiptEntry::notWritten(QWidget *parent, const TransactionResult &res
 QString ReceiptEntry::lineGoneText()
 {
     return tr("Строку этого товара провели или удалили на другом рабочем месте.");
-}
-
-void ReceiptEntry::passPriceToReference(QWidget *parent, double outcost)
-{
-    // Products that never had an identifier must not be taken for one another.
-    if (m_product.wuid.isEmpty() || !isConnectionRegistered(friendConnection))
-        return;
-    QList<SqlRow> rows;
-    if (!QueryRows(parent,
-                   "SELECT id, quantity FROM warehouse WHERE wuid=" + sql::text(m_product.wuid) +
-                       ";",
-                   rows, friendConnection) ||
-        rows.isEmpty())
-        return;
-    const qulonglong id = rows.first().at(0).toULongLong();
-    const TransactionResult written = writePricesAlone(
-        parent,
-        "UPDATE warehouse SET outcost=" + quoted(outcost) + " WHERE id=" + sql::quotedId(id) + ";",
-        {.wareid = id, .after = outcost, .stock = number(rows.first().at(1))}, MarkRule::OnShelf,
-        friendConnection);
-    if (!written.isDone() && !written.givenUp)
-        showDatabaseFailure(parent, written.failure,
-                            tr("Цена не передана в справочную базу данных."));
 }
 
 bool ReceiptEntry::writeAudit(QWidget *parent, const QString &stamp)

@@ -122,7 +122,6 @@ private:
     SaveState lineInDoubt(QWidget *parent, const QList<ReceiptLine> &lines);
     static SaveState notWritten(QWidget *parent, const TransactionResult &result);
     static QString lineGoneText();
-    void passPriceToReference(QWidget *parent, double outcost);
     bool writeAudit(QWidget *parent, const QString &stamp);
     void noteAddition(const ReceiptInput &input, const QString &stamp);
     void tell(QWidget *parent, const QString &text) const;

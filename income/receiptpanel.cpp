@@ -71,6 +71,12 @@ void ReceiptPanel::showLine(qulonglong wareid)
         m_lines->index(row, m_lines->columnOf(QStringLiteral("name"))));
 }
 
+qulonglong ReceiptPanel::currentProduct() const
+{
+    const QModelIndex current = m_ui->incomeinvoiceTableView->currentIndex();
+    return current.isValid() ? m_lines->wareId(current.row()) : 0;
+}
+
 void ReceiptPanel::openCurrent()
 {
     on_incomeinvoiceTableView_doubleClicked(m_ui->incomeinvoiceTableView->currentIndex());

@@ -36,6 +36,9 @@ public:
     /// Opens the current line, or nothing.
     void openCurrent();
 
+    /// The product of the current line, 0 without one.
+    qulonglong currentProduct() const;
+
     /// The selected lines as their rows show them.
     QList<ShownLine> selectedLines() const;
 

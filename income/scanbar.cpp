@@ -92,6 +92,15 @@ void ScanBar::show(const QString &headline, const QString &details, bool good)
 
 void ScanBar::elide()
 {
+    // A price cut short reads as another price: its signs get smaller before.
+    const QString whole = m_details->property("whole").toString();
+    QFont details = m_details->font();
+    double scale = detailsScale;
+    do {
+        details.setPointSizeF(font().pointSizeF() * scale);
+        scale -= 0.05;
+    } while (scale >= 1 && QFontMetrics(details).horizontalAdvance(whole) > m_details->width());
+    m_details->setFont(details);
     for (QLabel *label : {m_headline, m_details}) {
         label->setText(label->fontMetrics().elidedText(label->property("whole").toString(),
                                                        Qt::ElideRight, label->width()));

@@ -16,3 +16,8 @@ QColor warningTextColor(const QPalette &palette)
     const bool dark = palette.color(QPalette::Window).lightness() < 128;
     return dark ? QColor(255, 130, 120) : QColor(180, 30, 20);
 }
+
+QColor differenceColor(const QPalette &palette)
+{
+    return blendColors(palette.color(QPalette::Base), QColor(230, 160, 0), 0.3);
+}

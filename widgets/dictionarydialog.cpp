@@ -497,7 +497,10 @@ bool DictionaryDialog::save()
     case EntryState::Written:
         return true;
     case EntryState::Changed:
-        return askToOverwrite(before) && save();
+        if (askToOverwrite(before))
+            return save();
+        m_seen = before; // what is on the screen comes from there: ask again
+        return false;
     case EntryState::Gone:
         return askToAddAnew() && check() && save();
     case EntryState::Failed:

@@ -28,6 +28,15 @@ int columnOf(const QList<TableColumn> &columns, const QString &key)
     return 0;
 }
 
+/// Whether a text can stand in a statement as the database has it: not with broken characters or
+/// NUL in it, nor when it is stored as bytes.
+bool isWritable(const QVariant &text)
+{
+    const QString value = text.toString();
+    return text.typeId() == QMetaType::QString && !value.contains(QChar::ReplacementCharacter) &&
+           !value.contains(QChar::Null);
+}
+
 } // namespace
 
 PagedRows::PagedRows(const PagedSelect &list, const QList<TableColumn> &columns,
@@ -112,9 +121,11 @@ bool PagedRows::readStretch(QWidget *parent, qsizetype rows, bool withValues, Ba
     if (!read.isEmpty()) {
         const qulonglong former = std::exchange(m_position.id, batch.ids.last());
         m_position.behindEqual = false;
+        const QVariant text = read.last().at(withValues ? m_orderColumn : 1);
         if (!m_position.nulls)
-            m_position.text = read.last().at(withValues ? m_orderColumn : 1).toString();
-        // A text that cannot be written down in SQL as it is leads nowhere.
+            m_position.text = text.toString();
+        m_position.unwritable = !m_position.nulls && !isWritable(text);
+        // What the database orders in another way than it compares leads nowhere.
         m_atEnd = former == m_position.id;
     }
     if (read.size() == rows)
@@ -148,9 +159,8 @@ bool PagedRows::findMarks(QWidget *parent)
         return false;
     m_marks.emplace();
     for (const SqlRow &row : std::as_const(rows)) {
-        const QString text = row.first().toString();
-        if (!ids.isEmpty() && !text.contains(QChar::ReplacementCharacter))
-            *m_marks += text;
+        if (!ids.isEmpty() && isWritable(row.first()))
+            *m_marks += row.first().toString();
     }
     return true;
 }

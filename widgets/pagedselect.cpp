@@ -48,11 +48,10 @@ QString PageStatements::behind(const ListPosition &position, const Text &last) c
         return text() + " IS NULL AND " + laterId;
     QString condition = text() + " IS NOT NULL";
     if (position.text) {
-        // What is no right text cannot be written down: the row itself knows it.
-        const bool broken = position.text->contains(QChar::ReplacementCharacter);
         const QString value =
-            broken ? "(SELECT " + text() + from({id() + '=' + sql::id(position.id)}, false) + ')'
-                   : sql::text(*position.text);
+            position.unwritable
+                ? "(SELECT " + text() + from({id() + '=' + sql::id(position.id)}, false) + ')'
+                : sql::text(*position.text);
         condition = text() + '>' + value;
         if (!position.behindEqual)
             condition = text() + ">=" + value + " AND (" + condition + " OR " + laterId + ')';

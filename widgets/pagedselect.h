@@ -35,7 +35,8 @@ struct ListPosition
 {
     bool nulls = false;               ///< among the rows without a text
     std::optional<QString> text = {}; ///< of the last row; nothing: before all texts
-    bool behindEqual = false;         ///< all rows with this text are read
+    bool unwritable = false;  ///< the text is none that SQL can write down, but the row is there
+    bool behindEqual = false; ///< all rows with this text are read
     qulonglong id = 0;
 };
 

@@ -131,8 +131,10 @@ bool PagedTable::eventFilter(QObject *watched, QEvent *event)
             key->matches(QKeySequence::MoveToEndOfDocument) ||
             key->matches(QKeySequence::SelectEndOfDocument)) {
             QGuiApplication::setOverrideCursor(Qt::WaitCursor);
-            m_model->readAll();
+            const bool whole = m_model->readAll();
             QGuiApplication::restoreOverrideCursor();
+            if (!whole)
+                return true; // a part is not what was asked for
         }
     }
     return QObject::eventFilter(watched, event);

@@ -118,7 +118,8 @@ bool DatabaseTest::clearShop(const QString &connectionName)
 {
     bool done = true;
     for (const char *table : {"warehouse", "codes", "articles", "alerts", "cart", "incomeinvoice",
-                              "income", "incomereports", "changeoutcostinfo", "`groups`", "brands"})
+                              "income", "incomereports", "changeoutcostinfo", "`groups`", "brands",
+                              "images", "wareproperties", "waretranslates", "collectionproducts"})
         done = QueryExec(nullptr, QLatin1String("DELETE FROM ") + QLatin1String(table),
                          connectionName) &&
                done;
