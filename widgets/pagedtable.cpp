@@ -4,7 +4,6 @@
 #include "widgets/tableplace.h"
 
 #include <QGuiApplication>
-#include <QHeaderView>
 #include <QKeyEvent>
 #include <QScopeGuard>
 
@@ -27,7 +26,7 @@ PagedTable::PagedTable(QTableView *view, SqlTableModel *model,
 {
     view->setModel(model);
     m_widths = new ColumnWidths(view, model);
-    fitRows();
+    fitRowHeights(view);
     view->installEventFilter(this);
     connect(model, &QAbstractItemModel::rowsInserted, this, &PagedTable::sizeColumns);
     m_timer.setSingleShot(true);
@@ -111,13 +110,6 @@ QList<qulonglong> PagedTable::selectedIds() const
     for (const QModelIndex &index : rows)
         ids += m_model->idOf(index.row());
     return ids;
-}
-
-void PagedTable::fitRows()
-{
-    m_view->verticalHeader()->setDefaultSectionSize(m_view->fontMetrics().height() + 8);
-    // Measuring all rows of a long list for the widths would make it slow.
-    m_view->horizontalHeader()->setResizeContentsPrecision(100);
 }
 
 ColumnWidths *PagedTable::widths() const

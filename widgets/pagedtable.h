@@ -46,9 +46,6 @@ public:
     /// The ids of the selected rows.
     QList<qulonglong> selectedIds() const;
 
-    /// Gives the rows the height of the font.
-    void fitRows();
-
     ColumnWidths *widths() const;
 
     /// Whether the columns have got their widths by rows that were read.
