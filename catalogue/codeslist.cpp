@@ -79,7 +79,6 @@ std::optional<PagedSelect> codePages(QWidget *parent, const CodeFilter &filter)
         .searched = !filter.code.isEmpty() || !filter.name.isEmpty(),
         .orderTable = QStringLiteral("warehouse"),
         .link = QStringLiteral("codes.wareid=warehouse.id"),
-        .from = QStringLiteral("warehouse CROSS JOIN codes"),
     };
     if (!filter.code.isEmpty())
         list.conditions += " codes.code LIKE " + sql::beginning(filter.code);
@@ -92,7 +91,7 @@ std::optional<PagedSelect> codePages(QWidget *parent, const CodeFilter &filter)
             return std::nullopt;
         if (*few) {
             part += ' ' + range;
-            list.from = QStringLiteral("codes CROSS JOIN warehouse");
+            list.beginsWithOrder = false;
             list.searched = false;
         }
     }

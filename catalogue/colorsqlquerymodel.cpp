@@ -1,16 +1,15 @@
 #include "catalogue/colorsqlquerymodel.h"
 
-#include "catalogue/productlist.h"
 #include "widgets/colors.h"
 
 #include <QColor>
 #include <QGuiApplication>
 #include <QPalette>
 
-ColorSqlQueryModel::ColorSqlQueryModel(QObject *parent)
+ColorSqlQueryModel::ColorSqlQueryModel(QObject *parent, const QList<TableColumn> &columns)
     : SqlTableModel(parent)
 {
-    setColumns(productColumns());
+    setColumns(columns);
     m_enabledColumn = columnOf(QStringLiteral("enabled"));
     m_stockColumn = columnOf(QStringLiteral("quantity"));
 }

@@ -43,6 +43,7 @@ PriceHistoryDialog::PriceHistoryDialog(qulonglong wareid, QWidget *parent)
     view->addAction(m_ui->copyAction);
     m_model->setColumns(historyColumns());
     view->setModel(m_model);
+    fitRowHeights(view);
     auto *widths = new ColumnWidths(view, m_model);
     m_ui->stepPlot->setEmptyText(tr("Приходов этого наименования ещё не было."));
     read(wareid);
@@ -80,8 +81,8 @@ void PriceHistoryDialog::plot()
         if (!time.isValid() || !qIsFinite(price))
             continue;
         points += {time, price,
-                   tr("%1: %2").arg(time.toString(QStringLiteral("dd.MM.yyyy hh:mm")),
-                                    formatMoney(price))};
+                   tr("%1 — %2").arg(time.toString(QStringLiteral("dd.MM.yyyy hh:mm")),
+                                     formatMoney(price))};
         m_rows += row;
     }
     m_ui->stepPlot->setPoints(points);

@@ -188,6 +188,8 @@ bool holds(const Column &column, const Product &stored, const Product &product)
     if (const auto *real = std::get_if<double Product::*>(&column.member))
         return stored.**real == product.**real ||
                sql::number(stored.**real) == sql::number(product.**real);
+    if (const auto *text = std::get_if<QString Product::*>(&column.member))
+        return stored.**text == sql::storable(product.**text);
     return memberValue(column, stored) == memberValue(column, product);
 }
 

@@ -29,9 +29,10 @@ ReferenceDialog::ReferenceDialog(QWidget *parent, qulonglong wareid)
       m_list(new ReferenceList(this))
 {
     m_ui->setupUi(this);
-    m_table = new PagedTable(m_ui->referenceTableView, m_list, [this] {
-        return m_list->pages(this, m_ui->filterLineEdit->text().trimmed());
-    });
+    m_table = new PagedTable(
+        m_ui->referenceTableView, m_list,
+        [this] { return m_list->pages(this, m_ui->filterLineEdit->text().trimmed()); },
+        friendConnection);
     QTableWidget *sides = m_ui->comparisonTableWidget;
     sides->setRowCount(int(std::size(comparedFields)));
     sides->horizontalHeader()->setSectionResizeMode(QHeaderView::Stretch);

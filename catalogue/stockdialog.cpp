@@ -24,12 +24,11 @@
 StockDialog::StockDialog(QWidget *parent)
     : QDialog(parent),
       m_ui(std::make_unique<Ui::StockDialog>()),
-      m_model(new ColorSqlQueryModel(this))
+      m_model(new ColorSqlQueryModel(this, stockColumns()))
 {
     m_ui->setupUi(this);
     QTableView *view = m_ui->stockTableView;
     view->addAction(m_ui->copyAction);
-    m_model->setColumns(stockColumns());
     m_table = new PagedTable(view, m_model, [this] { return list(); });
     m_sumTimer.setSingleShot(true);
     connect(&m_sumTimer, &QTimer::timeout, this, &StockDialog::addToSum);
@@ -77,12 +76,14 @@ void StockDialog::addToSum()
 
 void StockDialog::showTotals()
 {
-    const QString symbol = Session::instance().mainCurrencySymbol();
+    const QString symbol = ' ' + Session::instance().mainCurrencySymbol();
     const StockTotals &totals = m_sum->totals();
-    m_ui->totalsLabel->setText(
-        tr("Наименований: %1     Сумма по приходным ценам: %2 %4     По расходным ценам: %3 %4")
-            .arg(QString::number(totals.products), formatMoney(totals.purchase),
-                 formatMoney(totals.selling), symbol));
+    QStringList parts = {tr("Наименований: %1").arg(totals.products),
+                         tr("По приходным ценам: %1").arg(formatMoney(totals.purchase) + symbol),
+                         tr("По расходным ценам: %1").arg(formatMoney(totals.selling) + symbol)};
+    for (QString &part : parts)
+        part.replace(u' ', QChar::Nbsp); // a part of it stays on its line
+    m_ui->totalsLabel->setText(parts.join(QStringLiteral("     ")));
 }
 
 void StockDialog::enableCommands()

@@ -56,8 +56,6 @@ QList<TableColumn> stockColumns()
         {"enabled", "warehouse.enabled", {}, ColumnKind::Id, ColumnWidth::Hidden},
         {"article", "warehouse.article", List::tr("Арт.")},
         {"name", "warehouse.name", List::tr("Наименование"), ColumnKind::Name, ColumnWidth::Rest},
-        {"group", "`groups`.`name` AS groupname", List::tr("Группа"), ColumnKind::Name},
-        {"brand", "brands.name AS brandname", List::tr("Производитель"), ColumnKind::Name},
         {"quantity", "warehouse.quantity", List::tr("Остаток"), ColumnKind::Quantity,
          ColumnWidth::Whole},
         {"unit", "units.name AS unitname", List::tr("Ед.")},
@@ -69,6 +67,10 @@ QList<TableColumn> stockColumns()
          ColumnWidth::Whole},
         {"summ", sellingSum() + " AS summ", List::tr("Расх.сумма"), ColumnKind::Money,
          ColumnWidth::Whole},
+        {"group", "`groups`.`name` AS groupname", List::tr("Группа"), ColumnKind::Name,
+         ColumnWidth::Lesser},
+        {"brand", "brands.name AS brandname", List::tr("Производитель"), ColumnKind::Name,
+         ColumnWidth::Lesser},
     };
 }
 

@@ -7,6 +7,7 @@
 #include "catalogue/productlist.h"
 #include "catalogue/productstore.h"
 #include "catalogue/waredialog.h"
+#include "widgets/colors.h"
 #include "widgets/dialogplace.h"
 #include "widgets/pagedtable.h"
 #include "widgets/sound.h"
@@ -34,6 +35,10 @@ WarehouseDialog::WarehouseDialog(QWidget *parent)
 {
     m_ui->setupUi(this);
     m_ui->splitter->setStretchFactor(1, 1);
+    m_ui->splitter->setSizes({width() / 4, width()});
+    QPalette colours = palette();
+    colours.setColor(QPalette::WindowText, warningTextColor(colours));
+    m_ui->resultLabel->setPalette(colours);
     m_ui->resultLabel->clear();
     describeTable();
     fillGroups();
@@ -47,8 +52,7 @@ WarehouseDialog::~WarehouseDialog() = default;
 void WarehouseDialog::describeTable()
 {
     QTableView *view = m_ui->warehouseTableView;
-    auto *model = new ColorSqlQueryModel(this);
-    model->setColumns(searchColumns());
+    auto *model = new ColorSqlQueryModel(this, searchColumns());
     m_table = new PagedTable(view, model, [this] { return list(); });
     connect(m_table, &PagedTable::refreshed, this, &WarehouseDialog::enableCommands);
     connect(model, &QAbstractItemModel::rowsInserted, this, &WarehouseDialog::enableCommands);
@@ -108,7 +112,7 @@ void WarehouseDialog::clearFilter()
 }
 
 /// Goes to a product; the filter that hides it is cleared. False when it is not in the list at all.
-bool WarehouseDialog::show(qulonglong wareid)
+bool WarehouseDialog::goTo(qulonglong wareid)
 {
     if (m_table->select(wareid))
         return true;
@@ -150,7 +154,7 @@ void WarehouseDialog::on_codesearchLineEdit_returnPressed()
 
 void WarehouseDialog::showFound(const QString &code, qulonglong wareid)
 {
-    if (show(wareid)) {
+    if (goTo(wareid)) {
         playSound(Sound::Found);
         return;
     }
@@ -210,7 +214,7 @@ void WarehouseDialog::finishCard(qulonglong saved)
     m_ui->codesearchLineEdit->clear();
     m_ui->resultLabel->clear();
     m_table->refresh();
-    if (saved != 0 && !show(saved))
+    if (saved != 0 && !goTo(saved))
         m_ui->resultLabel->setText(tr("Сохранено, но неактивно и в списке не показано."));
     m_ui->warehouseTableView->setFocus();
 }

@@ -49,7 +49,7 @@ private:
     void describeTable();
     void fillGroups();
     void clearFilter();
-    bool show(qulonglong wareid);
+    bool goTo(qulonglong wareid);
     void showFound(const QString &code, qulonglong wareid);
     void finishCard(qulonglong saved);
     void enableCommands();

@@ -52,9 +52,8 @@ const Product &WareSave::given() const
 
 Product WareSave::tidy(Product product)
 {
-    product.name = product.name.simplified();
-    product.article = product.article.simplified();
-    product.keywords = product.keywords.simplified();
+    for (QString *text : {&product.name, &product.article, &product.keywords})
+        *text = sql::storable(*text).simplified();
     return product;
 }
 

@@ -16,15 +16,13 @@
 
 #include <utility>
 
-WareSubList::WareSubList(const WareSubListKind &kind, qulonglong wareid, QWidget *parent,
-                         SqlTableModel *model)
+WareSubList::WareSubList(const WareSubListKind &kind, qulonglong wareid, QWidget *parent)
     : QWidget(parent),
       m_kind(kind),
       m_wareid(wareid),
-      m_model(model ? model : new SqlTableModel),
+      m_model(new SqlTableModel(this)),
       m_view(new QTableView(this))
 {
-    m_model->setParent(this);
     setObjectName(m_kind.name + "Tab");
     new QVBoxLayout(this);
     makeTable();
@@ -48,6 +46,7 @@ void WareSubList::makeTable()
     m_view->setAlternatingRowColors(true);
     m_view->verticalHeader()->hide();
     m_model->setColumns(m_kind.columns);
+    m_model->setArrangement(m_kind.arrange);
     m_view->setModel(m_model);
     m_widths = new ColumnWidths(m_view, m_model);
     connect(m_view, &QTableView::activated, this,

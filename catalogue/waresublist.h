@@ -7,6 +7,7 @@
 
 #include <functional>
 
+#include "db/query.h"
 #include "widgets/tablecolumn.h"
 
 class ColumnWidths;
@@ -23,6 +24,7 @@ struct WareSubListKind
     QString from;               ///< the table with what is joined to it
     QString order;              ///< what the list is sorted by
     bool ofUser = false;        ///< rows of a product that is not saved yet belong to a user
+    std::function<void(QList<SqlRow> &rows)> arrange = {}; ///< see SqlTableModel
     QString deleteQuestion;
     /// Further statements for a row that is deleted.
     std::function<QStringList(const SqlTableModel &model, int row)> deletedWith = {};
@@ -37,9 +39,8 @@ class WareSubList final : public QWidget
     Q_OBJECT
 
 public:
-    /// wareid 0: a product that is not saved yet. model: for who shows values in a way of his own.
-    WareSubList(const WareSubListKind &kind, qulonglong wareid, QWidget *parent,
-                SqlTableModel *model = nullptr);
+    /// wareid 0: a product that is not saved yet.
+    WareSubList(const WareSubListKind &kind, qulonglong wareid, QWidget *parent);
 
     const WareSubListKind &kind() const;
 

@@ -60,6 +60,7 @@ void CatalogueCommands::on_restAction_triggered()
 {
     const CommandScope command;
     StockDialog(m_window).exec();
+    emit changed(0); // cards open from there
 }
 
 void CatalogueCommands::on_codesAction_triggered()

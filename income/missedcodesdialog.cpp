@@ -23,7 +23,7 @@ MissedCodesDialog::MissedCodesDialog(MissedCodes *codes, const QString &productF
     : QDialog(parent),
       m_ui(std::make_unique<Ui::MissedCodesDialog>()),
       m_codes(codes),
-      m_products(new ColorSqlQueryModel(this))
+      m_products(new ColorSqlQueryModel(this, productColumns()))
 {
     m_ui->setupUi(this);
     m_ui->resultLabel->clear();

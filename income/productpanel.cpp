@@ -22,7 +22,7 @@ const QString nameKey = QStringLiteral("income_warehouse_name_dragged");
 ProductPanel::ProductPanel(QWidget *parent)
     : QGroupBox(parent),
       m_ui(std::make_unique<Ui::ProductPanel>()),
-      m_products(new ColorSqlQueryModel(this))
+      m_products(new ColorSqlQueryModel(this, productColumns()))
 {
     m_ui->setupUi(this);
     m_table = new PagedTable(m_ui->warehouseTableView, m_products, [this] { return list(); });
@@ -136,7 +136,7 @@ void ProductPanel::saveColumns() const
 
 void ProductPanel::fitRows()
 {
-    m_table->fitRows();
+    fitRowHeights(m_ui->warehouseTableView);
 }
 
 void ProductPanel::stop()

@@ -136,9 +136,7 @@ QWidgetList ReceiptPanel::tabChain() const
 
 void ReceiptPanel::fitRows()
 {
-    QTableView *view = m_ui->incomeinvoiceTableView;
-    view->verticalHeader()->setDefaultSectionSize(view->fontMetrics().height() + 8);
-    view->horizontalHeader()->setResizeContentsPrecision(100);
+    fitRowHeights(m_ui->incomeinvoiceTableView);
 }
 
 void ReceiptPanel::on_ratioCheckBox_toggled(bool)

@@ -21,6 +21,12 @@ int signsWidth(const QTableView *view, int signs)
 
 } // namespace
 
+void fitRowHeights(QTableView *view)
+{
+    view->verticalHeader()->setDefaultSectionSize(view->fontMetrics().height() + 8);
+    view->horizontalHeader()->setResizeContentsPrecision(100);
+}
+
 ColumnWidths::ColumnWidths(QTableView *view, const SqlTableModel *model)
     : QObject(view),
       m_view(view),

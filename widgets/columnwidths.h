@@ -9,6 +9,10 @@
 class QTableView;
 class SqlTableModel;
 
+/// Gives the rows of a table the height of its font. The first rows alone are measured for the
+/// widths of columns: with all of them a long list would be slow.
+void fitRowHeights(QTableView *view);
+
 /// Divides the width of a table as the description of its columns says: the one of names takes the
 /// room that the others leave, and gives some of its own where they need it. Widths that the user
 /// has dragged stay as they are.

@@ -279,6 +279,8 @@ QWidget *DictionaryDialog::makeField(const DictionaryField &field)
         return nullptr;
     widget->setObjectName(field.widget);
     widget->setToolTip(field.toolTip);
+    // The label is its buddy, but an empty choice has no name by that.
+    widget->setAccessibleName(QString(field.label).remove(u'&').remove(u':'));
     m_widgets.insert(field.column, widget);
     return widget;
 }

@@ -30,11 +30,14 @@ QString PageStatements::text() const
 }
 
 /// The tables that id and text are in, with the rows for which the conditions hold.
-QString PageStatements::from(QStringList conditions) const
+QString PageStatements::from(QStringList conditions, bool beginWithOrder) const
 {
-    if (!m_list.link.isEmpty())
-        conditions += ' ' + m_list.link;
-    return " FROM " + (m_list.from.isEmpty() ? m_list.table : m_list.from) + allOf(conditions);
+    if (m_list.orderTable.isEmpty())
+        return " FROM " + m_list.table + allOf(conditions);
+    conditions += ' ' + m_list.link;
+    const QString &first = beginWithOrder ? m_list.orderTable : m_list.table;
+    const QString &second = beginWithOrder ? m_list.table : m_list.orderTable;
+    return " FROM " + first + " CROSS JOIN " + second + allOf(conditions);
 }
 
 /// As two comparisons of the text: the first one is the range that an index knows.
@@ -47,7 +50,7 @@ QString PageStatements::behind(const ListPosition &position, const Text &last) c
     if (position.text) {
         const QString value =
             position.unwritable
-                ? "(SELECT " + text() + from({id() + '=' + sql::id(position.id)}) + ')'
+                ? "(SELECT " + text() + from({id() + '=' + sql::id(position.id)}, false) + ')'
                 : sql::text(*position.text);
         condition = text() + '>' + value;
         if (!position.behindEqual)
@@ -62,12 +65,12 @@ QString PageStatements::ordered(qsizetype limit) const
 }
 
 /// The first ids of each part: an index gives them in order without a look at the rows.
-QString PageStatements::ids(const QString &condition, qsizetype limit) const
+QString PageStatements::ids(const QString &condition, qsizetype limit, bool beginWithOrder) const
 {
     QStringList parts;
     for (const QString &part : m_list.parts) {
-        parts += "SELECT id FROM (SELECT " + id() + from({part, condition}) + ordered(limit) +
-                 ") AS part" + sql::integer(parts.size());
+        parts += "SELECT id FROM (SELECT " + id() + from({part, condition}, beginWithOrder) +
+                 ordered(limit) + ") AS part" + sql::integer(parts.size());
     }
     // In a table of their own, or MariaDB runs them for every row.
     return id() + " IN (SELECT id FROM (" + parts.join(" UNION ALL ") + ") AS page)";
@@ -76,7 +79,7 @@ QString PageStatements::ids(const QString &condition, qsizetype limit) const
 QString PageStatements::page(const ListPosition &position, const Text &last, qsizetype limit) const
 {
     QStringList conditions = m_list.conditions;
-    conditions += ' ' + ids(behind(position, last), limit);
+    conditions += ' ' + ids(behind(position, last), limit, m_list.beginsWithOrder);
     return m_list.select + " WHERE" + conditions.join(" AND") + ordered(limit) + ';';
 }
 
@@ -84,8 +87,8 @@ QString PageStatements::keys(const ListPosition &position, const Text &last, qsi
 {
     const QString where = behind(position, last);
     return "SELECT " + id() + ", " + text() +
-           (m_list.parts.size() == 1 ? from({m_list.parts.first(), where})
-                                     : from({ids(where, limit)})) +
+           (m_list.parts.size() == 1 ? from({m_list.parts.first(), where}, m_list.beginsWithOrder)
+                                     : from({ids(where, limit, m_list.beginsWithOrder)}, false)) +
            ordered(limit) + ';';
 }
 
@@ -96,7 +99,7 @@ QString PageStatements::highestId() const
 
 QString PageStatements::textsOf(const QList<qulonglong> &ids) const
 {
-    return "SELECT " + text() + from({among(ids), text() + " IS NOT NULL"}) + " ORDER BY " +
+    return "SELECT " + text() + from({among(ids), text() + " IS NOT NULL"}, false) + " ORDER BY " +
            text() + ';';
 }
 
@@ -119,5 +122,5 @@ QString PageStatements::find(qulonglong id, const ListPosition &position, bool o
     if (othersFollow)
         where += " OR " + text() + (position.nulls ? " IS NOT NULL" : " IS NULL");
     return "SELECT " + this->id() + " FROM " + m_list.table + " WHERE " +
-           ids(this->id() + '=' + sql::id(id) + " AND (" + where + ')', 1) + ';';
+           ids(this->id() + '=' + sql::id(id) + " AND (" + where + ')', 1, false) + ';';
 }

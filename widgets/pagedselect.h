@@ -19,11 +19,12 @@ struct PagedSelect
     QStringList parts;
     bool searched = false; ///< few rows may be left of many looked at
 
-    /// Where the text is in another table: which one, how it belongs to the rows, and both tables
-    /// with CROSS JOIN, first the one to begin with.
+    /// Where the text is in another table: which one, what connects the two, and whether a
+    /// database that leaves it to us begins there, so that the rows come in order, or with the
+    /// table of the rows, of which the conditions leave few.
     QString orderTable = {};
     QString link = {};
-    QString from = {};
+    bool beginsWithOrder = true;
 
     bool operator==(const PagedSelect &) const = default;
 };
@@ -69,10 +70,10 @@ public:
 private:
     QString id() const;
     QString text() const;
-    QString from(QStringList conditions) const;
+    QString from(QStringList conditions, bool beginWithOrder) const;
     QString behind(const ListPosition &position, const Text &last) const;
     QString among(const QList<qulonglong> &ids) const;
-    QString ids(const QString &condition, qsizetype limit) const;
+    QString ids(const QString &condition, qsizetype limit, bool beginWithOrder) const;
     QString ordered(qsizetype limit) const;
 
     const PagedSelect &m_list;

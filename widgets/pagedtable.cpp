@@ -4,7 +4,6 @@
 #include "widgets/tableplace.h"
 
 #include <QGuiApplication>
-#include <QHeaderView>
 #include <QKeyEvent>
 #include <QScopeGuard>
 
@@ -19,15 +18,17 @@ constexpr int filterDelayMs = 150; ///< typing goes on before the list is read a
 } // namespace
 
 PagedTable::PagedTable(QTableView *view, SqlTableModel *model,
-                       std::function<std::optional<PagedSelect>()> list)
+                       std::function<std::optional<PagedSelect>()> list,
+                       const QString &connectionName)
     : QObject(view),
       m_view(view),
       m_model(model),
-      m_list(std::move(list))
+      m_list(std::move(list)),
+      m_connectionName(connectionName)
 {
     view->setModel(model);
     m_widths = new ColumnWidths(view, model);
-    fitRows();
+    fitRowHeights(view);
     view->installEventFilter(this);
     connect(model, &QAbstractItemModel::rowsInserted, this, &PagedTable::sizeColumns);
     m_timer.setSingleShot(true);
@@ -59,7 +60,7 @@ bool PagedTable::read(qsizetype atLeast)
     const TablePlace place(m_view, m_model);
     if (m_model->list() == list)
         atLeast = std::max(atLeast, place.rows());
-    if (!m_model->selectPages(m_view->window(), *list, atLeast))
+    if (!m_model->selectPages(m_view->window(), *list, atLeast, m_connectionName))
         return false;
     sizeColumns();
     place.restore();
@@ -111,13 +112,6 @@ QList<qulonglong> PagedTable::selectedIds() const
     for (const QModelIndex &index : rows)
         ids += m_model->idOf(index.row());
     return ids;
-}
-
-void PagedTable::fitRows()
-{
-    m_view->verticalHeader()->setDefaultSectionSize(m_view->fontMetrics().height() + 8);
-    // Measuring all rows of a long list for the widths would make it slow.
-    m_view->horizontalHeader()->setResizeContentsPrecision(100);
 }
 
 ColumnWidths *PagedTable::widths() const

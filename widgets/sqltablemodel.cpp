@@ -1,6 +1,5 @@
 #include "widgets/sqltablemodel.h"
 
-#include "db/query.h"
 #include "db/transaction.h"
 #include "widgets/plaintext.h"
 
