@@ -91,6 +91,7 @@ void CodesDialog::on_editPushButton_clicked()
     const qulonglong wareid = m_model->value(row, QStringLiteral("wareid")).toULongLong();
     if (wareid == 0)
         return;
+    const CommandScope command;
     editProduct(this, wareid);
     m_table->refresh();
     m_ui->codesTableView->setFocus();

@@ -60,6 +60,7 @@ PriceHistoryDialog::~PriceHistoryDialog() = default;
 
 void PriceHistoryDialog::read(qulonglong wareid)
 {
+    const CommandScope command;
     Product product;
     if (loadProduct(this, wareid, ProductColumns::Receipt, product) == LoadState::Loaded)
         m_ui->nameLabel->setText(breakable(product.name));

@@ -144,6 +144,7 @@ void StockDialog::on_copyAction_triggered()
 void StockDialog::on_editPushButton_clicked()
 {
     if (const qulonglong id = m_table->currentId(); id != 0) {
+        const CommandScope command;
         editProduct(this, id);
         m_table->refresh();
         m_ui->stockTableView->setFocus();
@@ -166,6 +167,7 @@ void StockDialog::on_exportPushButton_clicked()
 
 bool StockDialog::exportTo(const QString &path)
 {
+    const CommandScope command;
     m_table->stop();
     const std::optional<PagedSelect> rows = list();
     if (!rows)

@@ -129,6 +129,7 @@ void WarehouseDialog::takeScan(const QString &code)
 
 void WarehouseDialog::on_codesearchLineEdit_returnPressed()
 {
+    const CommandScope command;
     const QString code = cleanCode(m_ui->codesearchLineEdit->text());
     const auto ready = qScopeGuard([this] { m_ui->codesearchLineEdit->selectAll(); });
     m_ui->resultLabel->clear();
@@ -193,17 +194,20 @@ void WarehouseDialog::on_warehouseTableView_activated(const QModelIndex & /*inde
 
 void WarehouseDialog::on_newPushButton_clicked()
 {
+    const CommandScope command;
     finishCard(createProduct(this));
 }
 
 void WarehouseDialog::on_copyPushButton_clicked()
 {
+    const CommandScope command;
     if (const qulonglong id = m_table->currentId(); id != 0)
         finishCard(copyProduct(this, id));
 }
 
 void WarehouseDialog::on_editPushButton_clicked()
 {
+    const CommandScope command;
     if (const qulonglong id = m_table->currentId(); id != 0)
         finishCard(editProduct(this, id));
 }

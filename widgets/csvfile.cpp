@@ -29,7 +29,8 @@ bool CsvFile::write(const QVariantList &values)
 
 bool CsvFile::commit()
 {
-    return m_file.commit();
+    // commit() alone does not notice that the last of the buffer found no room.
+    return m_file.flush() && m_file.commit();
 }
 
 QString CsvFile::errorText() const
@@ -61,9 +62,8 @@ QString CsvFile::field(const QVariant &value) const
 /// Quoted where it must be: for its signs, or for blanks at its ends, which some readers drop.
 QString CsvFile::quoted(const QString &text) const
 {
-    const auto mustBeQuoted = [this](QChar c) {
-        return c == u'"' || c == u'\r' || c == u'\n' || c == u'\t' ||
-               m_format.separator.contains(c) || c == u';' || c == u',';
+    const auto mustBeQuoted = [sign = m_format.separator.trimmed()](QChar c) {
+        return c == u'"' || c == u'\r' || c == u'\n' || sign.contains(c);
     };
     const bool isPlain = text.trimmed().size() == text.size() &&
                          std::none_of(text.begin(), text.end(), mustBeQuoted);

@@ -54,6 +54,7 @@ void PagedTable::stop()
 bool PagedTable::read(qsizetype atLeast)
 {
     m_timer.stop();
+    const CommandScope command;
     const std::optional<PagedSelect> list = m_list();
     if (!list)
         return false;

@@ -13,7 +13,8 @@
 
 namespace {
 
-constexpr int gap = 6; // px
+constexpr int gap = 6;        // px
+constexpr int leastRoom = 40; // px, in which axes make sense
 constexpr qint64 day = 24LL * 3600;
 
 /// A step of the axis of time: so many months or, without months, seconds.
@@ -205,9 +206,11 @@ void StepPlot::paintEvent(QPaintEvent * /*event*/)
                          m_emptyText);
     } else {
         const Axes where = axes();
-        paintAxes(painter, where);
-        paintSteps(painter, where);
-        paintCurrent(painter, where);
+        if (where.area.width() > leastRoom && where.area.height() > leastRoom) {
+            paintAxes(painter, where);
+            paintSteps(painter, where);
+            paintCurrent(painter, where);
+        }
     }
     painter.setPen(hasFocus() ? palette().color(QPalette::Highlight)
                               : palette().color(QPalette::Mid));
