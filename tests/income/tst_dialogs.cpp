@@ -132,8 +132,9 @@ QString cutText(const QWidget *widget)
 
 QString nameless(QWidget *widget)
 {
-    if (widget->focusPolicy() == Qt::NoFocus || !widget->isEnabled() ||
-        widget->objectName().startsWith("qt_"))
+    // A text that can be marked is no control.
+    if (widget->focusPolicy() == Qt::NoFocus || qobject_cast<QLabel *>(widget) ||
+        !widget->isEnabled() || widget->objectName().startsWith("qt_"))
         return {};
     const QAccessibleInterface *seen = QAccessible::queryAccessibleInterface(widget);
     return seen && seen->text(QAccessible::Name).isEmpty() ? QStringLiteral("has no name")
