@@ -36,7 +36,10 @@ ReferenceDialog::ReferenceDialog(QWidget *parent, qulonglong wareid)
     QTableWidget *sides = m_ui->comparisonTableWidget;
     sides->setRowCount(int(std::size(comparedFields)));
     sides->horizontalHeader()->setSectionResizeMode(QHeaderView::Stretch);
-    sides->setMinimumHeight(sides->verticalHeader()->sectionSizeHint(0) * (sides->rowCount() + 2));
+    const int rowHeight = sides->fontMetrics().height() + 8;
+    sides->verticalHeader()->setDefaultSectionSize(rowHeight);
+    sides->setFixedHeight(sides->horizontalHeader()->sizeHint().height() +
+                          rowHeight * sides->rowCount() + 2 * sides->frameWidth());
     connect(m_ui->referenceTableView->selectionModel(), &QItemSelectionModel::selectionChanged,
             this, &ReferenceDialog::showComparison);
     connect(m_table, &PagedTable::refreshed, this, &ReferenceDialog::showComparison);

@@ -23,6 +23,8 @@
 #include <QKeyEvent>
 #include <QScopedValueRollback>
 
+#include <utility>
+
 namespace {
 
 constexpr int moneyDecimals = 2;
@@ -215,14 +217,17 @@ void WareDialog::showProduct(const Product &product)
 void WareDialog::addLists(qulonglong id)
 {
     m_lists = makeWareSubLists(id, this, [this] { return WareSave::tidy(m_fields.entered()); });
+    QWidget *former = m_ui->tabWidget;
     for (WareSubList *list : std::as_const(m_lists)) {
         m_ui->tabWidget->addTab(list, list->kind().title);
+        setTabOrder(std::exchange(former, list), list);
         connect(list, &WareSubList::counted, this, [this, list](int rows) {
             m_ui->tabWidget->setTabText(
                 m_ui->tabWidget->indexOf(list),
                 rows == 0 ? list->kind().title : tr("%1 (%2)").arg(list->kind().title).arg(rows));
         });
     }
+    setTabOrder(former, m_ui->okPushButton);
     auto *images = new QWidget(this);
     images->setObjectName("imagesTab");
     const int place = m_ui->tabWidget->addTab(images, tr("Изображения"));
@@ -422,11 +427,11 @@ bool WareDialog::check()
 /// A selling price that was computed here must be that of the present rate.
 bool WareDialog::checkRates()
 {
+    if (m_ui->inoutratioDoubleSpinBox->exact() <= 0)
+        return true;
     const QStringList touched = changedColumns(m_save.given(), m_fields.entered());
-    const bool computed = m_ui->inoutratioDoubleSpinBox->exact() > 0 &&
-                          (touched.contains("incost") || touched.contains("currency") ||
-                           touched.contains("inoutratio"));
-    if (!computed)
+    if (!touched.contains("incost") && !touched.contains("currency") &&
+        !touched.contains("inoutratio"))
         return true;
     if (!Session::instance().refreshRates(this, mainConnection))
         return false;

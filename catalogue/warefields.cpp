@@ -120,11 +120,12 @@ NumberSpinBox *WareFields::findFault(QString &reason) const
 
 bool WareFields::isTouched(const QString &column, const QWidget *field) const
 {
+    if (shownBy(field) == m_shown.value(field))
+        return false;
     // With other decimals the same number is another text.
     const auto *number = qobject_cast<const NumberSpinBox *>(field);
-    if (number && number->hasAcceptableInput())
-        return number->exact() != productValue(m_product, column).toDouble();
-    return shownBy(field) != m_shown.value(field);
+    return !number || !number->hasAcceptableInput() ||
+           number->exact() != productValue(m_product, column).toDouble();
 }
 
 QString WareFields::label(const QString &column) const

@@ -47,7 +47,8 @@ public:
     /// The SELECT, without parentheses, that counts the rows.
     QString countQuery() const;
 
-    /// Reads the rows unless they are here already.
+    /// Makes the table and reads the rows unless they are here already. Most lists of a card are
+    /// never looked at.
     void read();
 
     /// Reads the rows anew; the user's place moves to a row only when one is given.
@@ -74,8 +75,7 @@ private:
     WareSubListKind m_kind;
     qulonglong m_wareid;
     SqlTableModel *m_model;
-    QTableView *m_view;
+    QTableView *m_view = nullptr;
     ColumnWidths *m_widths = nullptr;
-    bool m_read = false;
     bool m_touched = false;
 };
