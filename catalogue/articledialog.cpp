@@ -66,6 +66,7 @@ Dictionary ArticleDialog::dictionary()
                     .label = tr("&Артикул:"),
                     .required = tr("Пожалуйста, введите артикул.")},
                    {.column = "timestamp", .kind = FieldKind::Time}},
+        .formOrder = {"name", "supplierid", "ratio", "step"},
         .readFirst = {"wareid", "supplierid", "ratio", "autoorder", "step", "name", "product",
                       "orderenabled"},
         .entrySelect = "SELECT articles.wareid, articles.supplierid, articles.ratio, "

@@ -42,10 +42,10 @@ CodeDialog::CodeDialog(qulonglong id, qulonglong wareid, QWidget *parent)
         }
     }
     showProduct();
+    keepDialogSize(this);
     // Room for the lines of a long name.
     const int fittingWidth = std::max(width(), minimumSizeHint().width());
     resize(fittingWidth, std::max(height(), layout()->heightForWidth(fittingWidth)));
-    keepDialogSize(this);
 }
 
 CodeDialog::~CodeDialog() = default;

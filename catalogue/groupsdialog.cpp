@@ -102,7 +102,7 @@ QList<TableColumn> groupColumns()
         {"id", "`id`", GroupsDialog::tr("Номер"), ColumnKind::Id, ColumnWidth::Hidden},
         {"name", "`name`", GroupsDialog::tr("Название"), ColumnKind::Name, ColumnWidth::Rest},
         {"inetenabled", "CASE `inetenabled` WHEN 0 THEN '-' ELSE '+' END",
-         GroupsDialog::tr("В сети")}};
+         GroupsDialog::tr("Интернет")}};
     const QList<DictionaryField> fields = groupFields();
     for (const DictionaryField &field : fields) {
         if (field.kind == FieldKind::Number)
@@ -118,7 +118,7 @@ QList<TableColumn> groupColumns()
 GroupsDialog::GroupsDialog(QWidget *parent)
     : DictionaryList(dictionary(), parent)
 {
-    resize(1180, 520); // for the columns of bonuses
+    resize(width(), 520);
 }
 
 Dictionary GroupsDialog::dictionary()
@@ -127,6 +127,7 @@ Dictionary GroupsDialog::dictionary()
             .columns = groupColumns(),
             .order = "`name`",
             .fields = groupFields(),
+            .formOrder = {"name", "parent"},
             .readFirst = {"name", "keywords", "description", "parent"},
             .uses = {{.table = "warehouse",
                       .column = "groupid",

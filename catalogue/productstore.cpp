@@ -5,6 +5,7 @@
 #include "db/sqltext.h"
 #include "db/transaction.h"
 
+#include <QSqlField>
 #include <QSqlRecord>
 #include <QStringList>
 
@@ -161,6 +162,16 @@ Product finite(Product product)
     return product;
 }
 
+/// The same for the columns of the card, in the order of its SELECT.
+QList<QPair<int, Member>> cardMembers()
+{
+    QSqlRecord record;
+    const QString columns = QLatin1String(selectionOf(ProductColumns::Card).columns);
+    for (const QString &name : columns.split(QLatin1String(", ")))
+        record.append(QSqlField(name.section(u'.', -1)));
+    return membersOf(record);
+}
+
 QVariant memberValue(const Column &column, const Product &product)
 {
     return std::visit([&product](auto member) { return QVariant::fromValue(product.*member); },
@@ -188,6 +199,8 @@ bool holds(const Column &column, const Product &stored, const Product &product)
     if (const auto *real = std::get_if<double Product::*>(&column.member))
         return stored.**real == product.**real ||
                sql::number(stored.**real) == sql::number(product.**real);
+    if (const auto *text = std::get_if<QString Product::*>(&column.member))
+        return stored.**text == sql::storable(product.**text);
     return memberValue(column, stored) == memberValue(column, product);
 }
 
@@ -274,12 +287,10 @@ LoadState lockProduct(qulonglong id, Product &product, const QString &connection
         return LoadState::Failed;
     if (rows.isEmpty())
         return LoadState::NotFound;
-    const QStringList names = QString::fromLatin1(selection.columns).split(QLatin1String(", "));
+    static const QList<QPair<int, Member>> members = cardMembers();
     product = {};
-    for (qsizetype i = 0; i < names.size(); ++i) {
-        if (const Column *column = findColumn(names.at(i).section(u'.', -1)))
-            setMember(product, column->member, rows.first().at(i));
-    }
+    for (const auto &[place, member] : members)
+        setMember(product, member, rows.first().at(place));
     product = finite(product);
     product.id = id;
     return LoadState::Loaded;

@@ -70,6 +70,7 @@ Dictionary PropertiesDialog::dictionary()
                     .required = tr("Пожалуйста, введите название свойства."),
                     .repeat = Repeat::Asked},
                    defaultField(PropertyType::List, 0)},
+        .formOrder = {"name"},
         .uses = {{.table = "properties_enums", .column = "propertyid", .goToo = true},
                  {.table = "wareproperties", .column = "propertyid", .goToo = true, .told = "%1"}},
         .listTitle = tr("Свойства наименований"),

@@ -29,6 +29,7 @@ QuantityDialog::QuantityDialog(const QString &title, double quantity, int decima
     auto *layout = new QVBoxLayout(this);
     layout->addLayout(fields);
     layout->addLayout(acceptAndCancel(this, [this] { takeQuantity(); }));
+    adjustSize();
     keepDialogSize(this);
 }
 

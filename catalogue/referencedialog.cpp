@@ -29,13 +29,17 @@ ReferenceDialog::ReferenceDialog(QWidget *parent, qulonglong wareid)
       m_list(new ReferenceList(this))
 {
     m_ui->setupUi(this);
-    m_table = new PagedTable(m_ui->referenceTableView, m_list, [this] {
-        return m_list->pages(this, m_ui->filterLineEdit->text().trimmed());
-    });
+    m_table = new PagedTable(
+        m_ui->referenceTableView, m_list,
+        [this] { return m_list->pages(this, m_ui->filterLineEdit->text().trimmed()); },
+        friendConnection);
     QTableWidget *sides = m_ui->comparisonTableWidget;
     sides->setRowCount(int(std::size(comparedFields)));
     sides->horizontalHeader()->setSectionResizeMode(QHeaderView::Stretch);
-    sides->setMinimumHeight(sides->verticalHeader()->sectionSizeHint(0) * (sides->rowCount() + 2));
+    const int rowHeight = sides->fontMetrics().height() + 8;
+    sides->verticalHeader()->setDefaultSectionSize(rowHeight);
+    sides->setFixedHeight(sides->horizontalHeader()->sizeHint().height() +
+                          rowHeight * sides->rowCount() + 2 * sides->frameWidth());
     connect(m_ui->referenceTableView->selectionModel(), &QItemSelectionModel::selectionChanged,
             this, &ReferenceDialog::showComparison);
     connect(m_table, &PagedTable::refreshed, this, &ReferenceDialog::showComparison);

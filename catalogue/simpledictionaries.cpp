@@ -211,6 +211,7 @@ Dictionary SuppliersDialog::dictionary()
                         {"timestamp", "timestamp", tr("Изменено"), ColumnKind::Time}},
             .order = "name",
             .fields = fields,
+            .formOrder = {"name"},
             .bound = true,
             .uses = {{.table = "warehouse",
                       .column = "supplierid",

@@ -15,11 +15,15 @@
 #include "db/session.h"
 #include "db/sqltext.h"
 #include "widgets/colors.h"
+#include "widgets/dialogbuttons.h"
 #include "widgets/dialogplace.h"
+#include "widgets/plaintext.h"
 
 #include <QAbstractItemView>
 #include <QKeyEvent>
 #include <QScopedValueRollback>
+
+#include <utility>
 
 namespace {
 
@@ -82,7 +86,6 @@ qulonglong WareDialog::id() const
     return m_save.id();
 }
 
-/// The coefficient stands behind the prices, which set it back when they are shown.
 void WareDialog::describeFields()
 {
     const QPair<const char *, QWidget *> fields[] = {
@@ -114,6 +117,9 @@ void WareDialog::describeFields()
     };
     for (const auto &[column, field] : fields)
         m_fields.add(QLatin1String(column), field);
+    for (QComboBox *box : {m_ui->groupComboBox, m_ui->brandComboBox})
+        connect(box, &QComboBox::currentTextChanged, box,
+                [box](const QString &text) { box->setToolTip(plainToolTip(text)); });
     m_ui->incostDoubleSpinBox->setLeastDecimals(moneyDecimals);
     m_ui->outcostDoubleSpinBox->setLeastDecimals(moneyDecimals);
 }
@@ -148,7 +154,7 @@ void WareDialog::fillBrands()
     QList<SqlRow> rows;
     QueryRows(this, QStringLiteral("SELECT id,name FROM brands ORDER BY name;"), rows);
     for (const SqlRow &row : std::as_const(rows))
-        choices += {row.at(0), row.at(1).toString()};
+        choices += {row.at(0), row.at(1).toString().simplified()};
     WareFields::fillChoice(m_ui->brandComboBox, choices);
 }
 
@@ -158,7 +164,7 @@ void WareDialog::fillUnits()
     QList<SqlRow> rows;
     QueryRows(this, QStringLiteral("SELECT id,name FROM units ORDER BY id;"), rows);
     for (const SqlRow &row : std::as_const(rows))
-        choices += {row.at(0), row.at(1).toString()};
+        choices += {row.at(0), row.at(1).toString().simplified()};
     WareFields::fillChoice(m_ui->unitComboBox, choices);
 }
 
@@ -211,14 +217,17 @@ void WareDialog::showProduct(const Product &product)
 void WareDialog::addLists(qulonglong id)
 {
     m_lists = makeWareSubLists(id, this, [this] { return WareSave::tidy(m_fields.entered()); });
+    QWidget *former = m_ui->tabWidget;
     for (WareSubList *list : std::as_const(m_lists)) {
         m_ui->tabWidget->addTab(list, list->kind().title);
+        setTabOrder(std::exchange(former, list), list);
         connect(list, &WareSubList::counted, this, [this, list](int rows) {
             m_ui->tabWidget->setTabText(
                 m_ui->tabWidget->indexOf(list),
                 rows == 0 ? list->kind().title : tr("%1 (%2)").arg(list->kind().title).arg(rows));
         });
     }
+    setTabOrder(former, m_ui->okPushButton);
     auto *images = new QWidget(this);
     images->setObjectName("imagesTab");
     const int place = m_ui->tabWidget->addTab(images, tr("Изображения"));
@@ -378,9 +387,7 @@ void WareDialog::reject()
     // Rows of a stored product are written already.
     for (const WareSubList *list : std::as_const(m_lists))
         lost = lost || (id() == 0 && list->isTouched());
-    if (!lost || m_missing ||
-        askQuestion(this, tr("Закрыть карточку? Введённое не сохранено."),
-                    {tr("Закрыть"), tr("Вернуться")}, 1, 1) == 0)
+    if (!lost || m_missing || mayLoseInput(this))
         QDialog::reject();
 }
 
@@ -420,11 +427,11 @@ bool WareDialog::check()
 /// A selling price that was computed here must be that of the present rate.
 bool WareDialog::checkRates()
 {
-    const bool computed = m_ui->inoutratioDoubleSpinBox->exact() > 0 &&
-                          (m_fields.isTouched(m_ui->incostDoubleSpinBox) ||
-                           m_fields.isTouched(m_ui->currencyComboBox) ||
-                           m_fields.isTouched(m_ui->inoutratioDoubleSpinBox));
-    if (!computed)
+    if (m_ui->inoutratioDoubleSpinBox->exact() <= 0)
+        return true;
+    const QStringList touched = changedColumns(m_save.given(), m_fields.entered());
+    if (!touched.contains("incost") && !touched.contains("currency") &&
+        !touched.contains("inoutratio"))
         return true;
     if (!Session::instance().refreshRates(this, mainConnection))
         return false;

@@ -74,7 +74,7 @@ Product WareFields::entered() const
 {
     Product product = m_product;
     for (const auto &[column, field] : m_fields) {
-        if (isTouched(field))
+        if (isTouched(column, field))
             setProductValue(product, column, valueOf(field));
     }
     return product;
@@ -106,7 +106,7 @@ NumberSpinBox *WareFields::findFault(QString &reason) const
 {
     for (const auto &[column, field] : m_fields) {
         auto *number = qobject_cast<NumberSpinBox *>(field);
-        if (!number || !isTouched(number))
+        if (!number || !isTouched(column, number))
             continue;
         const QString fault =
             number->hasAcceptableInput() ? number->digitsFault() : number->fault();
@@ -118,9 +118,14 @@ NumberSpinBox *WareFields::findFault(QString &reason) const
     return nullptr;
 }
 
-bool WareFields::isTouched(const QWidget *field) const
+bool WareFields::isTouched(const QString &column, const QWidget *field) const
 {
-    return shownBy(field) != m_shown.value(field);
+    if (shownBy(field) == m_shown.value(field))
+        return false;
+    // With other decimals the same number is another text.
+    const auto *number = qobject_cast<const NumberSpinBox *>(field);
+    return !number || !number->hasAcceptableInput() ||
+           number->exact() != productValue(m_product, column).toDouble();
 }
 
 QString WareFields::label(const QString &column) const

@@ -37,14 +37,13 @@ public:
     /// none.
     NumberSpinBox *findFault(QString &reason) const;
 
-    /// Whether the field is not as it was shown.
-    bool isTouched(const QWidget *field) const;
-
     /// A column in words, and a value as the user knows it.
     QString label(const QString &column) const;
     QString text(const QString &column, const QVariant &value) const;
 
 private:
+    bool isTouched(const QString &column, const QWidget *field) const;
+
     QList<QPair<QString, QWidget *>> m_fields; ///< by column
     Product m_product;
     QMap<const QWidget *, QVariant> m_shown;

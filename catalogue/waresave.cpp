@@ -52,9 +52,8 @@ const Product &WareSave::given() const
 
 Product WareSave::tidy(Product product)
 {
-    product.name = product.name.simplified();
-    product.article = product.article.simplified();
-    product.keywords = product.keywords.simplified();
+    for (QString *text : {&product.name, &product.article, &product.keywords})
+        *text = sql::storable(*text).simplified();
     return product;
 }
 
@@ -193,13 +192,15 @@ TransactionStep WareSave::writeStored(const Product &product)
     case LoadState::Loaded:
         break;
     }
-    const QStringList unwritten = unwrittenColumns(product, m_now);
-    if (m_inDoubt && unwritten.isEmpty() && !m_recovered)
-        return TransactionStep::Done;
     const QStringList changed = changedColumns(m_seen, m_now);
-    if (std::any_of(changed.begin(), changed.end(),
-                    [&](const QString &column) { return unwritten.contains(column); }))
-        return refuse(WareSaveState::Changed);
+    if (m_inDoubt || !changed.isEmpty()) {
+        const QStringList unwritten = unwrittenColumns(product, m_now);
+        if (m_inDoubt && unwritten.isEmpty() && !m_recovered)
+            return TransactionStep::Done;
+        if (std::any_of(changed.begin(), changed.end(),
+                        [&](const QString &column) { return unwritten.contains(column); }))
+            return refuse(WareSaveState::Changed);
+    }
     m_inDoubt = m_recovered; // until it is written whole it may be taken for a new one
     if (updateProduct(nullptr, product, m_given) != WriteState::Written)
         return TransactionStep::Fail;

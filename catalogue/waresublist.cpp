@@ -16,19 +16,13 @@
 
 #include <utility>
 
-WareSubList::WareSubList(const WareSubListKind &kind, qulonglong wareid, QWidget *parent,
-                         SqlTableModel *model)
+WareSubList::WareSubList(const WareSubListKind &kind, qulonglong wareid, QWidget *parent)
     : QWidget(parent),
       m_kind(kind),
       m_wareid(wareid),
-      m_model(model ? model : new SqlTableModel),
-      m_view(new QTableView(this))
+      m_model(new SqlTableModel(this))
 {
-    m_model->setParent(this);
     setObjectName(m_kind.name + "Tab");
-    new QVBoxLayout(this);
-    makeTable();
-    makeButtons();
 }
 
 const WareSubListKind &WareSubList::kind() const
@@ -48,17 +42,20 @@ void WareSubList::makeTable()
     m_view->setAlternatingRowColors(true);
     m_view->verticalHeader()->hide();
     m_model->setColumns(m_kind.columns);
+    m_model->setArrangement(m_kind.arrange);
     m_view->setModel(m_model);
     m_widths = new ColumnWidths(m_view, m_model);
     connect(m_view, &QTableView::activated, this,
             [this](const QModelIndex &index) { edit(m_model->idOf(index.row())); });
     layout()->addWidget(m_view);
+    setTabOrder(this, m_view);
     setFocusProxy(m_view);
 }
 
 void WareSubList::makeButtons()
 {
     auto *row = new QHBoxLayout;
+    QWidget *former = m_view;
     const auto add = [&](const QString &text, const char *name, const QKeySequence &key,
                          void (WareSubList::*slot)()) {
         auto *button = new QPushButton(text, this);
@@ -68,6 +65,7 @@ void WareSubList::makeButtons()
         button->setAutoDefault(false);
         connect(button, &QPushButton::clicked, this, slot);
         row->addWidget(button);
+        setTabOrder(std::exchange(former, button), button);
     };
     add(tr("Добавить"), "AddPushButton", Qt::Key_Insert, &WareSubList::add);
     add(tr("Изменить"), "EditPushButton", {}, &WareSubList::editCurrent);
@@ -92,8 +90,13 @@ QString WareSubList::countQuery() const
 
 void WareSubList::read()
 {
-    if (!m_read)
-        refresh();
+    if (m_view)
+        return;
+    m_view = new QTableView(this);
+    new QVBoxLayout(this);
+    makeTable();
+    makeButtons();
+    refresh();
 }
 
 void WareSubList::refresh(qulonglong selectedId)
@@ -102,10 +105,7 @@ void WareSubList::refresh(qulonglong selectedId)
     if (!m_model->select(this, selectList(m_kind.columns) + condition() + " ORDER BY " +
                                    m_kind.order + u';'))
         return;
-    if (!std::exchange(m_read, true))
-        m_widths->resizeToContents();
-    else
-        m_widths->growWhole();
+    m_widths->resizeToContents();
     place.restore();
     int row = selectedId == 0 ? -1 : m_model->rowOfId(selectedId);
     if (row < 0 && !m_view->currentIndex().isValid() && m_model->rowCount() > 0)

@@ -7,6 +7,7 @@
 
 #include <functional>
 
+#include "db/query.h"
 #include "widgets/tablecolumn.h"
 
 class ColumnWidths;
@@ -23,6 +24,7 @@ struct WareSubListKind
     QString from;               ///< the table with what is joined to it
     QString order;              ///< what the list is sorted by
     bool ofUser = false;        ///< rows of a product that is not saved yet belong to a user
+    std::function<void(QList<SqlRow> &rows)> arrange = {}; ///< see SqlTableModel
     QString deleteQuestion;
     /// Further statements for a row that is deleted.
     std::function<QStringList(const SqlTableModel &model, int row)> deletedWith = {};
@@ -37,16 +39,16 @@ class WareSubList final : public QWidget
     Q_OBJECT
 
 public:
-    /// wareid 0: a product that is not saved yet. model: for who shows values in a way of his own.
-    WareSubList(const WareSubListKind &kind, qulonglong wareid, QWidget *parent,
-                SqlTableModel *model = nullptr);
+    /// wareid 0: a product that is not saved yet.
+    WareSubList(const WareSubListKind &kind, qulonglong wareid, QWidget *parent);
 
     const WareSubListKind &kind() const;
 
     /// The SELECT, without parentheses, that counts the rows.
     QString countQuery() const;
 
-    /// Reads the rows unless they are here already.
+    /// Makes the table and reads the rows unless they are here already. Most lists of a card are
+    /// never looked at.
     void read();
 
     /// Reads the rows anew; the user's place moves to a row only when one is given.
@@ -73,8 +75,7 @@ private:
     WareSubListKind m_kind;
     qulonglong m_wareid;
     SqlTableModel *m_model;
-    QTableView *m_view;
+    QTableView *m_view = nullptr;
     ColumnWidths *m_widths = nullptr;
-    bool m_read = false;
     bool m_touched = false;
 };

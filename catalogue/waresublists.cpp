@@ -5,6 +5,7 @@
 #include "catalogue/codedialog.h"
 #include "catalogue/codesearch.h"
 #include "catalogue/dictionaries.h"
+#include "catalogue/propertiesdialog.h"
 #include "catalogue/translationdialog.h"
 #include "catalogue/warepropertydialog.h"
 #include "catalogue/waresublist.h"
@@ -21,23 +22,6 @@ namespace {
 struct WareSubLists
 {
     Q_DECLARE_TR_FUNCTIONS(WareSubLists)
-};
-
-constexpr int listProperty = 1; ///< the type of properties whose values are items of a list
-
-/// Shows the value of a property, which stands in one of two columns.
-class PropertyModel final : public SqlTableModel
-{
-public:
-    QVariant data(const QModelIndex &index, int role) const override
-    {
-        if (role != Qt::DisplayRole || index.column() != columnOf("value"))
-            return SqlTableModel::data(index, role);
-        const QVariant number = value(index.row(), QStringLiteral("number"));
-        if (value(index.row(), QStringLiteral("type")).toInt() == listProperty || number.isNull())
-            return value(index.row(), QStringLiteral("value"));
-        return formatFactor(number.toDouble());
-    }
 };
 
 template<typename Dialog, typename... Arguments>
@@ -109,6 +93,28 @@ WareSubListKind articles()
         }};
 }
 
+/// Puts the value of each property into one column, whichever it stands in.
+void showValues(QList<SqlRow> &rows)
+{
+    constexpr int shown = 2;
+    constexpr int number = 3;
+    constexpr int type = 4;
+    for (SqlRow &row : rows) {
+        switch (PropertyType(row.at(type).toInt())) {
+        case PropertyType::List:
+            break;
+        case PropertyType::Flag:
+            row[shown] =
+                row.at(number).toDouble() > 0 ? WareSubLists::tr("да") : WareSubLists::tr("нет");
+            break;
+        case PropertyType::Number:
+            row[shown] =
+                row.at(number).isNull() ? QString() : formatFactor(row.at(number).toDouble());
+            break;
+        }
+    }
+}
+
 WareSubListKind properties()
 {
     return {.name = "properties",
@@ -128,6 +134,7 @@ WareSubListKind properties()
                     "properties.id=wareproperties.propertyid LEFT JOIN properties_enums ON "
                     "properties_enums.id=wareproperties.enumid",
             .order = "properties.name, wareproperties.id",
+            .arrange = showValues,
             .deleteQuestion =
                 WareSubLists::tr("Вы действительно хотите удалить выделенные свойства?"),
             .edit = [](QWidget *parent, qulonglong id, qulonglong wareid) {
@@ -213,7 +220,7 @@ QList<WareSubList *> makeWareSubLists(qulonglong wareid, QWidget *parent,
                                       const std::function<Product()> &entered)
 {
     return {new WareSubList(codes(), wareid, parent), new WareSubList(articles(), wareid, parent),
-            new WareSubList(properties(), wareid, parent, new PropertyModel),
+            new WareSubList(properties(), wareid, parent),
             new WareSubList(translations(entered), wareid, parent),
             new WareSubList(collections(), wareid, parent)};
 }

@@ -2,7 +2,9 @@
 
 #include "catalogue/articlesync.h"
 #include "catalogue/codesdialog.h"
+#include "catalogue/costdialog.h"
 #include "catalogue/dictionaries.h"
+#include "catalogue/groupdialog.h"
 #include "catalogue/referencedialog.h"
 #include "catalogue/stockdialog.h"
 #include "catalogue/waredialog.h"
@@ -17,10 +19,12 @@
 #include <utility>
 
 CatalogueCommands::CatalogueCommands(QMainWindow *window,
-                                     std::function<qulonglong()> currentProduct)
+                                     std::function<qulonglong()> currentProduct,
+                                     std::function<QList<qulonglong>()> selectedProducts)
     : QObject(window),
       m_window(window),
-      m_currentProduct(std::move(currentProduct))
+      m_currentProduct(std::move(currentProduct)),
+      m_selectedProducts(std::move(selectedProducts))
 {
     connectSlots(this, window);
 }
@@ -44,6 +48,22 @@ void CatalogueCommands::addDictionaries(QMenu *menu)
             emit changed(0);
         });
     }
+}
+
+void CatalogueCommands::On_changeCostAction_triggered()
+{
+    if (CostDialog::change(m_window, m_selectedProducts()))
+        emit changed(0);
+}
+
+void CatalogueCommands::On_changeGroupAction_triggered()
+{
+    QString result;
+    if (!GroupDialog::change(m_window, m_selectedProducts(), result))
+        return;
+    if (!result.isEmpty())
+        emit told(result, true);
+    emit changed(0);
 }
 
 void CatalogueCommands::on_warehouseAction_triggered()

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QList>
 #include <QObject>
 
 #include <functional>
@@ -14,8 +15,10 @@ class CatalogueCommands final : public QObject
     Q_OBJECT
 
 public:
-    /// currentProduct: the id of the product that the user is at, 0 for none.
-    CatalogueCommands(QMainWindow *window, std::function<qulonglong()> currentProduct);
+    /// currentProduct: the id of the product that the user is at, 0 for none. selectedProducts:
+    /// those selected in the product table.
+    CatalogueCommands(QMainWindow *window, std::function<qulonglong()> currentProduct,
+                      std::function<QList<qulonglong>()> selectedProducts);
 
     /// Adds the dictionaries to a menu.
     void addDictionaries(QMenu *menu);
@@ -29,6 +32,8 @@ signals:
     void told(const QString &text, bool good);
 
 private slots:
+    void On_changeCostAction_triggered();
+    void On_changeGroupAction_triggered();
     void on_warehouseAction_triggered();
     void on_restAction_triggered();
     void on_codesAction_triggered();
@@ -46,4 +51,5 @@ private:
 
     QMainWindow *m_window;
     std::function<qulonglong()> m_currentProduct;
+    std::function<QList<qulonglong>()> m_selectedProducts;
 };

@@ -3,9 +3,7 @@
 
 #include "app/messages.h"
 #include "app/settings.h"
-#include "catalogue/costdialog.h"
 #include "catalogue/currenciesdialog.h"
-#include "catalogue/groupdialog.h"
 #include "db/session.h"
 #include "income/cataloguecommands.h"
 #include "income/codefieldguard.h"
@@ -171,12 +169,9 @@ void IncomeInvoiceWindow::setUpActions()
 {
     for (QAction *action : {m_ui->wareBaseAction, m_ui->syncArticlesAction, m_ui->syncImagesAction})
         action->setVisible(false);
-    connect(m_ui->changeCostAction, &QAction::triggered, this,
-            &IncomeInvoiceWindow::On_changeCostAction_triggered);
-    connect(m_ui->changeGroupAction, &QAction::triggered, this,
-            &IncomeInvoiceWindow::On_changeGroupAction_triggered);
     connect(m_ui->editLineAction, &QAction::triggered, m_receipt, &ReceiptPanel::openCurrent);
-    m_catalogue = new CatalogueCommands(this, [this] { return currentProduct(); });
+    m_catalogue = new CatalogueCommands(
+        this, [this] { return currentProduct(); }, [this] { return m_products->selectedIds(); });
     m_catalogue->addDictionaries(m_ui->windowsMenu);
     connect(m_catalogue, &CatalogueCommands::productChosen, m_entry, &GoodsEntry::addProduct);
     connect(m_catalogue, &CatalogueCommands::told, m_status, &StatusLine::showText);
@@ -363,22 +358,6 @@ void IncomeInvoiceWindow::showMenu(const QPoint &place, const QList<QAction *> &
     menu.addSeparator();
     menu.addAction(m_ui->copyAction);
     menu.exec(place);
-}
-
-void IncomeInvoiceWindow::On_changeCostAction_triggered()
-{
-    if (CostDialog::change(this, m_products->selectedIds()))
-        m_products->refresh();
-}
-
-void IncomeInvoiceWindow::On_changeGroupAction_triggered()
-{
-    QString told;
-    if (!GroupDialog::change(this, m_products->selectedIds(), told))
-        return;
-    if (!told.isEmpty())
-        m_status->showText(told, true);
-    m_products->refresh();
 }
 
 void IncomeInvoiceWindow::postList()

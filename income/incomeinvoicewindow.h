@@ -55,8 +55,6 @@ private slots:
     void on_updateCostsAction_triggered();
     void on_showDisabledProductsAction_triggered();
     void on_cancelImportPushButton_clicked();
-    void On_changeCostAction_triggered();
-    void On_changeGroupAction_triggered();
 
 private:
     bool chooseConnection();

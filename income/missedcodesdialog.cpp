@@ -4,6 +4,7 @@
 #include "app/messages.h"
 #include "catalogue/colorsqlquerymodel.h"
 #include "catalogue/productlist.h"
+#include "catalogue/waredialog.h"
 #include "income/codelookup.h"
 #include "income/missedcodes.h"
 #include "widgets/columnwidths.h"
@@ -94,6 +95,20 @@ void MissedCodesDialog::on_bindPushButton_clicked()
         finish(wareid, pack->exact());
 }
 
+void MissedCodesDialog::on_createPushButton_clicked()
+{
+    const int row = currentRow();
+    if (row < 0)
+        return;
+    const QString code = m_codes->all().at(row).code;
+    const qulonglong wareid = createProduct(this, {}, code);
+    if (wareid == 0)
+        return;
+    // How much the code stands for was entered in the card, where it may even have been struck off.
+    const CodeResult found = lookUpCode(this, code);
+    finish(wareid, found.wareid == wareid ? found.packQuantity : 1);
+}
+
 void MissedCodesDialog::on_searchPushButton_clicked()
 {
     const int row = currentRow();
@@ -171,6 +186,7 @@ void MissedCodesDialog::updateButtons()
     const int row = currentRow();
     const bool whole = row >= 0 && m_codes->all().at(row).whole;
     m_ui->bindPushButton->setEnabled(whole && currentProduct() != 0);
+    m_ui->createPushButton->setEnabled(whole);
     m_ui->searchPushButton->setEnabled(whole);
     m_ui->removePushButton->setEnabled(row >= 0);
 }

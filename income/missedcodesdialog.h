@@ -33,6 +33,7 @@ public:
 private slots:
     void on_filterLineEdit_textChanged(const QString &text);
     void on_filterLineEdit_returnPressed();
+    void on_createPushButton_clicked();
     void on_bindPushButton_clicked();
     void on_searchPushButton_clicked();
     void on_removePushButton_clicked();

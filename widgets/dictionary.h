@@ -84,6 +84,7 @@ struct Dictionary
     QList<TableColumn> columns = {}; ///< of the list; the first one is the id
     QString order = {};              ///< what the list is sorted by
     QList<DictionaryField> fields;   ///< in the order of INSERT and UPDATE
+    QStringList formOrder = {};      ///< columns of the fields that stand first in the dialog
     QStringList readFirst = {}; ///< columns of an entry that its SELECT names before the others
     QString entrySelect = {}; ///< reads readFirst and nothing else, up to the quoted id; none: the
                               ///< SELECT is made of the fields

@@ -69,13 +69,23 @@ QComboBox *makeChoice(const DictionaryField &field, QWidget *parent)
     return box;
 }
 
+/// Room for a text of usual length.
+int textWidth(const QWidget *widget)
+{
+    return widget->fontMetrics().averageCharWidth() * 32;
+}
+
 QWidget *makeWidget(const DictionaryField &field, QWidget *parent)
 {
     switch (field.kind) {
-    case FieldKind::Text:
-        return new QLineEdit(parent);
+    case FieldKind::Text: {
+        auto *line = new QLineEdit(parent);
+        line->setMinimumWidth(textWidth(line));
+        return line;
+    }
     case FieldKind::Memo: {
         auto *memo = new QPlainTextEdit(parent);
+        memo->setMinimumWidth(textWidth(memo));
         memo->setTabChangesFocus(true);
         return memo;
     }
@@ -207,6 +217,8 @@ void DictionaryDialog::setVisible(bool visible)
     if (visible && !m_hasPlace) {
         m_initial = shownValues();
         keepDialogSize(this); // with what a class on top has added
+        if (const int height = layout()->totalHeightForWidth(width()); height > this->height())
+            resize(width(), height); // for the lines of a long heading
     }
     m_hasPlace = m_hasPlace || visible;
     QDialog::setVisible(visible);
@@ -267,6 +279,8 @@ QWidget *DictionaryDialog::makeField(const DictionaryField &field)
         return nullptr;
     widget->setObjectName(field.widget);
     widget->setToolTip(field.toolTip);
+    // The label is its buddy, but an empty choice has no name by that.
+    widget->setAccessibleName(QString(field.label).remove(u'&').remove(u':'));
     m_widgets.insert(field.column, widget);
     return widget;
 }
@@ -288,6 +302,7 @@ QWidget *DictionaryDialog::withOpener(const DictionaryField &field, QWidget *wid
     row->addWidget(widget, 1);
     row->addWidget(button);
     setTabOrder(widget, button);
+    button->setEnabled(widget->isEnabled());
     auto *box = qobject_cast<QComboBox *>(widget);
     connect(button, &QPushButton::clicked, this, [this, field, box] {
         const CommandScope command;
@@ -304,9 +319,23 @@ QWidget *DictionaryDialog::withOpener(const DictionaryField &field, QWidget *wid
     return holder;
 }
 
+/// The fields as they stand in the dialog.
+QList<DictionaryField> DictionaryDialog::fieldsInOrder() const
+{
+    QList<DictionaryField> fields;
+    for (const QString &column : m_dictionary.formOrder)
+        fields += fieldOf(column);
+    for (const DictionaryField &field : m_dictionary.fields) {
+        if (!m_dictionary.formOrder.contains(field.column))
+            fields += field;
+    }
+    return fields;
+}
+
 void DictionaryDialog::makeFields()
 {
-    for (const DictionaryField &field : std::as_const(m_dictionary.fields)) {
+    const QList<DictionaryField> fields = fieldsInOrder();
+    for (const DictionaryField &field : fields) {
         QWidget *widget = makeField(field);
         if (!widget)
             continue;
@@ -318,9 +347,9 @@ void DictionaryDialog::makeFields()
     arrangeTabs();
     // To where something must be entered, if anywhere.
     const auto first =
-        std::find_if(m_dictionary.fields.cbegin(), m_dictionary.fields.cend(),
+        std::find_if(fields.cbegin(), fields.cend(),
                      [](const DictionaryField &field) { return !field.required.isEmpty(); });
-    if (first != m_dictionary.fields.cend() && fieldWidget(first->column))
+    if (first != fields.cend() && fieldWidget(first->column))
         fieldWidget(first->column)->setFocus();
 }
 

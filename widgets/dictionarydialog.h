@@ -79,6 +79,7 @@ private:
     void load();
     QVariantMap shownValues() const;
     bool checkRepeat(const DictionaryField &field, QWidget *widget);
+    QList<DictionaryField> fieldsInOrder() const;
     DictionaryField fieldOf(const QString &column) const;
     bool isUntouched(const DictionaryField &field) const;
     QVariantMap entered() const;

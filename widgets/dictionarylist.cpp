@@ -10,6 +10,8 @@
 #include "widgets/sqltablemodel.h"
 #include "widgets/tableplace.h"
 
+#include <QScrollBar>
+
 #include <algorithm>
 
 DictionaryList::DictionaryList(const Dictionary &dictionary, QWidget *parent,
@@ -23,7 +25,7 @@ DictionaryList::DictionaryList(const Dictionary &dictionary, QWidget *parent,
     m_ui->setupUi(this);
     setObjectName(m_dictionary.listName);
     setWindowTitle(m_dictionary.listTitle);
-    m_ui->resultLabel->clear();
+    m_ui->resultLabel->hide();
     m_ui->searchLineEdit->setVisible(!m_dictionary.searched.isEmpty());
     describeButtons();
     describeTable();
@@ -35,10 +37,21 @@ DictionaryList::~DictionaryList() = default;
 
 void DictionaryList::setVisible(bool visible)
 {
-    if (visible && !m_hasPlace)
+    if (visible && !m_hasPlace) {
+        resize(std::max(width(), columnsWidth()), height());
         keepDialogSize(this); // with the buttons that a class on top has added
+    }
     m_hasPlace = m_hasPlace || visible;
     QDialog::setVisible(visible);
+}
+
+/// What the list is wide when it shows all its columns.
+int DictionaryList::columnsWidth() const
+{
+    const QTableView *view = m_ui->tableView;
+    const QMargins margins = layout()->contentsMargins();
+    return view->horizontalHeader()->length() + view->verticalScrollBar()->sizeHint().width() +
+           2 * view->frameWidth() + margins.left() + margins.right();
 }
 
 void DictionaryList::describeButtons()
@@ -141,6 +154,14 @@ void DictionaryList::on_searchLineEdit_textChanged()
     refresh();
 }
 
+/// From the search to what it has found.
+void DictionaryList::on_searchLineEdit_returnPressed()
+{
+    if (!m_ui->tableView->currentIndex().isValid())
+        m_ui->tableView->selectRow(0);
+    m_ui->tableView->setFocus();
+}
+
 void DictionaryList::on_newPushButton_clicked()
 {
     edit(0);
@@ -236,4 +257,5 @@ QPushButton *DictionaryList::addCommand(const QString &text, const QString &name
 void DictionaryList::showResult(const QString &text)
 {
     m_ui->resultLabel->setText(text);
+    m_ui->resultLabel->setVisible(!text.isEmpty());
 }

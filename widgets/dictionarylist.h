@@ -51,6 +51,7 @@ protected:
 
 private slots:
     void on_searchLineEdit_textChanged();
+    void on_searchLineEdit_returnPressed();
     void on_newPushButton_clicked();
     void on_editPushButton_clicked();
     void on_deletePushButton_clicked();
@@ -58,6 +59,7 @@ private slots:
     void on_closePushButton_clicked();
 
 private:
+    int columnsWidth() const;
     void describeTable();
     void describeButtons();
     void open(qulonglong id);

@@ -18,11 +18,13 @@ constexpr int filterDelayMs = 150; ///< typing goes on before the list is read a
 } // namespace
 
 PagedTable::PagedTable(QTableView *view, SqlTableModel *model,
-                       std::function<std::optional<PagedSelect>()> list)
+                       std::function<std::optional<PagedSelect>()> list,
+                       const QString &connectionName)
     : QObject(view),
       m_view(view),
       m_model(model),
-      m_list(std::move(list))
+      m_list(std::move(list)),
+      m_connectionName(connectionName)
 {
     view->setModel(model);
     m_widths = new ColumnWidths(view, model);
@@ -59,7 +61,7 @@ bool PagedTable::read(qsizetype atLeast)
     const TablePlace place(m_view, m_model);
     if (m_model->list() == list)
         atLeast = std::max(atLeast, place.rows());
-    if (!m_model->selectPages(m_view->window(), *list, atLeast))
+    if (!m_model->selectPages(m_view->window(), *list, atLeast, m_connectionName))
         return false;
     sizeColumns();
     place.restore();

@@ -6,6 +6,7 @@
 #include <functional>
 #include <optional>
 
+#include "db/connections.h"
 #include "widgets/pagedselect.h"
 
 class ColumnWidths;
@@ -22,7 +23,8 @@ public:
     /// list: describes the rows that the filter leaves; nothing when that failed, which it has
     /// told. Shows the model in the view, of which it is a child.
     PagedTable(QTableView *view, SqlTableModel *model,
-               std::function<std::optional<PagedSelect>()> list);
+               std::function<std::optional<PagedSelect>()> list,
+               const QString &connectionName = mainConnection);
 
     /// Reads the list anew, the user's place is kept. False on failure, which is told over the
     /// window.
@@ -67,6 +69,7 @@ private:
     QTableView *m_view;
     SqlTableModel *m_model;
     std::function<std::optional<PagedSelect>()> m_list;
+    QString m_connectionName;
     ColumnWidths *m_widths;
     QTimer m_timer;
     bool m_sized = false;

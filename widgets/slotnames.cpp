@@ -28,7 +28,7 @@ void connectSlots(QObject *receiver, const QObject *owner)
         const QMetaMethod slot = meta->method(i);
         const QByteArray name = slot.name();
         const qsizetype end = name.lastIndexOf('_');
-        if (slot.methodType() != QMetaMethod::Slot || !name.startsWith("on_") || end < 4)
+        if (slot.methodType() != QMetaMethod::Slot || !name.toLower().startsWith("on_") || end < 4)
             continue;
         const QString object = QString::fromLatin1(name.mid(3, end - 3));
         const auto *sender = owner->findChild<const QObject *>(object);

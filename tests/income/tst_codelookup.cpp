@@ -1,8 +1,11 @@
 // What a scanned or typed text means: readings under other keyboard layouts, ids, pack codes, and
 // the offer to look into the reference database.
 
+#include "catalogue/waredialog.h"
 #include "income/codelookup.h"
 #include "tests/support/databasetest.h"
+#include "tests/support/dialogsteps.h"
+#include "tests/support/widgets.h"
 
 class TestCodeLookup : public DatabaseTest
 {
@@ -113,7 +116,7 @@ private slots:
     void referenceCode_leadsToTheLocalProduct_data()
     {
         addColumns<QString, QString, int, CodeKind, bool>("localWuid", "referenceWuid", "enabled",
-                                                          "kind", "told");
+                                                          "kind", "offered");
         addRow("same identifier", "'u''1'", "'u''1'", 1, CodeKind::Product, false);
         addRow("other identifier", "'u2'", "'u1'", 1, CodeKind::NotFound, true);
         addRow("empty identifiers", "''", "''", 1, CodeKind::NotFound, true);
@@ -123,7 +126,7 @@ private slots:
 
     void referenceCode_leadsToTheLocalProduct()
     {
-        const auto [localWuid, referenceWuid, enabled, kind, told] =
+        const auto [localWuid, referenceWuid, enabled, kind, offered] =
             rowValues<QString, QString, int, CodeKind, bool>();
         openReference();
         shop::addProduct({.id = 501, .name = shop::nastyName, .enabled = enabled},
@@ -133,18 +136,53 @@ private slots:
         QVERIFY(QueryExec(nullptr, "UPDATE warehouse SET wuid=" + localWuid + " WHERE id='12'"));
 
         m_boxes->answer("Да");
-        if (told)
-            m_boxes->answer("OK");
+        DialogSteps steps;
+        if (offered)
+            steps.whenOpen<WareDialog>([](WareDialog &card) {
+                QCOMPARE(child<QLineEdit>(card, "nameLineEdit")->text(), shop::nastyName);
+            });
         const CodeResult result = lookUpReferenceCode(nullptr, "4600000000015");
         QCOMPARE(result.kind, kind);
         if (kind == CodeKind::Product)
             QVERIFY(result.wareid == 12 && result.packQuantity == 6);
-        if (told) {
-            QVERIFY(m_boxes->lastText().endsWith(shop::nastyName));
-            QVERIFY(!m_boxes->requests().last().html);
-        }
-        QCOMPARE(m_database->client("SELECT COUNT(*) FROM codes"), "8");
-        QCOMPARE(m_database->client("SELECT COUNT(*) FROM warehouse"), "2");
+        QVERIFY(steps.allServed());
+        QCOMPARE(rows("SELECT COUNT(*) FROM codes WHERE wareid!=0"), "7");
+        QCOMPARE(rows("SELECT COUNT(*) FROM warehouse"), "2");
+    }
+
+    void referenceProduct_isCopiedThroughItsCard()
+    {
+        openReference();
+        shop::addProduct({.id = 501, .name = shop::nastyName, .outcost = 70}, friendConnection);
+        shop::addCode(501, "4600000000015", 6, friendConnection);
+        shop::addCode(501, "4006381333948", 1, friendConnection); // of product 12 here
+        for (const char *statement :
+             {"INSERT INTO units(id,name) VALUES(77,'кг')",
+              "INSERT INTO `groups`(id,name) VALUES(5,'О''Чай')",
+              "UPDATE warehouse SET wuid='u1', unitid=77, groupid=5, currency='GBP', incost=2.5",
+              "INSERT INTO currencies(c_code,value) VALUES('GBP',100)"})
+            QVERIFY(QueryExec(nullptr, statement, friendConnection));
+        QVERIFY(QueryExec(nullptr, "INSERT INTO `groups`(id,name) VALUES(9,'О''Чай')"));
+        m_boxes->answer("Да");
+        m_boxes->answer("OK");
+        DialogSteps steps;
+        steps.whenOpen<WareDialog>([](WareDialog &card) {
+            type(card, "articleLineEdit", "2");
+            click(card, "okPushButton");
+        });
+        const CodeResult result = lookUpReferenceCode(nullptr, "4600000000015");
+        QVERIFY(m_boxes->lastText().contains("4006381333948"));
+        QVERIFY(result.kind == CodeKind::Product && result.packQuantity == 6);
+        QCOMPARE(rows("SELECT wuid, name, groupid, currency, incost, outcost FROM warehouse WHERE "
+                      "id=" +
+                      QString::number(result.wareid))
+                     .remove(".0"),
+                 "u1\t" + shop::nastyName + "\t9\tRUB\t250\t70");
+        QCOMPARE(rows("SELECT units.name FROM warehouse LEFT JOIN units ON units.id=unitid WHERE "
+                      "wuid='u1'"),
+                 "кг");
+        QVERIFY(QueryExec(nullptr, "DELETE FROM units WHERE id=77", friendConnection));
+        QVERIFY(QueryExec(nullptr, "DELETE FROM currencies WHERE c_code='GBP'", friendConnection));
     }
 
     void failedStatement_isReported()
@@ -170,5 +208,5 @@ private:
     }
 };
 
-QTEST_GUILESS_MAIN(TestCodeLookup)
+QTEST_MAIN(TestCodeLookup)
 #include "tst_codelookup.moc"

@@ -40,9 +40,12 @@ void DialogSteps::serve()
     if (m_steps.empty() || !dialog || dialog == m_served || !dialog->isVisible() ||
         !dialog->inherits(m_steps.front().className))
         return;
+    const auto run = [this, dialog, step = m_steps.front().step, outer = m_served] {
+        step(dialog);
+        m_served = outer;
+    };
     m_served = dialog;
-    const auto step = m_steps.front().step;
     m_steps.pop_front();
-    step(dialog);
-    m_served = nullptr;
+    // Not from here: while it runs, a timer does not serve what a step opens.
+    QMetaObject::invokeMethod(dialog, run, Qt::QueuedConnection);
 }
