@@ -3,7 +3,11 @@
 #include "bench/benchshop.h"
 #include "bench/benchwindow.h"
 #include "bench/figures.h"
+#include "bench/firstpaint.h"
+#include "catalogue/codesdialog.h"
 #include "catalogue/productlist.h"
+#include "catalogue/stockdialog.h"
+#include "catalogue/warehousedialog.h"
 #include "db/engine.h"
 #include "db/query.h"
 #include "income/incomeinvoicewindow.h"
@@ -120,6 +124,22 @@ const QList<Screen> &screens()
     return all;
 }
 
+template<typename Dialog>
+void openDialog(QWidget *parent)
+{
+    Dialog(parent).exec();
+}
+
+struct LongList
+{
+    const char *className;
+    void (*open)(QWidget *parent);
+};
+
+constexpr LongList longLists[] = {{"WarehouseDialog", &openDialog<WarehouseDialog>},
+                                  {"CodesDialog", &openDialog<CodesDialog>},
+                                  {"StockDialog", &openDialog<StockDialog>}};
+
 std::vector<double> timeScreens(const ConnectionEntry &entry)
 {
     const auto window = openBenchWindow(entry);
@@ -129,6 +149,20 @@ std::vector<double> timeScreens(const ConnectionEntry &entry)
         std::vector<double> times;
         for (int i = 0; i < repetitions; ++i)
             times.push_back(hands.change(screen.filter));
+        medians.push_back(median(times));
+    }
+    return medians;
+}
+
+/// To the painted first screens of the dialogs that show long lists.
+std::vector<double> timeDialogs(const ConnectionEntry &entry)
+{
+    const auto window = openBenchWindow(entry);
+    std::vector<double> medians;
+    for (const LongList &list : longLists) {
+        std::vector<double> times;
+        for (int i = 0; i < repetitions; ++i)
+            times.push_back(FirstPaint(list.className).elapsed([&] { list.open(window.get()); }));
         medians.push_back(median(times));
     }
     return medians;
@@ -179,6 +213,11 @@ void benchFirstScreens(Table &table, const QString &small, const QString &large)
     for (std::size_t i = 0; i < few.size(); ++i)
         table.row("first screen of " + screens().at(qsizetype(i)).name + ", 1,000,000 / 10,000",
                   many.at(i), few.at(i), 5);
+    const std::vector<double> fewRows = timeDialogs(sqliteEntry(small));
+    const std::vector<double> manyRows = timeDialogs(sqliteEntry(large));
+    for (std::size_t i = 0; i < fewRows.size(); ++i)
+        table.row(QString("first screen of %1, 1,000,000 / 10,000").arg(longLists[i].className),
+                  manyRows.at(i), fewRows.at(i), 5);
     const auto window = openBenchWindow(sqliteEntry(large));
     const auto [most, all] = FilterHands(*window).search("нет такого");
     table.note(QString("    a text of no name: looked for in %1 ms, the window held up for %2 ms")
@@ -191,7 +230,10 @@ void benchServerScreens(Table &table, const ConnectionEntry &entry)
     const QString filling = QStringLiteral("filling");
     if (!createConnection(nullptr, entry, filling))
         qFatal("no connection");
-    const QStringList catalogue = BenchShop::fillCatalogue(100000);
+    const QStringList catalogue =
+        BenchShop::fillCatalogue(100000) +
+        QStringList{"INSERT INTO codes(wareid,code,packquantity) SELECT id,4600000000000+id*10,1 "
+                    "FROM warehouse"};
     for (const QString &statement : catalogue) {
         if (!QueryExec(nullptr, statement, filling))
             qFatal("the catalogue cannot be filled");
@@ -202,4 +244,9 @@ void benchServerScreens(Table &table, const ConnectionEntry &entry)
         table.note(QString("    100,000 products, first screen of %1: %2 ms")
                        .arg(screens().at(qsizetype(i)).name)
                        .arg(times.at(i), 0, 'f', 1));
+    const std::vector<double> dialogs = timeDialogs(entry);
+    for (std::size_t i = 0; i < dialogs.size(); ++i)
+        table.note(QString("    100,000 products, first screen of %1: %2 ms")
+                       .arg(longLists[i].className)
+                       .arg(dialogs.at(i), 0, 'f', 1));
 }
