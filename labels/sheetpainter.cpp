@@ -67,7 +67,7 @@ void SheetPainter::paintLabel(const LabelText &label, const QRect &cell)
 {
     m_painter->save();
     m_painter->setPen(Qt::black);
-    m_painter->setClipRect(cell);
+    m_painter->setClipRect(cell, Qt::IntersectClip);
     if (m_settings.block(LabelBlock::Barcode).on) {
         const QRect place = m_layout.block(LabelBlock::Barcode, cell);
         m_painter->setFont(m_fonts.at(size_t(LabelBlock::Barcode)));
@@ -76,7 +76,7 @@ void SheetPainter::paintLabel(const LabelText &label, const QRect &cell)
         QRect bars = place;
         bars.setBottom(BarcodeLayout(place).guardBottom);
         if (bars.isValid())
-            m_painter->setClipRegion(QRegion(cell) - bars);
+            m_painter->setClipRegion(QRegion(cell) - bars, Qt::IntersectClip);
     }
     paintText(LabelBlock::Organisation, cell, m_settings.organisation);
     paintText(LabelBlock::Name, cell, label.name);

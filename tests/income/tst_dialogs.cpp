@@ -24,6 +24,7 @@
 #include "income/missedcodes.h"
 #include "income/missedcodesdialog.h"
 #include "income/quantityrestdialog.h"
+#include "labels/labelsdialog.h"
 #include "login/connectiondialog.h"
 #include "login/euladialog.h"
 #include "login/passworddialog.h"
@@ -78,6 +79,7 @@ QList<Maker> makers()
         maker<CurrencyDialog>(1, none),
         maker<GroupDialog>(QList<qulonglong>{1}),
         maker<GroupEditDialog>(0, none),
+        maker<LabelsDialog>(none),
         maker<PriceHistoryDialog>(1, none),
         maker<PropertyDialog>(0, none),
         maker<PropertyItemsDialog>(1, none),
