@@ -5,6 +5,7 @@
 #include "bench/children.h"
 #include "bench/figures.h"
 #include "bench/firstpaint.h"
+#include "bench/labels.h"
 #include "bench/lists.h"
 #include "bench/screen.h"
 #include "catalogue/productlist.h"
@@ -365,6 +366,12 @@ int main(int argc, char *argv[])
         QFile::copy(shops.path(100000), copy);
         benchCard(table, copy);
         benchGroupDeletion(table, copy);
+    }
+    if (wanted("labels")) {
+        const QString copy = directory.filePath("labels.sqlite");
+        QFile::copy(shops.path(10000), copy);
+        const auto window = openBenchWindow(sqliteEntry(copy));
+        benchLabels(table);
     }
     if (wanted("start"))
         benchStart(table, shops);

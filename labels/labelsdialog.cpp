@@ -41,6 +41,7 @@ LabelsDialog::LabelsDialog(QWidget *parent)
     m_ui->splitter->setStretchFactor(0, 3);
     m_ui->splitter->setStretchFactor(1, 3);
     m_ui->splitter->setStretchFactor(2, 3);
+    m_ui->incomenumSpinBox->setSpecialValueText(QStringLiteral(" "));
     setUpTables();
     m_fields = new LabelSettingsFields(m_ui.get(), this);
     m_presets = new PresetChoice(m_ui.get(), m_fields, this);

@@ -162,13 +162,15 @@ QStringList sheetWarnings(const SheetSettings &settings)
             paperBeside = std::min(edge, beside);
         return marginModules + paperBeside / std::max(bars.module, 0.01);
     };
-    if (modules(leftPaper) < leftMargin || modules(rightPaper) < rightMargin)
-        warnings += Sheet::tr("Светлое поле у штрих-кода меньше нормы: слева %1 модулей из %2, "
-                              "справа %3 из %4.")
-                        .arg(int(modules(leftPaper)))
-                        .arg(leftMargin)
-                        .arg(int(modules(rightPaper)))
-                        .arg(rightMargin);
+    const auto warn = [&](const QString &side, double edge, int least) {
+        if (modules(edge) < least)
+            warnings += Sheet::tr("Светлое поле %1 от штрих-кода меньше нормы: %2 из %3 модулей.")
+                            .arg(side)
+                            .arg(int(modules(edge)))
+                            .arg(least);
+    };
+    warn(Sheet::tr("слева"), leftPaper, leftMargin);
+    warn(Sheet::tr("справа"), rightPaper, rightMargin);
     return warnings;
 }
 
