@@ -169,5 +169,5 @@ void benchLabels(Table &table)
             directory.path()));
     }
     table.note(QString("    symbols per second: %1").arg(most / median(own) * 1000, 0, 'f', 0));
-    table.row("10,000 symbols painted / zint, which writes files", median(own), median(other), 2);
+    table.row("10,000 symbols painted / zint, which writes files", median(own), median(other), 1);
 }
