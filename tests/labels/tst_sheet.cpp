@@ -277,7 +277,8 @@ private slots:
         settings.dpi = 100;
         QVERIFY(sheetWarnings(settings).value(0).contains("слишком узкие"));
         settings = presets::readyMade().list.at(2).settings;
-        QVERIFY(sheetWarnings(settings).value(0).contains("слева от штрих-кода меньше нормы: 7 из 11"));
+        QVERIFY(
+            sheetWarnings(settings).value(0).contains("слева от штрих-кода меньше нормы: 7 из 11"));
         settings.blocks[2].on = false;
         QCOMPARE(sheetWarnings(settings), QStringList());
     }
