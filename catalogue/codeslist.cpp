@@ -37,13 +37,13 @@ QString digitsRange(const QString &digits)
     return range;
 }
 
-/// Whether few codes are in a range. Nothing on failure.
-std::optional<bool> holdsFew(QWidget *parent, const QString &range)
+/// Whether a condition leaves few codes. Nothing on failure.
+std::optional<bool> holdsFew(QWidget *parent, const QString &condition)
 {
     QList<SqlRow> rows;
     if (!QueryRows(parent,
-                   "SELECT COUNT(*) FROM (SELECT codes.id FROM codes WHERE " + range + " LIMIT " +
-                       sql::integer(fewCodes + 1) + ") AS found;",
+                   "SELECT COUNT(*) FROM (SELECT codes.id FROM codes WHERE " + condition +
+                       " LIMIT " + sql::integer(fewCodes + 1) + ") AS found;",
                    rows))
         return std::nullopt;
     return rows.value(0).value(0).toInt() <= fewCodes;
@@ -80,21 +80,24 @@ std::optional<PagedSelect> codePages(QWidget *parent, const CodeFilter &filter)
         .orderTable = QStringLiteral("warehouse"),
         .link = QStringLiteral("codes.wareid=warehouse.id"),
     };
+    const QString begins = "codes.code LIKE " + sql::beginning(filter.code);
     if (!filter.code.isEmpty())
-        list.conditions += " codes.code LIKE " + sql::beginning(filter.code);
+        list.conditions += ' ' + begins;
     if (!filter.name.isEmpty())
         list.conditions += " warehouse.name LIKE " + sql::containing(filter.name);
     QStringList part = list.conditions;
-    if (const QString range = digitsRange(filter.code); !range.isEmpty()) {
-        const std::optional<bool> few = holdsFew(parent, range);
+    if (!filter.code.isEmpty()) {
+        const QString range = digitsRange(filter.code);
+        const std::optional<bool> few = holdsFew(parent, range.isEmpty() ? begins : range);
         if (!few)
             return std::nullopt;
         if (*few) {
-            part += ' ' + range;
+            part += range.isEmpty() ? QString() : ' ' + range;
             list.beginsWithOrder = false;
             list.searched = false;
         }
     }
+    part.removeAll(QString());
     list.parts = {part.join(QStringLiteral(" AND"))};
     return list;
 }

@@ -7,6 +7,7 @@
 #include "catalogue/productlist.h"
 #include "catalogue/productstore.h"
 #include "catalogue/waredialog.h"
+#include "db/sqltext.h"
 #include "widgets/colors.h"
 #include "widgets/dialogplace.h"
 #include "widgets/pagedtable.h"
@@ -16,6 +17,8 @@
 #include <QAction>
 #include <QScopeGuard>
 #include <QSignalBlocker>
+
+#include <utility>
 
 namespace {
 
@@ -36,9 +39,6 @@ WarehouseDialog::WarehouseDialog(QWidget *parent)
     m_ui->setupUi(this);
     m_ui->splitter->setStretchFactor(1, 1);
     m_ui->splitter->setSizes({width() / 4, width()});
-    QPalette colours = palette();
-    colours.setColor(QPalette::WindowText, warningTextColor(colours));
-    m_ui->resultLabel->setPalette(colours);
     m_ui->resultLabel->clear();
     describeTable();
     fillGroups();
@@ -87,7 +87,10 @@ std::optional<PagedSelect> WarehouseDialog::list() const
     ProductFilter filter = {.text = m_ui->namefilterLineEdit->text().trimmed(), .subgroups = false};
     if (m_ui->groupsListWidget->currentRow() > 0)
         filter.groupId = m_ui->groupsListWidget->currentItem()->data(Qt::UserRole).toULongLong();
-    return productPages(window(), filter, searchColumns());
+    std::optional<PagedSelect> list = productPages(window(), filter, searchColumns());
+    if (list)
+        list->start = m_start;
+    return list;
 }
 
 qulonglong WarehouseDialog::wareid() const
@@ -108,6 +111,7 @@ void WarehouseDialog::clearFilter()
     const QSignalBlocker groups(m_ui->groupsListWidget);
     m_ui->namefilterLineEdit->clear();
     m_ui->groupsListWidget->setCurrentRow(0);
+    m_start.reset();
     m_table->refresh();
 }
 
@@ -116,8 +120,42 @@ bool WarehouseDialog::goTo(qulonglong wareid)
 {
     if (m_table->select(wareid))
         return true;
+    if (std::exchange(m_start, std::nullopt))
+        m_table->refresh();
+    if (m_table->select(wareid) || beginAt(wareid))
+        return true;
     clearFilter();
-    return m_table->select(wareid);
+    if (m_table->select(wareid) || beginAt(wareid))
+        return true;
+    m_table->refresh();
+    return false;
+}
+
+/// To read the rows of a million products down to it would take too long.
+bool WarehouseDialog::beginAt(qulonglong wareid)
+{
+    QList<SqlRow> rows;
+    if (!QueryRows(this, "SELECT name FROM warehouse WHERE id=" + sql::quotedId(wareid) + ";",
+                   rows) ||
+        rows.isEmpty())
+        return false;
+    const QVariant name = rows.first().first();
+    m_start = {.text = name.isNull() ? std::nullopt : std::optional(name.toString()), .id = wareid};
+    if (m_table->refresh() && m_table->select(wareid)) {
+        tell(tr("Список начинается с найденного; всё покажет изменение фильтра."), false);
+        return true;
+    }
+    m_start.reset();
+    return false;
+}
+
+void WarehouseDialog::tell(const QString &text, bool warning)
+{
+    QPalette colours = palette();
+    if (warning)
+        colours.setColor(QPalette::WindowText, warningTextColor(colours));
+    m_ui->resultLabel->setPalette(colours);
+    m_ui->resultLabel->setText(text);
 }
 
 void WarehouseDialog::takeScan(const QString &code)
@@ -139,15 +177,15 @@ void WarehouseDialog::on_codesearchLineEdit_returnPressed()
         showFound(code, found.wareid);
         return;
     case CodeKind::NotFound:
-        m_ui->resultLabel->setText(tr("Не найдено: %1").arg(code));
+        tell(tr("Не найдено: %1").arg(code));
         break;
     case CodeKind::Nothing:
         if (code.isEmpty())
             return;
-        m_ui->resultLabel->setText(tr("Не номер наименования и не штрих-код: %1").arg(code));
+        tell(tr("Не номер наименования и не штрих-код: %1").arg(code));
         break;
     case CodeKind::Failed:
-        m_ui->resultLabel->setText(tr("Ошибка базы данных при поиске кода %1").arg(code));
+        tell(tr("Ошибка базы данных при поиске кода %1").arg(code));
         break;
     }
     playSound(Sound::NotFound);
@@ -155,30 +193,31 @@ void WarehouseDialog::on_codesearchLineEdit_returnPressed()
 
 void WarehouseDialog::showFound(const QString &code, qulonglong wareid)
 {
-    if (goTo(wareid)) {
-        playSound(Sound::Found);
-        return;
-    }
-    playSound(Sound::NotFound);
     Product product;
     const LoadState state = loadProduct(this, wareid, ProductColumns::Receipt, product);
-    m_ui->resultLabel->setText(state == LoadState::Loaded
-                                   ? tr("Наименование неактивно: %1").arg(product.name.simplified())
-                                   : tr("Наименования кода %1 нет в каталоге").arg(code));
+    const bool shown = state == LoadState::Loaded && product.isEnabled() && goTo(wareid);
+    playSound(shown ? Sound::Found : Sound::NotFound);
+    if (state == LoadState::NotFound)
+        tell(tr("Наименования кода %1 нет в каталоге").arg(code));
+    else if (state == LoadState::Loaded && !shown)
+        tell(tr("Наименование неактивно: %1").arg(product.name.simplified()));
 }
 
 void WarehouseDialog::on_namefilterLineEdit_textChanged()
 {
+    m_start.reset();
     m_table->refreshSoon();
 }
 
 void WarehouseDialog::on_namefilterLineEdit_returnPressed()
 {
+    m_start.reset();
     m_table->enter();
 }
 
 void WarehouseDialog::on_groupsListWidget_currentRowChanged(int /*row*/)
 {
+    m_start.reset();
     m_table->refreshSoon();
 }
 
@@ -219,7 +258,7 @@ void WarehouseDialog::finishCard(qulonglong saved)
     m_ui->resultLabel->clear();
     m_table->refresh();
     if (saved != 0 && !goTo(saved))
-        m_ui->resultLabel->setText(tr("Сохранено, но неактивно и в списке не показано."));
+        tell(tr("Сохранено, но неактивно и в списке не показано."));
     m_ui->warehouseTableView->setFocus();
 }
 

@@ -99,8 +99,10 @@ QString PageStatements::highestId() const
 
 QString PageStatements::textsOf(const QList<qulonglong> &ids) const
 {
-    return "SELECT " + text() + from({among(ids), text() + " IS NOT NULL"}, false) + " ORDER BY " +
-           text() + ';';
+    QStringList conditions = {among(ids), text() + " IS NOT NULL"};
+    if (m_list.start && m_list.start->text)
+        conditions += text() + ">=" + sql::text(*m_list.start->text);
+    return "SELECT " + text() + from(conditions, false) + " ORDER BY " + text() + ';';
 }
 
 QString PageStatements::rowsOf(const QList<qulonglong> &ids) const

@@ -6,6 +6,15 @@
 
 #include <optional>
 
+/// A row with which a list begins, by its text and id.
+struct ListStart
+{
+    std::optional<QString> text = {}; ///< nothing: it has none
+    qulonglong id = 0;
+
+    bool operator==(const ListStart &) const = default;
+};
+
 /// A long list, described for reading page by page: rows of one table with what is joined to them,
 /// in the order of one text column of it or of another table, the id behind it.
 struct PagedSelect
@@ -25,6 +34,8 @@ struct PagedSelect
     QString orderTable = {};
     QString link = {};
     bool beginsWithOrder = true;
+
+    std::optional<ListStart> start = {}; ///< what stands before it is left out
 
     bool operator==(const PagedSelect &) const = default;
 };
