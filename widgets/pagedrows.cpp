@@ -42,7 +42,7 @@ bool isWritable(const QVariant &text)
 PagedRows::PagedRows(const PagedSelect &list, const QList<TableColumn> &columns,
                      const QString &connectionName)
     : m_list(list),
-      m_statements(m_list),
+      m_statements(m_list, Engine::of(connectionName)),
       m_connectionName(connectionName),
       m_width(columns.size()),
       m_idColumn(columnOf(columns, QStringLiteral("id"))),

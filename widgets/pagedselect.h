@@ -6,6 +6,8 @@
 
 #include <optional>
 
+class Engine;
+
 /// A row with which a list begins, by its text and id.
 struct ListStart
 {
@@ -58,7 +60,7 @@ class PageStatements
 public:
     using Text = std::optional<QString>;
 
-    explicit PageStatements(const PagedSelect &list);
+    PageStatements(const PagedSelect &list, const Engine &engine);
 
     /// The next rows behind a position, up to the text last if there is one.
     QString page(const ListPosition &position, const Text &last, qsizetype limit) const;
@@ -88,4 +90,5 @@ private:
     QString ordered(qsizetype limit) const;
 
     const PagedSelect &m_list;
+    const Engine &m_engine;
 };
