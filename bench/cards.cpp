@@ -85,9 +85,8 @@ void benchCard(Table &table, const QString &path)
     std::vector<double> bare;
     QStringList statements;
     for (int i = 0; i < repetitions; ++i) {
-        opened.push_back(FirstPaint("WareDialog").elapsed([&] {
-            WareDialog(product, window.get()).exec();
-        }));
+        opened.push_back(
+            FirstPaint("WareDialog").elapsed([&] { WareDialog(product, window.get()).exec(); }));
         empty.push_back(FirstPaint("QDialog").elapsed([&] {
             QDialog dialog(window.get());
             Ui::WareDialog form;
@@ -96,8 +95,8 @@ void benchCard(Table &table, const QString &path)
         }));
         WareDialog card(product, window.get());
         card.findChild<QLineEdit *>("nameLineEdit")->setText(QString("Карточка %1").arg(i));
-        saved.push_back(runRecorded(
-            [&] { card.findChild<QPushButton *>("okPushButton")->click(); }, statements));
+        saved.push_back(runRecorded([&] { card.findChild<QPushButton *>("okPushButton")->click(); },
+                                    statements));
         if (card.result() != QDialog::Accepted)
             qFatal("the card was not saved");
         // As much to write: a name that is there already would touch no index.

@@ -2,8 +2,8 @@
 
 #include "widgets/sqltablemodel.h"
 
-/// A table of products with their columns "enabled" and "quantity": inactive products grey, stock at or below zero tinted. The colours follow
-/// the application's palette, light or dark.
+/// A table of products with their columns "enabled" and "quantity": inactive products grey, stock
+/// at or below zero tinted. The colours follow the application's palette, light or dark.
 class ColorSqlQueryModel final : public SqlTableModel
 {
     Q_OBJECT

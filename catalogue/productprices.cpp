@@ -177,8 +177,8 @@ bool passPriceToReference(QWidget *parent, const QString &wuid, double outcost)
     const qulonglong id = rows.first().at(0).toULongLong();
     const TransactionResult written = writePricesAlone(
         parent,
-        "UPDATE warehouse SET outcost='" + sql::exact(outcost) +
-            "' WHERE id=" + sql::quotedId(id) + ";",
+        "UPDATE warehouse SET outcost='" + sql::exact(outcost) + "' WHERE id=" + sql::quotedId(id) +
+            ";",
         {.wareid = id, .after = outcost, .stock = finiteOrZero(rows.first().at(1).toDouble())},
         MarkRule::OnShelf, friendConnection);
     if (!written.isDone() && !written.givenUp)

@@ -22,6 +22,7 @@
 #include <QAbstractItemView>
 #include <QKeyEvent>
 #include <QScopedValueRollback>
+#include <QShortcut>
 
 #include <utility>
 
@@ -75,6 +76,10 @@ WareDialog::WareDialog(qulonglong id, QWidget *parent)
     for (QPushButton *button : {m_ui->groupPushButton, m_ui->brandPushButton, m_ui->unitPushButton})
         button->setFixedWidth(button->sizeHint().height() +
                               button->fontMetrics().averageCharWidth());
+    // Not by keyPressEvent(): a table takes it for itself.
+    for (const Qt::Key key : {Qt::Key_Return, Qt::Key_Enter})
+        connect(new QShortcut(Qt::CTRL | key, this), &QShortcut::activated, m_ui->okPushButton,
+                &QPushButton::click);
     m_ui->nameLineEdit->setFocus();
     keepDialogSize(this);
 }
@@ -397,9 +402,7 @@ void WareDialog::keyPressEvent(QKeyEvent *event)
         QDialog::keyPressEvent(event);
         return;
     }
-    if (event->modifiers().testFlag(Qt::ControlModifier))
-        m_ui->okPushButton->click();
-    else if (auto *button = qobject_cast<QPushButton *>(focusWidget()))
+    if (auto *button = qobject_cast<QPushButton *>(focusWidget()))
         button->click();
     else if (!qobject_cast<QAbstractItemView *>(focusWidget()))
         focusNextChild();

@@ -1,14 +1,12 @@
 #include "catalogue/warefields.h"
 
 #include "catalogue/productstore.h"
-#include "db/money.h"
+#include "widgets/fieldvalue.h"
 #include "widgets/numberspinbox.h"
 
 #include <QCheckBox>
 #include <QComboBox>
 #include <QLabel>
-#include <QLineEdit>
-#include <QPlainTextEdit>
 #include <QSignalBlocker>
 
 namespace {
@@ -16,40 +14,8 @@ namespace {
 /// What a field shows, to be compared with what it shows later.
 QVariant shownBy(const QWidget *field)
 {
-    if (const auto *line = qobject_cast<const QLineEdit *>(field))
-        return line->text();
-    if (const auto *memo = qobject_cast<const QPlainTextEdit *>(field))
-        return memo->toPlainText();
-    if (const auto *number = qobject_cast<const NumberSpinBox *>(field))
-        return number->text();
-    if (const auto *box = qobject_cast<const QComboBox *>(field))
-        return box->currentData();
-    if (const auto *check = qobject_cast<const QCheckBox *>(field))
-        return check->isChecked() ? 1 : 0;
-    return {};
-}
-
-QVariant valueOf(const QWidget *field)
-{
-    if (const auto *number = qobject_cast<const NumberSpinBox *>(field))
-        return number->exact();
-    return shownBy(field);
-}
-
-void showValue(QWidget *field, const QVariant &value)
-{
-    if (auto *line = qobject_cast<QLineEdit *>(field)) {
-        line->setText(value.toString());
-        line->setCursorPosition(0);
-    } else if (auto *memo = qobject_cast<QPlainTextEdit *>(field)) {
-        memo->setPlainText(value.toString());
-    } else if (auto *number = qobject_cast<NumberSpinBox *>(field)) {
-        number->showStored(value.toDouble());
-    } else if (auto *box = qobject_cast<QComboBox *>(field)) {
-        WareFields::choose(box, value);
-    } else if (auto *check = qobject_cast<QCheckBox *>(field)) {
-        check->setChecked(value.toInt() > 0);
-    }
+    const auto *number = qobject_cast<const NumberSpinBox *>(field);
+    return number ? number->text() : valueInField(field);
 }
 
 } // namespace
@@ -63,8 +29,13 @@ void WareFields::show(const Product &product)
 {
     m_product = product;
     m_shown.clear();
-    for (const auto &[column, field] : std::as_const(m_fields))
-        showValue(field, productValue(product, column));
+    for (const auto &[column, field] : std::as_const(m_fields)) {
+        const QVariant value = productValue(product, column);
+        if (auto *box = qobject_cast<QComboBox *>(field))
+            choose(box, value);
+        else
+            showInField(field, value);
+    }
     // A field may follow another one.
     for (const auto &[column, field] : std::as_const(m_fields))
         m_shown.insert(field, shownBy(field));
@@ -75,7 +46,7 @@ Product WareFields::entered() const
     Product product = m_product;
     for (const auto &[column, field] : m_fields) {
         if (isTouched(column, field))
-            setProductValue(product, column, valueOf(field));
+            setProductValue(product, column, valueInField(field));
     }
     return product;
 }
@@ -93,13 +64,11 @@ void WareFields::fillChoice(QComboBox *box, const QList<QPair<QVariant, QString>
 
 void WareFields::choose(QComboBox *box, const QVariant &value)
 {
-    if (box->findData(value) < 0)
-        box->addItem(value.typeId() != QMetaType::QString
-                         ? tr("№ %1, нет в списке").arg(value.toString())
-                     : value.toString().isEmpty() ? tr("не указана")
-                                                  : value.toString(),
-                     value);
-    box->setCurrentIndex(box->findData(value));
+    const QString text = value.toString();
+    if (value.typeId() == QMetaType::QString)
+        chooseEntry(box, value, text.isEmpty() ? tr("не указана") : text);
+    else
+        chooseEntry(box, value, tr("№ %1, нет в списке").arg(text));
 }
 
 NumberSpinBox *WareFields::findFault(QString &reason) const
@@ -147,16 +116,8 @@ QString WareFields::label(const QString &column) const
 QString WareFields::text(const QString &column, const QVariant &value) const
 {
     for (const auto &[name, field] : m_fields) {
-        if (name != column)
-            continue;
-        if (const auto *box = qobject_cast<const QComboBox *>(field)) {
-            const int item = box->findData(value);
-            return item < 0 ? value.toString() : box->itemText(item);
-        }
-        if (qobject_cast<const QCheckBox *>(field))
-            return value.toInt() > 0 ? tr("да") : tr("нет");
-        if (qobject_cast<const NumberSpinBox *>(field))
-            return formatFactor(value.toDouble());
+        if (name == column)
+            return textInField(field, value);
     }
     return value.toString();
 }

@@ -262,6 +262,11 @@ void WarehouseDialog::finishCard(qulonglong saved)
     m_ui->warehouseTableView->setFocus();
 }
 
+void WarehouseDialog::on_cancelPushButton_clicked()
+{
+    reject();
+}
+
 void WarehouseDialog::on_choosePushButton_clicked()
 {
     if (const qulonglong id = m_table->currentId(); id != 0) {

@@ -42,6 +42,7 @@ private slots:
     void on_copyPushButton_clicked();
     void on_editPushButton_clicked();
     void on_choosePushButton_clicked();
+    void on_cancelPushButton_clicked();
     void On_copyAction_triggered();
 
 private:

@@ -10,6 +10,7 @@
 #include "catalogue/waredialog.h"
 #include "catalogue/warehousedialog.h"
 #include "db/connections.h"
+#include "widgets/dictionarylist.h"
 #include "widgets/runwithprogress.h"
 #include "widgets/slotnames.h"
 
@@ -44,7 +45,7 @@ void CatalogueCommands::addDictionaries(QMenu *menu)
         const DictionaryName dictionary = name;
         connect(menu->addAction(text), &QAction::triggered, this, [this, dictionary] {
             const CommandScope command;
-            openDictionary(dictionary, m_window);
+            makeDictionary(dictionary, m_window)->exec();
             emit changed(0);
         });
     }

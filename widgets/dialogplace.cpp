@@ -2,8 +2,11 @@
 
 #include <QDialog>
 #include <QEvent>
+#include <QLayout>
 #include <QScreen>
 #include <QSettings>
+
+#include <algorithm>
 
 namespace {
 
@@ -41,6 +44,10 @@ void keepDialogSize(QDialog *dialog)
     const QSize kept = QSettings().value(keyOf(dialog)).toSize();
     dialog->ensurePolished();
     const QSize wanted = kept.isValid() ? kept : dialog->size();
-    dialog->resize(wanted.expandedTo(dialog->minimumSizeHint()).boundedTo(room));
+    QSize size = wanted.expandedTo(dialog->minimumSizeHint());
+    // Labels that wrap need the height of their lines at this width.
+    if (const QLayout *layout = dialog->layout(); layout && layout->hasHeightForWidth())
+        size.setHeight(std::max(size.height(), layout->totalMinimumHeightForWidth(size.width())));
+    dialog->resize(size.boundedTo(room));
     new SizeKeeper(dialog);
 }

@@ -3,12 +3,12 @@
 #include "ui_dictionarydialog.h"
 
 #include "app/messages.h"
-#include "db/money.h"
 #include "db/query.h"
 #include "db/sqltext.h"
 #include "widgets/dialogbuttons.h"
 #include "widgets/dialogplace.h"
 #include "widgets/dictionarystore.h"
+#include "widgets/fieldvalue.h"
 #include "widgets/numberspinbox.h"
 #include "widgets/plaintext.h"
 
@@ -55,9 +55,10 @@ void readChoices(const DictionaryField &field, QComboBox *box)
 void choose(QComboBox *box, const QVariant &key)
 {
     const QString text = key.toString();
-    if (box->findData(key) < 0 && !text.isEmpty() && text != u'0')
-        box->addItem(key.toString(), key);
-    box->setCurrentIndex(box->findData(key));
+    if (text.isEmpty() || text == u'0')
+        box->setCurrentIndex(box->findData(key));
+    else
+        chooseEntry(box, key, text);
 }
 
 QComboBox *makeChoice(const DictionaryField &field, QWidget *parent)
@@ -108,50 +109,23 @@ QWidget *makeWidget(const DictionaryField &field, QWidget *parent)
 
 void showValue(const DictionaryField &field, QWidget *widget, const QVariant &value)
 {
-    if (auto *line = qobject_cast<QLineEdit *>(widget)) {
-        line->setText(value.toString());
-    } else if (auto *memo = qobject_cast<QPlainTextEdit *>(widget)) {
-        memo->setPlainText(value.toString());
-    } else if (auto *number = qobject_cast<NumberSpinBox *>(widget)) {
-        const double stored = value.toDouble();
-        if (!value.isNull() && stored >= number->minimum() && stored <= number->maximum())
-            number->setExact(stored);
-        else // shown as it is, not as the nearest number that could be entered
-            number->showText(value.isNull() ? QString() : formatFactor(stored));
-    } else if (auto *flag = qobject_cast<QCheckBox *>(widget)) {
-        flag->setChecked(value.toInt() > 0);
-    } else if (auto *box = qobject_cast<QComboBox *>(widget)) {
+    if (auto *box = qobject_cast<QComboBox *>(widget))
         choose(box, keyOf(field, value));
-    }
+    else
+        showInField(widget, value);
 }
 
 QVariant valueOf(const QWidget *widget)
 {
-    if (const auto *line = qobject_cast<const QLineEdit *>(widget))
-        return line->text().simplified();
-    if (const auto *memo = qobject_cast<const QPlainTextEdit *>(widget))
-        return memo->toPlainText();
-    if (const auto *number = qobject_cast<const NumberSpinBox *>(widget))
-        return number->value();
-    if (const auto *flag = qobject_cast<const QCheckBox *>(widget))
-        return flag->isChecked() ? 1 : 0;
-    if (const auto *box = qobject_cast<const QComboBox *>(widget))
-        return box->currentData();
-    return {};
+    const QVariant value = valueInField(widget);
+    return qobject_cast<const QLineEdit *>(widget) ? value.toString().simplified() : value;
 }
 
 /// A stored value as the field would show it.
 QString shownText(const DictionaryField &field, const QWidget *widget, const QVariant &value)
 {
-    if (const auto *box = qobject_cast<const QComboBox *>(widget)) {
-        const int item = box->findData(keyOf(field, value));
-        return item < 0 ? value.toString() : box->itemText(item);
-    }
-    if (qobject_cast<const QCheckBox *>(widget))
-        return value.toInt() > 0 ? DictionaryDialog::tr("да") : DictionaryDialog::tr("нет");
-    if (qobject_cast<const NumberSpinBox *>(widget))
-        return formatFactor(value.toDouble());
-    return value.toString();
+    return textInField(widget,
+                       qobject_cast<const QComboBox *>(widget) ? keyOf(field, value) : value);
 }
 
 /// What is wrong with what was entered; empty when nothing is.
@@ -164,13 +138,10 @@ QString faultOf(const DictionaryField &field, const QWidget *widget)
         return valueOf(widget).toString().trimmed().isEmpty() ? field.required : QString();
     if (!number->hasAcceptableInput())
         return QStringList({field.required, number->fault()}).join(u'\n').trimmed();
-    const double stored = sql::number(number->value()).toDouble();
-    if (stored == number->value())
-        return {};
-    return (field.tooLong.isEmpty()
-                ? DictionaryDialog::tr("В базе данных у числа не больше шести значащих цифр: %1.")
-                : field.tooLong)
-        .arg(formatFactor(stored));
+    const QString fault = number->digitsFault();
+    return fault.isEmpty() || field.tooLong.isEmpty()
+               ? fault
+               : field.tooLong.arg(sql::number(number->exact()));
 }
 
 } // namespace

@@ -69,10 +69,11 @@ bool PagedTable::read(qsizetype atLeast)
 
 void PagedTable::sizeColumns()
 {
-    if (!m_sized && m_model->rowCount() > 0) {
-        m_sized = true;
+    if (!m_sized) {
         m_widths->resizeToContents();
-        emit sized();
+        // Widths that the user gave are for a table with something in it.
+        if (std::exchange(m_sized, m_model->rowCount() > 0) != m_sized)
+            emit sized();
         m_widths->fit();
     }
     m_widths->growWhole();

@@ -196,8 +196,9 @@ private slots:
         click(dialog, "itemsPushButton");
         child<QComboBox>(dialog, "defaultvalueComboBox")->setCurrentText("красный");
         click(dialog, "savePushButton");
-        const QString stored = rows("SELECT p.type,p.name,e.value FROM properties p JOIN "
-                                    "properties_enums e ON e.id=p.defaultvalue WHERE p.name='Цвет'");
+        const QString stored =
+            rows("SELECT p.type,p.name,e.value FROM properties p JOIN "
+                 "properties_enums e ON e.id=p.defaultvalue WHERE p.name='Цвет'");
         QCOMPARE(stored, "1\tЦвет\tкрасный");
 
         WarePropertyDialog value(0, 1, nullptr);

@@ -52,7 +52,10 @@ private slots:
         QVERIFY(card.isVisible() && m_boxes->lastText().contains("160"));
         typeNumber(card, "outcostDoubleSpinBox", "99.5");
         QCOMPARE(number(card, "inoutratioDoubleSpinBox"), 0.0);
-        QTest::keyClick(child<NumberSpinBox>(card, "outcostDoubleSpinBox"), Qt::Key_Return,
+        child<QTabWidget>(card, "tabWidget")->setCurrentIndex(1);
+        card.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&card));
+        QTest::keyClick(child<QTableView>(card, "codesTableView"), Qt::Key_Return,
                         Qt::ControlModifier);
         QVERIFY(!card.isVisible());
         QCOMPARE(rows("SELECT incost, inoutratio, outcost FROM warehouse").remove(".0"),
