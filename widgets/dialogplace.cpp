@@ -43,4 +43,9 @@ void keepDialogSize(QDialog *dialog)
     const QSize wanted = kept.isValid() ? kept : dialog->size();
     dialog->resize(wanted.expandedTo(dialog->minimumSizeHint()).boundedTo(room));
     new SizeKeeper(dialog);
+    // Where a box and its dialog close at once some window managers leave the keyboard to nobody.
+    QObject::connect(dialog, &QDialog::finished, dialog, [dialog] {
+        if (dialog->parentWidget())
+            dialog->parentWidget()->window()->activateWindow();
+    });
 }
