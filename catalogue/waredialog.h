@@ -75,6 +75,7 @@ private:
     void showMargin();
     bool refuse(QWidget *field, const QString &text);
     bool check();
+    bool checkChoices();
     bool checkRates();
     bool save();
     bool askToReplace();

@@ -50,4 +50,9 @@ void keepDialogSize(QDialog *dialog)
         size.setHeight(std::max(size.height(), layout->totalMinimumHeightForWidth(size.width())));
     dialog->resize(size.boundedTo(room));
     new SizeKeeper(dialog);
+    // Where a box and its dialog close at once some window managers leave the keyboard to nobody.
+    QObject::connect(dialog, &QDialog::finished, dialog, [dialog] {
+        if (dialog->parentWidget())
+            dialog->parentWidget()->window()->activateWindow();
+    });
 }

@@ -66,6 +66,7 @@ QComboBox *makeChoice(const DictionaryField &field, QWidget *parent)
     auto *box = new QComboBox(parent);
     box->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
     box->setMinimumContentsLength(24);
+    keepFromWheel(box);
     readChoices(field, box);
     return box;
 }
