@@ -10,6 +10,7 @@
 #include "catalogue/waredialog.h"
 #include "db/money.h"
 #include "db/session.h"
+#include "widgets/columnwidths.h"
 #include "widgets/dialogplace.h"
 #include "widgets/listexport.h"
 #include "widgets/pagedtable.h"
@@ -33,6 +34,7 @@ StockDialog::StockDialog(QWidget *parent)
     m_sumTimer.setSingleShot(true);
     connect(&m_sumTimer, &QTimer::timeout, this, &StockDialog::addToSum);
     connect(m_table, &PagedTable::refreshed, this, &StockDialog::startSum);
+    connect(m_table, &PagedTable::refreshed, m_table->widths(), &ColumnWidths::resizeToContents);
     connect(m_table, &PagedTable::refreshed, this, &StockDialog::enableCommands);
     connect(view->selectionModel(), &QItemSelectionModel::currentRowChanged, this,
             &StockDialog::enableCommands);

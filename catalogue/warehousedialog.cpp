@@ -9,6 +9,7 @@
 #include "catalogue/waredialog.h"
 #include "db/sqltext.h"
 #include "widgets/colors.h"
+#include "widgets/columnwidths.h"
 #include "widgets/dialogplace.h"
 #include "widgets/pagedtable.h"
 #include "widgets/sound.h"
@@ -54,6 +55,7 @@ void WarehouseDialog::describeTable()
     QTableView *view = m_ui->warehouseTableView;
     auto *model = new ColorSqlQueryModel(this, searchColumns());
     m_table = new PagedTable(view, model, [this] { return list(); });
+    connect(m_table, &PagedTable::refreshed, m_table->widths(), &ColumnWidths::resizeToContents);
     connect(m_table, &PagedTable::refreshed, this, &WarehouseDialog::enableCommands);
     connect(model, &QAbstractItemModel::rowsInserted, this, &WarehouseDialog::enableCommands);
     connect(view->selectionModel(), &QItemSelectionModel::currentRowChanged, this,
