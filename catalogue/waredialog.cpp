@@ -383,7 +383,7 @@ void WareDialog::showMargin()
 void WareDialog::on_okPushButton_clicked()
 {
     const CommandScope command;
-    if (check() && checkChoices() && checkRates() && save())
+    if (check() && checkChoices() && checkCodes() && checkRates() && save())
         accept();
 }
 
@@ -465,6 +465,16 @@ bool WareDialog::checkChoices()
                                .arg(m_fields.label(QLatin1String(column)), text));
     }
     return true;
+}
+
+/// Another station may have given a code of the new product to one of its own.
+bool WareDialog::checkCodes()
+{
+    if (id() != 0 || checkStagedCodes(this))
+        return true;
+    m_ui->tabWidget->setCurrentWidget(m_lists.first());
+    m_lists.first()->setFocus();
+    return false;
 }
 
 /// A selling price that was computed here must be that of the present rate.

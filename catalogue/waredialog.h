@@ -76,6 +76,7 @@ private:
     bool refuse(QWidget *field, const QString &text);
     bool check();
     bool checkChoices();
+    bool checkCodes();
     bool checkRates();
     bool save();
     bool askToReplace();

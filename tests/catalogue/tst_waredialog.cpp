@@ -110,6 +110,22 @@ private slots:
         QCOMPARE(rows("SELECT COUNT(*) FROM warehouse"), "1");
     }
 
+    void codeOfAnother_isNotTaken()
+    {
+        DialogSteps steps;
+        steps.whenOpen<WareDialog>([this](WareDialog &card) {
+            shop::addCode(7, "4600000000015");
+            type(card, "nameLineEdit", "Чай");
+            m_boxes->answer("OK");
+            click(card, "okPushButton");
+            m_boxes->answer("Закрыть");
+        });
+        QCOMPARE(createProduct(nullptr, {}, "4600000000015"), 0U);
+        QVERIFY(m_boxes->requests().first().text.contains("наименованию 7"));
+        m_boxes->answer("OK");
+        QCOMPARE(createProduct(nullptr, {}, "4600000000015"), 0U);
+    }
+
     void choice_isThatOfTheUser()
     {
         rows("INSERT INTO `groups`(id,name) VALUES(3,'Чай')");
