@@ -146,6 +146,8 @@ void StockDialog::on_editPushButton_clicked()
     if (const qulonglong id = m_table->currentId(); id != 0) {
         const CommandScope command;
         editProduct(this, id);
+        fillGroups(m_ui->groupfilterComboBox); // they are kept in order from the card, too
+        fillBrands(m_ui->brandfilterComboBox);
         m_table->refresh();
         m_ui->stockTableView->setFocus();
     }
