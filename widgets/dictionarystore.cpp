@@ -306,10 +306,9 @@ EntryState updateEntry(QWidget *parent, const Dictionary &dictionary, qulonglong
         QList<SqlRow> rows;
         // Two stations could otherwise hang two entries under each other.
         const qulonglong above = values.value(dictionary.parent).toULongLong();
-        if (above != 0 && !readLockedTable(dictionary.table,
-                                            "SELECT id, " + dictionary.parent + " FROM " +
-                                                dictionary.table,
-                                            rows))
+        if (above != 0 &&
+            !readLockedTable(dictionary.table,
+                             "SELECT id, " + dictionary.parent + " FROM " + dictionary.table, rows))
             return TransactionStep::Fail;
         const bool circle = above != 0 && makesCircle(rows, id, above);
         if (!readLockedRows(dictionary.table, entryQuery(dictionary, id), rows))
