@@ -37,6 +37,13 @@ QString digitsRange(const QString &digits)
     return range;
 }
 
+/// What LIKE compares with. Unlike in other searches % and _ are not signs of the text here.
+QString pattern(const QString &text)
+{
+    return sql::text(QString(text).replace(u'!', QStringLiteral("!!"))) +
+           QStringLiteral(" ESCAPE '!'");
+}
+
 /// Whether few codes are in a range. Nothing on failure.
 std::optional<bool> holdsFew(QWidget *parent, const QString &range)
 {
@@ -81,9 +88,9 @@ std::optional<PagedSelect> codePages(QWidget *parent, const CodeFilter &filter)
         .link = QStringLiteral("codes.wareid=warehouse.id"),
     };
     if (!filter.code.isEmpty())
-        list.conditions += " codes.code LIKE " + sql::beginning(filter.code);
+        list.conditions += " codes.code LIKE " + pattern(filter.code + u'%');
     if (!filter.name.isEmpty())
-        list.conditions += " warehouse.name LIKE " + sql::containing(filter.name);
+        list.conditions += " warehouse.name LIKE " + pattern(u'%' + filter.name + u'%');
     QStringList part = list.conditions;
     if (const QString range = digitsRange(filter.code); !range.isEmpty()) {
         const std::optional<bool> few = holdsFew(parent, range);
