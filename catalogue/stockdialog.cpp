@@ -161,10 +161,12 @@ void StockDialog::on_historyPushButton_clicked()
 
 void StockDialog::on_exportPushButton_clicked()
 {
-    QString path = QFileDialog::getSaveFileName(this, tr("Экспорт склада в файл"), tr("Склад.csv"),
-                                                tr("Файл csv (*.csv)"));
-    if (!path.isEmpty())
-        exportTo(path);
+    QFileDialog dialog(this, tr("Экспорт склада в файл"), {}, tr("Файл csv (*.csv)"));
+    dialog.setAcceptMode(QFileDialog::AcceptSave);
+    dialog.setDefaultSuffix(QStringLiteral("csv")); // by it a spreadsheet opens the file
+    dialog.selectFile(tr("Склад.csv"));
+    if (dialog.exec() == QDialog::Accepted)
+        exportTo(dialog.selectedFiles().first());
 }
 
 bool StockDialog::exportTo(const QString &path)
