@@ -37,6 +37,13 @@ QString digitsRange(const QString &digits)
     return range;
 }
 
+/// What LIKE compares with. Unlike in other searches % and _ are not signs of the text here.
+QString pattern(const QString &text)
+{
+    return sql::text(QString(text).replace(u'!', QStringLiteral("!!"))) +
+           QStringLiteral(" ESCAPE '!'");
+}
+
 /// Whether a condition leaves few codes. Nothing on failure.
 std::optional<bool> holdsFew(QWidget *parent, const QString &condition)
 {
@@ -80,11 +87,11 @@ std::optional<PagedSelect> codePages(QWidget *parent, const CodeFilter &filter)
         .orderTable = QStringLiteral("warehouse"),
         .link = QStringLiteral("codes.wareid=warehouse.id"),
     };
-    const QString begins = "codes.code LIKE " + sql::beginning(filter.code);
+    const QString begins = "codes.code LIKE " + pattern(filter.code + u'%');
     if (!filter.code.isEmpty())
         list.conditions += ' ' + begins;
     if (!filter.name.isEmpty())
-        list.conditions += " warehouse.name LIKE " + sql::containing(filter.name);
+        list.conditions += " warehouse.name LIKE " + pattern(u'%' + filter.name + u'%');
     QStringList part = list.conditions;
     if (!filter.code.isEmpty()) {
         const QString range = digitsRange(filter.code);

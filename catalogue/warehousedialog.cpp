@@ -71,17 +71,22 @@ void WarehouseDialog::describeTable()
 /// As a tree: the names of its siblings alone would not tell what a subgroup belongs to.
 void WarehouseDialog::fillGroups()
 {
-    const QSignalBlocker blocker(m_ui->groupsListWidget);
-    m_ui->groupsListWidget->addItem(tr("Все группы"));
+    QListWidget *list = m_ui->groupsListWidget;
+    const QSignalBlocker blocker(list);
     QList<SqlRow> rows;
-    if (QueryRows(this, groupsQuery(), rows)) {
-        const QList<Choice> groups = groupChoices(rows);
-        for (const auto &[id, name] : groups) {
-            auto *item = new QListWidgetItem(name, m_ui->groupsListWidget);
-            item->setData(Qt::UserRole, id);
-        }
+    if (!QueryRows(this, groupsQuery(), rows) && list->count() > 0)
+        return;
+    const QVariant chosen = list->count() > 0 ? list->currentItem()->data(Qt::UserRole) : 0;
+    list->clear();
+    list->addItem(tr("Все группы"));
+    list->setCurrentRow(0);
+    const QList<Choice> groups = groupChoices(rows);
+    for (const auto &[id, name] : groups) {
+        auto *item = new QListWidgetItem(name, list);
+        item->setData(Qt::UserRole, id);
+        if (id == chosen)
+            list->setCurrentItem(item);
     }
-    m_ui->groupsListWidget->setCurrentRow(0);
 }
 
 std::optional<PagedSelect> WarehouseDialog::list() const
@@ -258,6 +263,7 @@ void WarehouseDialog::finishCard(qulonglong saved)
 {
     m_ui->codesearchLineEdit->clear();
     m_ui->resultLabel->clear();
+    fillGroups(); // they are kept in order from the card, too
     m_table->refresh();
     if (saved != 0 && !goTo(saved))
         tell(tr("Сохранено, но неактивно и в списке не показано."));

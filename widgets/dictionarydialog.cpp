@@ -504,6 +504,10 @@ bool DictionaryDialog::save()
         return false;
     case EntryState::Gone:
         return askToAddAnew() && check() && save();
+    case EntryState::Circle:
+        showInformation(this, m_dictionary.circle);
+        fieldWidget(m_dictionary.parent)->setFocus();
+        return false;
     case EntryState::Failed:
         break;
     }

@@ -78,10 +78,10 @@ private:
     /// a choice for an entry that begins with it.
     struct FieldText
     {
-        QPointer<QWidget> widget;
-        QPointer<QLineEdit> edit; ///< none: it is a choice
-        int entry = -1;           ///< of a choice
-        QString text;
+        QPointer<QWidget> widget = {};
+        QPointer<QLineEdit> edit = {}; ///< none: it is a choice
+        int entry = -1;                ///< of a choice
+        QString text = {};
         int cursor = 0;
         int selectionStart = -1;
         int selectionLength = 0;
