@@ -51,6 +51,8 @@ QuantityRestDialog::QuantityRestDialog(const ReceiptRequest &request, QWidget *p
       m_agreedPrices(agreedPrices ? agreedPrices : &m_ownAgreedPrices)
 {
     m_ui->setupUi(this);
+    // In a narrow dialog it takes two lines, for which a layout keeps no room by itself.
+    m_ui->marginLabel->setMinimumHeight(2 * m_ui->marginLabel->fontMetrics().lineSpacing());
     load(request);
 }
 

@@ -4,16 +4,48 @@
 #include "widgets/plaintext.h"
 
 #include <QLabel>
+#include <QPainter>
 #include <QStatusBar>
+#include <QStyle>
 #include <QToolButton>
+
+namespace {
+
+/// Shows where its text is cut off.
+class ElidingLabel final : public QLabel
+{
+public:
+    using QLabel::QLabel;
+
+protected:
+    void paintEvent(QPaintEvent *) override
+    {
+        QPainter painter(this);
+        const QRect room = contentsRect().adjusted(indent(), 0, 0, 0);
+        style()->drawItemText(
+            &painter, room, Qt::AlignLeft | Qt::AlignVCenter, palette(), isEnabled(),
+            fontMetrics().elidedText(text(), Qt::ElideRight, room.width()), QPalette::WindowText);
+    }
+};
+
+template<typename Label>
+Label *makeLabel(const char *name, QWidget *parent)
+{
+    auto *label = new Label(parent);
+    label->setObjectName(QLatin1String(name));
+    label->setTextFormat(Qt::PlainText);
+    return label;
+}
+
+} // namespace
 
 StatusLine::StatusLine(QStatusBar *bar)
     : QObject(bar),
       m_bar(bar),
-      m_scanLabel(addLabel("scanLabel")),
+      m_scanLabel(makeLabel<ElidingLabel>("scanLabel", bar)),
       m_missedButton(new QToolButton(bar)),
-      m_countLabel(addLabel("countLabel")),
-      m_connectionLabel(addLabel("connectionLabel"))
+      m_countLabel(makeLabel<QLabel>("countLabel", bar)),
+      m_connectionLabel(makeLabel<QLabel>("connectionLabel", bar))
 {
     m_missedButton->setObjectName(QStringLiteral("missedButton"));
     m_missedButton->setAutoRaise(true);
@@ -27,14 +59,6 @@ StatusLine::StatusLine(QStatusBar *bar)
     bar->addPermanentWidget(m_missedButton);
     bar->addPermanentWidget(m_countLabel);
     bar->addPermanentWidget(m_connectionLabel);
-}
-
-QLabel *StatusLine::addLabel(const char *name)
-{
-    auto *label = new QLabel(m_bar);
-    label->setObjectName(QLatin1String(name));
-    label->setTextFormat(Qt::PlainText);
-    return label;
 }
 
 void StatusLine::showText(const QString &text, bool good)

@@ -30,8 +30,6 @@ signals:
     void missedWanted();
 
 private:
-    QLabel *addLabel(const char *name);
-
     QStatusBar *m_bar;
     QLabel *m_scanLabel;
     QToolButton *m_missedButton;

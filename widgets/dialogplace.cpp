@@ -2,8 +2,11 @@
 
 #include <QDialog>
 #include <QEvent>
+#include <QLayout>
 #include <QScreen>
 #include <QSettings>
+
+#include <algorithm>
 
 namespace {
 
@@ -24,9 +27,11 @@ public:
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override
     {
-        const auto *dialog = static_cast<QDialog *>(watched);
+        // At the end of its destruction it is no dialog any more.
+        const auto *dialog = qobject_cast<QDialog *>(watched);
         // What a program hides, a screen lock for one, is not a size that somebody has chosen.
-        if (event->type() == QEvent::Hide && !event->spontaneous() && !dialog->isMaximized())
+        if (dialog && event->type() == QEvent::Hide && !event->spontaneous() &&
+            !dialog->isMaximized())
             QSettings().setValue(keyOf(dialog), dialog->size());
         return QObject::eventFilter(watched, event);
     }
@@ -41,6 +46,15 @@ void keepDialogSize(QDialog *dialog)
     const QSize kept = QSettings().value(keyOf(dialog)).toSize();
     dialog->ensurePolished();
     const QSize wanted = kept.isValid() ? kept : dialog->size();
-    dialog->resize(wanted.expandedTo(dialog->minimumSizeHint()).boundedTo(room));
+    QSize size = wanted.expandedTo(dialog->minimumSizeHint());
+    // Labels that wrap need the height of their lines at this width.
+    if (const QLayout *layout = dialog->layout(); layout && layout->hasHeightForWidth())
+        size.setHeight(std::max(size.height(), layout->totalMinimumHeightForWidth(size.width())));
+    dialog->resize(size.boundedTo(room));
     new SizeKeeper(dialog);
+    // Where a box and its dialog close at once some window managers leave the keyboard to nobody.
+    QObject::connect(dialog, &QDialog::finished, dialog, [dialog] {
+        if (dialog->parentWidget())
+            dialog->parentWidget()->window()->activateWindow();
+    });
 }

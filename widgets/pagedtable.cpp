@@ -5,10 +5,8 @@
 
 #include <QGuiApplication>
 #include <QKeyEvent>
-#include <QScopeGuard>
 
 #include <algorithm>
-#include <limits>
 #include <utility>
 
 namespace {
@@ -71,10 +69,11 @@ bool PagedTable::read(qsizetype atLeast)
 
 void PagedTable::sizeColumns()
 {
-    if (!m_sized && m_model->rowCount() > 0) {
-        m_sized = true;
+    if (!m_sized) {
         m_widths->resizeToContents();
-        emit sized();
+        // Widths that the user gave are for a table with something in it.
+        if (std::exchange(m_sized, m_model->rowCount() > 0) != m_sized)
+            emit sized();
         m_widths->fit();
     }
     m_widths->growWhole();
@@ -90,9 +89,7 @@ void PagedTable::enter()
 
 bool PagedTable::select(qulonglong id)
 {
-    QGuiApplication::setOverrideCursor(Qt::WaitCursor);
-    const auto done = qScopeGuard([] { QGuiApplication::restoreOverrideCursor(); });
-    const int row = m_model->findRow(id, std::numeric_limits<int>::max());
+    const int row = m_model->findRow(id);
     if (row < 0)
         return false;
     m_view->selectRow(row);
