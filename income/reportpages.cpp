@@ -10,36 +10,59 @@
 #include <QPainter>
 #include <QTextBlock>
 #include <QTextDocument>
+#include <QTextLayout>
 #include <QTextTable>
 
 #include <algorithm>
-#include <cmath>
+#include <numeric>
 
 namespace {
 
 constexpr qreal unitsPerMm = 96 / 25.4;
 constexpr int fontSize = 12;    ///< 9 pt
 constexpr int portion = 100;    ///< rows that are laid out in one go
-constexpr qreal cellFrame = 12; ///< padding and lines left and right of a text
+constexpr qreal cellFrame = 14; ///< padding and lines left and right of a text
 constexpr qreal cellTop = 6;
-constexpr qreal smallestColumn = 40;
-constexpr qreal widestColumn = 0.2; ///< of the page, for a wrapped column beside the widest
+constexpr qreal tableFrame = 4;
+constexpr qreal wrappedColumn = 110; ///< where not all have room
+constexpr qreal widestColumn = 160;  ///< the least for the widest of them
 
 /// Where each row of a table begins, and where the last one ends.
 QList<qreal> rowEdges(const QTextDocument &document, const QTextTable &table)
 {
     const QAbstractTextDocumentLayout *layout = document.documentLayout();
-    const QRectF frame = layout->frameBoundingRect(const_cast<QTextTable *>(&table));
-    QList<qreal> edges = {frame.top()};
+    // Its place would be that of what is inside; the table is all that the document has.
+    const qreal height = layout->frameBoundingRect(const_cast<QTextTable *>(&table)).height();
+    QList<qreal> edges = {0};
     for (int row = 1; row < table.rows(); ++row) {
-        qreal top = frame.bottom();
+        qreal top = height;
         for (int column = 0; column < table.columns(); ++column) {
             const QTextBlock block = table.cellAt(row, column).firstCursorPosition().block();
             top = std::min(top, layout->blockBoundingRect(block).top());
         }
         edges += top - cellTop;
     }
-    return edges << frame.bottom();
+    return edges << height;
+}
+
+/// The lowest place above a cut, but below the top, that no line of text crosses.
+qreal betweenLines(const QTextDocument &document, qreal top, qreal cut)
+{
+    qreal place = cut;
+    for (qreal before = cut + 1; place < before;) {
+        before = place;
+        for (QTextBlock block = document.begin(); block.isValid(); block = block.next()) {
+            const QRectF area = document.documentLayout()->blockBoundingRect(block);
+            if (area.top() >= before || area.bottom() <= before)
+                continue;
+            for (int i = 0; i < block.layout()->lineCount(); ++i) {
+                const QRectF line = block.layout()->lineAt(i).rect().translated(area.topLeft());
+                if (line.top() < before && line.bottom() > before)
+                    place = std::min(place, line.top());
+            }
+        }
+    }
+    return place > top ? place : cut;
 }
 
 } // namespace
@@ -47,7 +70,7 @@ QList<qreal> rowEdges(const QTextDocument &document, const QTextTable &table)
 ReportPages::ReportPages()
     : m_font(QGuiApplication::font())
 {
-    m_font.setPixelSize(fontSize);
+    m_font.setPixelSize(int(fontSize));
     m_font.setHintingPreference(QFont::PreferNoHinting); // the same breaks at all resolutions
 }
 
@@ -60,6 +83,11 @@ bool ReportPages::layOut(const IncomeReport &report, const QSizeF &room,
 {
     m_room = room;
     m_size = room * unitsPerMm;
+    // More columns than there is room for: all of it gets smaller.
+    const QList<qreal> widths = columnWidths(report.lines, m_size.width());
+    const qreal needed = std::accumulate(widths.begin(), widths.end(), tableFrame);
+    if (needed > m_size.width())
+        m_size *= needed / m_size.width();
     m_title = report.title;
     m_documents.clear();
     m_pages.clear();
@@ -116,6 +144,8 @@ void ReportPages::addText(const QString &html)
     QTextDocument *document = add(html);
     document->setTextWidth(m_size.width());
     const Strip strip = {document, 0, document->size().height() + fontSize};
+    if (m_used > 0)
+        m_used += fontSize / 2;
     if (m_used + strip.bottom > bodyHeight() && m_used > 0)
         beginPage();
     place(strip);
@@ -124,7 +154,7 @@ void ReportPages::addText(const QString &html)
 bool ReportPages::addTable(const ReportTable &table, const ProgressStep &progress)
 {
     QList<QTextLength> widths;
-    for (const qreal width : columnWidths(table))
+    for (const qreal width : columnWidths(table, m_size.width()))
         widths += QTextLength(QTextLength::FixedLength, width);
     Strip header;
     for (qsizetype from = 0; from < std::max<qsizetype>(table.rows.size(), 1); from += portion) {
@@ -135,6 +165,7 @@ bool ReportPages::addTable(const ReportTable &table, const ProgressStep &progres
         auto *made = qobject_cast<QTextTable *>(document->rootFrame()->childFrames().constFirst());
         QTextTableFormat format = made->format();
         format.setColumnWidthConstraints(widths);
+        format.setBorderCollapse(true);
         made->setFormat(format);
         document->setTextWidth(m_size.width());
         const QList<qreal> edges = rowEdges(*document, *made);
@@ -150,42 +181,38 @@ bool ReportPages::addTable(const ReportTable &table, const ProgressStep &progres
     return true;
 }
 
-/// Numbers get what the longest needs, the wrapped columns share the rest.
-QList<qreal> ReportPages::columnWidths(const ReportTable &table) const
+/// What each column would need to show everything on one line.
+QList<qreal> ReportPages::wantedWidths(const ReportTable &table) const
 {
     QFont bold = m_font;
     bold.setBold(true);
     const QFontMetricsF metrics(bold);
     QList<qreal> widths;
-    qreal rest = m_size.width() - 4;
-    qreal wrapped = 0;
-    for (qsizetype i = 0; i < table.longest.size(); ++i) {
-        qreal width = metrics.horizontalAdvance(table.longest.at(i)) + 2;
-        if (table.isWrapped.at(i)) {
-            width = std::clamp(width, smallestColumn, m_size.width());
-            wrapped += width;
-        } else {
-            rest -= width + cellFrame;
-        }
-        widths += width;
+    for (const QString &text : table.longest)
+        widths += metrics.horizontalAdvance(text) + cellFrame;
+    return widths;
+}
+
+/// Numbers get what the longest needs, the wrapped columns share the rest of the width: the widest
+/// gives way most. They come to more than it when that is too little.
+QList<qreal> ReportPages::columnWidths(const ReportTable &table, qreal width) const
+{
+    QList<qreal> widths = wantedWidths(table);
+    qsizetype widest = table.isWrapped.indexOf(true);
+    for (qsizetype i = widest; i < widths.size(); ++i) {
+        if (table.isWrapped.at(i) && widths.at(i) > widths.at(widest))
+            widest = i;
     }
-    const auto wrappedColumns = std::count(table.isWrapped.begin(), table.isWrapped.end(), true);
-    rest -= cellFrame * qreal(wrappedColumns);
-    if (wrapped <= rest)
-        return widths;
-    // The widest one gives way most.
-    qsizetype main = table.isWrapped.indexOf(true);
-    for (qsizetype i = main; i < widths.size(); ++i) {
-        if (table.isWrapped.at(i) && widths.at(i) > widths.at(main))
-            main = i;
+    const auto tooMuch = [&] {
+        return std::accumulate(widths.begin(), widths.end(), tableFrame) - width;
+    };
+    for (qsizetype i = 0; i < widths.size() && tooMuch() > 0; ++i) {
+        if (table.isWrapped.at(i) && i != widest)
+            widths[i] = std::min(widths.at(i), wrappedColumn);
     }
-    for (qsizetype i = 0; i < widths.size(); ++i) {
-        if (table.isWrapped.at(i) && i != main) {
-            widths[i] = std::min(widths.at(i), m_size.width() * widestColumn);
-            rest -= widths.at(i);
-        }
-    }
-    widths[main] = std::max(rest, smallestColumn);
+    if (const qreal excess = tooMuch(); excess > 0)
+        widths[widest] =
+            std::max(widths.at(widest) - excess, std::min(widths.at(widest), widestColumn));
     return widths;
 }
 
@@ -195,14 +222,12 @@ void ReportPages::addRow(Strip row, const Strip &header)
         beginPage();
         place(header);
     };
-    const qreal line = QFontMetricsF(m_font).lineSpacing();
     const qreal room = bodyHeight() - (header.bottom - header.top);
     if (m_used + row.bottom - row.top > bodyHeight())
         turnPage();
     while (row.bottom - row.top > room) {
-        // Higher than a page: broken between two lines.
         Strip part = row;
-        part.bottom = row.top + cellTop + line * std::floor((room - cellTop) / line);
+        part.bottom = betweenLines(*row.document, row.top, row.top + room);
         row.top = part.bottom;
         place(part);
         turnPage();
@@ -214,7 +239,13 @@ void ReportPages::place(Strip strip)
 {
     strip.place = m_used;
     m_used += strip.bottom - strip.top;
-    m_pages.last() += strip;
+    QList<Strip> &page = m_pages.last();
+    // The rows of a page are painted in one go.
+    if (!page.isEmpty() && page.last().document == strip.document &&
+        qFuzzyCompare(page.last().bottom, strip.top))
+        page.last().bottom = strip.bottom;
+    else
+        page += strip;
 }
 
 void ReportPages::beginPage()
@@ -231,7 +262,7 @@ void ReportPages::paint(QPainter *painter, int page) const
         painter->translate(0, strip.place - strip.top);
         painter->setClipRect(part, Qt::IntersectClip);
         QAbstractTextDocumentLayout::PaintContext context;
-        context.clip = part;
+        context.clip = part.adjusted(0, 0.5, 0, -0.5);       // without the lines that end at it
         context.palette.setColor(QPalette::Text, Qt::black); // on paper, whatever the screen has
         strip.document->documentLayout()->draw(painter, context);
         painter->restore();

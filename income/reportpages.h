@@ -62,7 +62,8 @@ private:
     QTextDocument *add(const QString &html);
     void addText(const QString &html);
     bool addTable(const ReportTable &table, const ProgressStep &progress);
-    QList<qreal> columnWidths(const ReportTable &table) const;
+    QList<qreal> wantedWidths(const ReportTable &table) const;
+    QList<qreal> columnWidths(const ReportTable &table, qreal width) const;
     void addRow(Strip row, const Strip &header);
     void place(Strip strip);
     void beginPage();
