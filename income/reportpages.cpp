@@ -19,11 +19,12 @@
 namespace {
 
 constexpr qreal unitsPerMm = 96 / 25.4;
-constexpr int fontSize = 12;    ///< 9 pt
-constexpr int portion = 100;    ///< rows that are laid out in one go
+constexpr qreal fontSize = 12;  ///< 9 pt
+constexpr int portion = 50;     ///< rows that are laid out in one go
 constexpr qreal cellFrame = 14; ///< padding and lines left and right of a text
-constexpr qreal cellTop = 6;
-constexpr qreal tableFrame = 4;
+constexpr qreal cellTop = 5;
+constexpr qreal tableFrame = 2;
+constexpr qreal lineWidth = 0.75;
 constexpr qreal wrappedColumn = 110; ///< where not all have room
 constexpr qreal widestColumn = 160;  ///< the least for the widest of them
 
@@ -130,8 +131,6 @@ QTextDocument *ReportPages::add(const QString &html)
     document->setDocumentMargin(0);
     document->setDefaultFont(m_font);
     document->setUseDesignMetrics(true);
-    document->setDefaultStyleSheet(
-        QStringLiteral("table { border-style: solid; border-color: #808080; }"));
     QTextOption option;
     option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
     document->setDefaultTextOption(option);
@@ -154,9 +153,12 @@ void ReportPages::addText(const QString &html)
 bool ReportPages::addTable(const ReportTable &table, const ProgressStep &progress)
 {
     QList<QTextLength> widths;
-    for (const qreal width : columnWidths(table, m_size.width()))
+    QList<qreal> columns = {0};
+    for (const qreal width : columnWidths(table, m_size.width())) {
         widths += QTextLength(QTextLength::FixedLength, width);
-    Strip header;
+        columns += columns.last() + width;
+    }
+    Strip header = {};
     for (qsizetype from = 0; from < std::max<qsizetype>(table.rows.size(), 1); from += portion) {
         if (from > 0 && !goOn(progress, int(from), int(table.rows.size())))
             return false;
@@ -165,18 +167,18 @@ bool ReportPages::addTable(const ReportTable &table, const ProgressStep &progres
         auto *made = qobject_cast<QTextTable *>(document->rootFrame()->childFrames().constFirst());
         QTextTableFormat format = made->format();
         format.setColumnWidthConstraints(widths);
-        format.setBorderCollapse(true);
+        format.setBorder(0); // its own lines would take eight times as long to paint
         made->setFormat(format);
         document->setTextWidth(m_size.width());
         const QList<qreal> edges = rowEdges(*document, *made);
         if (from == 0) {
-            header = {document, edges.at(0), edges.at(1)};
+            header = {document, edges.at(0), edges.at(1), columns};
             if (m_used + header.bottom - header.top + 3 * fontSize > bodyHeight())
                 beginPage();
             place(header);
         }
         for (qsizetype row = 1; row + 1 < edges.size(); ++row)
-            addRow({document, edges.at(row), edges.at(row + 1)}, header);
+            addRow({document, edges.at(row), edges.at(row + 1), columns}, header);
     }
     return true;
 }
@@ -242,16 +244,32 @@ void ReportPages::place(Strip strip)
     QList<Strip> &page = m_pages.last();
     // The rows of a page are painted in one go.
     if (!page.isEmpty() && page.last().document == strip.document &&
-        qFuzzyCompare(page.last().bottom, strip.top))
+        qFuzzyCompare(page.last().bottom, strip.top)) {
         page.last().bottom = strip.bottom;
-    else
+        page.last().rows += m_used;
+    } else {
+        strip.rows = {strip.place, m_used};
         page += strip;
+    }
 }
 
 void ReportPages::beginPage()
 {
     m_pages += QList<Strip>();
     m_used = 0;
+}
+
+void ReportPages::paintGrid(QPainter *painter, const Strip &strip)
+{
+    if (strip.columns.isEmpty())
+        return;
+    QList<QLineF> lines;
+    for (const qreal y : strip.rows)
+        lines += QLineF(strip.columns.first(), y, strip.columns.last(), y);
+    for (const qreal x : strip.columns)
+        lines += QLineF(x, strip.rows.first(), x, strip.rows.last());
+    painter->setPen(QPen(Qt::gray, lineWidth));
+    painter->drawLines(lines);
 }
 
 void ReportPages::paint(QPainter *painter, int page) const
@@ -266,6 +284,7 @@ void ReportPages::paint(QPainter *painter, int page) const
         context.palette.setColor(QPalette::Text, Qt::black); // on paper, whatever the screen has
         strip.document->documentLayout()->draw(painter, context);
         painter->restore();
+        paintGrid(painter, strip);
     }
     painter->setPen(Qt::black);
     painter->setFont(m_font);

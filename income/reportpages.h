@@ -55,7 +55,9 @@ private:
         const QTextDocument *document = nullptr;
         qreal top = 0;
         qreal bottom = 0;
-        qreal place = 0; ///< on the page
+        QList<qreal> columns = {}; ///< of a table: where its lines are
+        qreal place = 0;           ///< on the page
+        QList<qreal> rows = {};    ///< on the page: where its lines are
     };
 
     qreal bodyHeight() const;
@@ -66,6 +68,7 @@ private:
     QList<qreal> columnWidths(const ReportTable &table, qreal width) const;
     void addRow(Strip row, const Strip &header);
     void place(Strip strip);
+    static void paintGrid(QPainter *painter, const Strip &strip);
     void beginPage();
 
     QFont m_font;
