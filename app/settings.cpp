@@ -282,7 +282,8 @@ bool Settings::save(QString *error) const
         return fail(file.errorString());
     QXmlStreamWriter xml(&file);
     write(xml);
-    if (xml.hasError() || !file.commit())
+    // The commit alone does not notice when the last of it finds no room on the disk.
+    if (xml.hasError() || !file.flush() || !file.commit())
         return fail(file.errorString());
     return true;
 }

@@ -8,12 +8,14 @@
 #include "db/query.h"
 #include "db/session.h"
 #include "db/sqltext.h"
+#include "widgets/dialogbuttons.h"
 #include "widgets/dialogplace.h"
 #include "widgets/plaintext.h"
 
 #include <QKeyEvent>
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -42,6 +44,7 @@ CodeDialog::CodeDialog(qulonglong id, qulonglong wareid, QWidget *parent)
         }
     }
     showProduct();
+    m_initial = entered();
     keepDialogSize(this);
     // Room for the lines of a long name.
     const int fittingWidth = std::max(width(), minimumSizeHint().width());
@@ -79,9 +82,53 @@ qulonglong CodeDialog::id() const
 
 void CodeDialog::takeScan(const QString &code)
 {
-    m_ui->codeLineEdit->setText(plainCode(cleanCode(code)));
+    const QString scanned = plainCode(cleanCode(code));
+    const QString former = m_ui->codeLineEdit->text().trimmed();
+    if (m_id == 0 && !former.isEmpty() && former != scanned && !keepFormer(former))
+        return;
+    m_scanned = scanned;
+    m_ui->codeLineEdit->setText(scanned);
     m_ui->packquantityDoubleSpinBox->setFocus();
     m_ui->packquantityDoubleSpinBox->selectAll();
+}
+
+/// Saves the code in the fields before the next one takes its place. Whether that may be.
+bool CodeDialog::keepFormer(const QString &former)
+{
+    if (former != m_scanned) {
+        const int answer = askQuestion(this, tr("Штрих-код %1 ещё не записан.").arg(former),
+                                       {tr("Записать"), tr("Заменить"), tr("Отмена")}, 0, 2);
+        if (answer != 0)
+            return answer == 1;
+    }
+    if (!save())
+        return false;
+    m_writtenId = std::exchange(m_id, 0);
+    m_ui->packquantityDoubleSpinBox->setExact(1);
+    return true;
+}
+
+QStringList CodeDialog::entered() const
+{
+    return {m_ui->codeLineEdit->text(), m_ui->packquantityDoubleSpinBox->text(),
+            m_ui->madeinLineEdit->text()};
+}
+
+void CodeDialog::reject()
+{
+    if (!isVisible() || entered() == m_initial || mayLoseInput(this))
+        finish();
+}
+
+/// Without the code in the fields.
+void CodeDialog::finish()
+{
+    if (m_writtenId == 0) {
+        QDialog::reject();
+        return;
+    }
+    m_id = m_writtenId;
+    accept();
 }
 
 bool CodeDialog::load()
@@ -131,9 +178,10 @@ void CodeDialog::on_okPushButton_clicked()
         accept();
 }
 
+/// Who presses it means it.
 void CodeDialog::on_cancelPushButton_clicked()
 {
-    reject();
+    finish();
 }
 
 bool CodeDialog::save()
@@ -155,10 +203,14 @@ bool CodeDialog::save()
         packQuantity->selectAll();
         return false;
     }
+    // What a cancelled card of this user has left belongs to nobody.
+    const QString others = m_wareid == 0 ? QString()
+                                         : " AND NOT (wareid=0 AND userid=" +
+                                               sql::quotedId(Session::instance().user().id) + u')';
     QList<SqlRow> holders;
     if (!QueryRows(this,
                    "SELECT wareid FROM codes WHERE code=" + sql::text(code) + " AND id!='" +
-                       sql::id(m_id) + "';",
+                       sql::id(m_id) + u'\'' + others + u';',
                    holders))
         return false;
     if (!holders.isEmpty()) {

@@ -23,8 +23,11 @@ public:
     /// The id of the row; after a new code was saved, the id that it got.
     qulonglong id() const;
 
-    /// A code that is scanned goes into the code field.
+    /// A code that is scanned goes into the code field. A new one that came there by a scan before
+    /// it is saved first, one that was typed only when the user says so.
     void takeScan(const QString &code) override;
+
+    void reject() override;
 
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
@@ -36,6 +39,9 @@ private slots:
 
 private:
     bool load();
+    QStringList entered() const;
+    bool keepFormer(const QString &former);
+    void finish();
     void showProduct();
     void showWholeCodes();
     bool save();
@@ -45,4 +51,7 @@ private:
     std::unique_ptr<Ui::CodeDialog> m_ui;
     qulonglong m_id;
     qulonglong m_wareid;
+    QString m_scanned;          ///< what came by the last scan
+    QStringList m_initial;      ///< what the fields held at first
+    qulonglong m_writtenId = 0; ///< of a code that was saved before the one in the fields
 };

@@ -5,6 +5,7 @@
 #include "catalogue/codesearch.h"
 #include "catalogue/codeslist.h"
 #include "catalogue/waredialog.h"
+#include "widgets/columnwidths.h"
 #include "widgets/dialogplace.h"
 #include "widgets/pagedtable.h"
 #include "widgets/sqltablemodel.h"
@@ -24,6 +25,7 @@ CodesDialog::CodesDialog(QWidget *parent)
         return codePages(this, {.code = cleanCode(m_ui->codefilterLineEdit->text()),
                                 .name = m_ui->namefilterLineEdit->text().trimmed()});
     });
+    connect(m_table, &PagedTable::refreshed, m_table->widths(), &ColumnWidths::resizeToContents);
     connect(m_table, &PagedTable::refreshed, this, &CodesDialog::enableCommands);
     connect(view->selectionModel(), &QItemSelectionModel::currentRowChanged, this,
             &CodesDialog::enableCommands);

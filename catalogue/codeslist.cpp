@@ -37,13 +37,20 @@ QString digitsRange(const QString &digits)
     return range;
 }
 
-/// Whether few codes are in a range. Nothing on failure.
-std::optional<bool> holdsFew(QWidget *parent, const QString &range)
+/// What LIKE compares with. Unlike in other searches % and _ are not signs of the text here.
+QString pattern(const QString &text)
+{
+    return sql::text(QString(text).replace(u'!', QStringLiteral("!!"))) +
+           QStringLiteral(" ESCAPE '!'");
+}
+
+/// Whether a condition leaves few codes. Nothing on failure.
+std::optional<bool> holdsFew(QWidget *parent, const QString &condition)
 {
     QList<SqlRow> rows;
     if (!QueryRows(parent,
-                   "SELECT COUNT(*) FROM (SELECT codes.id FROM codes WHERE " + range + " LIMIT " +
-                       sql::integer(fewCodes + 1) + ") AS found;",
+                   "SELECT COUNT(*) FROM (SELECT codes.id FROM codes WHERE " + condition +
+                       " LIMIT " + sql::integer(fewCodes + 1) + ") AS found;",
                    rows))
         return std::nullopt;
     return rows.value(0).value(0).toInt() <= fewCodes;
@@ -80,21 +87,24 @@ std::optional<PagedSelect> codePages(QWidget *parent, const CodeFilter &filter)
         .orderTable = QStringLiteral("warehouse"),
         .link = QStringLiteral("codes.wareid=warehouse.id"),
     };
+    const QString begins = "codes.code LIKE " + pattern(filter.code + u'%');
     if (!filter.code.isEmpty())
-        list.conditions += " codes.code LIKE " + sql::beginning(filter.code);
+        list.conditions += ' ' + begins;
     if (!filter.name.isEmpty())
-        list.conditions += " warehouse.name LIKE " + sql::containing(filter.name);
+        list.conditions += " warehouse.name LIKE " + pattern(u'%' + filter.name + u'%');
     QStringList part = list.conditions;
-    if (const QString range = digitsRange(filter.code); !range.isEmpty()) {
-        const std::optional<bool> few = holdsFew(parent, range);
+    if (!filter.code.isEmpty()) {
+        const QString range = digitsRange(filter.code);
+        const std::optional<bool> few = holdsFew(parent, range.isEmpty() ? begins : range);
         if (!few)
             return std::nullopt;
         if (*few) {
-            part += ' ' + range;
+            part += range.isEmpty() ? QString() : ' ' + range;
             list.beginsWithOrder = false;
             list.searched = false;
         }
     }
+    part.removeAll(QString());
     list.parts = {part.join(QStringLiteral(" AND"))};
     return list;
 }

@@ -13,8 +13,8 @@ class QWidget;
 /// Which barcodes the user wants to see.
 struct CodeFilter
 {
-    QString code = {}; ///< its beginning; empty: any
-    QString name = {}; ///< a part of the product's name; empty: any
+    QString code = {}; ///< its beginning, with the signs of LIKE; empty: any
+    QString name = {}; ///< a part of the product's name, the same; empty: any
 };
 
 /// The columns of the list of barcodes.

@@ -79,7 +79,7 @@ bool readComparisons(QWidget *parent, const QList<qulonglong> &ids,
     QStringList wuids;
     for (const Product &product : std::as_const(theirs)) {
         // Products that never had an identifier must not be taken for one another.
-        if (!product.wuid.isEmpty())
+        if (!product.wuid.trimmed().isEmpty())
             wuids += product.wuid;
     }
     QList<Product> ours;
@@ -109,12 +109,13 @@ bool readOurEntry(QWidget *parent, qulonglong wareid, CatalogueEntry &entry)
 
 qulonglong referenceIdOf(QWidget *parent, const QString &wuid)
 {
-    return wuid.isEmpty() ? 0
-                          : QueryValue(parent,
-                                       "SELECT id FROM warehouse WHERE wuid=" + sql::text(wuid) +
-                                           " ORDER BY id;",
-                                       friendConnection)
-                                .toULongLong();
+    return wuid.trimmed().isEmpty()
+               ? 0
+               : QueryValue(parent,
+                            "SELECT id FROM warehouse WHERE wuid=" + sql::text(wuid) +
+                                " ORDER BY id;",
+                            friendConnection)
+                     .toULongLong();
 }
 
 QString fieldTitle(ComparedField field)

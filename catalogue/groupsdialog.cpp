@@ -1,10 +1,8 @@
 #include "catalogue/groupsdialog.h"
 
-#include "app/messages.h"
 #include "catalogue/productlist.h"
 #include "db/sqltext.h"
 
-#include <QComboBox>
 #include <QHash>
 
 #include <algorithm>
@@ -135,6 +133,8 @@ Dictionary GroupsDialog::dictionary()
                      {.table = "`groups`",
                       .column = "parent",
                       .told = tr("Вложенных групп, которые станут самостоятельными: %1.")}},
+            .parent = "parent",
+            .circle = tr("Группа не может входить в саму себя или во вложенную в неё группу."),
             .searched = {"name", "keywords"},
             .arrange = arrangeAsTree,
             .listTitle = tr("Группы наименований"),
@@ -155,26 +155,4 @@ std::unique_ptr<DictionaryDialog> GroupsDialog::makeDialog(qulonglong id)
 GroupEditDialog::GroupEditDialog(qulonglong id, QWidget *parent)
     : DictionaryDialog(groupDictionary(id), id, parent)
 {
-}
-
-/// The parent may have come under this group since the choice was read.
-bool GroupEditDialog::mayBeSaved()
-{
-    const qulonglong parent = fieldValue("parent").toULongLong();
-    if (id() == 0 || parent == 0 || parent == seen().value("parent").toULongLong())
-        return true;
-    QList<SqlRow> rows;
-    if (!QueryRows(this, groupsQuery(), rows))
-        return false;
-    QHash<qulonglong, qulonglong> parents;
-    for (const SqlRow &row : std::as_const(rows))
-        parents.insert(row.at(0).toULongLong(), row.at(1).toULongLong());
-    qulonglong above = parent;
-    for (qsizetype steps = 0; steps <= parents.size() && above != 0 && above != id(); ++steps)
-        above = parents.value(above);
-    if (above != id())
-        return true;
-    showInformation(this, tr("Группа не может входить в саму себя или во вложенную в неё группу."));
-    choiceWidget("parent")->setFocus();
-    return false;
 }

@@ -24,7 +24,4 @@ class GroupEditDialog : public DictionaryDialog
 
 public:
     GroupEditDialog(qulonglong id, QWidget *parent);
-
-protected:
-    bool mayBeSaved() override;
 };

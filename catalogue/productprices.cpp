@@ -163,26 +163,49 @@ PriceRecalculation recalculateSellingPrices(QWidget *parent, const QString &conn
     return result;
 }
 
-bool passPriceToReference(QWidget *parent, const QString &wuid, double outcost)
+namespace {
+
+/// Writes a selling price to the product of a row of the reference database: id, quantity.
+bool passPrice(QWidget *parent, const SqlRow &product, double outcost)
 {
-    // Products that never had an identifier must not be taken for one another.
-    if (wuid.isEmpty() || !isConnectionRegistered(friendConnection))
-        return true;
-    QList<SqlRow> rows;
-    if (!QueryRows(parent, "SELECT id, quantity FROM warehouse WHERE wuid=" + sql::text(wuid) + ";",
-                   rows, friendConnection))
-        return false;
-    if (rows.isEmpty())
-        return true;
-    const qulonglong id = rows.first().at(0).toULongLong();
+    const qulonglong id = product.at(0).toULongLong();
     const TransactionResult written = writePricesAlone(
         parent,
         "UPDATE warehouse SET outcost='" + sql::exact(outcost) + "' WHERE id=" + sql::quotedId(id) +
             ";",
-        {.wareid = id, .after = outcost, .stock = finiteOrZero(rows.first().at(1).toDouble())},
+        {.wareid = id, .after = outcost, .stock = finiteOrZero(product.at(1).toDouble())},
         MarkRule::OnShelf, friendConnection);
     if (!written.isDone() && !written.givenUp)
         showDatabaseFailure(parent, written.failure,
                             ProductPrices::tr("Цена не передана в справочную базу данных."));
     return written.isDone();
+}
+
+} // namespace
+
+bool passPriceToReference(QWidget *parent, const QString &wuid, double outcost)
+{
+    // Products that never had an identifier must not be taken for one another.
+    if (wuid.trimmed().isEmpty() || !isConnectionRegistered(friendConnection))
+        return true;
+    QList<SqlRow> rows;
+    if (!QueryRows(parent, "SELECT id, quantity FROM warehouse WHERE wuid=" + sql::text(wuid) + ";",
+                   rows, friendConnection))
+        return false;
+    return rows.isEmpty() || passPrice(parent, rows.first(), outcost);
+}
+
+bool passPriceTo(QWidget *parent, qulonglong referenceId, double outcost)
+{
+    QList<SqlRow> rows;
+    if (!QueryRows(parent,
+                   "SELECT id, quantity FROM warehouse WHERE id=" + sql::quotedId(referenceId) +
+                       ";",
+                   rows, friendConnection))
+        return false;
+    if (!rows.isEmpty())
+        return passPrice(parent, rows.first(), outcost);
+    showWarning(parent, ProductPrices::tr("Цена не передана: этого наименования больше нет в "
+                                          "справочной базе данных."));
+    return false;
 }

@@ -35,6 +35,9 @@ bool changePrices(QWidget *parent, const QList<qulonglong> &ids, const PriceChan
 /// which is told.
 bool passPriceToReference(QWidget *parent, const QString &wuid, double outcost);
 
+/// The same to the product with this id there, which must be there.
+bool passPriceTo(QWidget *parent, qulonglong referenceId, double outcost);
+
 /// How far the recalculation of all selling prices came.
 struct PriceRecalculation
 {

@@ -93,8 +93,9 @@ Comparison ReferenceDialog::currentComparison() const
     const QModelIndex current = m_ui->referenceTableView->currentIndex();
     Comparison compared =
         m_list->comparison(current.isValid() ? current.row() : -1).value_or(Comparison());
-    // The user asked what the reference database says about this one.
-    if (m_given && !compared.ours.exists())
+    // The user asked what the reference database says about this one; another one of ours may have
+    // its identifier, too.
+    if (m_given && (!compared.ours.exists() || compared.ours.product.wuid == m_given->product.wuid))
         compared.ours = *m_given;
     return compared;
 }
@@ -160,7 +161,8 @@ void ReferenceDialog::on_copyPushButton_clicked()
     m_ui->resultLabel->setText(result.text());
     if (!result.notes.isEmpty())
         showInformation(this, shortened(result.notes).join(u'\n'));
-    refresh();
+    if (result.copied + result.known > 0)
+        refresh();
 }
 
 void ReferenceDialog::on_editPushButton_clicked()
@@ -177,7 +179,7 @@ void ReferenceDialog::on_passPricePushButton_clicked()
     const CommandScope command;
     const Comparison compared = currentComparison();
     // What the user sees is what is passed, not what somebody has made of it since.
-    if (passPriceToReference(this, compared.ours.product.wuid, compared.ours.product.outcost))
+    if (passPriceTo(this, compared.theirs.product.id, compared.ours.product.outcost))
         m_ui->resultLabel->setText(tr("Расходная цена передана в справочную базу данных: %1")
                                        .arg(fieldText(compared.ours, ComparedField::Outcost)));
     refresh();

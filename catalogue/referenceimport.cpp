@@ -161,7 +161,7 @@ TransactionStep Import::write()
     m_notes.clear();
     m_isKnown = false;
     // Products that never had an identifier must not be taken for one another.
-    if (!m_local.wuid.isEmpty()) {
+    if (!m_local.wuid.trimmed().isEmpty()) {
         QList<SqlRow> rows;
         if (!readLockedTable("warehouse",
                              "SELECT id FROM warehouse WHERE wuid=" + sql::text(m_local.wuid),

@@ -36,6 +36,12 @@ ReferenceList::ReferenceList(QObject *parent)
 {
     setColumns(referenceColumns());
     m_stateColumn = columnOf(QStringLiteral("state"));
+    // Once rows can be read again, so can the comparisons be.
+    const auto tryAgain = [this] {
+        m_failed = false;
+    };
+    connect(this, &QAbstractItemModel::modelReset, this, tryAgain);
+    connect(this, &QAbstractItemModel::rowsInserted, this, tryAgain);
 }
 
 std::optional<PagedSelect> ReferenceList::pages(QWidget *parent, const QString &text) const
@@ -48,21 +54,23 @@ std::optional<Comparison> ReferenceList::comparison(int row) const
     const qulonglong id = idOf(row);
     if (id == 0)
         return {};
-    if (!m_comparisons.contains(id)) {
+    if (!m_comparisons.contains(id) && !m_failed) {
         if (m_comparisons.size() > mostCompared)
             m_comparisons.clear();
         QList<qulonglong> ids;
         const int first = std::max(0, row - comparedAtOnce / 2);
         for (int i = first; i < std::min(rowCount(), first + comparedAtOnce); ++i)
             ids += idOf(i);
-        // Told once, by whoever reads the list; in the middle of painting nobody is asked. A row
-        // that could not be compared is not tried again before the list is.
-        readComparisons(nullptr, ids, m_comparisons);
+        // In the middle of painting nobody is asked, and nobody waits for a dead server again and
+        // again while the user scrolls.
+        m_failed = !readComparisons(nullptr, ids, m_comparisons);
         for (const qulonglong tried : std::as_const(ids)) {
-            if (!m_comparisons.contains(tried))
-                m_comparisons.insert(tried, {});
+            if (!m_failed && !m_comparisons.contains(tried))
+                m_comparisons.insert(tried, {}); // is not there any more
         }
     }
+    if (!m_comparisons.contains(id))
+        return {};
     return m_comparisons.value(id);
 }
 
@@ -76,8 +84,10 @@ void ReferenceList::forget()
 QVariant ReferenceList::data(const QModelIndex &index, int role) const
 {
     const bool isState = index.column() == m_stateColumn;
-    if (role == Qt::DisplayRole && isState)
-        return stateText(comparison(index.row()).value_or(Comparison()));
+    if (role == Qt::DisplayRole && isState) {
+        const std::optional<Comparison> compared = comparison(index.row());
+        return compared ? stateText(*compared) : tr("не сравнено");
+    }
     if (role == Qt::ForegroundRole || (role == Qt::BackgroundRole && isState)) {
         const Comparison compared = comparison(index.row()).value_or(Comparison());
         const QPalette palette = QGuiApplication::palette();

@@ -17,7 +17,8 @@ public:
     /// The products whose article or name hold the words, or that have the barcode.
     std::optional<PagedSelect> pages(QWidget *parent, const QString &text) const;
 
-    /// The product of a row with ours beside it; nothing outside of the list.
+    /// The product of a row with ours beside it; nothing outside of the list, and when they could
+    /// not be read.
     std::optional<Comparison> comparison(int row) const;
 
     /// Compares anew what is shown.
@@ -30,4 +31,5 @@ private:
 
     int m_stateColumn;
     mutable QHash<qulonglong, Comparison> m_comparisons; ///< of rows that were looked at
+    mutable bool m_failed = false; ///< a database was gone when they were compared last
 };

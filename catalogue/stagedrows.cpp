@@ -42,15 +42,22 @@ bool write(QWidget *parent, const QStringList &statements)
     return runStatements(parent, statements, StagedRows::tr("Не записано."));
 }
 
-/// Whether a local product has the code. Nothing when that could not be read.
-std::optional<bool> isTaken(QWidget *parent, const QString &code)
+/// The local product that has the code, 0 for none. Nothing when that could not be read.
+std::optional<qulonglong> holderOf(QWidget *parent, const QString &code)
 {
     QList<SqlRow> rows;
     if (!QueryRows(parent,
                    "SELECT wareid FROM codes WHERE code=" + sql::text(code) + " AND wareid!=0;",
                    rows))
         return {};
-    return !rows.isEmpty();
+    return rows.isEmpty() ? 0 : rows.first().first().toULongLong();
+}
+
+void tellTaken(QWidget *parent, const QString &code, qulonglong wareid)
+{
+    showWarning(
+        parent,
+        StagedRows::tr("Штрих-код %1 уже присвоен наименованию %2.").arg(code, sql::id(wareid)));
 }
 
 } // namespace
@@ -66,6 +73,13 @@ bool clearStagedRows(QWidget *parent)
 
 bool stageCode(QWidget *parent, const QString &code)
 {
+    const std::optional<qulonglong> holder = holderOf(parent, code);
+    if (!holder)
+        return false;
+    if (*holder != 0) {
+        tellTaken(parent, code, *holder);
+        return false;
+    }
     return write(parent, {deleteCodes(), insertCode(code, 1, {}, sql::now())});
 }
 
@@ -81,10 +95,10 @@ bool stageReferenceCodes(QWidget *parent, qulonglong referenceId)
     QStringList taken;
     for (const SqlRow &row : std::as_const(rows)) {
         const QString code = row.at(0).toString();
-        const std::optional<bool> isKnown = isTaken(parent, code);
-        if (!isKnown)
+        const std::optional<qulonglong> holder = holderOf(parent, code);
+        if (!holder)
             return false;
-        if (*isKnown)
+        if (*holder != 0)
             taken += code;
         else
             statements += insertCode(code, finiteOrZero(row.at(1).toDouble()), row.at(2).toString(),
@@ -113,4 +127,18 @@ bool stageCopies(QWidget *parent, qulonglong wareid)
          "INSERT INTO collectionproducts(collectionid,wareid,userid,ctime) SELECT collectionid,0," +
              sql::id(Session::instance().user().id) + u',' + sql::now() +
              " FROM collectionproducts" + of});
+}
+
+bool checkStagedCodes(QWidget *parent)
+{
+    QList<SqlRow> rows;
+    if (!QueryRows(parent,
+                   "SELECT taken.code, taken.wareid FROM codes JOIN codes AS taken ON "
+                   "taken.code=codes.code WHERE codes.wareid='0' AND codes.userid=" +
+                       user() + " AND taken.wareid!=0;",
+                   rows))
+        return false;
+    if (!rows.isEmpty())
+        tellTaken(parent, rows.first().at(0).toString(), rows.first().at(1).toULongLong());
+    return rows.isEmpty();
 }

@@ -20,3 +20,7 @@ bool stageReferenceCodes(QWidget *parent, qulonglong referenceId);
 
 /// Adds the properties and collections of a local product.
 bool stageCopies(QWidget *parent, qulonglong wareid);
+
+/// Whether no other product has got a code meanwhile that waits for the new one; otherwise it is
+/// told.
+bool checkStagedCodes(QWidget *parent);

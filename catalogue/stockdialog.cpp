@@ -10,6 +10,7 @@
 #include "catalogue/waredialog.h"
 #include "db/money.h"
 #include "db/session.h"
+#include "widgets/columnwidths.h"
 #include "widgets/dialogplace.h"
 #include "widgets/listexport.h"
 #include "widgets/pagedtable.h"
@@ -33,6 +34,7 @@ StockDialog::StockDialog(QWidget *parent)
     m_sumTimer.setSingleShot(true);
     connect(&m_sumTimer, &QTimer::timeout, this, &StockDialog::addToSum);
     connect(m_table, &PagedTable::refreshed, this, &StockDialog::startSum);
+    connect(m_table, &PagedTable::refreshed, m_table->widths(), &ColumnWidths::resizeToContents);
     connect(m_table, &PagedTable::refreshed, this, &StockDialog::enableCommands);
     connect(view->selectionModel(), &QItemSelectionModel::currentRowChanged, this,
             &StockDialog::enableCommands);
@@ -146,6 +148,8 @@ void StockDialog::on_editPushButton_clicked()
     if (const qulonglong id = m_table->currentId(); id != 0) {
         const CommandScope command;
         editProduct(this, id);
+        fillGroups(m_ui->groupfilterComboBox); // they are kept in order from the card, too
+        fillBrands(m_ui->brandfilterComboBox);
         m_table->refresh();
         m_ui->stockTableView->setFocus();
     }
@@ -159,10 +163,12 @@ void StockDialog::on_historyPushButton_clicked()
 
 void StockDialog::on_exportPushButton_clicked()
 {
-    QString path = QFileDialog::getSaveFileName(this, tr("Экспорт склада в файл"), tr("Склад.csv"),
-                                                tr("Файл csv (*.csv)"));
-    if (!path.isEmpty())
-        exportTo(path);
+    QFileDialog dialog(this, tr("Экспорт склада в файл"), {}, tr("Файл csv (*.csv)"));
+    dialog.setAcceptMode(QFileDialog::AcceptSave);
+    dialog.setDefaultSuffix(QStringLiteral("csv")); // by it a spreadsheet opens the file
+    dialog.selectFile(tr("Склад.csv"));
+    if (dialog.exec() == QDialog::Accepted)
+        exportTo(dialog.selectedFiles().first());
 }
 
 bool StockDialog::exportTo(const QString &path)

@@ -364,6 +364,12 @@ void WareDialog::followCoefficient()
 
 void WareDialog::showMargin()
 {
+    // The number of a field is not what stands there while that is none, or too large.
+    if (!m_ui->incostDoubleSpinBox->hasAcceptableInput() ||
+        !m_ui->outcostDoubleSpinBox->hasAcceptableInput()) {
+        m_ui->marginLabel->clear();
+        return;
+    }
     const double incost = costInMain();
     const double outcost = m_ui->outcostDoubleSpinBox->exact();
     m_ui->marginLabel->setText(
@@ -377,7 +383,7 @@ void WareDialog::showMargin()
 void WareDialog::on_okPushButton_clicked()
 {
     const CommandScope command;
-    if (check() && checkRates() && save())
+    if (check() && checkChoices() && checkCodes() && checkRates() && save())
         accept();
 }
 
@@ -425,6 +431,50 @@ bool WareDialog::check()
     QString reason;
     NumberSpinBox *field = m_fields.findFault(reason);
     return !field || refuse(field, reason);
+}
+
+/// What was chosen here may have been deleted by another station since.
+bool WareDialog::checkChoices()
+{
+    const struct
+    {
+        const char *column;
+        const char *table;
+        QComboBox *box;
+        void (WareDialog::*fill)();
+    } choices[] = {{"groupid", "`groups`", m_ui->groupComboBox, &WareDialog::fillGroups},
+                   {"brandid", "brands", m_ui->brandComboBox, &WareDialog::fillBrands},
+                   {"unitid", "units", m_ui->unitComboBox, &WareDialog::fillUnits}};
+    const QStringList touched = changedColumns(m_save.given(), m_fields.entered());
+    for (const auto &[column, table, box, fill] : choices) {
+        const qlonglong id = box->currentData().toLongLong();
+        if (id <= 0 || !touched.contains(QLatin1String(column)))
+            continue;
+        QList<SqlRow> rows;
+        if (!QueryRows(this,
+                       QLatin1String("SELECT id FROM ") + QLatin1String(table) + " WHERE id='" +
+                           sql::integer(id) + "';",
+                       rows))
+            return false;
+        if (!rows.isEmpty())
+            continue;
+        const QString text = box->currentText().simplified();
+        (this->*fill)();
+        return refuse(box, tr("%1: «%2» тем временем удалили на другом рабочем месте. Выберите "
+                              "другое.")
+                               .arg(m_fields.label(QLatin1String(column)), text));
+    }
+    return true;
+}
+
+/// Another station may have given a code of the new product to one of its own.
+bool WareDialog::checkCodes()
+{
+    if (id() != 0 || checkStagedCodes(this))
+        return true;
+    m_ui->tabWidget->setCurrentWidget(m_lists.first());
+    m_lists.first()->setFocus();
+    return false;
 }
 
 /// A selling price that was computed here must be that of the present rate.

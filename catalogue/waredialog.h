@@ -75,6 +75,8 @@ private:
     void showMargin();
     bool refuse(QWidget *field, const QString &text);
     bool check();
+    bool checkChoices();
+    bool checkCodes();
     bool checkRates();
     bool save();
     bool askToReplace();

@@ -23,6 +23,8 @@ QVariant shownBy(const QWidget *field)
 void WareFields::add(const QString &column, QWidget *field)
 {
     m_fields += {column, field};
+    if (auto *box = qobject_cast<QComboBox *>(field))
+        keepFromWheel(box);
 }
 
 void WareFields::show(const Product &product)

@@ -7,7 +7,9 @@
 #include "catalogue/productlist.h"
 #include "catalogue/productstore.h"
 #include "catalogue/waredialog.h"
+#include "db/sqltext.h"
 #include "widgets/colors.h"
+#include "widgets/columnwidths.h"
 #include "widgets/dialogplace.h"
 #include "widgets/pagedtable.h"
 #include "widgets/sound.h"
@@ -16,6 +18,8 @@
 #include <QAction>
 #include <QScopeGuard>
 #include <QSignalBlocker>
+
+#include <utility>
 
 namespace {
 
@@ -36,9 +40,6 @@ WarehouseDialog::WarehouseDialog(QWidget *parent)
     m_ui->setupUi(this);
     m_ui->splitter->setStretchFactor(1, 1);
     m_ui->splitter->setSizes({width() / 4, width()});
-    QPalette colours = palette();
-    colours.setColor(QPalette::WindowText, warningTextColor(colours));
-    m_ui->resultLabel->setPalette(colours);
     m_ui->resultLabel->clear();
     describeTable();
     fillGroups();
@@ -54,6 +55,7 @@ void WarehouseDialog::describeTable()
     QTableView *view = m_ui->warehouseTableView;
     auto *model = new ColorSqlQueryModel(this, searchColumns());
     m_table = new PagedTable(view, model, [this] { return list(); });
+    connect(m_table, &PagedTable::refreshed, m_table->widths(), &ColumnWidths::resizeToContents);
     connect(m_table, &PagedTable::refreshed, this, &WarehouseDialog::enableCommands);
     connect(model, &QAbstractItemModel::rowsInserted, this, &WarehouseDialog::enableCommands);
     connect(view->selectionModel(), &QItemSelectionModel::currentRowChanged, this,
@@ -69,17 +71,22 @@ void WarehouseDialog::describeTable()
 /// As a tree: the names of its siblings alone would not tell what a subgroup belongs to.
 void WarehouseDialog::fillGroups()
 {
-    const QSignalBlocker blocker(m_ui->groupsListWidget);
-    m_ui->groupsListWidget->addItem(tr("Все группы"));
+    QListWidget *list = m_ui->groupsListWidget;
+    const QSignalBlocker blocker(list);
     QList<SqlRow> rows;
-    if (QueryRows(this, groupsQuery(), rows)) {
-        const QList<Choice> groups = groupChoices(rows);
-        for (const auto &[id, name] : groups) {
-            auto *item = new QListWidgetItem(name, m_ui->groupsListWidget);
-            item->setData(Qt::UserRole, id);
-        }
+    if (!QueryRows(this, groupsQuery(), rows) && list->count() > 0)
+        return;
+    const QVariant chosen = list->count() > 0 ? list->currentItem()->data(Qt::UserRole) : 0;
+    list->clear();
+    list->addItem(tr("Все группы"));
+    list->setCurrentRow(0);
+    const QList<Choice> groups = groupChoices(rows);
+    for (const auto &[id, name] : groups) {
+        auto *item = new QListWidgetItem(name, list);
+        item->setData(Qt::UserRole, id);
+        if (id == chosen)
+            list->setCurrentItem(item);
     }
-    m_ui->groupsListWidget->setCurrentRow(0);
 }
 
 std::optional<PagedSelect> WarehouseDialog::list() const
@@ -87,7 +94,10 @@ std::optional<PagedSelect> WarehouseDialog::list() const
     ProductFilter filter = {.text = m_ui->namefilterLineEdit->text().trimmed(), .subgroups = false};
     if (m_ui->groupsListWidget->currentRow() > 0)
         filter.groupId = m_ui->groupsListWidget->currentItem()->data(Qt::UserRole).toULongLong();
-    return productPages(window(), filter, searchColumns());
+    std::optional<PagedSelect> list = productPages(window(), filter, searchColumns());
+    if (list)
+        list->start = m_start;
+    return list;
 }
 
 qulonglong WarehouseDialog::wareid() const
@@ -108,6 +118,7 @@ void WarehouseDialog::clearFilter()
     const QSignalBlocker groups(m_ui->groupsListWidget);
     m_ui->namefilterLineEdit->clear();
     m_ui->groupsListWidget->setCurrentRow(0);
+    m_start.reset();
     m_table->refresh();
 }
 
@@ -116,8 +127,42 @@ bool WarehouseDialog::goTo(qulonglong wareid)
 {
     if (m_table->select(wareid))
         return true;
+    if (std::exchange(m_start, std::nullopt))
+        m_table->refresh();
+    if (m_table->select(wareid) || beginAt(wareid))
+        return true;
     clearFilter();
-    return m_table->select(wareid);
+    if (m_table->select(wareid) || beginAt(wareid))
+        return true;
+    m_table->refresh();
+    return false;
+}
+
+/// To read the rows of a million products down to it would take too long.
+bool WarehouseDialog::beginAt(qulonglong wareid)
+{
+    QList<SqlRow> rows;
+    if (!QueryRows(this, "SELECT name FROM warehouse WHERE id=" + sql::quotedId(wareid) + ";",
+                   rows) ||
+        rows.isEmpty())
+        return false;
+    const QVariant name = rows.first().first();
+    m_start = {.text = name.isNull() ? std::nullopt : std::optional(name.toString()), .id = wareid};
+    if (m_table->refresh() && m_table->select(wareid)) {
+        tell(tr("Список начинается с найденного; всё покажет изменение фильтра."), false);
+        return true;
+    }
+    m_start.reset();
+    return false;
+}
+
+void WarehouseDialog::tell(const QString &text, bool warning)
+{
+    QPalette colours = palette();
+    if (warning)
+        colours.setColor(QPalette::WindowText, warningTextColor(colours));
+    m_ui->resultLabel->setPalette(colours);
+    m_ui->resultLabel->setText(text);
 }
 
 void WarehouseDialog::takeScan(const QString &code)
@@ -139,15 +184,15 @@ void WarehouseDialog::on_codesearchLineEdit_returnPressed()
         showFound(code, found.wareid);
         return;
     case CodeKind::NotFound:
-        m_ui->resultLabel->setText(tr("Не найдено: %1").arg(code));
+        tell(tr("Не найдено: %1").arg(code));
         break;
     case CodeKind::Nothing:
         if (code.isEmpty())
             return;
-        m_ui->resultLabel->setText(tr("Не номер наименования и не штрих-код: %1").arg(code));
+        tell(tr("Не номер наименования и не штрих-код: %1").arg(code));
         break;
     case CodeKind::Failed:
-        m_ui->resultLabel->setText(tr("Ошибка базы данных при поиске кода %1").arg(code));
+        tell(tr("Ошибка базы данных при поиске кода %1").arg(code));
         break;
     }
     playSound(Sound::NotFound);
@@ -155,30 +200,31 @@ void WarehouseDialog::on_codesearchLineEdit_returnPressed()
 
 void WarehouseDialog::showFound(const QString &code, qulonglong wareid)
 {
-    if (goTo(wareid)) {
-        playSound(Sound::Found);
-        return;
-    }
-    playSound(Sound::NotFound);
     Product product;
     const LoadState state = loadProduct(this, wareid, ProductColumns::Receipt, product);
-    m_ui->resultLabel->setText(state == LoadState::Loaded
-                                   ? tr("Наименование неактивно: %1").arg(product.name.simplified())
-                                   : tr("Наименования кода %1 нет в каталоге").arg(code));
+    const bool shown = state == LoadState::Loaded && product.isEnabled() && goTo(wareid);
+    playSound(shown ? Sound::Found : Sound::NotFound);
+    if (state == LoadState::NotFound)
+        tell(tr("Наименования кода %1 нет в каталоге").arg(code));
+    else if (state == LoadState::Loaded && !shown)
+        tell(tr("Наименование неактивно: %1").arg(product.name.simplified()));
 }
 
 void WarehouseDialog::on_namefilterLineEdit_textChanged()
 {
+    m_start.reset();
     m_table->refreshSoon();
 }
 
 void WarehouseDialog::on_namefilterLineEdit_returnPressed()
 {
+    m_start.reset();
     m_table->enter();
 }
 
 void WarehouseDialog::on_groupsListWidget_currentRowChanged(int /*row*/)
 {
+    m_start.reset();
     m_table->refreshSoon();
 }
 
@@ -217,9 +263,10 @@ void WarehouseDialog::finishCard(qulonglong saved)
 {
     m_ui->codesearchLineEdit->clear();
     m_ui->resultLabel->clear();
+    fillGroups(); // they are kept in order from the card, too
     m_table->refresh();
     if (saved != 0 && !goTo(saved))
-        m_ui->resultLabel->setText(tr("Сохранено, но неактивно и в списке не показано."));
+        tell(tr("Сохранено, но неактивно и в списке не показано."));
     m_ui->warehouseTableView->setFocus();
 }
 

@@ -50,6 +50,8 @@ private:
     void describeTable();
     void fillGroups();
     void clearFilter();
+    bool beginAt(qulonglong wareid);
+    void tell(const QString &text, bool warning = true);
     bool goTo(qulonglong wareid);
     void showFound(const QString &code, qulonglong wareid);
     void finishCard(qulonglong saved);
@@ -57,5 +59,6 @@ private:
 
     std::unique_ptr<Ui::WarehouseDialog> m_ui;
     PagedTable *m_table;
+    std::optional<ListStart> m_start;
     qulonglong m_wareid = 0;
 };

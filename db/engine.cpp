@@ -99,6 +99,11 @@ QString Engine::divisor(const QString &expression) const
     return expression;
 }
 
+QString Engine::joinInOrder() const
+{
+    return QStringLiteral(" CROSS JOIN ");
+}
+
 QString Engine::decimal(const QString &column) const
 {
     return column;

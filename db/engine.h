@@ -101,6 +101,10 @@ public:
     /// A divisor with which a division by zero gives NULL.
     virtual QString divisor(const QString &expression) const;
 
+    /// What stands between two tables to have the first one read first, as far as the database lets
+    /// itself be told; the condition between them follows with WHERE.
+    virtual QString joinInOrder() const;
+
     /// A REAL column as the decimal number that was written, for computing with it.
     virtual QString decimal(const QString &column) const;
 

@@ -210,6 +210,12 @@ public:
         return {.end = QStringLiteral(" FOR UPDATE")};
     }
 
+    QString joinInOrder() const override
+    {
+        // Statistics that lag behind would have it read a whole table for a few rows.
+        return QStringLiteral(" STRAIGHT_JOIN ");
+    }
+
     QString translate(const QString &sqlText) const override
     {
         const qsizetype rest = endOfInsertOrIgnore(sqlText);

@@ -55,7 +55,7 @@ GoodsEntry::GoodsEntry(QWidget *window, std::function<EntryOptions()> options,
 
 void GoodsEntry::scan(const QString &code)
 {
-    if (handToDialog(code))
+    if (handToDialog(code) || hold(code))
         return;
     m_waiting.append(code);
     // Perhaps what stopped the line has been put right. Not while it is being asked about.
@@ -65,10 +65,39 @@ void GoodsEntry::scan(const QString &code)
     m_timer.start(0);
 }
 
+/// Keeps a code for the dialog behind the one in front, which has no use for it.
+bool GoodsEntry::hold(const QString &code)
+{
+    const QWidget *modal = QApplication::activeModalWidget();
+    QWidget *dialog = modal ? modal->parentWidget() : nullptr;
+    while (dialog && !dynamic_cast<ScanTaker *>(dialog))
+        dialog = dialog->parentWidget();
+    if (!dialog)
+        return false;
+    m_held.append({dialog, code});
+    m_stopHeard = false;
+    soundStop();
+    m_timer.start(lookAgainMs);
+    return true;
+}
+
+/// Once its dialog is in front again a code goes there, and without the dialog into the receipt.
+void GoodsEntry::serveHeld()
+{
+    while (!m_held.isEmpty() && !m_held.first().dialog)
+        m_waiting.append(m_held.takeFirst().code);
+    if (m_held.isEmpty())
+        return;
+    m_timer.start(lookAgainMs);
+    if (QApplication::activeModalWidget() == m_held.first().dialog)
+        handToDialog(m_held.takeFirst().code);
+}
+
 /// Called until no code waits any more: enters the next one, or lets the line in its way be
 /// accepted.
 void GoodsEntry::serveWaiting()
 {
+    serveHeld();
     if (m_waiting.isEmpty())
         return;
     // First, since dialogs and boxes run event loops, which come back here.

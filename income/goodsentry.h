@@ -1,6 +1,8 @@
 #pragma once
 
+#include <QList>
 #include <QObject>
+#include <QPointer>
 #include <QRect>
 #include <QSet>
 #include <QStringList>
@@ -56,7 +58,7 @@ public:
     void enterCode(const QString &text);
 
     /// A code that was scanned somewhere in the program: entered as soon as nothing stands open,
-    /// unless the dialog in front is a ScanTaker.
+    /// unless the dialog in front is a ScanTaker, or else one behind it.
     void scan(const QString &code);
 
     /// A scan that did not arrive whole: it is heard, seen and kept.
@@ -113,7 +115,18 @@ private:
     QWidget *m_window;
     std::function<EntryOptions()> m_options;
     std::function<void()> m_takeWaitingKeys;
+    /// A code for a dialog that something else stands in front of.
+    struct HeldCode
+    {
+        QPointer<QWidget> dialog;
+        QString code;
+    };
+
+    bool hold(const QString &code);
+    void serveHeld();
+
     QStringList m_waiting;
+    QList<HeldCode> m_held;
     QTimer m_timer;
     Additions m_additions;
     MissedCodes m_missed;

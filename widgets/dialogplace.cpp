@@ -27,9 +27,11 @@ public:
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override
     {
-        const auto *dialog = static_cast<QDialog *>(watched);
+        // At the end of its destruction it is no dialog any more.
+        const auto *dialog = qobject_cast<QDialog *>(watched);
         // What a program hides, a screen lock for one, is not a size that somebody has chosen.
-        if (event->type() == QEvent::Hide && !event->spontaneous() && !dialog->isMaximized())
+        if (dialog && event->type() == QEvent::Hide && !event->spontaneous() &&
+            !dialog->isMaximized())
             QSettings().setValue(keyOf(dialog), dialog->size());
         return QObject::eventFilter(watched, event);
     }
@@ -50,4 +52,9 @@ void keepDialogSize(QDialog *dialog)
         size.setHeight(std::max(size.height(), layout->totalMinimumHeightForWidth(size.width())));
     dialog->resize(size.boundedTo(room));
     new SizeKeeper(dialog);
+    // Where a box and its dialog close at once some window managers leave the keyboard to nobody.
+    QObject::connect(dialog, &QDialog::finished, dialog, [dialog] {
+        if (dialog->parentWidget())
+            dialog->parentWidget()->window()->activateWindow();
+    });
 }

@@ -90,6 +90,8 @@ struct Dictionary
                               ///< SELECT is made of the fields
     bool bound = false;       ///< values are written through placeholders
     QList<DictionaryUse> uses = {}; ///< what happens to them when an entry is deleted
+    QString parent = {};            ///< the column that makes a tree of the entries, if any
+    QString circle = {};            ///< what to tell when an entry would come under itself
     QStringList searched = {};      ///< columns that the search looks in; none: there is no search
     std::function<void(QList<SqlRow> &rows)> arrange = {}; ///< the rows of the list before they
                                                            ///< are shown

@@ -66,6 +66,7 @@ QComboBox *makeChoice(const DictionaryField &field, QWidget *parent)
     auto *box = new QComboBox(parent);
     box->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
     box->setMinimumContentsLength(24);
+    keepFromWheel(box);
     readChoices(field, box);
     return box;
 }
@@ -503,6 +504,10 @@ bool DictionaryDialog::save()
         return false;
     case EntryState::Gone:
         return askToAddAnew() && check() && save();
+    case EntryState::Circle:
+        showInformation(this, m_dictionary.circle);
+        fieldWidget(m_dictionary.parent)->setFocus();
+        return false;
     case EntryState::Failed:
         break;
     }

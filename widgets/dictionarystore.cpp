@@ -6,6 +6,7 @@
 #include "db/transaction.h"
 
 #include <QCoreApplication>
+#include <QHash>
 #include <QSqlQuery>
 
 #include <algorithm>
@@ -205,6 +206,19 @@ bool isWritten(const Dictionary &dictionary, const QVariantMap &values, const QV
     });
 }
 
+/// Whether a tree's entry would come under itself. rows: ids and parents of all entries.
+bool makesCircle(const QList<SqlRow> &rows, qulonglong id, qulonglong parent)
+{
+    QHash<qulonglong, qulonglong> parents;
+    for (const SqlRow &row : rows)
+        parents.insert(row.at(0).toULongLong(), row.at(1).toULongLong());
+    if (parents.value(id) == parent)
+        return false;
+    for (qsizetype steps = 0; steps <= parents.size() && parent != 0 && parent != id; ++steps)
+        parent = parents.value(parent);
+    return parent == id;
+}
+
 /// Runs a short body in a transaction and tells when it fails. inDoubt: see TransactionOptions.
 bool write(QWidget *parent, const std::function<TransactionStep()> &body, bool *inDoubt = nullptr)
 {
@@ -290,6 +304,13 @@ EntryState updateEntry(QWidget *parent, const Dictionary &dictionary, qulonglong
     bool inDoubt = false;
     const auto update = [&] {
         QList<SqlRow> rows;
+        // Two stations could otherwise hang two entries under each other.
+        const qulonglong above = values.value(dictionary.parent).toULongLong();
+        if (above != 0 &&
+            !readLockedTable(dictionary.table,
+                             "SELECT id, " + dictionary.parent + " FROM " + dictionary.table, rows))
+            return TransactionStep::Fail;
+        const bool circle = above != 0 && makesCircle(rows, id, above);
         if (!readLockedRows(dictionary.table, entryQuery(dictionary, id), rows))
             return TransactionStep::Fail;
         state = EntryState::Gone;
@@ -301,6 +322,10 @@ EntryState updateEntry(QWidget *parent, const Dictionary &dictionary, qulonglong
             // By a former save of this entry, perhaps, whose COMMIT got no answer.
             if (!isWritten(dictionary, values, now))
                 state = EntryState::Changed;
+            return TransactionStep::Done;
+        }
+        if (circle) {
+            state = EntryState::Circle;
             return TransactionStep::Done;
         }
         inDoubt = false;
@@ -340,9 +365,12 @@ std::optional<qlonglong> countUses(QWidget *parent, const Dictionary &dictionary
                                    const DictionaryUse &use, const QList<qulonglong> &ids)
 {
     qlonglong count = 0;
+    DictionaryUse others = use;
+    if (use.table == dictionary.table && !use.goToo) // not those that are deleted themselves
+        others.also = "id NOT IN (" + sql::idLists(ids).join(u',') + u')';
     for (const qulonglong id : ids) {
         const QVariant number = QueryValue(parent, "SELECT count(*) FROM " + use.table +
-                                                       useCondition(dictionary, use, id));
+                                                       useCondition(dictionary, others, id));
         if (!number.isValid())
             return {};
         count += number.toLongLong();

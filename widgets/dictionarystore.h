@@ -31,6 +31,7 @@ enum class EntryState {
     Written,
     Changed, ///< nothing written: another station has changed what would be written over
     Gone,    ///< nothing written: another station has deleted it
+    Circle,  ///< nothing written: it would come under itself
     Failed,
 };
 

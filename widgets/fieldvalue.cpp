@@ -6,6 +6,7 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QCoreApplication>
+#include <QEvent>
 #include <QLineEdit>
 #include <QPlainTextEdit>
 
@@ -14,6 +15,21 @@ namespace {
 struct FieldValue
 {
     Q_DECLARE_TR_FUNCTIONS(FieldValue)
+};
+
+class WheelGuard final : public QObject
+{
+public:
+    using QObject::QObject;
+
+protected:
+    bool eventFilter(QObject * /*watched*/, QEvent *event) override
+    {
+        if (event->type() != QEvent::Wheel)
+            return false;
+        event->ignore(); // what lies behind may scroll
+        return true;
+    }
 };
 
 } // namespace
@@ -70,4 +86,9 @@ void chooseEntry(QComboBox *box, const QVariant &value, const QString &textIfMis
     if (box->findData(value) < 0)
         box->addItem(textIfMissing, value);
     box->setCurrentIndex(box->findData(value));
+}
+
+void keepFromWheel(QComboBox *box)
+{
+    box->installEventFilter(new WheelGuard(box));
 }

@@ -19,3 +19,6 @@ QString textInField(const QWidget *field, const QVariant &value);
 /// Chooses an entry; one that is not offered is added with a text of its own, so that a row that is
 /// gone is not replaced unasked.
 void chooseEntry(QComboBox *box, const QVariant &value, const QString &textIfMissing);
+
+/// Keeps the mouse wheel from choosing another entry; in the open list it still scrolls.
+void keepFromWheel(QComboBox *box);

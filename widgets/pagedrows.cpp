@@ -42,7 +42,7 @@ bool isWritable(const QVariant &text)
 PagedRows::PagedRows(const PagedSelect &list, const QList<TableColumn> &columns,
                      const QString &connectionName)
     : m_list(list),
-      m_statements(m_list),
+      m_statements(m_list, Engine::of(connectionName)),
       m_connectionName(connectionName),
       m_width(columns.size()),
       m_idColumn(columnOf(columns, QStringLiteral("id"))),
@@ -50,6 +50,11 @@ PagedRows::PagedRows(const PagedSelect &list, const QList<TableColumn> &columns,
 {
     const Engine &engine = Engine::of(connectionName);
     m_position.nulls = engine.sortsNullsFirst();
+    if (list.start) {
+        m_position = {.nulls = !list.start->text, .text = list.start->text};
+        m_position.id = list.start->id - 1;
+        m_othersFollow = m_position.nulls == engine.sortsNullsFirst();
+    }
     m_marked = list.searched || !engine.ordersTextsByIndex();
     m_spacing = engine.ordersTextsByIndex() ? searchedRows : sortedRows;
 }

@@ -1,5 +1,6 @@
 #include "widgets/pagedselect.h"
 
+#include "db/engine.h"
 #include "db/sqltext.h"
 
 namespace {
@@ -13,8 +14,9 @@ QString allOf(const QStringList &conditions)
 
 } // namespace
 
-PageStatements::PageStatements(const PagedSelect &list)
-    : m_list(list)
+PageStatements::PageStatements(const PagedSelect &list, const Engine &engine)
+    : m_list(list),
+      m_engine(engine)
 {
 }
 
@@ -37,7 +39,7 @@ QString PageStatements::from(QStringList conditions, bool beginWithOrder) const
     conditions += ' ' + m_list.link;
     const QString &first = beginWithOrder ? m_list.orderTable : m_list.table;
     const QString &second = beginWithOrder ? m_list.table : m_list.orderTable;
-    return " FROM " + first + " CROSS JOIN " + second + allOf(conditions);
+    return " FROM " + first + m_engine.joinInOrder() + second + allOf(conditions);
 }
 
 /// As two comparisons of the text: the first one is the range that an index knows.
@@ -99,8 +101,10 @@ QString PageStatements::highestId() const
 
 QString PageStatements::textsOf(const QList<qulonglong> &ids) const
 {
-    return "SELECT " + text() + from({among(ids), text() + " IS NOT NULL"}, false) + " ORDER BY " +
-           text() + ';';
+    QStringList conditions = {among(ids), text() + " IS NOT NULL"};
+    if (m_list.start && m_list.start->text)
+        conditions += text() + ">=" + sql::text(*m_list.start->text);
+    return "SELECT " + text() + from(conditions, false) + " ORDER BY " + text() + ';';
 }
 
 QString PageStatements::rowsOf(const QList<qulonglong> &ids) const

@@ -6,6 +6,17 @@
 
 #include <optional>
 
+class Engine;
+
+/// A row with which a list begins, by its text and id.
+struct ListStart
+{
+    std::optional<QString> text = {}; ///< nothing: it has none
+    qulonglong id = 0;
+
+    bool operator==(const ListStart &) const = default;
+};
+
 /// A long list, described for reading page by page: rows of one table with what is joined to them,
 /// in the order of one text column of it or of another table, the id behind it.
 struct PagedSelect
@@ -25,6 +36,8 @@ struct PagedSelect
     QString orderTable = {};
     QString link = {};
     bool beginsWithOrder = true;
+
+    std::optional<ListStart> start = {}; ///< what stands before it is left out
 
     bool operator==(const PagedSelect &) const = default;
 };
@@ -47,7 +60,7 @@ class PageStatements
 public:
     using Text = std::optional<QString>;
 
-    explicit PageStatements(const PagedSelect &list);
+    PageStatements(const PagedSelect &list, const Engine &engine);
 
     /// The next rows behind a position, up to the text last if there is one.
     QString page(const ListPosition &position, const Text &last, qsizetype limit) const;
@@ -77,4 +90,5 @@ private:
     QString ordered(qsizetype limit) const;
 
     const PagedSelect &m_list;
+    const Engine &m_engine;
 };

@@ -5,10 +5,8 @@
 
 #include <QGuiApplication>
 #include <QKeyEvent>
-#include <QScopeGuard>
 
 #include <algorithm>
-#include <limits>
 #include <utility>
 
 namespace {
@@ -91,9 +89,7 @@ void PagedTable::enter()
 
 bool PagedTable::select(qulonglong id)
 {
-    QGuiApplication::setOverrideCursor(Qt::WaitCursor);
-    const auto done = qScopeGuard([] { QGuiApplication::restoreOverrideCursor(); });
-    const int row = m_model->findRow(id, std::numeric_limits<int>::max());
+    const int row = m_model->findRow(id);
     if (row < 0)
         return false;
     m_view->selectRow(row);

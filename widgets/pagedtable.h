@@ -39,7 +39,7 @@ public:
     /// Applies the filter now and goes to the first row, however long the search for it takes.
     void enter();
 
-    /// Goes to the row with an id, however far down it stands. False when it is not in the list.
+    /// Goes to the row with an id. False when it is not in the list or stands far down.
     bool select(qulonglong id);
 
     /// The id of the current row, 0 without one.

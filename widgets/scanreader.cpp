@@ -462,6 +462,9 @@ void ScanReader::keepText(Burst &burst, QWidget *receiver)
         std::any_of(burst.fields.cbegin(), burst.fields.cend(),
                     [receiver](const FieldText &field) { return field.widget == receiver; });
     QLineEdit *edit = editOf(receiver);
+    const auto *choice = qobject_cast<QComboBox *>(receiver);
+    if (!known && !edit && choice)
+        burst.fields.append({.widget = receiver, .entry = choice->currentIndex()});
     if (known || !edit)
         return;
     burst.fields.append({.widget = receiver,
@@ -475,6 +478,8 @@ void ScanReader::keepText(Burst &burst, QWidget *receiver)
 void ScanReader::putBack(const Burst &burst)
 {
     for (const FieldText &field : burst.fields) {
+        if (auto *choice = qobject_cast<QComboBox *>(field.widget); choice && !field.edit)
+            choice->setCurrentIndex(field.entry);
         if (!field.edit)
             continue;
         field.edit->setText(field.text);

@@ -74,12 +74,14 @@ private:
         qint64 clock = 0;
     };
 
-    /// What stood in a field before a scan began to write there.
+    /// What stood in a field before a scan began to write there. The first sign of a scan searches
+    /// a choice for an entry that begins with it.
     struct FieldText
     {
-        QPointer<QWidget> widget;
-        QPointer<QLineEdit> edit;
-        QString text;
+        QPointer<QWidget> widget = {};
+        QPointer<QLineEdit> edit = {}; ///< none: it is a choice
+        int entry = -1;                ///< of a choice
+        QString text = {};
         int cursor = 0;
         int selectionStart = -1;
         int selectionLength = 0;

@@ -2,8 +2,8 @@
 
 #include <QString>
 
-/// A dialog that has a use for a code that is scanned while it is the active modal window. Without
-/// it the code waits for the receipt until all dialogs are closed.
+/// A dialog that has a use for a code that is scanned while it is the active modal window, or one
+/// that it has opened. Without it the code waits for the receipt until all dialogs are closed.
 class ScanTaker
 {
 public:

@@ -10,9 +10,10 @@
 namespace {
 
 constexpr qsizetype pageRows = 200;
-constexpr qsizetype keysRows = 20'000; ///< read at once when only their ids are wanted
-constexpr int patienceMs = 60;         ///< before the window gets its turn
-constexpr int pauseMs = 3000;          ///< between two tries of a page that cannot be read
+constexpr qsizetype keysRows = 20'000;  ///< read at once when only their ids are wanted
+constexpr int patienceMs = 60;          ///< before the window gets its turn
+constexpr int mostLookedThrough = 2000; ///< rows further down in which a row is looked for
+constexpr int pauseMs = 3000;           ///< between two tries of a page that cannot be read
 
 } // namespace
 
@@ -135,14 +136,13 @@ bool SqlTableModel::isReading() const
     return m_readOn.isActive();
 }
 
-int SqlTableModel::findRow(qulonglong id, qsizetype within)
+int SqlTableModel::findRow(qulonglong id)
 {
     int row = rowOfId(id);
     if (row >= 0 || !m_pages || !m_pages->leadsTo(nullptr, id).value_or(false))
         return row;
-    const qsizetype farthest = m_rows + within;
-    const qsizetype step = std::clamp(within / 10, pageRows, keysRows);
-    while (row < 0 && m_rows < farthest && readKeys(step))
+    const int farthest = m_rows + mostLookedThrough;
+    while (row < 0 && m_rows < farthest && readKeys(pageRows))
         row = rowOfId(id);
     return row;
 }

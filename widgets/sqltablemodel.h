@@ -67,9 +67,9 @@ public:
     /// The first row whose value in the column is this id, or -1.
     int rowOfId(qulonglong id, const QString &key = QStringLiteral("id")) const;
 
-    /// The row with that id, read on to when it stands further down in a long list, within so many
-    /// rows; -1 when there is none.
-    int findRow(qulonglong id, qsizetype within = 2000);
+    /// The row with that id, read on to when it stands somewhat further down in a long list; -1
+    /// when there is none.
+    int findRow(qulonglong id);
 
     /// Reads a long list to its end, for who wants all of it. False on failure, which is not told.
     bool readAll();

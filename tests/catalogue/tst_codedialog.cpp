@@ -1,5 +1,6 @@
 #include "catalogue/codedialog.h"
 
+#include "db/session.h"
 #include "db/sqltext.h"
 #include "tests/support/databasetest.h"
 #include "tests/support/widgets.h"
@@ -157,6 +158,21 @@ private slots:
         QTest::keyClicks(dialog.focusWidget(), "12\r");
         QVERIFY(!dialog.isVisible());
         QCOMPARE(rows("SELECT code, packquantity FROM codes").remove(".0"), "4006381333931\t12");
+    }
+
+    void nextScan_keepsTheFormerCode()
+    {
+        rows("INSERT INTO codes(wareid,code,userid) VALUES(0,'4600000000010'," +
+             QString::number(Session::instance().user().id) + ")"); // of a cancelled card
+        CodeDialog dialog(0, 7, nullptr);
+        dialog.show();
+        for (const char *code : {"4600000000010", "4600000000027", "4600000000027"})
+            dialog.takeScan(code);
+        m_boxes->answer("Закрыть");
+        QTest::keyClick(&dialog, Qt::Key_Escape);
+        QCOMPARE(dialog.result(), int(QDialog::Accepted));
+        QCOMPARE(rows("SELECT wareid, code FROM codes WHERE id=" + QString::number(dialog.id())),
+                 "7\t4600000000010");
     }
 
     void largeFont_leavesRoomForEverything()

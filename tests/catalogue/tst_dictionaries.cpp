@@ -68,7 +68,7 @@ private slots:
             QVERIFY(id != 0);
             QVariantMap seen;
             QCOMPARE(loadEntry(nullptr, dictionary, id, seen), LoadState::Loaded);
-            values = filled(dictionary, text, 1);
+            values = filled(dictionary, text, 904);
             if (isRefused && hasText)
                 m_boxes->answer("OK");
             const EntryState state = updateEntry(nullptr, dictionary, id, values, seen);
@@ -140,13 +140,16 @@ private slots:
         auto *parent = child<QComboBox>(dialog, "parentComboBox");
         QCOMPARE(parent->count(), 2); // none and the other root
         parent->setCurrentIndex(1);
-        rows("UPDATE groups SET parent=906 WHERE id=907"); // by another station
+        rows("UPDATE groups SET name='Г' WHERE id=905"); // by another station
+        m_boxes->answer("Заменить", [this] { rows("UPDATE groups SET parent=906 WHERE id=907"); });
         m_boxes->answer("OK");
         click(dialog, "savePushButton");
         QVERIFY(m_boxes->lastText().startsWith("Группа не может входить"));
         QCOMPARE(rows("SELECT parent FROM groups WHERE id=905"), "0");
 
         child<QTableView>(list, "groupsTableView")->selectRow(0);
+        const Dictionary groups = GroupsDialog::dictionary();
+        QCOMPARE(countUses(&list, groups, groups.uses.last(), {905, 906, 907}), 0); // all go
         m_boxes->answer("Нет");
         click(list, "deletePushButton");
         QCOMPARE(m_boxes->requests().last().note,

@@ -8,6 +8,7 @@
 
 #include <QPlainTextEdit>
 #include <QTabWidget>
+#include <QWheelEvent>
 
 namespace {
 
@@ -107,6 +108,39 @@ private slots:
         QTest::keyClick(&card, Qt::Key_Escape);
         QVERIFY(!card.isVisible());
         QCOMPARE(rows("SELECT COUNT(*) FROM warehouse"), "1");
+    }
+
+    void codeOfAnother_isNotTaken()
+    {
+        DialogSteps steps;
+        steps.whenOpen<WareDialog>([this](WareDialog &card) {
+            shop::addCode(7, "4600000000015");
+            type(card, "nameLineEdit", "Чай");
+            m_boxes->answer("OK");
+            click(card, "okPushButton");
+            m_boxes->answer("Закрыть");
+        });
+        QCOMPARE(createProduct(nullptr, {}, "4600000000015"), 0U);
+        QVERIFY(m_boxes->requests().first().text.contains("наименованию 7"));
+        m_boxes->answer("OK");
+        QCOMPARE(createProduct(nullptr, {}, "4600000000015"), 0U);
+    }
+
+    void choice_isThatOfTheUser()
+    {
+        rows("INSERT INTO `groups`(id,name) VALUES(3,'Чай')");
+        WareDialog card(7, nullptr);
+        card.show();
+        auto *groups = child<QComboBox>(card, "groupComboBox");
+        groups->setCurrentIndex(groups->findData(3));
+        QWheelEvent wheel({5, 5}, groups->mapToGlobal(QPointF(5, 5)), {}, {0, 120}, {}, {},
+                          Qt::NoScrollPhase, false);
+        QApplication::sendEvent(groups, &wheel);
+        QCOMPARE(groups->currentText(), "Чай");
+        rows("DELETE FROM `groups`");
+        m_boxes->answer("OK");
+        click(card, "okPushButton");
+        QVERIFY(card.isVisible() && m_boxes->lastText().contains("«Чай» тем временем удалили"));
     }
 
     void changeElsewhere_isShownColumnByColumn()
