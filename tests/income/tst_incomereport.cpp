@@ -10,6 +10,7 @@
 
 #include <QElapsedTimer>
 #include <QFileDialog>
+#include <QPrintDialog>
 #include <QPrinter>
 #include <QProcess>
 #include <QProgressDialog>
@@ -137,6 +138,10 @@ private slots:
             QTest::keyClick(child<QLineEdit>(files, "fileNameEdit"), Qt::Key_Return);
         });
         click(dialog, "pdfPushButton");
+        steps.whenOpen<QPrintDialog>([](QPrintDialog &printing) {
+            QCOMPARE(printing.windowTitle(), "печать приходной накладной");
+        });
+        click(dialog, "printPushButton");
         QVERIFY(steps.allServed());
         QVERIFY(output("pdfinfo", {m_home->path() + "/one.pdf"}).contains("income_1_2026-01-01"));
         m_boxes->answer("OK");
