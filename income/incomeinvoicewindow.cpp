@@ -11,6 +11,7 @@
 #include "income/linedeletion.h"
 #include "income/listwatch.h"
 #include "income/manual.h"
+#include "income/papercommands.h"
 #include "income/receiptprices.h"
 #include "income/scanbar.h"
 #include "income/statusline.h"
@@ -173,6 +174,9 @@ void IncomeInvoiceWindow::setUpActions()
     m_catalogue = new CatalogueCommands(
         this, [this] { return currentProduct(); }, [this] { return m_products->selectedIds(); });
     m_catalogue->addDictionaries(m_ui->windowsMenu);
+    const auto *paper = new PaperCommands(this, [this] { return m_products->selectedIds(); });
+    connect(paper, &PaperCommands::told, m_status, &StatusLine::showText);
+    connect(paper, &PaperCommands::finished, m_codeField, &CodeFieldGuard::take);
     connect(m_catalogue, &CatalogueCommands::productChosen, m_entry, &GoodsEntry::addProduct);
     connect(m_catalogue, &CatalogueCommands::told, m_status, &StatusLine::showText);
     connect(m_catalogue, &CatalogueCommands::changed, this, [this](qulonglong wareid) {
@@ -342,6 +346,7 @@ void IncomeInvoiceWindow::showProductMenu(const QPoint &place)
     const bool selected = !m_products->selectedIds().isEmpty();
     m_ui->changeCostAction->setEnabled(selected);
     m_ui->changeGroupAction->setEnabled(selected);
+    m_ui->addToLabelsAction->setEnabled(selected);
     showMenu(place, {m_ui->addToLabelsAction, m_ui->changeCostAction, m_ui->changeGroupAction});
 }
 

@@ -21,6 +21,7 @@
 #include "catalogue/waredialog.h"
 #include "catalogue/warehousedialog.h"
 #include "catalogue/warepropertydialog.h"
+#include "income/incomereportdialog.h"
 #include "income/missedcodes.h"
 #include "income/missedcodesdialog.h"
 #include "income/quantityrestdialog.h"
@@ -96,6 +97,7 @@ QList<Maker> makers()
         maker<DictionaryDialog>(BrandsDialog::dictionary(), 0, none),
         maker<DictionaryDialog>(UnitsDialog::dictionary(), 0, none),
         maker<DictionaryDialog>(LocalesDialog::dictionary(), 0, none),
+        maker<IncomeReportDialog>(none),
         maker<MissedCodesDialog>(&missed, QString()),
         maker<QuantityRestDialog>(ReceiptRequest{.wareid = 1}),
         maker<ConnectionDialog>(ConnectionEntry(), QStringList()),

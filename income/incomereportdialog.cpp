@@ -1,0 +1,277 @@
+#include "income/incomereportdialog.h"
+
+#include "ui_incomereportdialog.h"
+
+#include "app/messages.h"
+#include "db/query.h"
+#include "income/receiptexport.h"
+#include "widgets/dialogplace.h"
+#include "widgets/runwithprogress.h"
+#include "widgets/savedialog.h"
+
+#include <QClipboard>
+#include <QGuiApplication>
+#include <QMimeData>
+#include <QPageLayout>
+#include <QPdfWriter>
+#include <QPrintDialog>
+#include <QPrinter>
+#include <QSaveFile>
+#include <QTextDocument>
+
+#include <algorithm>
+#include <utility>
+
+namespace {
+
+constexpr qreal pageMargin = 12; ///< mm
+
+QPageLayout sheet()
+{
+    return QPageLayout(QPageSize(QPageSize::A4), QPageLayout::Portrait,
+                       QMarginsF(pageMargin, pageMargin, pageMargin, pageMargin),
+                       QPageLayout::Millimeter);
+}
+
+QSizeF roomOn(const QPageLayout &layout)
+{
+    return layout.paintRect(QPageLayout::Millimeter).size();
+}
+
+/// A half of a piece of work that is shown as one.
+ProgressStep half(Progress &progress, int number)
+{
+    constexpr int parts = 1000;
+    return [&progress, number](int done, int total) {
+        return progress.step(parts * number + int(qint64(parts) * done / std::max(total, 1)),
+                             2 * parts);
+    };
+}
+
+} // namespace
+
+IncomeReportDialog::IncomeReportDialog(QWidget *parent)
+    : QDialog(parent),
+      m_ui(std::make_unique<Ui::IncomeReportDialog>())
+{
+    m_ui->setupUi(this);
+    m_ui->reportView->addAction(m_ui->copyAction);
+    const CommandScope command;
+    QList<SqlRow> rows;
+    const bool read = QueryRows(parent, QStringLiteral("SELECT MAX(id) FROM incomereports;"), rows);
+    const int newest = read ? rows.first().first().toInt() : 0;
+    m_ui->reportidSpinBox->setValue(newest);
+    if (newest != 0)
+        showReport();
+    else
+        clear(read ? tr("Проведённых накладных ещё нет.") : QString());
+    keepDialogSize(this);
+}
+
+IncomeReportDialog::~IncomeReportDialog() = default;
+
+const ReportPages *IncomeReportDialog::pages() const
+{
+    return m_report.id != 0 ? &m_pages : nullptr;
+}
+
+ReportChoice IncomeReportDialog::choice() const
+{
+    return {.article = m_ui->articleCheckBox->isChecked(),
+            .location = m_ui->locationCheckBox->isChecked(),
+            .purchaseTotal = m_ui->incostCheckBox->isChecked()};
+}
+
+QWidget *IncomeReportDialog::boxParent()
+{
+    return isVisible() ? this : parentWidget();
+}
+
+bool IncomeReportDialog::showReport()
+{
+    const CommandScope command;
+    const auto id = qulonglong(m_ui->reportidSpinBox->value());
+    clear({});
+    IncomeReport report;
+    ReportPages made;
+    ReportState state = ReportState::Failed;
+    runWithProgress(
+        boxParent(), tr("Подготовка накладной…"), Stopping::Harmless, [&](Progress &progress) {
+            state = buildIncomeReport(progress.window(), id, choice(), report, half(progress, 0));
+            if (state == ReportState::Built &&
+                !made.layOut(report, roomOn(sheet()), half(progress, 1)))
+                state = ReportState::Stopped;
+        });
+    if (state == ReportState::Missing)
+        showWarning(boxParent(),
+                    tr("Error 3454: Can't find income report record with id %1").arg(id));
+    if (state != ReportState::Built)
+        return false;
+    m_report = std::move(report);
+    m_pages = std::move(made);
+    m_ui->reportView->setPages(&m_pages, m_report.title);
+    enableCommands();
+    return true;
+}
+
+/// Shows the receipt whose number stands in the field, unless it is shown already.
+bool IncomeReportDialog::showTyped()
+{
+    m_ui->reportidSpinBox->interpretText();
+    if (m_report.id != 0 && m_report.id == qulonglong(m_ui->reportidSpinBox->value()))
+        return true;
+    const bool shown = showReport();
+    if (!shown) {
+        m_ui->reportidSpinBox->setFocus();
+        m_ui->reportidSpinBox->selectAll();
+    }
+    return shown;
+}
+
+/// Shows the receipt with other columns.
+void IncomeReportDialog::showAgain()
+{
+    if (m_report.id == 0)
+        return;
+    m_ui->reportidSpinBox->setValue(int(m_report.id));
+    showReport();
+}
+
+void IncomeReportDialog::clear(const QString &text)
+{
+    m_report = {};
+    m_ui->reportView->setPages(nullptr, text);
+    enableCommands();
+}
+
+void IncomeReportDialog::enableCommands()
+{
+    for (QPushButton *button : {m_ui->printPushButton, m_ui->pdfPushButton, m_ui->exportPushButton})
+        button->setEnabled(m_report.id != 0);
+    m_ui->copyAction->setEnabled(m_report.id != 0);
+}
+
+void IncomeReportDialog::on_reportidSpinBox_stepped()
+{
+    showReport();
+}
+
+void IncomeReportDialog::on_articleCheckBox_toggled(bool /*checked*/)
+{
+    showAgain();
+}
+
+void IncomeReportDialog::on_locationCheckBox_toggled(bool /*checked*/)
+{
+    showAgain();
+}
+
+void IncomeReportDialog::on_incostCheckBox_toggled(bool /*checked*/)
+{
+    showAgain();
+}
+
+void IncomeReportDialog::on_viewPushButton_clicked()
+{
+    m_report = {}; // another station may have changed it
+    showTyped();
+}
+
+void IncomeReportDialog::on_copyAction_triggered()
+{
+    auto *content = new QMimeData;
+    QTextDocument document;
+    document.setHtml(m_report.html());
+    content->setHtml(m_report.html());
+    content->setText(document.toPlainText());
+    QGuiApplication::clipboard()->setMimeData(content);
+}
+
+void IncomeReportDialog::on_printPushButton_clicked()
+{
+    if (!showTyped())
+        return;
+    QPrinter printer(QPrinter::HighResolution);
+    printer.setPageLayout(sheet());
+    QPrintDialog dialog(&printer, this);
+    dialog.setWindowTitle(tr("печать приходной накладной"));
+    dialog.setOption(QAbstractPrintDialog::PrintPageRange);
+    dialog.setMinMax(1, m_pages.count());
+    if (dialog.exec() == QDialog::Accepted)
+        printOn(printer);
+}
+
+bool IncomeReportDialog::layOutFor(const QSizeF &room, ReportPages &pages)
+{
+    bool done = false;
+    runWithProgress(this, tr("Подготовка накладной…"), Stopping::Harmless, [&](Progress &progress) {
+        done = pages.layOut(m_report, room, progress.steps());
+    });
+    return done;
+}
+
+bool IncomeReportDialog::printOn(QPrinter &printer)
+{
+    printer.setDocName(m_report.documentName);
+    // Other paper than is shown: it is laid out for that.
+    const QSizeF room = roomOn(printer.pageLayout());
+    ReportPages others;
+    const bool fits = qAbs(room.width() - m_pages.room().width()) < 0.5 &&
+                      qAbs(room.height() - m_pages.room().height()) < 0.5;
+    if (!fits && !layOutFor(room, others))
+        return false;
+    const ReportPages &pages = fits ? m_pages : others;
+    const int first = std::max(printer.fromPage(), 1) - 1;
+    const int last =
+        printer.toPage() > 0 ? std::min(printer.toPage(), pages.count()) - 1 : pages.count() - 1;
+    auto printed = ReportPages::Printed::Failed;
+    runWithProgress(this, tr("Печать накладной…"), Stopping::Harmless, [&](Progress &progress) {
+        printed = pages.print(&printer, first, last, progress.steps());
+    });
+    if (printed != ReportPages::Printed::Whole)
+        printer.abort();
+    if (printed == ReportPages::Printed::Failed)
+        showWarning(this, tr("Ошибка печати накладной."));
+    return printed == ReportPages::Printed::Whole;
+}
+
+void IncomeReportDialog::on_pdfPushButton_clicked()
+{
+    if (!showTyped())
+        return;
+    const QString path =
+        askSavePath(this, tr("Сохранение накладной"), tr("Накладная %1").arg(m_report.id) + ".pdf",
+                    tr("PDF Document (*.pdf)"));
+    if (!path.isEmpty())
+        savePdf(path);
+}
+
+bool IncomeReportDialog::savePdf(const QString &path)
+{
+    QSaveFile file(path);
+    auto printed = ReportPages::Printed::Failed;
+    if (file.open(QIODevice::WriteOnly)) {
+        QPdfWriter writer(&file);
+        writer.setTitle(m_report.documentName);
+        writer.setPageLayout(sheet());
+        runWithProgress(
+            this, tr("Сохранение накладной…"), Stopping::Harmless, [&](Progress &progress) {
+                printed = m_pages.print(&writer, 0, m_pages.count() - 1, progress.steps());
+            });
+    }
+    const bool written = printed == ReportPages::Printed::Whole && file.flush() && file.commit();
+    if (!written && printed != ReportPages::Printed::Stopped)
+        showFailure(this, tr("Ошибка создания файла накладной ") + path, file.errorString());
+    return written;
+}
+
+void IncomeReportDialog::on_exportPushButton_clicked()
+{
+    if (showTyped())
+        exportReceipt(this, m_report.id);
+}
+
+void IncomeReportDialog::on_closePushButton_clicked()
+{
+    accept();
+}
