@@ -13,13 +13,14 @@
 
 #include <QLineEdit>
 #include <QPushButton>
+#include <QRegularExpression>
 #include <QSqlDatabase>
 
 #include <vector>
 
 namespace {
 
-constexpr int repetitions = 15;
+constexpr int repetitions = 31;
 constexpr qulonglong product = 4321;
 
 void run(const QString &statement)
@@ -84,6 +85,7 @@ void benchCard(Table &table, const QString &path)
     std::vector<double> saved;
     std::vector<double> bare;
     QStringList statements;
+    static const QRegularExpression names("'Карто[а-я]+ [0-9]+'");
     for (int i = 0; i < repetitions; ++i) {
         opened.push_back(
             FirstPaint("WareDialog").elapsed([&] { WareDialog(product, window.get()).exec(); }));
@@ -93,15 +95,27 @@ void benchCard(Table &table, const QString &path)
             form.setupUi(&dialog);
             dialog.exec();
         }));
-        WareDialog card(product, window.get());
-        card.findChild<QLineEdit *>("nameLineEdit")->setText(QString("Карточка %1").arg(i));
-        saved.push_back(runRecorded([&] { card.findChild<QPushButton *>("okPushButton")->click(); },
-                                    statements));
-        if (card.result() != QDialog::Accepted)
-            qFatal("the card was not saved");
-        // As much to write: a name that is there already would touch no index.
-        statements.replaceInStrings(QStringLiteral("'Карточка "), QStringLiteral("'Картонка "));
-        bare.push_back(runBare(statements));
+        const auto save = [&] {
+            WareDialog card(product, window.get());
+            card.findChild<QLineEdit *>("nameLineEdit")->setText(QString("Карточка %1").arg(i));
+            auto *button = card.findChild<QPushButton *>("okPushButton");
+            saved.push_back(runRecorded([&] { button->click(); }, statements));
+            if (card.result() != QDialog::Accepted)
+                qFatal("the card was not saved");
+        };
+        const auto saveBare = [&] {
+            // As much to write: a name that is there already would touch no index.
+            statements.replaceInStrings(names, QString("'Картонка %1'").arg(i));
+            bare.push_back(runBare(statements));
+        };
+        // Who comes second finds the database warmer.
+        if (statements.isEmpty() || i % 2 == 0) {
+            save();
+            saveBare();
+        } else {
+            saveBare();
+            save();
+        }
     }
     table.row("card: 20 barcodes, 10 articles, 30 properties / empty form", median(opened),
               median(empty), 2);
