@@ -8,6 +8,7 @@
 #include "db/connections.h"
 #include "db/money.h"
 #include "db/session.h"
+#include "widgets/dialogplace.h"
 #include "widgets/plaintext.h"
 #include "widgets/runwithprogress.h"
 
@@ -53,6 +54,7 @@ CostDialog::CostDialog(const QList<qulonglong> &ids, QWidget *parent)
     showProducts(prices);
     proposeValues(prices);
     focusValue();
+    keepDialogSize(this);
 }
 
 CostDialog::~CostDialog() = default;

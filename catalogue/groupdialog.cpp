@@ -4,6 +4,7 @@
 #include "catalogue/productgroups.h"
 #include "catalogue/productlist.h"
 #include "db/connections.h"
+#include "widgets/dialogplace.h"
 #include "widgets/plaintext.h"
 
 #include <QTreeWidgetItemIterator>
@@ -29,6 +30,7 @@ GroupDialog::GroupDialog(const QList<qulonglong> &ids, QWidget *parent)
     m_ui->acceptPushButton->setEnabled(showGroups());
     selectGroup(commonGroup(parent, ids).value_or(0));
     m_ui->groupsTreeWidget->setFocus();
+    keepDialogSize(this);
 }
 
 GroupDialog::~GroupDialog() = default;

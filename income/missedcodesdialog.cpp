@@ -8,6 +8,7 @@
 #include "income/codelookup.h"
 #include "income/missedcodes.h"
 #include "widgets/columnwidths.h"
+#include "widgets/dialogplace.h"
 
 #include <QHeaderView>
 
@@ -44,6 +45,7 @@ MissedCodesDialog::MissedCodesDialog(MissedCodes *codes, const QString &productF
     connect(m_ui->productsTableView->selectionModel(), &QItemSelectionModel::currentRowChanged,
             this, [this] { updateButtons(); });
     m_ui->filterLineEdit->setFocus();
+    keepDialogSize(this);
 }
 
 MissedCodesDialog::~MissedCodesDialog() = default;
