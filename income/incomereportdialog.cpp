@@ -16,6 +16,7 @@
 #include <QPdfWriter>
 #include <QPrintDialog>
 #include <QPrinter>
+#include <QPrinterInfo>
 #include <QSaveFile>
 #include <QTextDocument>
 
@@ -36,6 +37,11 @@ QPageLayout sheet()
 QSizeF roomOn(const QPageLayout &layout)
 {
     return layout.paintRect(QPageLayout::Millimeter).size();
+}
+
+bool isReached(const QPrinter &printer)
+{
+    return !QPrinterInfo(printer).isNull();
 }
 
 /// A half of a piece of work that is shown as one.
@@ -224,15 +230,21 @@ bool IncomeReportDialog::printOn(QPrinter &printer)
     const int first = std::max(printer.fromPage(), 1) - 1;
     const int last =
         printer.toPage() > 0 ? std::min(printer.toPage(), pages.count()) - 1 : pages.count() - 1;
+    // The printer itself would leave a part of a file in the place of a whole one.
+    if (printer.outputFormat() == QPrinter::PdfFormat)
+        return writePdf(printer.outputFileName(), printer.pageLayout(), pages, first, last);
     auto printed = ReportPages::Printed::Failed;
-    runWithProgress(this, tr("Печать накладной…"), Stopping::Harmless, [&](Progress &progress) {
-        printed = pages.print(&printer, first, last, progress.steps());
+    // Not to be stopped: the printer would get the pages painted by then.
+    runWithProgress(this, tr("Печать накладной…"), Stopping::Never, [&](Progress &progress) {
+        if (isReached(printer))
+            printed = pages.print(&printer, first, last, progress.steps());
     });
-    if (printed != ReportPages::Printed::Whole)
-        printer.abort();
-    if (printed == ReportPages::Printed::Failed)
-        showWarning(this, tr("Ошибка печати накладной."));
-    return printed == ReportPages::Printed::Whole;
+    // It takes the pages in silence, whether they arrive or not.
+    const bool done = printed == ReportPages::Printed::Whole && isReached(printer);
+    if (!done)
+        showWarning(this, tr("Ошибка печати накладной. Проверьте принтер «%1» и его очередь.")
+                              .arg(printer.printerName()));
+    return done;
 }
 
 void IncomeReportDialog::on_pdfPushButton_clicked()
@@ -248,15 +260,22 @@ void IncomeReportDialog::on_pdfPushButton_clicked()
 
 bool IncomeReportDialog::savePdf(const QString &path)
 {
+    return writePdf(path, sheet(), m_pages, 0, m_pages.count() - 1);
+}
+
+/// Writes pages, numbered from 0, to a file, which comes to be whole or not at all.
+bool IncomeReportDialog::writePdf(const QString &path, const QPageLayout &layout,
+                                  const ReportPages &pages, int first, int last)
+{
     QSaveFile file(path);
     auto printed = ReportPages::Printed::Failed;
     if (file.open(QIODevice::WriteOnly)) {
         QPdfWriter writer(&file);
         writer.setTitle(m_report.documentName);
-        writer.setPageLayout(sheet());
+        writer.setPageLayout(layout);
         runWithProgress(
             this, tr("Сохранение накладной…"), Stopping::Harmless, [&](Progress &progress) {
-                printed = m_pages.print(&writer, 0, m_pages.count() - 1, progress.steps());
+                printed = pages.print(&writer, first, last, progress.steps());
             });
     }
     const bool written = printed == ReportPages::Printed::Whole && file.flush() && file.commit();

@@ -7,6 +7,7 @@
 #include "income/incomereport.h"
 #include "income/reportpages.h"
 
+class QPageLayout;
 class QPrinter;
 
 namespace Ui {
@@ -54,6 +55,8 @@ private:
     ReportChoice choice() const;
     QWidget *boxParent();
     bool layOutFor(const QSizeF &room, ReportPages &pages);
+    bool writePdf(const QString &path, const QPageLayout &layout, const ReportPages &pages,
+                  int first, int last);
 
     std::unique_ptr<Ui::IncomeReportDialog> m_ui;
     IncomeReport m_report; ///< number 0: none is shown
