@@ -63,14 +63,7 @@ IncomeReportDialog::IncomeReportDialog(QWidget *parent)
     m_ui->setupUi(this);
     m_ui->reportView->addAction(m_ui->copyAction);
     const CommandScope command;
-    QList<SqlRow> rows;
-    const bool read = QueryRows(parent, QStringLiteral("SELECT MAX(id) FROM incomereports;"), rows);
-    const int newest = read ? rows.first().first().toInt() : 0;
-    m_ui->reportidSpinBox->setValue(newest);
-    if (newest != 0)
-        showReport();
-    else
-        clear(read ? tr("Проведённых накладных ещё нет.") : QString());
+    showNewest();
     keepDialogSize(this);
 }
 
@@ -93,6 +86,21 @@ QWidget *IncomeReportDialog::boxParent()
     return isVisible() ? this : parentWidget();
 }
 
+bool IncomeReportDialog::showNewest()
+{
+    QList<SqlRow> rows;
+    if (!QueryRows(boxParent(), QStringLiteral("SELECT MAX(id) FROM incomereports;"), rows)) {
+        clear(tr("Накладные не прочитаны."));
+        return false;
+    }
+    m_newest = rows.first().first().toInt();
+    m_ui->reportidSpinBox->setValue(m_newest);
+    if (m_newest != 0)
+        return showReport();
+    clear(tr("Проведённых накладных ещё нет."));
+    return false;
+}
+
 bool IncomeReportDialog::showReport()
 {
     const CommandScope command;
@@ -111,10 +119,15 @@ bool IncomeReportDialog::showReport()
     if (state == ReportState::Missing)
         showWarning(boxParent(),
                     tr("Error 3454: Can't find income report record with id %1").arg(id));
-    if (state != ReportState::Built)
+    if (state != ReportState::Built) {
+        clear(state == ReportState::Failed ? tr("Накладная не прочитана.")
+              : state == ReportState::Stopped ? tr("Подготовка накладной остановлена.")
+                                              : QString());
         return false;
+    }
     m_report = std::move(report);
     m_pages = std::move(made);
+    m_newest = std::max(m_newest, int(id));
     m_ui->reportView->setPages(&m_pages, m_report.title);
     enableCommands();
     return true;
@@ -126,7 +139,8 @@ bool IncomeReportDialog::showTyped()
     m_ui->reportidSpinBox->interpretText();
     if (m_report.id != 0 && m_report.id == qulonglong(m_ui->reportidSpinBox->value()))
         return true;
-    const bool shown = showReport();
+    const bool none = m_newest == 0 && m_ui->reportidSpinBox->value() == 0;
+    const bool shown = none ? showNewest() : showReport();
     if (!shown) {
         m_ui->reportidSpinBox->setFocus();
         m_ui->reportidSpinBox->selectAll();
@@ -273,10 +287,10 @@ bool IncomeReportDialog::writePdf(const QString &path, const QPageLayout &layout
         QPdfWriter writer(&file);
         writer.setTitle(m_report.documentName);
         writer.setPageLayout(layout);
-        runWithProgress(
-            this, tr("Сохранение накладной…"), Stopping::Harmless, [&](Progress &progress) {
-                printed = pages.print(&writer, first, last, progress.steps());
-            });
+        runWithProgress(this, tr("Сохранение накладной…"), Stopping::Harmless,
+                        [&](Progress &progress) {
+                            printed = pages.print(&writer, first, last, progress.steps());
+                        });
     }
     const bool written = printed == ReportPages::Printed::Whole && file.flush() && file.commit();
     if (!written && printed != ReportPages::Printed::Stopped)

@@ -47,6 +47,7 @@ private slots:
     void on_closePushButton_clicked();
 
 private:
+    bool showNewest();
     bool showReport();
     bool showTyped();
     void showAgain();
@@ -59,6 +60,7 @@ private:
                   int first, int last);
 
     std::unique_ptr<Ui::IncomeReportDialog> m_ui;
+    int m_newest = 0;      ///< a receipt's number; 0: none was found yet
     IncomeReport m_report; ///< number 0: none is shown
     ReportPages m_pages;
 };
