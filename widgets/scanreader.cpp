@@ -67,7 +67,8 @@ bool takesText(QWidget *widget)
            qobject_cast<QPlainTextEdit *>(widget);
 }
 
-/// Where keys go that a widget gets: the list of proposals below a field hands them on to the field.
+/// Where keys go that a widget gets: the list of proposals below a field hands them on to the
+/// field.
 QWidget *fieldOf(QWidget *receiver)
 {
     const bool proposes = receiver->windowType() == Qt::Popup && receiver->focusProxy();
