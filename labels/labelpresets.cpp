@@ -11,6 +11,7 @@
 #include <cmath>
 
 #include "app/configdir.h"
+#include "db/session.h"
 
 namespace presets {
 
@@ -113,6 +114,7 @@ SheetSettings sheet(int rows, int columns, double width, double height, int dpi,
                     std::array<BlockSettings, labelBlocks> blocks)
 {
     SheetSettings settings;
+    settings.organisation = Session::instance().option(QStringLiteral("ORGNAME"));
     settings.rows = rows;
     settings.columns = columns;
     settings.width = width;
