@@ -237,7 +237,8 @@ Write change(LabelPresets &presets, const std::function<bool(LabelPresets &)> &c
     }
     const QByteArray image = packed(changed);
     QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(image) != image.size() || !file.commit())
+    if (!file.open(QIODevice::WriteOnly) || file.write(image) != image.size() || !file.flush() ||
+        !file.commit())
         return Write::Failed;
     presets = *unpacked(image);
     return Write::Done;

@@ -116,7 +116,8 @@ PrintResult writePdf(QWidget *parent, const QString &fileName, const QString &ti
     setPaper(pdf, run.settings);
     const PrintResult result =
         printSheets(parent, pdf, run.settings.dpi, run, reader, faults, step);
-    if (result == PrintResult::Done && !file.commit())
+    // What is still to be written when it is committed may fail in silence.
+    if (result == PrintResult::Done && !(file.flush() && file.commit()))
         return PrintResult::DeviceFailed;
     return result;
 }
