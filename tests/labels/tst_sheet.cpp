@@ -102,12 +102,13 @@ QStringList run(const QString &program, const QStringList &arguments)
 class ZbarReader
 {
 public:
-    /// Of whole labels it gets the bars and all beside them: it takes long to load a picture.
+    /// Of whole labels it gets the upper half of the bars and all beside them: it takes long to
+    /// load a picture.
     void addBars(const SheetSettings &settings, const QList<QImage> &labels)
     {
         for (const QImage &label : labels) {
             QRect bars = SheetLayout(settings).block(LabelBlock::Barcode, label.rect());
-            bars.setBottom(BarcodeLayout(bars).barBottom);
+            bars.setHeight((BarcodeLayout(bars).barBottom - bars.top()) / 2);
             add(label.copy(bars));
         }
         if (m_files.size() >= 100)
@@ -307,7 +308,7 @@ private slots:
         ready[1].frame = true;
         QCOMPARE(sheetWarnings(ready[1]), QStringList(left.arg(7)));
         ready[1].frame = false;
-        ready[1].x = -1; // half a millimetre off the paper
+        ready[1].x = -1.05; // half a millimetre off the paper
         QCOMPARE(sheetWarnings(ready[1]), QStringList(left.arg(5)));
         ready[2].x = 0.1;
         QCOMPARE(sheetWarnings(ready[2]), QStringList({left.arg(8), right.arg(5)}));
