@@ -490,6 +490,10 @@ void ScanReader::putBack(const Burst &burst)
             choice->setCurrentIndex(field.entry);
         if (!field.edit)
             continue;
+        // A number takes its value from its text, but not from the words that stand for none.
+        auto *number = qobject_cast<QAbstractSpinBox *>(field.widget);
+        if (number && !field.text.isEmpty() && field.text == number->specialValueText())
+            number->setProperty("value", number->property("minimum"));
         field.edit->setText(field.text);
         field.edit->setCursorPosition(field.cursor);
         if (field.selectionStart >= 0)
