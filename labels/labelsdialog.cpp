@@ -5,6 +5,7 @@
 #include "app/messages.h"
 #include "catalogue/codesearch.h"
 #include "catalogue/codeslist.h"
+#include "catalogue/quantitydialog.h"
 #include "labels/labelsettings.h"
 #include "labels/labelstable.h"
 #include "labels/presetchoice.h"
@@ -71,7 +72,8 @@ LabelsDialog::~LabelsDialog() = default;
 
 void LabelsDialog::setUpTables()
 {
-    for (QAction *action : {m_ui->copyAction, m_ui->deleteLabelsAction, m_ui->deleteAllAction})
+    for (QAction *action :
+         {m_ui->copyAction, m_ui->quantityAction, m_ui->deleteLabelsAction, m_ui->deleteAllAction})
         m_ui->labelsTableView->addAction(action);
     m_queue = new LabelsTable(m_ui->labelsTableView);
     m_codesModel->setColumns(codeColumns());
@@ -95,6 +97,8 @@ void LabelsDialog::enableCommands()
         return view->selectionModel()->hasSelection();
     };
     const bool hasRows = !m_plan.rows().isEmpty();
+    m_ui->quantityPushButton->setEnabled(chosen(m_ui->labelsTableView));
+    m_ui->quantityAction->setEnabled(chosen(m_ui->labelsTableView));
     m_ui->deleteLabelsPushButton->setEnabled(chosen(m_ui->labelsTableView));
     m_ui->deleteLabelsAction->setEnabled(chosen(m_ui->labelsTableView));
     m_ui->deleteAllPushButton->setEnabled(hasRows);
@@ -226,6 +230,23 @@ void LabelsDialog::on_savePresetPushButton_clicked()
 void LabelsDialog::on_deletePresetPushButton_clicked()
 {
     m_presets->remove();
+}
+
+void LabelsDialog::on_quantityPushButton_clicked()
+{
+    const CommandScope command;
+    const QList<qulonglong> ids = m_queue->selectedIds();
+    QuantityDialog dialog(tr("Число этикеток"), m_queue->currentQuantity(), 0, this);
+    if (dialog.exec() != QDialog::Accepted)
+        return;
+    const int copies = int(dialog.quantity());
+    if (mayAddCopies(this, copies, {}) && setLabelQuantity(this, ids, copies))
+        m_queue->refresh();
+}
+
+void LabelsDialog::on_quantityAction_triggered()
+{
+    on_quantityPushButton_clicked();
 }
 
 void LabelsDialog::on_deleteLabelsPushButton_clicked()

@@ -45,8 +45,10 @@ private slots:
     void on_settingsComboBox_activated(int index);
     void on_savePresetPushButton_clicked();
     void on_deletePresetPushButton_clicked();
+    void on_quantityPushButton_clicked();
     void on_deleteLabelsPushButton_clicked();
     void on_deleteAllPushButton_clicked();
+    void on_quantityAction_triggered();
     void on_deleteLabelsAction_triggered();
     void on_deleteAllAction_triggered();
     void on_copyAction_triggered();
