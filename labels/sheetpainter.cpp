@@ -152,13 +152,10 @@ void SheetPainter::paintBarcode(QPainter &painter, const QRect &rectangle, const
     painter.drawRects(bars);
     painter.setPen(pen);
     painter.setBrush(Qt::NoBrush);
-    // Aligned by hand: a text with a rectangle and flags takes several times as long.
-    const QFontMetricsF metrics(painter.font(), painter.device());
-    const double baseline = rectangle.bottom() + 1 - metrics.descent();
     for (int i = 0; i < text.size(); ++i) {
         const int left = layout.moduleLeft(ean13DigitModule(i));
         const int right = layout.moduleLeft(ean13DigitModule(i) + 7);
-        const double advance = metrics.horizontalAdvance(text.at(i));
-        painter.drawText(QPointF((left + right - advance) / 2, baseline), text.mid(i, 1));
+        painter.drawText(QRect(left, rectangle.top(), right - left, rectangle.height()),
+                         Qt::AlignHCenter | Qt::AlignBottom | Qt::TextDontClip, text.mid(i, 1));
     }
 }
