@@ -371,6 +371,8 @@ void IncomeInvoiceWindow::postList()
         m_status->showText(text, good);
         m_codeField->take();
     };
+    if (!mayDo(this, Command::PostReceipt))
+        return leave(tr("Накладная не проведена"), false);
     const bool hadLines = m_receipt->lineCount() > 0;
     if (hadLines && !askAboutMissed())
         return;
