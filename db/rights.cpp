@@ -114,6 +114,16 @@ QString refusalOf(Command command)
            tr("Нужно право «%1», его даёт администратор.").arg(rightName(entry.right));
 }
 
+RightCheck rightOf(bool enabled, qlonglong rights, Command command)
+{
+    if (!enabled)
+        return {RightCheck::State::Missing,
+                tr("Ваша учётная запись отключена администратором. Ничего не записано.")};
+    if (!suffices(rights, command))
+        return {RightCheck::State::Missing, refusalOf(command)};
+    return {RightCheck::State::Held};
+}
+
 RightCheck checkRight(Command command)
 {
     SessionUser user = Session::instance().user();
@@ -125,12 +135,7 @@ RightCheck checkRight(Command command)
     const bool enabled = !rows.isEmpty() && rows.first().at(1).toInt() != 0;
     user.rights = enabled ? rows.first().at(0).toInt() : 0;
     Session::instance().setUser(user);
-    if (!enabled)
-        return {RightCheck::State::Missing,
-                tr("Ваша учётная запись отключена администратором. Ничего не записано.")};
-    if (!suffices(user.rights, command))
-        return {RightCheck::State::Missing, refusalOf(command)};
-    return {RightCheck::State::Held};
+    return rightOf(enabled, user.rights, command);
 }
 
 bool mayDo(QWidget *parent, Command command)

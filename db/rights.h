@@ -81,6 +81,9 @@ struct RightCheck
     QString refusal = {}; ///< of Missing
 };
 
+/// What the row of a user in `users` says.
+RightCheck rightOf(bool enabled, qlonglong rights, Command command);
+
 /// Reads the user's row anew, so that what an administrator has changed holds at once, and keeps
 /// its rights in the session. No box is shown.
 RightCheck checkRight(Command command);

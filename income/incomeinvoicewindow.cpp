@@ -1,6 +1,8 @@
 #include "income/incomeinvoicewindow.h"
 #include "ui_incomeinvoicewindow.h"
 
+#include "administration/ownpassworddialog.h"
+#include "administration/usersdialog.h"
 #include "app/messages.h"
 #include "app/settings.h"
 #include "catalogue/currenciesdialog.h"
@@ -219,6 +221,22 @@ void IncomeInvoiceWindow::closeEvent(QCloseEvent *event)
         m_products->saveColumns();
     }
     QMainWindow::closeEvent(event);
+}
+
+void IncomeInvoiceWindow::on_usersAction_triggered()
+{
+    const CommandScope command;
+    if (mayDo(this, Command::ManageUsers))
+        UsersDialog(this).exec();
+    m_codeField->take();
+}
+
+void IncomeInvoiceWindow::on_ownPasswordAction_triggered()
+{
+    const CommandScope command;
+    if (OwnPasswordDialog(this).exec() == QDialog::Accepted)
+        m_status->showText(tr("Пароль изменён"), true);
+    m_codeField->take();
 }
 
 void IncomeInvoiceWindow::on_exitAction_triggered()
