@@ -404,14 +404,8 @@ void WareDialog::reject()
 
 void WareDialog::keyPressEvent(QKeyEvent *event)
 {
-    if (event->key() != Qt::Key_Return && event->key() != Qt::Key_Enter) {
+    if (!passReturnOn(this, event))
         QDialog::keyPressEvent(event);
-        return;
-    }
-    if (auto *button = qobject_cast<QPushButton *>(focusWidget()))
-        button->click();
-    else if (!qobject_cast<QAbstractItemView *>(focusWidget()))
-        focusNextChild();
 }
 
 bool WareDialog::refuse(QWidget *field, const QString &text)

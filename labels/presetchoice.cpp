@@ -23,6 +23,7 @@ void PresetChoice::load()
     m_presets = readyMade();
     const Read result = read(m_presets);
     if (result == Read::Missing) {
+        Session::instance().refreshOptions(m_dialog, mainConnection); // another station may set them
         for (LabelPreset &preset : m_presets.list)
             preset.settings.organisation = Session::instance().option(QStringLiteral("ORGNAME"));
         m_presets.current = 0;
