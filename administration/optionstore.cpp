@@ -81,9 +81,9 @@ OptionSaveState OptionStore::save(QWidget *parent, const QMap<qulonglong, QStrin
 {
     // A second try after a COMMIT without an answer finds its values there and has nothing to do.
     bool inDoubt = false;
-    const TransactionResult result = runInTransaction(
-        parent, mainConnection, [&] { return write(values); },
-        {.inDoubt = &inDoubt, .needs = {Command::ChangeOptions}});
+    const TransactionResult result =
+        runInTransaction(parent, mainConnection, [&] { return write(values); },
+                         {.inDoubt = &inDoubt, .needs = {Command::ChangeOptions}});
     if (result.state == TransactionState::Refused)
         return OptionSaveState::Changed;
     if (!result.isDone()) {

@@ -45,11 +45,11 @@ void UserDialog::load(qulonglong id)
             QMetaObject::invokeMethod(this, &QDialog::reject, Qt::QueuedConnection);
         user = m_save.seen();
     }
-    show(user);
+    showUser(user);
     m_initial = entered();
 }
 
-void UserDialog::show(const UserRecord &user)
+void UserDialog::showUser(const UserRecord &user)
 {
     m_ui->loginLineEdit->setText(user.login);
     m_ui->nameLineEdit->setText(user.name);
@@ -85,10 +85,10 @@ void UserDialog::addRights(qlonglong rights)
 
 void UserDialog::showPasswordState()
 {
-    m_ui->passwordStateLabel->setText(
-        !m_password.isEmpty()        ? tr("новый, запишется с остальным")
-        : m_save.seen().hasPassword ? tr("задан")
-                                    : tr("не задан, войти без него нельзя"));
+    m_ui->passwordStateLabel->setText(!m_password.isEmpty() ? tr("новый, запишется с остальным")
+                                      : m_save.seen().hasPassword
+                                          ? tr("задан")
+                                          : tr("не задан, войти без него нельзя"));
 }
 
 qlonglong UserDialog::chosenRights() const
@@ -197,8 +197,7 @@ bool UserDialog::askAboutSelf(const UserRecord &user)
     else if (couldManage && !suffices(user.rights, Command::ManageUsers))
         text = tr("Вы лишаете себя права «%1» и не сможете вернуть его сами. Продолжить?")
                    .arg(rightName(Right::ManageUsers));
-    return text.isEmpty() ||
-           askQuestion(this, text, {tr("Продолжить"), tr("Отмена")}, 1, 1) == 0;
+    return text.isEmpty() || askQuestion(this, text, {tr("Продолжить"), tr("Отмена")}, 1, 1) == 0;
 }
 
 /// Shows what another station has written meanwhile.

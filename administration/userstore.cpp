@@ -122,7 +122,8 @@ UserSaveState UserSave::save(QWidget *parent, const UserRecord &user, const QStr
     return UserSaveState::Saved;
 }
 
-/// All users are read under a lock: two administrators could otherwise each find the other one left.
+/// All users are read under a lock: two administrators could otherwise each find the other one
+/// left.
 TransactionStep UserSave::write(const UserRecord &wanted)
 {
     QList<SqlRow> rows;
@@ -266,8 +267,7 @@ void UserSave::note(const UserRecord &before, bool isNew) const
     const QString who =
         tr("пользователь № %1 «%2»").arg(QString::number(m_written.id), m_written.login);
     if (isNew)
-        noteAction(tr("добавлен ") + who + QStringLiteral(": ") +
-                   parts.join(QStringLiteral(", ")));
+        noteAction(tr("добавлен ") + who + QStringLiteral(": ") + parts.join(QStringLiteral(", ")));
     else if (!parts.isEmpty())
         noteAction(tr("изменён ") + who + QStringLiteral(": ") + parts.join(QStringLiteral(", ")));
 }
@@ -286,8 +286,8 @@ void UserSave::tell(QWidget *parent, const TransactionResult &result) const
 OwnPasswordState changeOwnPassword(QWidget *parent, const QString &present, const QString &password)
 {
     const SessionUser &self = Session::instance().user();
-    const QString select = "SELECT password FROM users WHERE enabled<>0 AND id=" +
-                           sql::quotedId(self.id);
+    const QString select =
+        "SELECT password FROM users WHERE enabled<>0 AND id=" + sql::quotedId(self.id);
     QList<SqlRow> rows;
     if (!QueryRows(parent, select + u';', rows))
         return OwnPasswordState::Failed;

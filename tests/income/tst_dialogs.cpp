@@ -1,5 +1,8 @@
 // All dialogs of the program, looked at as somebody does who has nothing but them: what the tools
 // for the blind read, what fits a small screen, what the keyboard reaches.
+#include "administration/ownpassworddialog.h"
+#include "administration/userdialog.h"
+#include "administration/usersdialog.h"
 #include "app/settings.h"
 #include "catalogue/articledialog.h"
 #include "catalogue/codedialog.h"
@@ -104,6 +107,9 @@ QList<Maker> makers()
         maker<EulaDialog>(),
         maker<PasswordDialog>("admin"),
         maker<SelectConnectionDialog>(),
+        maker<UserDialog>(1),
+        maker<UsersDialog>(),
+        maker<OwnPasswordDialog>(),
         maker<UserPasswordsDialog>(NewPasswordQuestion()),
         maker<SendSmsDialog>(none, "79990000000", "Текст"),
     };
