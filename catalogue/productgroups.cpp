@@ -56,7 +56,7 @@ GroupChange changeGroup(QWidget *parent, QList<qulonglong> ids, qulonglong group
             ++(query.numRowsAffected() > 0 ? change.changed : change.missing);
         }
         return TransactionStep::Commit;
-    });
+    }, {.needs = {Command::EditProducts}});
     change.done = result.isDone();
     if (change.done)
         return change;

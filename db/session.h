@@ -7,22 +7,9 @@
 #include <optional>
 
 #include "db/currencies.h"
+#include "db/rights.h"
 
 class QWidget;
-
-/// The bits of users.rights.
-enum class Right : int {
-    Sell = 1,
-    ReceiveGoods = 2,
-    EditProducts = 4,
-    ChangePrices = 8,
-    ManageOrders = 16,
-    AuditStock = 32,
-    ViewReports = 64,
-    OwnOrdersOnly = 128, ///< a restriction; the administrator does not carry it
-    ManageUsers = 256,
-    ChangeSettings = 512,
-};
 
 /// Who works at the station.
 struct SessionUser
