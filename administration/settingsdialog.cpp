@@ -57,6 +57,7 @@ SettingsDialog::SettingsDialog(SettingsParts parts, QWidget *parent)
                       m_ui->scalesPortComboBox})
         keepFromWheel(box);
     m_ui->imagesTestPushButton->setVisible(m_parts.tryImages != nullptr);
+    pressByCtrlReturn(this, m_ui->savePushButton);
     keepDialogSize(this);
 }
 

@@ -5,6 +5,7 @@
 #include <QSignalBlocker>
 
 #include "app/messages.h"
+#include "db/connections.h"
 #include "db/session.h"
 #include "labels/labelsettings.h"
 
