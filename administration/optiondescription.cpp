@@ -222,7 +222,7 @@ QString helpOf(const OptionRow &row, OptionKind kind)
         return help;
     static const QRegularExpression digits(QStringLiteral("^0 или 1\\.\\s*"));
     help.remove(digits);
-    return help.replace(QLatin1String("Если 1,"), OptionText::tr("Если отмечено,"));
+    return help.replace(QStringLiteral("Если 1,"), OptionText::tr("Если отмечено,"));
 }
 
 QString wholeFault(const KnownOption &known, const QString &value)

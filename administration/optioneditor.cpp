@@ -17,6 +17,7 @@ struct OptionEditorText
 };
 
 constexpr int memoLines = 4;
+constexpr int numberSigns = 20;
 
 NumberSpinBox *makeNumber(const OptionDescription &description, QWidget *parent)
 {
@@ -24,6 +25,7 @@ NumberSpinBox *makeNumber(const OptionDescription &description, QWidget *parent)
     number->setDecimals(0);
     number->setRange(description.least, description.most);
     number->setButtonSymbols(QAbstractSpinBox::NoButtons);
+    number->setMaximumWidth(number->fontMetrics().averageCharWidth() * numberSigns);
     return number;
 }
 

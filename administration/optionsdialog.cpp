@@ -7,12 +7,13 @@
 #include "widgets/colors.h"
 #include "widgets/dialogbuttons.h"
 #include "widgets/dialogplace.h"
+#include "widgets/plaintext.h"
 
-#include <QFormLayout>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QScrollArea>
+#include <QVBoxLayout>
 
 #include <algorithm>
 
@@ -60,6 +61,7 @@ OptionsDialog::OptionsDialog(QWidget *parent)
     m_ui->setupUi(this);
     m_loaded = m_store.load(parent);
     fill();
+    pressByCtrlReturn(this, m_ui->savePushButton);
     keepDialogSize(this);
 }
 
@@ -74,14 +76,16 @@ void OptionsDialog::fill()
 {
     const QStringList groups = optionGroups();
     for (const QString &group : groups) {
-        QFormLayout *form = nullptr;
+        QVBoxLayout *page = nullptr;
         for (const OptionRow &row : m_store.rows()) {
             if (describeOption(row).group != group)
                 continue;
-            if (!form)
-                form = addPage(group);
-            addEditor(row, form);
+            if (!page)
+                page = addPage(group);
+            addEditor(row, page);
         }
+        if (page)
+            page->addStretch();
     }
     QListWidget *list = m_ui->groupListWidget;
     constexpr int margin = 24;
@@ -98,40 +102,42 @@ void OptionsDialog::fill()
     setTabOrder(m_ui->savePushButton, m_ui->cancelPushButton);
 }
 
-QFormLayout *OptionsDialog::addPage(const QString &group)
+QVBoxLayout *OptionsDialog::addPage(const QString &group)
 {
     auto *area = new QScrollArea(this);
     area->setWidgetResizable(true);
     area->setFrameShape(QFrame::NoFrame);
     area->setFocusPolicy(Qt::NoFocus);
     auto *page = new QWidget(area);
-    auto *form = new QFormLayout(page);
-    form->setRowWrapPolicy(QFormLayout::WrapAllRows);
-    form->setFieldGrowthPolicy(QFormLayout::AllNonFixedFieldsGrow);
+    auto *layout = new QVBoxLayout(page);
     area->setWidget(page);
     m_ui->groupStackedWidget->addWidget(area);
     m_ui->groupListWidget->addItem(group);
-    return form;
+    return layout;
 }
 
-void OptionsDialog::addEditor(const OptionRow &row, QFormLayout *form)
+void OptionsDialog::addEditor(const OptionRow &row, QVBoxLayout *layout)
 {
     const OptionDescription description = describeOption(row);
-    QWidget *page = form->parentWidget();
+    QWidget *page = layout->parentWidget();
+    if (layout->count() > 0)
+        layout->addSpacing(layout->spacing());
     QWidget *widget = makeOptionEditor(description, page);
     widget->setObjectName(row.name);
     showOption(widget, description, row.value);
-    if (description.kind == OptionKind::Flag) {
-        form->addRow(widget);
-    } else {
+    if (description.kind != OptionKind::Flag) {
         const QString unit =
             description.suffix.isEmpty() ? QString() : QStringLiteral(", ") + description.suffix;
         auto *label = plainLabel(withoutMnemonic(description.title + unit + u':'), page);
         label->setBuddy(widget);
-        form->addRow(label, widget);
+        layout->addWidget(label);
     }
-    if (!description.help.isEmpty())
-        form->addRow(helpLabel(description.help, page));
+    layout->addWidget(widget);
+    // What numbers stand for the entries of a list is of no use beside the list.
+    if (description.kind == OptionKind::Choice)
+        widget->setToolTip(plainToolTip(description.help));
+    else if (!description.help.isEmpty())
+        layout->addWidget(helpLabel(description.help, page));
     m_editors += {.row = row,
                   .description = description,
                   .widget = widget,

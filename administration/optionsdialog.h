@@ -7,7 +7,7 @@
 
 #include "administration/optionstore.h"
 
-class QFormLayout;
+class QVBoxLayout;
 
 namespace Ui {
 class OptionsDialog;
@@ -47,8 +47,8 @@ private:
     };
 
     void fill();
-    QFormLayout *addPage(const QString &group);
-    void addEditor(const OptionRow &row, QFormLayout *form);
+    QVBoxLayout *addPage(const QString &group);
+    void addEditor(const OptionRow &row, QVBoxLayout *layout);
     QMap<qulonglong, QString> changes() const;
     bool check();
     bool save();

@@ -8,6 +8,7 @@
 #include <QCoreApplication>
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -36,6 +37,16 @@ OptionRow rowOf(const QList<OptionRow> &rows, qulonglong id)
     const auto row = std::find_if(rows.begin(), rows.end(),
                                   [id](const OptionRow &option) { return option.id == id; });
     return row == rows.end() ? OptionRow() : *row;
+}
+
+/// Through placeholders: a value may be a secret, and statements come into the log.
+bool writeValue(qulonglong id, const QString &value)
+{
+    QSqlQuery query;
+    return QueryExecPrepared(nullptr,
+                             "UPDATE options SET value=:value, timestamp=" + sql::now() +
+                                 " WHERE id=" + sql::quotedId(id) + u';',
+                             query, {{":value", value}});
 }
 
 } // namespace
@@ -79,6 +90,8 @@ OptionRow *OptionStore::find(qulonglong id)
 
 OptionSaveState OptionStore::save(QWidget *parent, const QMap<qulonglong, QString> &values)
 {
+    if (values.isEmpty())
+        return OptionSaveState::Saved;
     // A second try after a COMMIT without an answer finds its values there and has nothing to do.
     bool inDoubt = false;
     const TransactionResult result =
@@ -116,14 +129,15 @@ void OptionStore::noteWritten(const QMap<qulonglong, QString> &values)
 TransactionStep OptionStore::write(const QMap<qulonglong, QString> &values)
 {
     m_conflicts.clear();
-    QList<SqlRow> locked;
+    QList<OptionRow> rows;
     for (const QString &ids : sql::idLists(values.keys())) {
+        QList<SqlRow> locked;
         if (!readLockedRows("options", selectOptions + " WHERE id IN (" + ids + ") ORDER BY id",
                             locked))
             return TransactionStep::Fail;
+        rows += optionRows(locked);
     }
-    const QList<OptionRow> rows = optionRows(locked);
-    QStringList statements;
+    QMap<qulonglong, QString> unwritten;
     for (auto value = values.begin(); value != values.end(); ++value) {
         const OptionRow *seen = find(value.key());
         if (!seen)
@@ -133,15 +147,15 @@ TransactionStep OptionStore::write(const QMap<qulonglong, QString> &values)
         if (now.id == 0 || (now.value != seen->value && now.value != wanted))
             m_conflicts += {.seen = *seen, .now = now};
         else if (now.value != wanted)
-            statements += "UPDATE options SET value=" + sql::text(wanted) +
-                          ", timestamp=" + sql::now() + " WHERE id=" + sql::quotedId(now.id) + u';';
+            unwritten.insert(now.id, wanted);
     }
     if (!m_conflicts.isEmpty())
         return TransactionStep::Refuse;
-    if (statements.isEmpty())
+    if (unwritten.isEmpty())
         return TransactionStep::Done;
-    return std::all_of(statements.begin(), statements.end(),
-                       [](const QString &statement) { return QueryExec(nullptr, statement); })
-               ? TransactionStep::Commit
-               : TransactionStep::Fail;
+    for (auto value = unwritten.begin(); value != unwritten.end(); ++value) {
+        if (!writeValue(value.key(), value.value()))
+            return TransactionStep::Fail;
+    }
+    return TransactionStep::Commit;
 }

@@ -19,10 +19,8 @@
 #include "widgets/dialogplace.h"
 #include "widgets/plaintext.h"
 
-#include <QAbstractItemView>
 #include <QKeyEvent>
 #include <QScopedValueRollback>
-#include <QShortcut>
 
 #include <utility>
 
@@ -76,10 +74,7 @@ WareDialog::WareDialog(qulonglong id, QWidget *parent)
     for (QPushButton *button : {m_ui->groupPushButton, m_ui->brandPushButton, m_ui->unitPushButton})
         button->setFixedWidth(button->sizeHint().height() +
                               button->fontMetrics().averageCharWidth());
-    // Not by keyPressEvent(): a table takes it for itself.
-    for (const Qt::Key key : {Qt::Key_Return, Qt::Key_Enter})
-        connect(new QShortcut(Qt::CTRL | key, this), &QShortcut::activated, m_ui->okPushButton,
-                &QPushButton::click);
+    pressByCtrlReturn(this, m_ui->okPushButton);
     m_ui->nameLineEdit->setFocus();
     keepDialogSize(this);
 }

@@ -16,11 +16,13 @@
 #include "income/papercommands.h"
 #include "income/receiptprices.h"
 #include "income/scanbar.h"
+#include "income/setupcommands.h"
 #include "income/statusline.h"
 #include "login/euladialog.h"
 #include "login/frienddatabase.h"
 #include "login/selectconnectiondialog.h"
 #include "widgets/contrasticon.h"
+#include "widgets/interfacefont.h"
 #include "widgets/runwithprogress.h"
 #include "widgets/scanreader.h"
 #include "widgets/tableclipboard.h"
@@ -179,6 +181,10 @@ void IncomeInvoiceWindow::setUpActions()
     const auto *paper = new PaperCommands(this, [this] { return m_products->selectedIds(); });
     connect(paper, &PaperCommands::told, m_status, &StatusLine::showText);
     connect(paper, &PaperCommands::finished, m_codeField, &CodeFieldGuard::take);
+    const auto *setup = new SetupCommands(this);
+    connect(setup, &SetupCommands::settingsKept, this, &IncomeInvoiceWindow::applyFontSize);
+    connect(setup, &SetupCommands::told, m_status, &StatusLine::showText);
+    connect(setup, &SetupCommands::finished, m_codeField, &CodeFieldGuard::take);
     connect(m_catalogue, &CatalogueCommands::productChosen, m_entry, &GoodsEntry::addProduct);
     connect(m_catalogue, &CatalogueCommands::told, m_status, &StatusLine::showText);
     connect(m_catalogue, &CatalogueCommands::changed, this, [this](qulonglong wareid) {
@@ -200,12 +206,7 @@ qulonglong IncomeInvoiceWindow::currentProduct() const
 
 void IncomeInvoiceWindow::applyFontSize()
 {
-    const int points = Settings::instance().intValue(SettingsKey::FontSize);
-    if (points <= 0)
-        return;
-    QFont larger = font();
-    larger.setPointSize(points);
-    setFont(larger);
+    applyInterfaceFont();
     m_receipt->fitRows();
     m_products->fitRows();
 }

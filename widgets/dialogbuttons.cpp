@@ -8,6 +8,7 @@
 #include <QHBoxLayout>
 #include <QKeyEvent>
 #include <QPushButton>
+#include <QShortcut>
 
 namespace {
 
@@ -56,4 +57,11 @@ bool passReturnOn(QDialog *dialog, const QKeyEvent *event)
     QKeyEvent tab(QEvent::KeyPress, Qt::Key_Tab, Qt::NoModifier);
     QCoreApplication::sendEvent(focused, &tab);
     return true;
+}
+
+void pressByCtrlReturn(QDialog *dialog, QPushButton *button)
+{
+    for (const Qt::Key key : {Qt::Key_Return, Qt::Key_Enter})
+        QObject::connect(new QShortcut(Qt::CTRL | key, dialog), &QShortcut::activated, button,
+                         &QPushButton::click);
 }
