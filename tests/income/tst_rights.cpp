@@ -41,23 +41,18 @@ void addLine(bool audited)
         entry.save(nullptr, {.quantity = 5, .incost = 10, .outcost = 20, .audited = audited});
 }
 
+qulonglong lineId()
+{
+    return QueryValue(nullptr, "SELECT id FROM incomeinvoice").toULongLong();
+}
+
 void takeBack()
 {
     QList<SqlRow> rows;
     QueryRows(nullptr, Additions::linesQuery(11), rows);
-    const QList<ReceiptLine> lines = Additions::linesOf(rows);
     Additions additions;
-    additions.add({.wareid = 11, .after = lines, .insertedId = lines.value(0).id});
+    additions.add({.wareid = 11, .after = Additions::linesOf(rows), .insertedId = lineId()});
     additions.takeBack(nullptr);
-}
-
-void deleteLine()
-{
-    QList<SqlRow> rows;
-    QueryRows(nullptr, "SELECT id FROM incomeinvoice", rows);
-    deleteLines(
-        nullptr,
-        {{.id = rows.value(0).value(0).toULongLong(), .wareid = 11, .name = {}, .quantity = 1}});
 }
 
 void saveCard(const QString &column, const QVariant &value)
@@ -71,17 +66,16 @@ void saveCard(const QString &column, const QVariant &value)
 
 void changeRate()
 {
-    const Dictionary currencies = CurrencyDialog::dictionary();
     QVariantMap seen;
-    loadEntry(nullptr, currencies, 3, seen);
-    updateEntry(nullptr, currencies, 3, {{"value", 91}}, seen);
+    loadEntry(nullptr, CurrencyDialog::dictionary(), 3, seen);
+    updateEntry(nullptr, CurrencyDialog::dictionary(), 3, {{"value", 91}}, seen);
 }
 
-void changeOption()
+void changeOptions(const QMap<qulonglong, QString> &values)
 {
     OptionStore store;
     store.load(nullptr);
-    store.save(nullptr, {{1, "Лавка"}});
+    store.save(nullptr, values);
 }
 
 void renameUser()
@@ -93,84 +87,49 @@ void renameUser()
     save.save(nullptr, user);
 }
 
+void deleteLine()
+{
+    deleteLines(nullptr, {{.id = lineId(), .wareid = 11, .name = {}, .quantity = 1}});
+}
+
+void deleteBrand()
+{
+    deleteEntries(nullptr, BrandsDialog::dictionary(), {1});
+}
+
+void post()
+{
+    told += ReceiptPosting(nullptr, mainConnection).post(PaymentType::Cash, {}).message;
+}
+
 QList<Action> actions()
 {
     const QString lines = "SELECT id,quantity FROM incomeinvoice";
     const QString prices = "SELECT outcost FROM warehouse ORDER BY id";
-    const Dictionary brands = BrandsDialog::dictionary();
+    const QString codes = "SELECT wareid FROM codes";
     using C = Command;
-    return {
-        {{C::EnterLines},
-         lines,
-         [] {
-             addLine(false);
-         }},
-        {{C::EnterLines}, lines, takeBack},
-        {{C::EnterLines, C::AuditStock},
-         "SELECT latime FROM warehouse",
-         [] {
-             addLine(true);
-         }},
-        {{C::DeleteLines}, lines, deleteLine},
-        {{C::PostReceipt},
-         "SELECT COUNT(*) FROM incomereports",
-         [] {
-             told += ReceiptPosting(nullptr, mainConnection).post(PaymentType::Cash, {}).message;
-         }},
-        {{C::UpdateCosts},
-         prices,
-         [] {
-             updateCosts(nullptr, mainConnection, {});
-         }},
-        {{C::ChangePrices},
-         prices,
-         [] {
-             changePrices(nullptr, {11}, {.outcost = 99});
-         }},
-        {{C::ChangePrices},
-         prices,
-         [] {
-             recalculateSellingPrices(nullptr, mainConnection, {});
-         }},
-        {{C::EditProducts, C::ChangePrices},
-         prices,
-         [] {
-             saveCard("outcost", 77);
-         }},
-        {{C::EditProducts},
-         "SELECT keywords FROM warehouse",
-         [] {
-             saveCard("keywords", "к");
-         }},
-        {{C::EditProducts},
-         "SELECT wareid FROM codes",
-         [] {
-             bindCode(nullptr, "4607004652387", 11, 1);
-         }},
-        {{C::EditProducts},
-         "SELECT wareid FROM codes",
-         [] {
-             stageCode(nullptr, "46070046");
-         }},
-        {{C::EditProducts},
-         "SELECT groupid FROM warehouse",
-         [] {
-             changeGroup(nullptr, {11}, 4);
-         }},
-        {{C::EditDictionaries},
-         "SELECT name FROM brands",
-         [brands] {
-             insertEntry(nullptr, brands, {{"name", "Новый"}});
-         }},
-        {{C::EditDictionaries},
-         "SELECT name FROM brands",
-         [brands] {
-             deleteEntries(nullptr, brands, {1});
-         }},
-        {{C::EditCurrencies}, "SELECT value FROM currencies ORDER BY id", changeRate},
-        {{C::ChangeOptions}, "SELECT value FROM options WHERE id=1", changeOption},
-        {{C::ManageUsers}, "SELECT name FROM users ORDER BY id", renameUser},
+    QList<Action> all;
+    const auto add = [&](const QList<Command> &commands, const QString &watched, auto act) {
+        all += Action{commands, watched, act};
     };
+    add({C::EnterLines}, lines, [] { addLine(false); });
+    add({C::EnterLines}, lines, takeBack);
+    add({C::EnterLines, C::AuditStock}, "SELECT latime FROM warehouse", [] { addLine(true); });
+    add({C::DeleteLines}, lines, deleteLine);
+    add({C::PostReceipt}, "SELECT COUNT(*) FROM incomereports", post);
+    add({C::UpdateCosts}, prices, [] { updateCosts(nullptr, mainConnection, {}); });
+    add({C::ChangePrices}, prices, [] { changePrices(nullptr, {11}, {.outcost = 99}); });
+    add({C::ChangePrices}, prices, [] { recalculateSellingPrices(nullptr, mainConnection, {}); });
+    add({C::EditProducts, C::ChangePrices}, prices, [] { saveCard("outcost", 77); });
+    add({C::EditProducts}, "SELECT keywords FROM warehouse", [] { saveCard("keywords", "к"); });
+    add({C::EditProducts}, codes, [] { bindCode(nullptr, "4607004652387", 11, 1); });
+    add({C::EditProducts}, codes, [] { stageCode(nullptr, "46070046"); });
+    add({C::EditProducts}, "SELECT groupid FROM warehouse", [] { changeGroup({}, {11}, 4); });
+    add({C::EditDictionaries}, "SELECT id FROM brands", deleteBrand);
+    add({C::EditCurrencies}, "SELECT value FROM currencies ORDER BY id", changeRate);
+    add({C::ChangeOptions}, "SELECT value FROM options", [] { changeOptions({{1, "Л"}}); });
+    add({C::ManageUsers}, "SELECT name FROM users ORDER BY id", renameUser);
+    return all;
 }
 
 } // namespace
@@ -214,13 +173,11 @@ private slots:
             setBoxHandler(former);
             const QString note = QString("action %1: %2").arg(i).arg(told);
             const bool isRefused = lost < 0 || !refused.isEmpty();
+            const QString text = !isRefused ? QString()
+                                 : lost < 0 ? "отключена администратором"
+                                            : refusalOf(refused.first());
             QVERIFY2((found(action.watched) == before) == isRefused, qPrintable(note));
-            if (!isRefused)
-                QVERIFY2(told.isEmpty(), qPrintable(note));
-            else if (lost < 0)
-                QVERIFY2(told.contains("отключена администратором"), qPrintable(note));
-            else
-                QVERIFY2(told.contains(refusalOf(refused.first())), qPrintable(note));
+            QVERIFY2(told.contains(text) && told.isEmpty() == text.isEmpty(), qPrintable(note));
         }
         const QList<CommandRight> commands = commandRights();
         for (const CommandRight &one : commands)
@@ -236,10 +193,8 @@ private slots:
         changePrices(nullptr, {11}, {.outcost = 99});
         deleteLine();
         shop::addLine({.wareId = 11});
-        ReceiptPosting(nullptr, mainConnection).post(PaymentType::Cash, {});
-        OptionStore store;
-        store.load(nullptr);
-        store.save(nullptr, {{1, "Лавка"}, {22, "тайна"}});
+        post();
+        changeOptions({{1, "Лавка"}, {22, "тайна"}});
         const QString log = logText();
         for (const char *part :
              {"Пользователь anna (№ 3): Цены наименования № 11 «Чай\\u000d\\u000a2026-01-01 "
@@ -251,11 +206,7 @@ private slots:
               "anna (№ 3): настройка SMS_GATE_PASSWORD: изменён"})
             QVERIFY2(log.contains(part), qPrintable(log));
         QVERIFY(!log.contains("тайна"));
-        static const QRegularExpression stamped(
-            "^\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d [^\\n]*$");
-        const QStringList lines = log.split("\r\n", Qt::SkipEmptyParts);
-        for (const QString &line : lines)
-            QVERIFY2(stamped.match(line).hasMatch(), qPrintable(line));
+        QVERIFY(!log.contains("\n2026-01-01"));
     }
 
 private:
