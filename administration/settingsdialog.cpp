@@ -51,7 +51,7 @@ SettingsDialog::SettingsDialog(SettingsParts parts, QWidget *parent)
                 {SettingsKey::SmsGateHost, m_ui->smsHostLineEdit}};
     fillChoices();
     findPorts();
-    show(m_before);
+    showValues(m_before);
     m_shown = entered();
     for (auto *box : {m_ui->fontSizeComboBox, m_ui->imagesTypeComboBox, m_ui->scalesTypeComboBox,
                       m_ui->scalesPortComboBox})
@@ -76,7 +76,7 @@ void SettingsDialog::fillChoices()
     m_ui->scalesTypeComboBox->addItem(tr("На последовательном порту"), serialScales);
 }
 
-void SettingsDialog::show(const SettingsValues &values)
+void SettingsDialog::showValues(const SettingsValues &values)
 {
     for (auto field = m_fields.begin(); field != m_fields.end(); ++field)
         showInField(field.value(), values.value(field.key()));
