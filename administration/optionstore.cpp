@@ -1,5 +1,6 @@
 #include "administration/optionstore.h"
 
+#include "db/auditlog.h"
 #include "db/query.h"
 #include "db/session.h"
 #include "db/sqltext.h"
@@ -93,8 +94,9 @@ OptionSaveState OptionStore::save(QWidget *parent, const QMap<qulonglong, QStrin
         return OptionSaveState::Saved;
     // A second try after a COMMIT without an answer finds its values there and has nothing to do.
     bool inDoubt = false;
-    const TransactionResult result = runInTransaction(
-        parent, mainConnection, [&] { return write(values); }, {.inDoubt = &inDoubt});
+    const TransactionResult result =
+        runInTransaction(parent, mainConnection, [&] { return write(values); },
+                         {.inDoubt = &inDoubt, .needs = {Command::ChangeOptions}});
     if (result.state == TransactionState::Refused)
         return OptionSaveState::Changed;
     if (!result.isDone()) {
@@ -108,12 +110,19 @@ OptionSaveState OptionStore::save(QWidget *parent, const QMap<qulonglong, QStrin
     return OptionSaveState::Saved;
 }
 
-/// The rows hold the former values up to here.
+/// The rows hold the former values up to here; each change leaves a line in the log.
 void OptionStore::noteWritten(const QMap<qulonglong, QString> &values)
 {
     for (auto value = values.begin(); value != values.end(); ++value) {
-        if (OptionRow *row = find(value.key()))
-            row->value = value.value();
+        OptionRow *row = find(value.key());
+        if (!row)
+            continue;
+        const QString wanted = sql::storable(value.value());
+        const bool isSecret = describeOption(*row).kind == OptionKind::Secret;
+        if (wanted != row->value)
+            noteAction(OptionStoreText::tr("настройка ") +
+                       (isSecret ? notedSecret(row->name) : noted(row->name, row->value, wanted)));
+        row->value = value.value();
     }
 }
 

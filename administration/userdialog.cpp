@@ -45,11 +45,11 @@ void UserDialog::load(qulonglong id)
             QMetaObject::invokeMethod(this, &QDialog::reject, Qt::QueuedConnection);
         user = m_save.seen();
     }
-    show(user);
+    showUser(user);
     m_initial = entered();
 }
 
-void UserDialog::show(const UserRecord &user)
+void UserDialog::showUser(const UserRecord &user)
 {
     m_ui->loginLineEdit->setText(user.login);
     m_ui->nameLineEdit->setText(user.name);

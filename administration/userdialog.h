@@ -33,7 +33,7 @@ private slots:
 
 private:
     void load(qulonglong id);
-    void show(const UserRecord &user);
+    void showUser(const UserRecord &user);
     void addRights(qlonglong rights);
     void showPasswordState();
     qlonglong chosenRights() const;

@@ -43,9 +43,9 @@ bool changePrice(QuietStatements &statements, const Product &product, const Pric
                 {.text = ProductPrices::tr("Курс валюты %1 равен нулю.").arg(product.currency)});
         assignments += " incost=" + sql::exact(incost);
     }
-    PriceSet after{.incost = change.incost ? session.convertCurrencyFromMain(*change.incost,
-                                                                            product.currency)
-                                          : product.incost,
+    PriceSet after{.incost = change.incost
+                                 ? session.convertCurrencyFromMain(*change.incost, product.currency)
+                                 : product.incost,
                    .currency = product.currency,
                    .inoutratio = change.ratio.value_or(0)};
     double outcost = change.outcost;
@@ -58,14 +58,13 @@ bool changePrice(QuietStatements &statements, const Product &product, const Pric
     } else {
         assignments += " inoutratio=0, outcost=" + sql::exact(outcost);
     }
-    const bool written = statements.writePrices(
-        "UPDATE warehouse SET" + assignments.join(u',') + " WHERE id='" + sql::id(product.id) +
-            "';",
-        {.wareid = product.id,
-         .before = product.outcost,
-         .after = outcost,
-         .stock = product.quantity},
-        MarkRule::OnShelf);
+    const bool written = statements.writePrices("UPDATE warehouse SET" + assignments.join(u',') +
+                                                    " WHERE id='" + sql::id(product.id) + "';",
+                                                {.wareid = product.id,
+                                                 .before = product.outcost,
+                                                 .after = outcost,
+                                                 .stock = product.quantity},
+                                                MarkRule::OnShelf);
     after.outcost = outcost;
     if (written)
         notePrices(

@@ -166,6 +166,7 @@ void WareSubList::deleteSelected()
     if (askQuestion(window(), m_kind.deleteQuestion, {tr("Да"), tr("Нет")}, 1, 1) != 0)
         return;
     m_touched = runStatements(window(), statements, tr("Не удалено."), mainConnection,
-                              {Command::EditProducts}) || m_touched;
+                              {Command::EditProducts}) ||
+                m_touched;
     refresh();
 }

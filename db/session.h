@@ -64,8 +64,8 @@ public:
     /// Reads the table `options` and the currencies. False when a query failed.
     bool loadOptions(QWidget *parent, const QString &connectionName);
 
-    /// Reads the options anew, as another workstation may have changed them; what is known stays when
-    /// that fails.
+    /// Reads the options anew, as another workstation may have changed them; what is known stays
+    /// when that fails.
     bool refreshOptions(QWidget *parent, const QString &connectionName);
 
     /// The value of an option, empty when there is none of this name.

@@ -61,9 +61,9 @@ private:
 
 QList<qulonglong> LineDeletion::run(QWidget *parent)
 {
-    const TransactionResult result = runInTransaction(
-        parent, mainConnection, [this] { return tryAll(); },
-        {.inDoubt = &m_inDoubt, .needs = {Command::DeleteLines}});
+    const TransactionResult result =
+        runInTransaction(parent, mainConnection, [this] { return tryAll(); },
+                         {.inDoubt = &m_inDoubt, .needs = {Command::DeleteLines}});
     if (result.isDone()) {
         note();
         tell(parent);
@@ -126,11 +126,12 @@ bool LineDeletion::look()
         lineIds += line.id;
     for (const QString &ids : sql::idLists(lineIds)) {
         QList<SqlRow> rows;
-        if (!readLockedRows(QStringLiteral("incomeinvoice"),
-                            "SELECT id, wareid, quantity, incost, outcost FROM incomeinvoice WHERE id "
-                            "IN (" + ids +
-                                ") ORDER BY id",
-                            rows))
+        if (!readLockedRows(
+                QStringLiteral("incomeinvoice"),
+                "SELECT id, wareid, quantity, incost, outcost FROM incomeinvoice WHERE id "
+                "IN (" +
+                    ids + ") ORDER BY id",
+                rows))
             return false;
         for (const SqlRow &row : std::as_const(rows))
             m_current.insert(row.at(0).toULongLong(),

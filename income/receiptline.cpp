@@ -290,9 +290,9 @@ SaveState ReceiptEntry::writeLine(QWidget *parent, const ReceiptInput &input, co
     if (!result.isDone())
         return result.givenUp ? SaveState::Failed : notWritten(parent, result);
     if (!samePrices(m_proposed, m_written))
-        notePrices(tr("Цены в приходе, наименование %1")
-                       .arg(notedProduct(m_product.id, m_product.name)),
-                   priceSet(m_proposed), priceSet(m_written));
+        notePrices(
+            tr("Цены в приходе, наименование %1").arg(notedProduct(m_product.id, m_product.name)),
+            priceSet(m_proposed), priceSet(m_written));
     // Should the rest of the entry fail, the next save goes on from here.
     m_line = m_written;
     m_proposed = m_written;

@@ -168,7 +168,9 @@ bool giveFirstPassword(QWidget *parent, const SessionUser &user, const QString &
                                "месте. Действует тот пароль, введённый здесь не сохранён.")
                                 .arg(user.login));
     if (result == FirstPassword::Set)
-        noteAction(tr("Пользователь «%1»: ").arg(user.login) + notedSecret(tr("пароль")));
+        noteAction(
+            tr("изменён пользователь № %1 «%2»: ").arg(QString::number(user.id), user.login) +
+            notedSecret(tr("пароль")));
     return result == FirstPassword::Set;
 }
 

@@ -2,6 +2,9 @@
 // for the blind read, what fits a small screen, what the keyboard reaches.
 #include "administration/optionsdialog.h"
 #include "administration/settingsdialog.h"
+#include "administration/ownpassworddialog.h"
+#include "administration/userdialog.h"
+#include "administration/usersdialog.h"
 #include "app/settings.h"
 #include "catalogue/articledialog.h"
 #include "catalogue/codedialog.h"
@@ -109,6 +112,9 @@ QList<Maker> makers()
         maker<EulaDialog>(),
         maker<PasswordDialog>("admin"),
         maker<SelectConnectionDialog>(),
+        maker<UserDialog>(1),
+        maker<UsersDialog>(),
+        maker<OwnPasswordDialog>(),
         maker<UserPasswordsDialog>(NewPasswordQuestion()),
         maker<SendSmsDialog>(none, "79990000000", "Текст"),
     };
