@@ -13,10 +13,11 @@
 #include "tests/support/testhome.h"
 
 #include <QDir>
+#include <QEventLoop>
 #include <QNetworkProxy>
 #include <QRandomGenerator>
-#include <QSignalSpy>
 #include <QTest>
+#include <QTimer>
 
 using namespace std::chrono_literals;
 using Kind = DavServer::Kind;
@@ -33,43 +34,44 @@ class Answers
 public:
     explicit Answers(ImagesStore &store)
     {
-        const auto note = [this, &store](auto signal, const QString &verb) {
-            QObject::connect(&store, signal, &m_context,
-                             [this, verb](const QString &name) { all += verb + u' ' + name; });
+        using Store = ImagesStore;
+        const auto on = [this, &store](auto signal, auto slot) {
+            QObject::connect(&store, signal, &m_context, slot);
         };
-        note(&ImagesStore::putCompleted, "put");
-        note(&ImagesStore::removeCompleted, "removed");
-        QObject::connect(&store, &ImagesStore::getCompleted, &m_context,
-                         [this](const QString &name, const QByteArray &bytes) {
-                             all += "got " + name;
-                             files.insert(name, bytes);
-                         });
-        QObject::connect(&store, &ImagesStore::getFailed, &m_context,
-                         [this](const QString &name, const QString &reason, bool missing) {
-                             all += (missing ? "missing " : "no get ") + name;
-                             reasons += reason;
-                         });
-        const auto noteFailure = [this, &store](auto signal, const QString &verb) {
-            QObject::connect(&store, signal, &m_context,
-                             [this, verb](const QString &name, const QString &reason) {
-                                 all += verb + u' ' + name;
-                                 reasons += reason;
-                             });
-        };
-        noteFailure(&ImagesStore::putFailed, "no put");
-        noteFailure(&ImagesStore::removeFailed, "not removed");
-        noteFailure(&ImagesStore::listFailed, "no list");
-        QObject::connect(&store, &ImagesStore::listCompleted, &m_context,
-                         [this](const QString &folder, const QList<StoreFile> &listed) {
-                             all += "listed " + folder;
-                             list = listed;
-                         });
+        on(&Store::getCompleted, [this](const QString &name, const QByteArray &bytes) {
+            files.insert(name, bytes);
+            note("got " + name);
+        });
+        on(&Store::getFailed, [this](const QString &name, const QString &reason, bool missing) {
+            note((missing ? "missing " : "no get ") + name, reason);
+        });
+        on(&Store::putCompleted, [this](const QString &name) { note("put " + name); });
+        on(&Store::putFailed,
+           [this](const QString &name, const QString &reason) { note("no put " + name, reason); });
+        on(&Store::removeCompleted, [this](const QString &name) { note("removed " + name); });
+        on(&Store::removeFailed, [this](const QString &name, const QString &reason) {
+            note("not removed " + name, reason);
+        });
+        on(&Store::listCompleted, [this](const QString &folder, const QList<StoreFile> &listed) {
+            list = listed;
+            note("listed " + folder);
+        });
+        on(&Store::listFailed, [this](const QString &folder, const QString &reason) {
+            note("no list " + folder, reason);
+        });
     }
 
     /// Waits for so many answers in all.
     bool wait(qsizetype count)
     {
-        return QTest::qWaitFor([&] { return all.size() >= count; }, patience);
+        // Not by qWaitFor(), which sleeps between its looks.
+        QTimer limit;
+        QObject::connect(&limit, &QTimer::timeout, &m_loop, &QEventLoop::quit);
+        limit.start(patience);
+        m_wanted = count;
+        if (all.size() < count)
+            m_loop.exec();
+        return all.size() >= count;
     }
 
     QStringList all;
@@ -78,7 +80,18 @@ public:
     QList<StoreFile> list;
 
 private:
+    void note(const QString &text, const QString &reason = {})
+    {
+        all += text;
+        if (!reason.isEmpty())
+            reasons += reason;
+        if (all.size() >= m_wanted)
+            m_loop.quit();
+    }
+
     QObject m_context;
+    QEventLoop m_loop;
+    qsizetype m_wanted = 0;
 };
 
 ImagesStoreSettings settingsFor(quint16 port, const QString &scheme = "http://")
