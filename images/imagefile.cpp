@@ -141,8 +141,7 @@ QImage decodeImage(const QByteArray &bytes, const QSize &atLeast)
     buffer.setData(bytes);
     QImageReader reader(&buffer, formatOf(header.kind));
     reader.setAutoTransform(true);
-    const bool isTurned =
-        reader.transformation().testFlag(QImageIOHandler::TransformationRotate90);
+    const bool isTurned = reader.transformation().testFlag(QImageIOHandler::TransformationRotate90);
     const QSize lying = reader.size();
     if (header.kind == ImageKind::Jpeg && !atLeast.isEmpty()) {
         const QSize size = sizeToDecode(lying, atLeast, isTurned);

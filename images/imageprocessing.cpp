@@ -80,12 +80,12 @@ QImage onWhite(const QImage &image)
 ImageOptions imageOptions()
 {
     const ImageOptions usual;
-    return {.thumb = {optionNumber("THUMB_WIDTH", usual.thumb.width(), smallestSide, largestSide),
-                      optionNumber("THUMB_HEIGHT", usual.thumb.height(), smallestSide,
-                                   largestSide)},
-            .width = optionNumber("IMAGE_WIDTH", usual.width, smallestSide, largestSide),
-            .crop = optionNumber("CROP_IMAGE", 0, 0, 1) != 0,
-            .quality = optionNumber("JPEG_QUALITY", usual.quality, 0, percent)};
+    return {
+        .thumb = {optionNumber("THUMB_WIDTH", usual.thumb.width(), smallestSide, largestSide),
+                  optionNumber("THUMB_HEIGHT", usual.thumb.height(), smallestSide, largestSide)},
+        .width = optionNumber("IMAGE_WIDTH", usual.width, smallestSide, largestSide),
+        .crop = optionNumber("CROP_IMAGE", 0, 0, 1) != 0,
+        .quality = optionNumber("JPEG_QUALITY", usual.quality, 0, percent)};
 }
 
 ImageEdit tidied(ImageEdit edit)
@@ -195,8 +195,7 @@ QImage processed(const QImage &decoded, const QSize &original, const ImageEdit &
 {
     const ImageEdit settings = tidied(edit);
     const ImageFrame frame = frameOf(settings, original, options);
-    QImage image =
-        cutOut(decoded, original, frame, settings.angle, processedSize(frame, options));
+    QImage image = cutOut(decoded, original, frame, settings.angle, processedSize(frame, options));
     applyColours(image, settings);
     putLogo(image, logo);
     return image;
