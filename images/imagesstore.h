@@ -1,32 +1,25 @@
 #pragma once
 
 #include <QByteArray>
-#include <QDateTime>
+#include <QDeadlineTimer>
 #include <QHash>
 #include <QList>
 #include <QObject>
-#include <QPointer>
-#include <QQueue>
+#include <QSet>
 #include <QString>
+#include <QStringList>
 
-#include <functional>
+#include <chrono>
 #include <memory>
 
+#include "images/localfolder.h"
 #include "images/storename.h"
 #include "images/storesettings.h"
 
-class LocalFolder;
+class MultistatusReader;
 class QNetworkReply;
 class QWebdav;
 class WebdavRequest;
-
-/// A file of a store.
-struct StoreFile
-{
-    QString name; ///< within its folder
-    qint64 size = -1;
-    QDateTime modified = {};
-};
 
 /// The one place through which pictures are read and written: a local directory or a share on a
 /// WebDAV server, which look alike from here. Files are named from the root ("originals/x.jpg",
@@ -47,6 +40,12 @@ public:
     /// The store of the settings file, opened when first asked for. Lives as long as the
     /// application.
     static ImagesStore &instance();
+
+    /// Shows no boxes; whoever asks tells the user.
+    void setSilent(bool silent);
+
+    /// How long a request to a server may be without progress (30 s), and how long in all (10 min).
+    void setPatience(std::chrono::milliseconds idle, std::chrono::milliseconds total);
 
     /// Goes over to another store. What was on its way in the former one fails.
     void open(const ImagesStoreSettings &settings);
@@ -92,33 +91,70 @@ signals:
     /// Another store was opened.
     void opened();
 
+private slots:
+    void on_webdav_requestFinished(QNetworkReply *reply);
+    void on_webdav_errorChanged(const QString &errorMsg);
+
 private:
     enum class Verb { Get, Put, Remove, List };
 
     struct Operation
     {
         Verb verb = Verb::Get;
-        QString name;
+        QString name = {};
         QByteArray bytes = {}; ///< to write, or as many as have come
         qulonglong imageId = 0;
         int askers = 1; ///< of a get
-        int tries = 0;
         bool running = false;
+        int tries = 0;
+        bool startsAnew = false;     ///< the bytes that came were of another file
+        QByteArray version = {};     ///< of the file whose bytes have come
+        QStringList newFolders = {}; ///< to make, the last one first; the root is ""
+        std::shared_ptr<MultistatusReader> reader = {};
+        QList<StoreFile> files = {};
     };
     using OperationPointer = std::shared_ptr<Operation>;
 
+    /// What became of an operation.
+    struct Result
+    {
+        QString reason = {}; ///< empty: it is done
+        bool missing = false;
+        bool outage = false; ///< the whole store does not work
+    };
+
+    QString place(const QString &name) const;
     void ask(Operation operation);
+    void startSoon();
     void startNext();
+    OperationPointer nextOperation() const;
     void run(const OperationPointer &operation);
     void runLocally(const OperationPointer &operation);
-    void finish(const OperationPointer &operation, const QString &reason = {},
-                bool missing = false);
-    void answer(const Operation &operation, const QString &reason, bool missing);
+    void listLocally(const OperationPointer &operation);
+    void send(const OperationPointer &operation);
+    bool needsFolder(const OperationPointer &operation);
+    void takeBytes(WebdavRequest *request);
+    bool isContinuation(const QNetworkReply *reply, const Operation &operation) const;
+    void folderAnswered(const OperationPointer &operation, const WebdavRequest &request);
+    void answered(const OperationPointer &operation, const WebdavRequest &request);
+    bool trySomethingElse(const OperationPointer &operation, const WebdavRequest &request);
+    void takeFiles(Operation &operation, Result &result) const;
+    void finish(const OperationPointer &operation, const Result &result);
+    void answer(const Operation &operation, const Result &result);
     void tellOutage(const QString &text);
+    void failWaiting(const Result &result);
 
     ImagesStoreSettings m_settings;
     std::unique_ptr<LocalFolder> m_local;
+    std::unique_ptr<QWebdav, void (*)(QWebdav *)> m_webdav;
     QList<OperationPointer> m_operations; ///< in the order of asking
+    QHash<const WebdavRequest *, OperationPointer> m_sent;
+    QSet<QString> m_folders;    ///< that are there, on the server
+    QDeadlineTimer m_lockedOut; ///< until then the server is spared the refused password
+    std::chrono::milliseconds m_idle{0};
+    std::chrono::milliseconds m_total{0};
     bool m_startPending = false;
+    bool m_reached = false; ///< the server has answered
     bool m_outage = false;
+    bool m_silent = false;
 };

@@ -10,9 +10,6 @@
 
 namespace {
 
-/// No picture is larger, and what is read here stands in memory.
-constexpr qint64 largestFile = 64LL * 1024 * 1024;
-
 struct LocalFolderTexts
 {
     Q_DECLARE_TR_FUNCTIONS(LocalFolder)
@@ -79,4 +76,21 @@ LocalFolder::Outcome LocalFolder::remove(const QString &name, QString &reason) c
         return Outcome::Done;
     reason = file.errorString();
     return QFileInfo::exists(file.fileName()) ? Outcome::Failed : Outcome::Missing;
+}
+
+LocalLister::LocalLister(const QString &directory)
+    : m_iterator(directory, QDir::Files | QDir::Hidden)
+{
+}
+
+bool LocalLister::step(QList<StoreFile> &files)
+{
+    for (int i = 0; i < 500; ++i) {
+        if (!m_iterator.hasNext())
+            return false;
+        m_iterator.next();
+        const QFileInfo info = m_iterator.fileInfo();
+        files += StoreFile{info.fileName(), info.size(), info.lastModified()};
+    }
+    return true;
 }

@@ -1,7 +1,21 @@
 #pragma once
 
 #include <QByteArray>
+#include <QDateTime>
+#include <QDirIterator>
+#include <QList>
 #include <QString>
+
+/// A file of a store.
+struct StoreFile
+{
+    QString name; ///< within its folder
+    qint64 size = -1;
+    QDateTime modified = {};
+};
+
+/// No picture is larger, and what is read stands in memory.
+inline constexpr qint64 largestFile = 64LL * 1024 * 1024;
 
 /// Files below a local directory. Every name has been looked at by isStoreName().
 class LocalFolder
@@ -25,4 +39,17 @@ public:
 
 private:
     QString m_root;
+};
+
+/// Lists the files of a directory some hundred at a time.
+class LocalLister
+{
+public:
+    explicit LocalLister(const QString &directory);
+
+    /// Adds the next files; false when there are no more.
+    bool step(QList<StoreFile> &files);
+
+private:
+    QDirIterator m_iterator;
 };
