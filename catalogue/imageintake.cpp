@@ -176,13 +176,11 @@ void ImageIntake::refuse(const QString &text)
 /// been told.
 void ImageIntake::stop(const QString &text)
 {
-    if (!text.isEmpty())
-        m_refusals += tr("Изображение «%1» не записано: %2").arg(m_current->name, text);
-    if (!m_waiting.isEmpty())
-        m_refusals += tr("Остальные не добавлены: %1").arg(m_waiting.size());
+    const QString fault =
+        tr("Не добавлено изображений: %1. %2").arg(m_waiting.size() + 1).arg(text);
     m_waiting.clear();
     removeFiles();
-    end();
+    end(fault.trimmed());
 }
 
 void ImageIntake::removeFiles()
@@ -191,11 +189,11 @@ void ImageIntake::removeFiles()
         removeStoredFiles({std::exchange(m_fileName, {})});
 }
 
-void ImageIntake::end()
+void ImageIntake::end(const QString &fault)
 {
     m_current.reset();
     m_logo.reset();
     m_number = 0;
     m_total = 0;
-    emit finished(std::exchange(m_refusals, {}));
+    emit finished(std::exchange(m_refusals, {}), fault);
 }

@@ -51,8 +51,9 @@ signals:
     void progressed(int number, int total);
     /// A picture has got its row.
     void added(qulonglong id);
-    /// All are done. refusals: what to tell the user about those that did not come in.
-    void finished(const QStringList &refusals);
+    /// All are done. refusals: what to tell the user about files that cannot come in. fault: why
+    /// the store took no more; it has told the user itself of what goes beyond these pictures.
+    void finished(const QStringList &refusals, const QString &fault);
 
 private:
     void next();
@@ -62,7 +63,7 @@ private:
     void refuse(const QString &text);
     void stop(const QString &text);
     void removeFiles();
-    void end();
+    void end(const QString &fault = {});
 
     qulonglong m_wareid;
     std::function<QString()> m_title;

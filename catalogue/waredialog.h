@@ -90,9 +90,9 @@ private:
     WareSave m_save;
     QList<WareSubList *> m_lists; ///< the barcodes first
     WareGallery *m_gallery = nullptr;
-    bool m_acceptSoon = false;    ///< once the pictures are stored
-    bool m_showing = false;       ///< fields change by themselves
-    bool m_missing = false;       ///< the product could not be read
+    bool m_acceptSoon = false; ///< once the pictures are stored
+    bool m_showing = false;    ///< fields change by themselves
+    bool m_missing = false;    ///< the product could not be read
 };
 
 /// Opens the card of a new product, filled in from another one and with a barcode, after clearing

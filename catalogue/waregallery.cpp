@@ -4,7 +4,9 @@
 #include "catalogue/imagedialog.h"
 #include "catalogue/imageintake.h"
 #include "db/sqltext.h"
+#include "images/storename.h"
 #include "images/thumbnailcache.h"
+#include "widgets/colors.h"
 #include "widgets/plaintext.h"
 
 #include <QClipboard>
@@ -137,15 +139,15 @@ void WareGallery::makeButtons()
         &WareGallery::moveForward);
     add(tr("Позже"), "imagesBackPushButton", Qt::CTRL | Qt::Key_Right, {}, &WareGallery::moveBack);
     add(tr("Удалить"), "imagesDeletePushButton", Qt::Key_Delete, {}, &WareGallery::deleteSelected);
-    row->addStretch();
     m_status = new QLabel(this);
     m_status->setObjectName("imagesStatusLabel");
     m_status->setTextFormat(Qt::PlainText);
-    row->addWidget(m_status);
+    m_status->setWordWrap(true);
+    row->addWidget(m_status, 1);
     m_stop = add(tr("Остановить"), "imagesStopPushButton", {}, {}, nullptr);
     connect(m_stop, &QPushButton::clicked, this, [this] {
         m_intake->abandon();
-        settle({});
+        settle({}, tr("Остановлено."));
     });
     m_stop->hide();
     static_cast<QVBoxLayout *>(layout())->addLayout(row);
@@ -420,14 +422,24 @@ void WareGallery::deleteSelected()
 void WareGallery::tellProgress(int number, int total)
 {
     m_stop->show();
-    m_status->setText(tr("Добавляется %1 из %2…").arg(number).arg(total));
+    tell(tr("Добавляется %1 из %2…").arg(number).arg(total), false);
 }
 
-void WareGallery::settle(const QStringList &refusals)
+void WareGallery::tell(const QString &text, bool warning)
+{
+    QPalette colours = palette();
+    if (warning)
+        colours.setColor(QPalette::WindowText, warningTextColor(colours));
+    m_status->setPalette(colours);
+    m_status->setText(text);
+    m_status->setToolTip(plainToolTip(text));
+}
+
+void WareGallery::settle(const QStringList &refusals, const QString &fault)
 {
     m_stop->hide();
-    m_status->clear();
+    tell(fault, true);
     if (!refusals.isEmpty())
         showWarning(window(), shortened(refusals).join(u'\n'));
-    emit settled(!refusals.isEmpty());
+    emit settled(!refusals.isEmpty() || !fault.isEmpty());
 }

@@ -79,7 +79,8 @@ private:
     void move(bool forward);
     void deleteSelected();
     void tellProgress(int number, int total);
-    void settle(const QStringList &refusals);
+    void tell(const QString &text, bool warning);
+    void settle(const QStringList &refusals, const QString &fault);
 
     qulonglong m_wareid;
     std::function<QString()> m_productName;

@@ -19,9 +19,9 @@ struct WareImage
     qulonglong id = 0;
     qulonglong wareid = 0; ///< 0: of a product that is not saved yet
     int ordernum = 0;
-    QString fileName;
-    QString title;
-    ImageEdit edit;
+    QString fileName = {};
+    QString title = {};
+    ImageEdit edit = {};
 };
 
 /// A name for a new file that nothing else has, and that says nothing of the user's.
