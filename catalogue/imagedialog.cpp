@@ -8,7 +8,6 @@
 #include "images/imagefile.h"
 #include "images/imagesstore.h"
 #include "images/storerequests.h"
-#include "images/thumbnailcache.h"
 #include "widgets/dialogbuttons.h"
 #include "widgets/dialogplace.h"
 
@@ -487,7 +486,6 @@ void ImageDialog::store(const ImportedImage &image)
              {{processedFolder + u'/' + m_seen.fileName, image.processed},
               {thumbsFolder + u'/' + m_seen.fileName, image.thumb}},
              [this](const QString &reason) {
-                 ThumbnailCache::instance().forget(thumbsFolder + u'/' + m_seen.fileName);
                  setBusy({});
                  if (reason.isEmpty())
                      write();

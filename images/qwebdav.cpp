@@ -241,6 +241,8 @@ QNetworkReply *QWebdav::send(const QByteArray &verb, const QString &path, const 
     m_requests += request;
     connect(request, &BackgroundWork::finished, this, [this, request] {
         QNetworkReply *reply = request->reply();
+        if (request->status() == 401)
+            emit errorChanged(request->reason());
         emit replyFinished(reply);
         m_requests.removeOne(request);
         reply->deleteLater();
@@ -274,7 +276,8 @@ QNetworkReply *QWebdav::issue(const QByteArray &verb, const QUrl &url, const Hea
         reply = m_manager->sendCustomRequest(request, verb);
     else
         reply = m_manager->sendCustomRequest(request, verb, body);
-    reply->setReadBufferSize(largestFile + 1);
+    // Whoever does not read holds the server up instead of filling the memory.
+    reply->setReadBufferSize(2 * largestFile);
     connect(reply, &QNetworkReply::readyRead, this, &QWebdav::replyReadyRead);
     connect(reply, &QNetworkReply::errorOccurred, this, &QWebdav::replyError);
     return reply;
@@ -309,7 +312,5 @@ void QWebdav::provideAuthentication(QNetworkReply *reply, QAuthenticator *authen
         authenticator->setPassword(m_password);
         return;
     }
-    const QString text = tr("WebDAV server requires authentication. Check WebDAV share settings!");
-    emit errorChanged(text);
-    waiting->refuseCredentials(text);
+    waiting->refuseCredentials();
 }

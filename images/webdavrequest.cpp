@@ -64,10 +64,11 @@ bool WebdavRequest::takeCredentialsTurn()
     return !std::exchange(m_credentialsGiven, true);
 }
 
-void WebdavRequest::refuseCredentials(const QString &reason)
+void WebdavRequest::refuseCredentials()
 {
     m_status = 401;
-    failWith(Fault::Server, reason);
+    failWith(Fault::Server,
+             tr("WebDAV server requires authentication. Check WebDAV share settings!"));
 }
 
 void WebdavRequest::checkCertificate(const QList<QSslError> &errors)
@@ -111,14 +112,22 @@ void WebdavRequest::send(const QUrl &url)
         if (total > 0) // it also tells the end, of which nobody can be sure yet
             advance(sent, total);
     });
+    connect(m_reply, &QNetworkReply::metaDataChanged, this, [this] {
+        endIfTooLarge(m_reply->header(QNetworkRequest::ContentLengthHeader).toLongLong());
+    });
     connect(m_reply, &QNetworkReply::downloadProgress, this, [this](qint64 received, qint64 total) {
         m_received = received;
-        if (m_largest > 0 && qMax(received, total) > m_largest)
-            failWith(Fault::Refused, tr("ответ сервера слишком велик"));
-        else if (received > 0)
+        endIfTooLarge(received);
+        if (received > 0)
             advance(received, total);
     });
     advance(0, -1);
+}
+
+void WebdavRequest::endIfTooLarge(qint64 size)
+{
+    if (m_largest > 0 && size > m_largest)
+        failWith(Fault::Refused, tr("ответ хранилища изображений слишком велик"));
 }
 
 void WebdavRequest::takeAnswer()
@@ -138,7 +147,7 @@ bool WebdavRequest::follow()
         m_status == 301 || m_status == 302 || m_status == 307 || m_status == 308;
     if (!isRedirect)
         return false;
-    const QUrl target = m_url.resolved(m_reply->header(QNetworkRequest::LocationHeader).toUrl());
+    const QUrl target = m_url.resolved(QUrl::fromEncoded(m_reply->rawHeader("Location")));
     if (++m_redirects > mostRedirects)
         failWith(Fault::Refused, tr("слишком много переадресаций"));
     else if (!isInside(m_root, target))
@@ -174,7 +183,9 @@ void WebdavRequest::judge()
         succeed();
     else if (m_status == 404 || m_status == 410)
         failWith(Fault::Missing, tr("файла нет в хранилище изображений"));
-    else if (m_status == 401 || m_status == 403)
+    else if (m_status == 401)
+        refuseCredentials();
+    else if (m_status == 403)
         failWith(Fault::Server, tr("нет доступа к хранилищу изображений (%1)").arg(m_status));
     else if (m_status == 507 || m_status == 413)
         failWith(m_status == 507 ? Fault::Server : Fault::Refused,

@@ -50,7 +50,7 @@ public:
     bool takeCredentialsTurn();
 
     /// The server does not accept the credentials.
-    void refuseCredentials(const QString &reason);
+    void refuseCredentials();
 
     /// The server's certificate cannot be verified. Ignores the errors if the user has accepted it.
     void checkCertificate(const QList<QSslError> &errors);
@@ -69,6 +69,7 @@ private:
     bool follow();
     void askAboutCertificate();
     void judge();
+    void endIfTooLarge(qint64 size);
     void failWith(Fault fault, const QString &reason);
     QString server() const;
 
