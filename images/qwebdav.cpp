@@ -308,8 +308,9 @@ void QWebdav::provideAuthentication(QNetworkReply *reply, QAuthenticator *authen
     if (!waiting)
         return;
     if (waiting->takeCredentialsTurn()) {
-        authenticator->setUser(m_user);
-        authenticator->setPassword(m_password);
+        // Qt sends them as Latin-1, servers read UTF-8.
+        authenticator->setUser(QString::fromLatin1(m_user.toUtf8()));
+        authenticator->setPassword(QString::fromLatin1(m_password.toUtf8()));
         return;
     }
     waiting->refuseCredentials();

@@ -88,8 +88,11 @@ QPixmap ThumbnailCache::find(const QString &fileName) const
 
 void ThumbnailCache::request(const QString &fileName)
 {
-    if (m_requests.contains(fileName))
+    const auto asked = m_requests.find(fileName);
+    if (asked != m_requests.end()) {
+        ++asked->askers;
         return;
+    }
     m_requests.insert(fileName, {.number = ++m_lastNumber});
     if (!m_delay.isActive())
         m_delay.start();
@@ -114,6 +117,13 @@ void ThumbnailCache::request(const QString &fileName)
 
 void ThumbnailCache::cancel(const QString &fileName)
 {
+    const auto asked = m_requests.find(fileName);
+    if (asked != m_requests.end() && --asked->askers <= 0)
+        drop(fileName);
+}
+
+void ThumbnailCache::drop(const QString &fileName)
+{
     const auto found = m_requests.constFind(fileName);
     if (found == m_requests.cend())
         return;
@@ -128,7 +138,7 @@ void ThumbnailCache::keepOnly(const QStringList &fileNames)
     const QStringList asked = m_requests.keys();
     for (const QString &fileName : asked) {
         if (!fileNames.contains(fileName))
-            cancel(fileName);
+            drop(fileName);
     }
 }
 

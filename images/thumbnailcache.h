@@ -39,7 +39,7 @@ public:
     /// moment only, in which the user may have scrolled on.
     void request(const QString &fileName);
 
-    /// Takes all requests for a picture back.
+    /// Takes one request for a picture back.
     void cancel(const QString &fileName);
 
     /// Takes all requests back but those for these pictures.
@@ -64,11 +64,13 @@ private:
     struct Request
     {
         Stage stage = Stage::Waiting;
+        int askers = 1;
         int number = 0; ///< tells the answer from one to an earlier request
     };
 
     void openDisk();
     void fetchWaiting();
+    void drop(const QString &fileName);
     void takeBytes(const QString &fileName, const QByteArray &bytes);
     void takeFailure(const QString &fileName, const QString &reason, bool missing);
     void decode(const QString &fileName, const QByteArray &bytes);

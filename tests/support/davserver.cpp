@@ -71,7 +71,8 @@ void DavServer::prepare()
         qFatal("No user %s for the WebDAV server", serverUser());
     for (const char *name : {".", "root", "root/dav", "tmp", "server.key", "server.pem"}) {
         const QByteArray path = directory.filePath(name).toLocal8Bit();
-        if (owner && QFile::exists(path) && chown(path.constData(), owner->pw_uid, owner->pw_gid) != 0)
+        if (owner && QFile::exists(path) &&
+            chown(path.constData(), owner->pw_uid, owner->pw_gid) != 0)
             qFatal("Cannot hand %s over to the WebDAV server", path.constData());
     }
 }
@@ -80,7 +81,7 @@ QByteArray DavServer::apacheConfiguration() const
 {
     QByteArray text;
     QStringList modules = {"mpm_event",  "authn_core",  "authn_file", "authz_core", "authz_user",
-                           "auth_basic", "auth_digest", "dav",        "dav_fs"};
+                           "auth_basic", "auth_digest", "alias",      "dav",        "dav_fs"};
     if (!m_key.isEmpty())
         modules += "ssl";
     for (const QString &module : std::as_const(modules))
