@@ -52,6 +52,18 @@ bool hasEnd(const QByteArray &jpeg)
     return true; // what this is the decoder knows better
 }
 
+/// The size as it stands at the beginning of a PNG file; the decoder would read on to the picture.
+QSize pngSize(const QByteArray &bytes)
+{
+    constexpr qsizetype widthPlace = 16;
+    constexpr qsizetype heightPlace = 20;
+    constexpr qsizetype headLength = 24;
+    if (bytes.size() < headLength)
+        return {};
+    return {qFromBigEndian<qint32>(bytes.constData() + widthPlace),
+            qFromBigEndian<qint32>(bytes.constData() + heightPlace)};
+}
+
 const char *formatOf(ImageKind kind)
 {
     switch (kind) {
@@ -97,8 +109,8 @@ ImageHeader readImageHeader(const QByteArray &bytes)
     ImageHeader header = {.kind = kindOf(bytes)};
     if (header.kind == ImageKind::None)
         return header;
-    if (header.kind == ImageKind::Heic) {
-        header.size = heicSize(bytes);
+    if (header.kind == ImageKind::Heic || header.kind == ImageKind::Png) {
+        header.size = header.kind == ImageKind::Heic ? heicSize(bytes) : pngSize(bytes);
         return header;
     }
     QBuffer buffer;
