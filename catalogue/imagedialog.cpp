@@ -50,6 +50,7 @@ ImageDialog::ImageDialog(const WareImage &image, QWidget *parent)
     m_ui->logoGroupBox->setVisible(Session::instance().hasRight(Right::ChangeSettings));
     m_ui->logoPixmapWidget->setText(tr("нет"));
     describeFields();
+    m_ui->frameCheckBox->setChecked(m_edit.width > 0);
     show(m_edit);
     connectFields();
     fitControls();
@@ -187,7 +188,7 @@ void ImageDialog::show(const ImageEdit &edit)
 {
     const QScopedValueRollback showing(m_showing, true);
     ImageEdit shown = edit;
-    if (edit.width == 0 && !m_size.isEmpty()) {
+    if (!m_ui->frameCheckBox->isChecked() && !m_size.isEmpty()) {
         const ImageFrame frame = frameOf(edit, m_size, imageOptions());
         shown.centerX = int(std::lround(frame.center.x()));
         shown.centerY = int(std::lround(frame.center.y()));
@@ -200,7 +201,6 @@ void ImageDialog::show(const ImageEdit &edit)
     }
     if (m_ui->angleSpinBox->exact() != edit.angle)
         m_ui->angleSpinBox->setExact(edit.angle);
-    m_ui->frameCheckBox->setChecked(edit.width > 0);
     m_ui->angleSlider->setValue(int(std::lround(edit.angle)));
     m_ui->saturationSlider->setValue(edit.saturation);
     fitControls();
@@ -216,7 +216,7 @@ void ImageDialog::fitControls()
     m_ui->okPushButton->setEnabled(!m_busy);
     m_ui->cancelPushButton->setEnabled(!m_busy);
     for (NumberSpinBox *box : {m_ui->centerxSpinBox, m_ui->centerySpinBox, m_ui->widthSpinBox})
-        box->setEnabled(m_edit.width > 0);
+        box->setEnabled(m_ui->frameCheckBox->isChecked());
     m_ui->nologoPushButton->setEnabled(!m_logo.isNull());
 }
 
@@ -294,6 +294,7 @@ void ImageDialog::turn(double degrees)
 void ImageDialog::on_resetPushButton_clicked()
 {
     m_edit = {};
+    m_ui->frameCheckBox->setChecked(false);
     show(m_edit);
 }
 
@@ -392,6 +393,8 @@ bool ImageDialog::check()
         if (!field.box->hasAcceptableInput())
             return refuse(field.box, field.box->fault());
     }
+    if (m_ui->frameCheckBox->isChecked() && m_edit.width <= 0)
+        return refuse(m_ui->widthSpinBox, tr("Пожалуйста, введите ширину рамки."));
     if (!m_ui->angleSpinBox->hasAcceptableInput())
         return refuse(m_ui->angleSpinBox, m_ui->angleSpinBox->fault());
     const QPair<NumberSpinBox *, ImageChannel> tops[] = {{m_ui->rtopSpinBox, m_edit.red},

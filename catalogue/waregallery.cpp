@@ -263,7 +263,9 @@ QIcon WareGallery::iconOf(const QPixmap &pixmap) const
         icon = icon.scaled(room, Qt::KeepAspectRatio, Qt::SmoothTransformation);
         icon.setDevicePixelRatio(ratio);
     }
-    return QIcon(icon);
+    QIcon shown(icon);
+    shown.addPixmap(icon, QIcon::Selected); // not in the colour of the selection
+    return shown;
 }
 
 bool WareGallery::isTouched() const

@@ -7,7 +7,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QImageReader>
-#include <QTransform>
+#include <QtEndian>
 
 #include <algorithm>
 
@@ -35,6 +35,33 @@ ImageKind kindOf(const QByteArray &bytes)
         QByteArrayView(bytes).sliced(8, 4) == "WEBP")
         return ImageKind::Webp;
     return isHeic(bytes) ? ImageKind::Heic : ImageKind::None;
+}
+
+/// Whether a JPEG file has its end; the decoder would fill what is missing with grey. The search
+/// begins behind the head, which may hold a small picture of its own.
+bool hasEnd(const QByteArray &jpeg)
+{
+    constexpr int markerLength = 2;
+    constexpr char startOfScan = '\xda';
+    qsizetype place = markerLength;
+    while (place + 2 * markerLength <= jpeg.size() && jpeg.at(place) == '\xff') {
+        if (jpeg.at(place + 1) == startOfScan)
+            return jpeg.indexOf("\xff\xd9", place) > 0;
+        place += markerLength + qFromBigEndian<quint16>(jpeg.constData() + place + markerLength);
+    }
+    return true; // what this is the decoder knows better
+}
+
+/// The size as it stands at the beginning of a PNG file; the decoder would read on to the picture.
+QSize pngSize(const QByteArray &bytes)
+{
+    constexpr qsizetype widthPlace = 16;
+    constexpr qsizetype heightPlace = 20;
+    constexpr qsizetype headLength = 24;
+    if (bytes.size() < headLength)
+        return {};
+    return {qFromBigEndian<qint32>(bytes.constData() + widthPlace),
+            qFromBigEndian<qint32>(bytes.constData() + heightPlace)};
 }
 
 const char *formatOf(ImageKind kind)
@@ -82,8 +109,8 @@ ImageHeader readImageHeader(const QByteArray &bytes)
     ImageHeader header = {.kind = kindOf(bytes)};
     if (header.kind == ImageKind::None)
         return header;
-    if (header.kind == ImageKind::Heic) {
-        header.size = heicSize(bytes);
+    if (header.kind == ImageKind::Heic || header.kind == ImageKind::Png) {
+        header.size = header.kind == ImageKind::Heic ? heicSize(bytes) : pngSize(bytes);
         return header;
     }
     QBuffer buffer;
@@ -120,7 +147,7 @@ ImageFault faultOf(const QByteArray &bytes)
     const ImageHeader header = readImageHeader(bytes);
     if (header.kind == ImageKind::None)
         return ImageFault::NoImage;
-    if (header.size.isEmpty())
+    if (header.size.isEmpty() || (header.kind == ImageKind::Jpeg && !hasEnd(bytes)))
         return ImageFault::Broken;
     return isTooLarge(header.size) ? ImageFault::TooManyPixels : ImageFault::None;
 }

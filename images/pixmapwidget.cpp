@@ -33,7 +33,7 @@ QString PixmapWidget::text() const
 QSize PixmapWidget::sizeHint() const
 {
     const int line = fontMetrics().height();
-    return {line * 9, line * 6};
+    return {line * 7, line * 5};
 }
 
 void PixmapWidget::paintEvent(QPaintEvent * /*event*/)
