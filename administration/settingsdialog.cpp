@@ -56,7 +56,6 @@ SettingsDialog::SettingsDialog(SettingsParts parts, QWidget *parent)
     for (auto *box : {m_ui->fontSizeComboBox, m_ui->imagesTypeComboBox, m_ui->scalesTypeComboBox,
                       m_ui->scalesPortComboBox})
         keepFromWheel(box);
-    m_ui->imagesTestPushButton->setVisible(m_parts.tryImages != nullptr);
     pressByCtrlReturn(this, m_ui->savePushButton);
     keepDialogSize(this);
 }
@@ -296,8 +295,6 @@ void SettingsDialog::on_savePushButton_clicked()
         showWarning(this, error);
         return;
     }
-    if (m_parts.kept)
-        m_parts.kept(this, m_before);
     accept();
 }
 
