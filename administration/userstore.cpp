@@ -48,6 +48,15 @@ bool canManage(const UserRecord &user)
     return user.enabled && !user.login.isEmpty() && suffices(user.rights, Command::ManageUsers);
 }
 
+/// Through a placeholder: a statement that fails comes into the log.
+bool writePassword(qulonglong id, const QString &hash)
+{
+    QSqlQuery query;
+    return QueryExecPrepared(
+        nullptr, "UPDATE users SET password=:password WHERE id=" + sql::quotedId(id) + u';', query,
+        {{":password", hash}});
+}
+
 } // namespace
 
 qlonglong knownRights()
@@ -182,14 +191,11 @@ TransactionStep UserSave::writeRow(const QList<Stored> &users, const UserRecord 
         {"phone1", sql::text(m_written.phone)},
         {"email", sql::text(m_written.email)},
         {"notes", sql::text(m_written.notes)},
-        {"rights", sql::integer(m_written.rights)},
-        {m_hash.isEmpty() ? QString() : "password", sql::text(m_hash)}};
+        {"rights", sql::integer(m_written.rights)}};
     QStringList columns;
     QStringList texts;
     QStringList assignments;
     for (const auto &[column, text] : values) {
-        if (column.isEmpty())
-            continue;
         columns += column;
         texts += text;
         assignments += column + u'=' + text;
@@ -204,7 +210,8 @@ TransactionStep UserSave::writeRow(const QList<Stored> &users, const UserRecord 
         return TransactionStep::Fail;
     if (wanted.id == 0)
         m_written.id = query.lastInsertId().toULongLong();
-    return TransactionStep::Commit;
+    return m_hash.isEmpty() || writePassword(m_written.id, m_hash) ? TransactionStep::Commit
+                                                                   : TransactionStep::Fail;
 }
 
 QList<UserSave::Stored> UserSave::storedOf(const QList<SqlRow> &rows)
@@ -307,10 +314,7 @@ OwnPasswordState changeOwnPassword(QWidget *parent, const QString &present, cons
             inDoubt = false;
             if (now != stored) // given a new one by an administrator, or disabled
                 return TransactionStep::Refuse;
-            return QueryExec(nullptr, "UPDATE users SET password=" + sql::text(hash) +
-                                          " WHERE id=" + sql::quotedId(self.id) + u';')
-                       ? TransactionStep::Commit
-                       : TransactionStep::Fail;
+            return writePassword(self.id, hash) ? TransactionStep::Commit : TransactionStep::Fail;
         },
         {.inDoubt = &inDoubt});
     if (result.isDone()) {

@@ -52,7 +52,7 @@ QList<CommandRight> commandRights()
          tr("У Вас недостаточно прав, чтобы менять справочники.")},
         {Command::AuditStock, Right::AuditStock, tr("У Вас недостаточно прав для проверки.")},
         {Command::ChangeOptions, Right::ChangeSettings,
-         tr("У Вас недостаточно прав, чтобы менять параметры.")},
+         tr("У Вас недостаточно прав, чтобы менять общие настройки магазина.")},
         {Command::ManageUsers, Right::ManageUsers,
          tr("У Вас недостаточно прав, чтобы управлять пользователями.")},
     };
@@ -68,7 +68,7 @@ QList<RightDescription> rightDescriptions()
         {Right::ChangePrices, tr("Изменение цен"),
          tr("менять цены вне прихода, валюты и их курсы")},
         {Right::AuditStock, tr("Проверка остатков"), tr("отмечать остаток как проверенный")},
-        {Right::ChangeSettings, tr("Параметры"), tr("менять общие параметры магазина")},
+        {Right::ChangeSettings, tr("Общие настройки"), tr("менять общие настройки магазина")},
         {Right::ManageUsers, tr("Пользователи"),
          tr("добавлять и отключать пользователей, давать права и пароли")},
         {Right::Sell, tr("Продажа"), tr("в программе продаж: продавать товар")},

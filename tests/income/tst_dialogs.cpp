@@ -1,8 +1,8 @@
 // All dialogs of the program, looked at as somebody does who has nothing but them: what the tools
 // for the blind read, what fits a small screen, what the keyboard reaches.
 #include "administration/optionsdialog.h"
-#include "administration/settingsdialog.h"
 #include "administration/ownpassworddialog.h"
+#include "administration/settingsdialog.h"
 #include "administration/userdialog.h"
 #include "administration/usersdialog.h"
 #include "app/settings.h"
