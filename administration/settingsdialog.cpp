@@ -51,12 +51,11 @@ SettingsDialog::SettingsDialog(SettingsParts parts, QWidget *parent)
                 {SettingsKey::SmsGateHost, m_ui->smsHostLineEdit}};
     fillChoices();
     findPorts();
-    show(m_before);
+    showValues(m_before);
     m_shown = entered();
     for (auto *box : {m_ui->fontSizeComboBox, m_ui->imagesTypeComboBox, m_ui->scalesTypeComboBox,
                       m_ui->scalesPortComboBox})
         keepFromWheel(box);
-    m_ui->imagesTestPushButton->setVisible(m_parts.tryImages != nullptr);
     pressByCtrlReturn(this, m_ui->savePushButton);
     keepDialogSize(this);
 }
@@ -76,7 +75,7 @@ void SettingsDialog::fillChoices()
     m_ui->scalesTypeComboBox->addItem(tr("На последовательном порту"), serialScales);
 }
 
-void SettingsDialog::show(const SettingsValues &values)
+void SettingsDialog::showValues(const SettingsValues &values)
 {
     for (auto field = m_fields.begin(); field != m_fields.end(); ++field)
         showInField(field.value(), values.value(field.key()));
@@ -296,8 +295,6 @@ void SettingsDialog::on_savePushButton_clicked()
         showWarning(this, error);
         return;
     }
-    if (m_parts.kept)
-        m_parts.kept(this, m_before);
     accept();
 }
 

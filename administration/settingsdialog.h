@@ -47,7 +47,7 @@ private slots:
 
 private:
     void fillChoices();
-    void show(const SettingsValues &values);
+    void showValues(const SettingsValues &values);
     SettingsValues entered() const;
     void findPorts();
     bool check(const SettingsCheck &rule);

@@ -10,8 +10,6 @@
 
 #include "app/settings.h"
 
-class QWidget;
-
 /// Values of the settings file by their keys, as they are entered.
 using SettingsValues = QMap<SettingsKey, QString>;
 
@@ -51,6 +49,4 @@ struct SettingsParts
     SettingsTrial trySms = {};
     /// Names of serial ports and what is connected to them.
     std::function<QList<QPair<QString, QString>>()> findPorts = {};
-    /// After the values were kept.
-    std::function<void(QWidget *parent, const SettingsValues &before)> kept = {};
 };

@@ -31,7 +31,7 @@ struct KeyPlace
     const char *defaultValue;
 };
 
-constexpr std::array<KeyPlace, 15> keyPlaces{{
+constexpr std::array<KeyPlace, 22> keyPlaces{{
     {SettingsKey::Connection, "general", "connection", ""},
     {SettingsKey::FriendConnection, "general", "friendconnection", ""},
     {SettingsKey::Login, "general", "login", ""},
@@ -45,6 +45,13 @@ constexpr std::array<KeyPlace, 15> keyPlaces{{
     {SettingsKey::ImagesStorePort, "images", "imagesstoreport", ""},
     {SettingsKey::ImagesStoreLogin, "images", "imagesstorelogin", ""},
     {SettingsKey::ImagesStorePassword, "images", "imagesstorepassword", ""},
+    {SettingsKey::FriendImagesStoreType, "images", "friendimagesstoretype", ""},
+    {SettingsKey::FriendImagesStorePath, "images", "friendimagesstorepath", ""},
+    {SettingsKey::FriendImagesStoreHost, "images", "friendimagesstorehost", ""},
+    {SettingsKey::FriendImagesStorePort, "images", "friendimagesstoreport", ""},
+    {SettingsKey::FriendImagesStoreLogin, "images", "friendimagesstorelogin", ""},
+    {SettingsKey::FriendImagesStorePassword, "images", "friendimagesstorepassword", ""},
+    {SettingsKey::ImagesStoreCertificates, "images", "imagesstorecertificates", ""},
     {SettingsKey::ScalesPort, "weights", "port", ""},
     {SettingsKey::ScalesType, "weights", "type", ""},
 }};

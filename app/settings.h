@@ -42,6 +42,14 @@ enum class SettingsKey {
     ImagesStorePort,
     ImagesStoreLogin,
     ImagesStorePassword,
+    /// Where the pictures of the reference database are; no type: in our own store.
+    FriendImagesStoreType,
+    FriendImagesStorePath,
+    FriendImagesStoreHost,
+    FriendImagesStorePort,
+    FriendImagesStoreLogin,
+    FriendImagesStorePassword,
+    ImagesStoreCertificates, ///< accepted ones, "host:port=fingerprint" with blanks between
     ScalesPort, ///< serial port name
     ScalesType, ///< empty: no scales
 };

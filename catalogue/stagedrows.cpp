@@ -2,6 +2,7 @@
 
 #include "app/messages.h"
 #include "catalogue/pricerules.h"
+#include "catalogue/wareimages.h"
 #include "db/query.h"
 #include "db/session.h"
 #include "db/sqltext.h"
@@ -65,7 +66,8 @@ void tellTaken(QWidget *parent, const QString &code, qulonglong wareid)
 
 bool clearStagedRows(QWidget *parent)
 {
-    return write(parent,
+    return removeLeftImages(parent) &&
+           write(parent,
                  {deleteCodes(), "DELETE FROM articles WHERE wareid='0';",
                   "DELETE FROM wareproperties WHERE wareid='0';",
                   "DELETE FROM waretranslates WHERE wareid='0';",

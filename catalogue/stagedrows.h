@@ -5,10 +5,11 @@
 class QWidget;
 
 /// Rows that hang on a product which is not saved yet: barcodes, supplier articles, properties,
-/// translations, collections, all of product 0. What fails is told over the parent; then nothing
-/// was written.
+/// translations, collections, pictures, all of product 0. What fails is told over the parent; then
+/// nothing was written.
 
-/// Deletes those that cancelled cards have left.
+/// Deletes those that cancelled cards have left. Pictures go with their cards; those of one that
+/// could not see to it go a day later.
 bool clearStagedRows(QWidget *parent);
 
 /// Adds a barcode of this user for one unit.

@@ -9,6 +9,7 @@
 #include "catalogue/productstore.h"
 #include "catalogue/stagedrows.h"
 #include "catalogue/textdialog.h"
+#include "catalogue/waregallery.h"
 #include "catalogue/waresublist.h"
 #include "catalogue/waresublists.h"
 #include "db/money.h"
@@ -223,19 +224,24 @@ void WareDialog::addLists(qulonglong id)
     for (WareSubList *list : std::as_const(m_lists)) {
         m_ui->tabWidget->addTab(list, list->kind().title);
         setTabOrder(std::exchange(former, list), list);
-        connect(list, &WareSubList::counted, this, [this, list](int rows) {
-            m_ui->tabWidget->setTabText(
-                m_ui->tabWidget->indexOf(list),
-                rows == 0 ? list->kind().title : tr("%1 (%2)").arg(list->kind().title).arg(rows));
-        });
+        connect(list, &WareSubList::counted, this,
+                [this, list](int rows) { showCount(list, list->kind().title, rows); });
     }
-    setTabOrder(former, m_ui->okPushButton);
-    auto *images = new QWidget(this);
-    images->setObjectName("imagesTab");
-    const int place = m_ui->tabWidget->addTab(images, tr("Изображения"));
-    m_ui->tabWidget->setTabEnabled(place, false);
-    m_ui->tabWidget->setTabToolTip(place, tr("Изображения пока не редактируются."));
+    m_gallery = new WareGallery(
+        id, [this] { return WareSave::tidy(m_fields.entered()).name; }, this);
+    m_ui->tabWidget->addTab(m_gallery, m_gallery->title());
+    setTabOrder(former, m_gallery);
+    setTabOrder(m_gallery, m_ui->okPushButton);
+    connect(m_gallery, &WareGallery::counted, this,
+            [this](int rows) { showCount(m_gallery, m_gallery->title(), rows); });
+    connect(m_gallery, &WareGallery::settled, this, &WareDialog::followGallery);
     countRows();
+}
+
+void WareDialog::showCount(QWidget *tab, const QString &title, int rows)
+{
+    m_ui->tabWidget->setTabText(m_ui->tabWidget->indexOf(tab),
+                                rows == 0 ? title : tr("%1 (%2)").arg(title).arg(rows));
 }
 
 /// One statement for all lists; their rows are read when they are looked at.
@@ -244,11 +250,13 @@ void WareDialog::countRows()
     QStringList counts;
     for (const WareSubList *list : std::as_const(m_lists))
         counts += u'(' + list->countQuery() + u')';
+    counts += u'(' + m_gallery->countQuery() + u')';
     QList<SqlRow> rows;
     if (m_missing || !QueryRows(this, "SELECT " + counts.join(u',') + u';', rows) || rows.isEmpty())
         return;
     for (qsizetype i = 0; i < m_lists.size(); ++i)
         emit m_lists.at(i)->counted(rows.first().at(i).toInt());
+    emit m_gallery->counted(rows.first().last().toInt());
 }
 
 void WareDialog::on_tabWidget_currentChanged(int index)
@@ -256,6 +264,8 @@ void WareDialog::on_tabWidget_currentChanged(int index)
     const CommandScope command;
     if (auto *list = qobject_cast<WareSubList *>(m_ui->tabWidget->widget(index)))
         list->read();
+    else if (m_ui->tabWidget->widget(index) == m_gallery)
+        m_gallery->read();
 }
 
 void WareDialog::takeScan(const QString &code)
@@ -390,8 +400,23 @@ void WareDialog::showMargin()
 void WareDialog::on_okPushButton_clicked()
 {
     const CommandScope command;
-    if (check() && checkChoices() && checkCodes() && checkRates() && save())
+    if (!check() || !checkChoices() || !checkCodes() || !checkRates())
+        return;
+    if (m_gallery->isBusy()) {
+        m_acceptSoon = true;
+        m_ui->okPushButton->setEnabled(false);
+        m_ui->tabWidget->setCurrentWidget(m_gallery);
+    } else if (save()) {
         accept();
+    }
+}
+
+/// Goes on where the card had to wait for the pictures that belong to it.
+void WareDialog::followGallery(bool failed)
+{
+    m_ui->okPushButton->setEnabled(true);
+    if (std::exchange(m_acceptSoon, false) && !failed)
+        on_okPushButton_clicked();
 }
 
 void WareDialog::on_cancelPushButton_clicked()
@@ -405,8 +430,11 @@ void WareDialog::reject()
     // Rows of a stored product are written already.
     for (const WareSubList *list : std::as_const(m_lists))
         lost = lost || (id() == 0 && list->isTouched());
-    if (!lost || m_missing || mayLoseInput(this))
-        QDialog::reject();
+    lost = lost || m_gallery->isBusy() || (id() == 0 && m_gallery->isTouched());
+    if (lost && !m_missing && !mayLoseInput(this))
+        return;
+    m_gallery->abandon();
+    QDialog::reject();
 }
 
 void WareDialog::keyPressEvent(QKeyEvent *event)

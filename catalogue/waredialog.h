@@ -13,6 +13,7 @@
 namespace Ui {
 class WareDialog;
 }
+class WareGallery;
 class WareSubList;
 enum class DictionaryName;
 
@@ -67,7 +68,9 @@ private:
     void fillCurrencies();
     void load(qulonglong id);
     void addLists(qulonglong id);
+    void showCount(QWidget *tab, const QString &title, int rows);
     void countRows();
+    void followGallery(bool failed);
     void showProduct(const Product &product);
     void choose(DictionaryName dictionary, QComboBox *box, void (WareDialog::*fill)());
     void followUnit();
@@ -87,8 +90,10 @@ private:
     WareFields m_fields;
     WareSave m_save;
     QList<WareSubList *> m_lists; ///< the barcodes first
-    bool m_showing = false;       ///< fields change by themselves
-    bool m_missing = false;       ///< the product could not be read
+    WareGallery *m_gallery = nullptr;
+    bool m_acceptSoon = false; ///< once the pictures are stored
+    bool m_showing = false;    ///< fields change by themselves
+    bool m_missing = false;    ///< the product could not be read
 };
 
 /// Opens the card of a new product, filled in from another one and with a barcode, after clearing

@@ -7,6 +7,7 @@
 #include "catalogue/productlist.h"
 #include "catalogue/productstore.h"
 #include "catalogue/waredialog.h"
+#include "catalogue/warepicture.h"
 #include "db/sqltext.h"
 #include "widgets/colors.h"
 #include "widgets/columnwidths.h"
@@ -41,6 +42,7 @@ WarehouseDialog::WarehouseDialog(QWidget *parent)
     m_ui->splitter->setStretchFactor(1, 1);
     m_ui->splitter->setSizes({width() / 4, width()});
     m_ui->resultLabel->clear();
+    m_picture = new WarePicture(m_ui->pixmapWidget);
     describeTable();
     fillGroups();
     m_ui->namefilterLineEdit->setFocus();
@@ -108,6 +110,7 @@ qulonglong WarehouseDialog::wareid() const
 void WarehouseDialog::enableCommands()
 {
     const bool chosen = m_table->currentId() != 0;
+    m_picture->show(m_table->currentId());
     for (QPushButton *button : {m_ui->copyPushButton, m_ui->editPushButton, m_ui->choosePushButton})
         button->setEnabled(chosen);
 }
@@ -265,6 +268,7 @@ void WarehouseDialog::finishCard(qulonglong saved)
     m_ui->resultLabel->clear();
     fillGroups(); // they are kept in order from the card, too
     m_table->refresh();
+    m_picture->refresh();
     if (saved != 0 && !goTo(saved))
         tell(tr("Сохранено, но неактивно и в списке не показано."));
     m_ui->warehouseTableView->setFocus();

@@ -10,13 +10,14 @@
 
 class PagedTable;
 class QModelIndex;
+class WarePicture;
 
 namespace Ui {
 class WarehouseDialog;
 }
 
 /// Finds a product by barcode, article, name or group and chooses it; its card can be opened from
-/// here.
+/// here. The picture of the current one is shown.
 class WarehouseDialog final : public QDialog, public ScanTaker
 {
     Q_OBJECT
@@ -59,6 +60,7 @@ private:
 
     std::unique_ptr<Ui::WarehouseDialog> m_ui;
     PagedTable *m_table;
+    WarePicture *m_picture;
     std::optional<ListStart> m_start;
     qulonglong m_wareid = 0;
 };

@@ -4,6 +4,7 @@
 #include "catalogue/colorsqlquerymodel.h"
 #include "catalogue/productfilters.h"
 #include "catalogue/productlist.h"
+#include "catalogue/warepicture.h"
 #include "widgets/columnwidths.h"
 #include "widgets/foldingrow.h"
 #include "widgets/pagedtable.h"
@@ -25,6 +26,7 @@ ProductPanel::ProductPanel(QWidget *parent)
       m_products(new ColorSqlQueryModel(this, productColumns()))
 {
     m_ui->setupUi(this);
+    m_picture = new WarePicture(m_ui->pixmapWidget);
     m_table = new PagedTable(m_ui->warehouseTableView, m_products, [this] { return list(); });
     connect(m_table, &PagedTable::sized, this, &ProductPanel::restoreColumns);
     connect(m_table, &PagedTable::refreshed, this, &ProductPanel::enableButtons);
@@ -69,6 +71,7 @@ void ProductPanel::showProduct(qulonglong wareid)
     refresh();
     if (wareid > 0)
         m_table->select(wareid);
+    m_picture->refresh();
 }
 
 void ProductPanel::setReference(bool there)
@@ -85,6 +88,7 @@ qulonglong ProductPanel::currentId() const
 void ProductPanel::enableButtons()
 {
     const bool isAtProduct = currentId() > 0;
+    m_picture->show(currentId());
     m_ui->copywarePushButton->setEnabled(isAtProduct);
     m_ui->editwarePushButton->setEnabled(isAtProduct);
     m_ui->comparePushButton->setEnabled(isAtProduct && m_hasReference);

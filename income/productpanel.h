@@ -10,12 +10,14 @@
 class ColorSqlQueryModel;
 class PagedTable;
 class QTableView;
+class WarePicture;
 
 namespace Ui {
 class ProductPanel;
 }
 
-/// The catalogue beside the receipt: the product table with its filter.
+/// The catalogue beside the receipt: the product table with its filter and the picture of the
+/// current product.
 class ProductPanel final : public QGroupBox
 {
     Q_OBJECT
@@ -80,6 +82,7 @@ private:
     std::unique_ptr<Ui::ProductPanel> m_ui;
     ColorSqlQueryModel *m_products;
     PagedTable *m_table;
+    WarePicture *m_picture;
     bool m_showDisabled = false;
     bool m_hasReference = false;
 };

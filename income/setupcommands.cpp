@@ -5,6 +5,9 @@
 #include "db/connections.h"
 #include "db/money.h"
 #include "db/session.h"
+#include "images/imagesstore.h"
+#include "images/storecheck.h"
+#include "images/storecopy.h"
 #include "scales/scales.h"
 #include "sms/gatewaycheck.h"
 #include "widgets/slotnames.h"
@@ -14,6 +17,30 @@
 namespace {
 
 using Done = std::function<void(const Verdict &verdict)>;
+
+ImagesStoreSettings storeSettings(const SettingsValues &values)
+{
+    return {.type = values.value(SettingsKey::ImagesStoreType),
+            .path = values.value(SettingsKey::ImagesStorePath),
+            .host = values.value(SettingsKey::ImagesStoreHost),
+            .port = values.value(SettingsKey::ImagesStorePort),
+            .login = values.value(SettingsKey::ImagesStoreLogin),
+            .password = values.value(SettingsKey::ImagesStorePassword)};
+}
+
+QPair<SettingsKey, QString> checkImages(const SettingsValues &values)
+{
+    return {SettingsKey::ImagesStoreHost, storeSettings(values).fault()};
+}
+
+void tryImages(const SettingsValues &values, QObject *context, const Done &done)
+{
+    auto *check = new StoreCheck(storeSettings(values), context);
+    QObject::connect(check, &BackgroundWork::finished, context, [check, done] {
+        done({check->state() == BackgroundWork::State::Done, check->result()});
+    });
+    check->start();
+}
 
 void tryScales(const SettingsValues &values, QObject * /*context*/, const Done &done)
 {
@@ -28,7 +55,10 @@ void trySms(const SettingsValues &values, QObject *context, const Done &done)
 {
     const QString address = values.value(SettingsKey::SmsGateHost);
     sms::checkGateway(address, context, [address, done](const QString &fault) {
-        const Session &session = Session::instance();
+        Session &session = Session::instance();
+        // The account may have been set at another workstation.
+        if (fault.isEmpty())
+            session.refreshOptions(nullptr, mainConnection);
         if (!fault.isEmpty())
             done({false, fault});
         else if (session.option("SMS_GATE_LOGIN").isEmpty() ||
@@ -68,25 +98,34 @@ SetupCommands::SetupCommands(QMainWindow *window)
 
 SettingsParts SetupCommands::parts()
 {
-    return {.tryScales = tryScales, .checkSms = checkSms, .trySms = trySms, .findPorts = findPorts};
+    return {.checkImages = checkImages,
+            .tryImages = tryImages,
+            .tryScales = tryScales,
+            .checkSms = checkSms,
+            .trySms = trySms,
+            .findPorts = findPorts};
 }
 
 void SetupCommands::on_settingsAction_triggered()
 {
     const CommandScope command;
-    // The account of the SMS gateway may have been set at another workstation.
-    Session::instance().refreshOptions(nullptr, mainConnection);
+    const ImagesStoreSettings former = ImagesStoreSettings::read();
     if (SettingsDialog(parts(), m_window).exec() == QDialog::Accepted) {
         emit settingsKept();
         emit told(tr("Настройки рабочего места сохранены"), true);
     }
     emit finished();
+    if (const ImagesStoreSettings now = ImagesStoreSettings::read(); now != former) {
+        ImagesStore::instance().open(now);
+        offerStoreCopy(m_window, former, now);
+    }
 }
 
 void SetupCommands::on_optionsAction_triggered()
 {
     const CommandScope command;
-    if (OptionsDialog(m_window).exec() == QDialog::Accepted)
+    if (mayDo(m_window, Command::ChangeOptions) &&
+        OptionsDialog(m_window).exec() == QDialog::Accepted)
         emit told(tr("Общие настройки магазина сохранены"), true);
     emit finished();
 }

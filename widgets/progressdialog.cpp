@@ -3,6 +3,7 @@
 #include <QCloseEvent>
 #include <QCoreApplication>
 #include <QKeyEvent>
+#include <QProgressBar>
 #include <QPushButton>
 
 namespace {
@@ -12,8 +13,11 @@ constexpr int shortestStep = 50; // ms
 } // namespace
 
 ProgressDialog::ProgressDialog(const QString &labelText, int maximum, QWidget *parent)
-    : QProgressDialog(labelText, QString(), 0, maximum, parent)
+    : QProgressDialog(labelText, QString(), 0, maximum, parent),
+      m_bar(new QProgressBar(this))
 {
+    m_bar->setRange(0, maximum);
+    setBar(m_bar);
     setWindowTitle(QStringLiteral("Lavkor"));
     setWindowModality(Qt::WindowModal);
     setMinimumDuration(0);
@@ -37,6 +41,13 @@ void ProgressDialog::advance(int value)
     setValue(value);
     QCoreApplication::processEvents();
     m_sinceShown.start();
+}
+
+void ProgressDialog::follow(qint64 done, qint64 total)
+{
+    // Not by setValue() of the dialog, which runs an event loop in the midst of the work.
+    m_bar->setMaximum(static_cast<int>(qMax<qint64>(0, total)));
+    m_bar->setValue(static_cast<int>(done));
 }
 
 void ProgressDialog::allowStopping()

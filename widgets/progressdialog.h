@@ -3,6 +3,8 @@
 #include <QElapsedTimer>
 #include <QProgressDialog>
 
+class QProgressBar;
+
 /// A window-modal progress dialog that neither a key nor its frame closes: that would free the
 /// window below in the middle of the work. It appears at once.
 class ProgressDialog final : public QProgressDialog
@@ -17,6 +19,10 @@ public:
     /// second at most.
     void advance(int value);
 
+    /// Shows how far work in the background is, of which it processes no events; total -1: nobody
+    /// knows yet.
+    void follow(qint64 done, qint64 total);
+
     /// Offers a button that asks the work to stop; so does Escape.
     void allowStopping();
 
@@ -30,6 +36,7 @@ protected:
     void keyPressEvent(QKeyEvent *event) override;
 
 private:
+    QProgressBar *m_bar;
     QElapsedTimer m_sinceShown;
     bool m_stopped = false;
 };

@@ -1,7 +1,9 @@
 #include "widgets/runwithprogress.h"
 
+#include "app/backgroundwork.h"
 #include "widgets/progressdialog.h"
 
+#include <QPointer>
 #include <QScopeGuard>
 
 #include <utility>
@@ -9,12 +11,53 @@
 namespace {
 
 int works = 0;
+int backgroundWorks = 0;
+
+/// Counts one piece of work in the background for as long as it lives.
+struct Counted
+{
+    Counted()
+    {
+        ++backgroundWorks;
+    }
+    ~Counted()
+    {
+        --backgroundWorks;
+    }
+    Counted(const Counted &) = delete;
+    Counted &operator=(const Counted &) = delete;
+};
 
 } // namespace
 
 bool isWorking()
 {
+    return works > 0 || backgroundWorks > 0;
+}
+
+bool isLooping()
+{
     return works > 0;
+}
+
+void showProgress(QWidget *parent, const QString &label, BackgroundWork *work)
+{
+    if (work->isOver())
+        return;
+    auto *dialog = new ProgressDialog(label, 0, parent);
+    dialog->allowStopping();
+    auto counted = std::make_shared<Counted>();
+    QObject::connect(work, &BackgroundWork::progressed, dialog, &ProgressDialog::follow);
+    QObject::connect(dialog, &QProgressDialog::canceled, work, &BackgroundWork::cancel);
+    // The window is free again before whoever started the work tells what came of it.
+    QObject::connect(work, &BackgroundWork::finished, work,
+                     [dialog = QPointer<ProgressDialog>(dialog), counted]() mutable {
+                         counted.reset();
+                         if (dialog)
+                             dialog->hide();
+                         if (dialog)
+                             dialog->deleteLater();
+                     });
 }
 
 Progress::Progress(QWidget *parent, QString label, Stopping stopping)

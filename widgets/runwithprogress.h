@@ -7,11 +7,19 @@
 
 #include "app/progressstep.h"
 
+class BackgroundWork;
 class ProgressDialog;
 class QWidget;
 
 /// Whether runWithProgress() is at work somewhere: nothing else may be begun or closed then.
 bool isWorking();
+
+/// Whether it is a loop over rows that would have to wait for a box.
+bool isLooping();
+
+/// Shows a window-modal dialog with a bar while work that was started goes on by itself; the user
+/// may stop it, which cancels it. isWorking() until it is over. Returns at once.
+void showProgress(QWidget *parent, const QString &label, BackgroundWork *work);
 
 /// Whether the user may stop the work: only where what is done by then may stay as it is.
 enum class Stopping { Never, Harmless };

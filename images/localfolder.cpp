@@ -1,0 +1,96 @@
+#include "images/localfolder.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QSaveFile>
+
+#include <utility>
+
+namespace {
+
+struct LocalFolderTexts
+{
+    Q_DECLARE_TR_FUNCTIONS(LocalFolder)
+};
+
+} // namespace
+
+LocalFolder::LocalFolder(QString root)
+    : m_root(std::move(root))
+{
+}
+
+QString LocalFolder::filePath(const QString &name) const
+{
+    return m_root + u'/' + name;
+}
+
+LocalFolder::Outcome LocalFolder::read(const QString &name, QByteArray &bytes,
+                                       QString &reason) const
+{
+    const QFileInfo info(filePath(name));
+    if (!info.exists()) {
+        reason = LocalFolderTexts::tr("Файла нет");
+        return Outcome::Missing;
+    }
+    QFile file(info.filePath());
+    if (!info.isFile()) { // a pipe would never end
+        reason = LocalFolderTexts::tr("Это не файл");
+    } else if (info.size() > largestFile) {
+        reason = LocalFolderTexts::tr("Файл слишком велик");
+    } else if (!file.open(QIODevice::ReadOnly)) {
+        reason = file.errorString();
+    } else {
+        bytes = file.readAll();
+        if (file.error() == QFileDevice::NoError)
+            return Outcome::Done;
+        reason = file.errorString();
+    }
+    return Outcome::Failed;
+}
+
+LocalFolder::Outcome LocalFolder::write(const QString &name, const QByteArray &bytes,
+                                        QString &reason) const
+{
+    const QString path = filePath(name);
+    const QString folder = QFileInfo(path).path();
+    if (!QDir().mkpath(folder)) {
+        reason = LocalFolderTexts::tr("Не удалось создать папку %1").arg(folder);
+        return Outcome::Failed;
+    }
+    QSaveFile file(path);
+    // The commit alone does not notice when the last of it finds no room on the disk.
+    if (file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() && file.flush() &&
+        file.commit())
+        return Outcome::Done;
+    reason = file.errorString();
+    return Outcome::Failed;
+}
+
+LocalFolder::Outcome LocalFolder::remove(const QString &name, QString &reason) const
+{
+    QFile file(filePath(name));
+    if (file.remove())
+        return Outcome::Done;
+    reason = file.errorString();
+    return QFileInfo::exists(file.fileName()) ? Outcome::Failed : Outcome::Missing;
+}
+
+LocalLister::LocalLister(const QString &directory)
+    : m_iterator(directory, QDir::Files | QDir::Hidden)
+{
+}
+
+bool LocalLister::step(QList<StoreFile> &files)
+{
+    for (int i = 0; i < 500; ++i) {
+        if (!m_iterator.hasNext())
+            return false;
+        m_iterator.next();
+        const QFileInfo info = m_iterator.fileInfo();
+        files += StoreFile{info.fileName(), info.size(), info.lastModified()};
+    }
+    return true;
+}
