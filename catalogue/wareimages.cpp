@@ -242,6 +242,25 @@ bool loadWareImages(QWidget *parent, qulonglong wareid, QList<WareImage> &images
     return true;
 }
 
+bool loadWareImages(QWidget *parent, const QList<qulonglong> &wareids, QList<WareImage> &images,
+                    const QString &connectionName)
+{
+    images.clear();
+    if (wareids.isEmpty())
+        return true;
+    QStringList ids;
+    for (const qulonglong wareid : wareids)
+        ids += sql::quotedId(wareid);
+    QList<SqlRow> rows;
+    if (!QueryRows(parent, selectImages() + "wareid IN (" + ids.join(u',') + ");", rows,
+                   connectionName))
+        return false;
+    for (const SqlRow &row : std::as_const(rows))
+        images += imageOf(row);
+    sort(images);
+    return true;
+}
+
 LoadState loadWareImage(QWidget *parent, qulonglong id, WareImage &image)
 {
     QList<SqlRow> rows;
@@ -262,7 +281,6 @@ QString firstImageQuery(qulonglong wareid)
 std::optional<qulonglong> addWareImage(QWidget *parent, const WareImage &image)
 {
     qulonglong id = 0;
-    bool inDoubt = false;
     const auto add = [&] {
         QList<WareImage> others;
         if (!readLocked(ofWare(image.wareid), others))
@@ -270,11 +288,10 @@ std::optional<qulonglong> addWareImage(QWidget *parent, const WareImage &image)
         const auto former = std::find_if(others.begin(), others.end(), [&](const WareImage &one) {
             return one.fileName == image.fileName;
         });
-        if (inDoubt && former != others.end()) {
+        if (former != others.end()) { // a COMMIT without an answer, or another station
             id = former->id;
             return TransactionStep::Done;
         }
-        inDoubt = false;
         ImageEdit edit = image.edit;
         QString columns;
         QString values;
@@ -295,7 +312,7 @@ std::optional<qulonglong> addWareImage(QWidget *parent, const WareImage &image)
         id = query.lastInsertId().toULongLong();
         return TransactionStep::Commit;
     };
-    return run(parent, add, &inDoubt) ? std::optional(id) : std::nullopt;
+    return run(parent, add) ? std::optional(id) : std::nullopt;
 }
 
 bool moveWareImage(QWidget *parent, qulonglong id, bool forward)

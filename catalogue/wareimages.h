@@ -38,6 +38,10 @@ void removeStoredFiles(const QStringList &fileNames);
 /// The pictures of a product in their order. False when that failed.
 bool loadWareImages(QWidget *parent, qulonglong wareid, QList<WareImage> &images);
 
+/// The pictures of some hundred products of any database, each product's in their order.
+bool loadWareImages(QWidget *parent, const QList<qulonglong> &wareids, QList<WareImage> &images,
+                    const QString &connectionName);
+
 /// One picture.
 LoadState loadWareImage(QWidget *parent, qulonglong id, WareImage &image);
 
@@ -45,7 +49,7 @@ LoadState loadWareImage(QWidget *parent, qulonglong id, WareImage &image);
 QString firstImageQuery(qulonglong wareid);
 
 /// Adds a picture behind the others of its product, at once with any that another station adds.
-/// Returns its id.
+/// Returns its id; of a file that the product has already, that of its row.
 std::optional<qulonglong> addWareImage(QWidget *parent, const WareImage &image);
 
 /// Makes a picture change places with the one in front of it or behind it; nothing happens at the

@@ -346,6 +346,8 @@ void ImagesStore::takeBytes(WebdavRequest *request)
     if (!operation || !operation->newFolders.isEmpty())
         return;
     QNetworkReply *reply = request->reply();
+    if (!reply->isOpen()) // it was broken off
+        return;
     const int status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
     if (operation->verb == Verb::List && status == 207) {
         if (!operation->reader->add(reply->readAll()))
@@ -439,8 +441,8 @@ bool ImagesStore::trySomethingElse(const OperationPointer &operation, const Webd
 {
     const bool isDone = request.state() == BackgroundWork::State::Done;
     if (operation->verb == Verb::Put && !isDone && operation->tries == 0 &&
-        (request.status() == 409 || request.status() == 404) &&
-        m_folders.remove(folderOf(operation->name))) {
+        (request.status() == 409 || request.status() == 404) && operation->name.contains(u'/')) {
+        m_folders.remove(folderOf(operation->name));
         ++operation->tries;
         send(operation);
         return true;

@@ -77,6 +77,26 @@ void getFile(QObject *context, ImagesStore &store, const QString &name,
     store.get(name, imageId);
 }
 
+void listFiles(
+    QObject *context, ImagesStore &store, const QString &folder,
+    const std::function<void(const QList<StoreFile> &files, const QString &reason)> &done)
+{
+    QObject *listener = newListener(context);
+    const auto answered = [=, &store](const QString &of, const QList<StoreFile> &files,
+                                      const QString &reason) {
+        if (of != folder)
+            return;
+        QObject::disconnect(&store, nullptr, listener, nullptr);
+        finish(listener, context, [=] { done(files, reason); });
+    };
+    QObject::connect(
+        &store, &ImagesStore::listCompleted, listener,
+        [=](const QString &of, const QList<StoreFile> &files) { answered(of, files, {}); });
+    QObject::connect(&store, &ImagesStore::listFailed, listener,
+                     [=](const QString &of, const QString &reason) { answered(of, {}, reason); });
+    store.list(folder);
+}
+
 void removeFile(QObject *context, ImagesStore &store, const QString &name,
                 const std::function<void(const QString &reason)> &done)
 {

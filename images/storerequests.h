@@ -8,6 +8,7 @@
 #include <functional>
 
 class ImagesStore;
+struct StoreFile;
 class QObject;
 
 /// Requests to a store that are answered by a call. None comes from within the request, and none
@@ -35,6 +36,11 @@ void putFiles(QObject *context, ImagesStore &store, const QList<FileContents> &f
 /// Reads a file.
 void getFile(QObject *context, ImagesStore &store, const QString &name,
              const std::function<void(const FetchedFile &file)> &done, qulonglong imageId = 0);
+
+/// Lists the files of a folder. reason: why they are not known, empty when they are.
+void listFiles(
+    QObject *context, ImagesStore &store, const QString &folder,
+    const std::function<void(const QList<StoreFile> &files, const QString &reason)> &done);
 
 /// Deletes a file. reason: why it is still there, empty when it is not.
 void removeFile(QObject *context, ImagesStore &store, const QString &name,

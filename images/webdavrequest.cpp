@@ -10,6 +10,7 @@
 namespace {
 
 constexpr int mostRedirects = 5;
+constexpr int mostHandshakes = 5;
 
 int defaultPort(const QUrl &url)
 {
@@ -133,8 +134,12 @@ void WebdavRequest::endIfTooLarge(qint64 size)
 void WebdavRequest::takeAnswer()
 {
     m_status = m_reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
-    if (m_reply->error() == QNetworkReply::SslHandshakeFailedError && !m_certificate.isNull())
+    const bool handshakeFailed = m_reply->error() == QNetworkReply::SslHandshakeFailedError;
+    if (handshakeFailed && !m_certificate.isNull())
         askAboutCertificate();
+    // Of several connections that are being opened one may fail without having asked.
+    else if (handshakeFailed && ++m_handshakes < mostHandshakes)
+        send(m_url);
     else if (!follow())
         judge();
 }

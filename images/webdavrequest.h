@@ -82,6 +82,7 @@ private:
     qint64 m_largest = 0;
     qint64 m_received = 0;
     int m_redirects = 0;
+    int m_handshakes = 0; ///< that failed
     bool m_credentialsGiven = false;
     QSslCertificate m_certificate; ///< not accepted
     QList<QSslError> m_sslErrors;

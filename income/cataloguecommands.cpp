@@ -5,6 +5,7 @@
 #include "catalogue/costdialog.h"
 #include "catalogue/dictionaries.h"
 #include "catalogue/groupdialog.h"
+#include "catalogue/imagesync.h"
 #include "catalogue/referencedialog.h"
 #include "catalogue/stockdialog.h"
 #include "catalogue/waredialog.h"
@@ -144,6 +145,18 @@ void CatalogueCommands::on_syncArticlesAction_triggered()
     runWithProgress(m_window, tr("Синхронизация артикулов"), Stopping::Harmless,
                     [&](Progress &progress) { result = syncArticles(m_window, progress.steps()); });
     emit told(syncResult(result), result.read && !result.stopped && result.failed == 0);
+}
+
+void CatalogueCommands::on_syncImagesAction_triggered()
+{
+    auto *sync = new ImageSync(m_window);
+    showProgress(m_window, tr("Синхронизация изображений"), sync);
+    connect(sync, &BackgroundWork::finished, this, [this, sync] {
+        sync->deleteLater();
+        emit told(sync->result(), sync->isComplete());
+        emit changed(0);
+    });
+    sync->start();
 }
 
 void CatalogueCommands::tellSaved(qulonglong wareid)

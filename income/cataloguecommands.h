@@ -40,6 +40,7 @@ private slots:
     void on_editWareAction_triggered();
     void on_wareBaseAction_triggered();
     void on_syncArticlesAction_triggered();
+    void on_syncImagesAction_triggered();
     void on_createwarePushButton_clicked();
     void on_copywarePushButton_clicked();
     void on_editwarePushButton_clicked();

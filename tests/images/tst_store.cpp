@@ -2,6 +2,8 @@
 #include "images/certificatetrust.h"
 #include "images/imagesstore.h"
 #include "images/qwebdav.h"
+#include "images/storecheck.h"
+#include "images/storecopy.h"
 #include "images/webdavrequest.h"
 #include "tests/support/certificates.h"
 #include "tests/support/databaseserver.h"
@@ -16,6 +18,8 @@
 #include <QEventLoop>
 #include <QNetworkProxy>
 #include <QRandomGenerator>
+#include <QRegularExpression>
+#include <QSslCertificate>
 #include <QTest>
 #include <QTimer>
 
@@ -103,6 +107,8 @@ ImagesStoreSettings settingsFor(quint16 port, const QString &scheme = "http://")
             .login = DavServer::user(),
             .password = DavServer::password()};
 }
+
+const QString passwordText = "WebDAV server requires authentication. Check WebDAV share settings!";
 
 QByteArray randomBytes(int size, quint32 seed)
 {
@@ -289,6 +295,212 @@ private slots:
             store.remove(nameOf(i));
         QVERIFY(answers.wait(count));
         QVERIFY(QDir(server.files() + "/originals").isEmpty());
+    }
+
+    void faultsOfTheServerAreToldOnce()
+    {
+        DavServer server(Kind::Apache, Access::Basic);
+        ImagesStoreSettings settings = settingsFor(server.port());
+        settings.password = "wrong";
+        m_boxes.answer("OK");
+        ImagesStore store(settings);
+        Answers answers(store);
+        for (int i = 0; i < 20; ++i)
+            store.put(QString("originals/%1.jpg").arg(i), "x");
+        QVERIFY(answers.wait(20));
+        QTRY_COMPARE(m_boxes.lastText(), "Webdav error: " + passwordText);
+        QVERIFY(server.log().count("user anna: authentication failure") <= 3);
+
+        store.open(settingsFor(server.port()));
+        store.put("originals/old.jpg", "former");
+        QVERIFY(answers.wait(21));
+        // It is killed with uploads half done, and comes back.
+        m_boxes.answer("OK");
+        answers.all.clear();
+        const QByteArray large = randomBytes(20'000'000, 3);
+        for (const char *name : {"old", "a", "b", "c", "d", "e", "f", "g"})
+            store.put(QString("originals/%1.jpg").arg(name), large);
+        connect(&store, &ImagesStore::progressed, this, [&](const QString &, qint64 done) {
+            if (done > 1'000'000)
+                server.kill();
+        });
+        QVERIFY(answers.wait(8));
+        QVERIFY(answers.all.contains("no put originals/old.jpg"));
+        QTRY_COMPARE(m_boxes.texts().size(), 2);
+        QVERIFY2(m_boxes.lastText().startsWith("Reply error: "), qPrintable(m_boxes.lastText()));
+        disconnect(&store, &ImagesStore::progressed, this, nullptr);
+        server.start();
+        answers.all.clear();
+        store.list("originals");
+        store.get("originals/old.jpg");
+        QVERIFY(answers.wait(2));
+        QCOMPARE(answers.files.value("originals/old.jpg"), "former");
+        for (const StoreFile &file : std::as_const(answers.list))
+            QVERIFY(file.name == "old.jpg" || file.name.startsWith('.') ||
+                    file.size == large.size());
+    }
+
+    void statusesAreTold_data()
+    {
+        addColumns<QByteArray, bool, QString>("status", "box", "reason");
+        addRow("no room", QByteArray("507 Insufficient Storage"), true, QString("нет места"));
+        addRow("locked", QByteArray("423 Locked"), false, QString("занят"));
+        addRow("broken", QByteArray("500 Error"), true, QString("500"));
+        addRow("partly", QByteArray("303 See Other"), false, QString("303"));
+    }
+
+    void statusesAreTold()
+    {
+        const auto [status, box, reason] = rowValues<QByteArray, bool, QString>();
+        RecordingServer server;
+        server.onRequest = [status = status](QTcpSocket *socket, const QByteArray &request) {
+            socket->write(
+                RecordingServer::answer(request.startsWith("MKCOL") ? "201 Created" : status));
+        };
+        if (box)
+            m_boxes.answer("OK");
+        ImagesStore store(settingsFor(server.serverPort()));
+        Answers answers(store);
+        store.put("originals/x.jpg", "x");
+        QVERIFY(answers.wait(1));
+        QCOMPARE(answers.all, {"no put originals/x.jpg"});
+        QVERIFY2(answers.reasons.first().contains(reason), qPrintable(answers.reasons.first()));
+    }
+
+    void foldersAreMadeWhenNeeded()
+    {
+        // The share's folder is missing, and later somebody deletes one.
+        const DavServer server(Kind::Apache, Access::Open);
+        ImagesStoreSettings settings = settingsFor(server.port());
+        settings.path = "dav/Фото магазина/";
+        ImagesStore store(settings);
+        Answers answers(store);
+        store.put("originals/x.jpg", "x");
+        QVERIFY(answers.wait(1));
+        const QString folder = server.files() + "/Фото магазина/originals";
+        QVERIFY(QDir(folder).removeRecursively());
+        store.put("originals/y.jpg", "y");
+        QVERIFY(answers.wait(2));
+        QCOMPARE(answers.all.last(), "put originals/y.jpg");
+        QCOMPARE(readFile(folder + "/y.jpg"), "y");
+    }
+
+    void downloadsGoOnWhereTheyBroke_data()
+    {
+        addColumns<bool>("changed");
+        addRow("the same file", false);
+        addRow("another one by then", true);
+    }
+
+    void downloadsGoOnWhereTheyBroke()
+    {
+        const auto [changed] = rowValues<bool>();
+        const QByteArray picture = randomBytes(100'000, 4);
+        QByteArray file = changed ? randomBytes(90'000, 5) : picture;
+        RecordingServer server;
+        server.onRequest = [&](QTcpSocket *socket, const QByteArray &request) {
+            const QByteArray range = RecordingServer::header(request, "Range");
+            const qsizetype from = range.mid(6).chopped(range.isEmpty() ? 0 : 1).toLongLong();
+            const bool isWhole = server.requests.size() > 3;
+            const QByteArray tag = file == picture ? "\"1\"" : "\"0\"";
+            socket->write((from > 0 ? "HTTP/1.1 206 Partial\r\nContent-Range: bytes " +
+                                          QByteArray::number(from) + "-/*\r\n"
+                                    : QByteArray("HTTP/1.1 200 OK\r\n")) +
+                          "ETag: " + tag +
+                          "\r\nContent-Length: " + QByteArray::number(file.size() - from) +
+                          "\r\n\r\n" + file.mid(from, isWhole ? -1 : 20'000));
+            if (!isWhole)
+                socket->disconnectFromHost();
+            file = picture;
+        };
+        ImagesStore store(settingsFor(server.serverPort()));
+        Answers answers(store);
+        store.get("originals/x.jpg");
+        QVERIFY(answers.wait(1));
+        QCOMPARE(answers.all, {"got originals/x.jpg"});
+        QCOMPARE(answers.files.value("originals/x.jpg"), picture);
+        QCOMPARE(RecordingServer::header(server.requests.at(1), "Range"), "bytes=20000-");
+    }
+
+    void certificatesAreAcceptedOnce()
+    {
+        auto server =
+            std::make_unique<DavServer>(Kind::Lighttpd, Access::Basic, &m_certificates, "first");
+        const QString place = QString("127.0.0.1:%1").arg(server->port());
+        ImagesStore store(settingsFor(server->port(), ""));
+        Answers answers(store);
+        const auto putThree = [&](const QString &verb) {
+            answers.all.clear();
+            for (const char *name : {"1", "2", "3"})
+                store.put(QString("originals/%1.jpg").arg(name), "x");
+            return answers.wait(3) &&
+                   answers.all.filter(QRegularExpression('^' + verb)).size() == 3;
+        };
+        m_boxes.answer("Отказаться");
+        m_boxes.answer("OK");
+        QVERIFY(putThree("no put"));
+        QTRY_COMPARE(m_boxes.texts().size(), 2);
+        const BoxRequest question = m_boxes.requests().first();
+        const QString fingerprint = certificatetrust::fingerprint(
+            QSslCertificate::fromPath(m_certificates.path("first.crt")).first());
+        QVERIFY(question.text.contains(place) && question.text.contains(fingerprint) &&
+                question.text.contains("Владелец: first"));
+        QCOMPARE(question.buttons.at(question.defaultButton), "Отказаться");
+        QCOMPARE(question.escapeButton, question.defaultButton);
+        QVERIFY(putThree("no put")); // refused is refused
+
+        StoreCheck check(store.settings());
+        m_boxes.answer("Доверять");
+        check.start();
+        QTRY_COMPARE_WITH_TIMEOUT(check.state(), BackgroundWork::State::Done, patience);
+        QVERIFY(readFile(m_home.path() + "/settings").contains(fingerprint.toLatin1()));
+        QVERIFY(putThree("put"));
+
+        const quint16 port = server->port();
+        server.reset();
+        DavServer other(Kind::Lighttpd, Access::Basic, &m_certificates, "second", port);
+        m_boxes.answer("Доверять");
+        QVERIFY(putThree("put"));
+        QVERIFY(m_boxes.lastText().contains("Владелец: second"));
+    }
+
+    void storesAreCopiedBothWays()
+    {
+        const DavServer server(Kind::Apache, Access::Digest);
+        ImagesStoreSettings local;
+        local.path = m_home.path() + "/there";
+        ImagesStore store(local);
+        Answers answers(store);
+        for (int i = 0; i < 20; ++i)
+            store.put(QString("originals/№ %1.jpg").arg(i), randomBytes(i * 100, quint32(i)));
+        store.put("logo/logo.png", "logo");
+        QVERIFY(answers.wait(21));
+        const ImagesStoreSettings share = settingsFor(server.port());
+        ImagesStoreSettings back;
+        back.path = m_home.path() + "/back";
+        const auto copy = [](const ImagesStoreSettings &from, const ImagesStoreSettings &to) {
+            StoreCopy work(from, to);
+            work.start();
+            [&] {
+                QTRY_VERIFY_WITH_TIMEOUT(work.isOver(), patience);
+            }();
+            return work.result();
+        };
+        const QString same = "\nРазмеры всех файлов совпадают.";
+        QCOMPARE(copy(local, share), "Скопировано файлов: 21, уже были: 0." + same);
+        QCOMPARE(copy(share, back), "Скопировано файлов: 21, уже были: 0." + same);
+        QCOMPARE(readFile(back.path + "/originals/№ 7.jpg"), randomBytes(700, 7));
+        QVERIFY(QFile::remove(back.path + "/originals/№ 7.jpg"));
+        writeFile(back.path + "/originals/№ 8.jpg", "short");
+        QCOMPARE(copy(share, back), "Скопировано файлов: 2, уже были: 19." + same);
+
+        StoreCopy stopped(share, local);
+        stopped.start();
+        stopped.cancel();
+        QVERIFY(stopped.result().contains("остановлено") && !stopped.isComplete());
+        ImagesStoreSettings nobody = share;
+        nobody.port = QString::number(freePort());
+        QVERIFY(copy(local, nobody).contains("Копирование прервано: хранилище изображений "));
     }
 
 private:

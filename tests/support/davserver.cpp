@@ -29,10 +29,11 @@ const char *serverUser()
 } // namespace
 
 DavServer::DavServer(Kind kind, Access access, const Certificates *certificates,
-                     const QString &certificate)
+                     const QString &certificate, quint16 port)
     : m_kind(kind),
       m_access(access),
-      m_directory(QDir::tempPath() + "/lavkor-dav-XXXXXX")
+      m_directory(QDir::tempPath() + "/lavkor-dav-XXXXXX"),
+      m_port(port)
 {
     if (certificates) {
         m_key = m_directory.filePath("server.key");

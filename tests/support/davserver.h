@@ -15,9 +15,9 @@ public:
     enum class Kind { Apache, Lighttpd };
     enum class Access { Open, Basic, Digest };
 
-    /// certificates: with TLS, by the certificate of that name.
+    /// certificates: with TLS, by the certificate of that name. port: 0: a free one.
     DavServer(Kind kind, Access access, const Certificates *certificates = nullptr,
-              const QString &certificate = {});
+              const QString &certificate = {}, quint16 port = 0);
     ~DavServer();
     DavServer(const DavServer &) = delete;
     DavServer &operator=(const DavServer &) = delete;
