@@ -147,6 +147,7 @@ std::vector<double> timeScreens(const ConnectionEntry &entry)
     std::vector<double> medians;
     for (const Screen &screen : screens()) {
         std::vector<double> times;
+        times.reserve(repetitions);
         for (int i = 0; i < repetitions; ++i)
             times.push_back(hands.change(screen.filter));
         medians.push_back(median(times));
@@ -161,6 +162,7 @@ std::vector<double> timeDialogs(const ConnectionEntry &entry)
     std::vector<double> medians;
     for (const LongList &list : longLists) {
         std::vector<double> times;
+        times.reserve(repetitions);
         for (int i = 0; i < repetitions; ++i)
             times.push_back(FirstPaint(list.className).elapsed([&] { list.open(window.get()); }));
         medians.push_back(median(times));

@@ -24,6 +24,7 @@ QuantityDialog::QuantityDialog(const QString &title, double quantity, int decima
     m_quantity->setDecimals(decimals);
     m_quantity->setRange(0, largestQuantity);
     m_quantity->setExact(quantity);
+    m_quantity->selectAll();
     auto *fields = new QFormLayout;
     fields->addRow(tr("&Количество:"), m_quantity);
     auto *layout = new QVBoxLayout(this);

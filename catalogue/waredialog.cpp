@@ -8,6 +8,7 @@
 #include "catalogue/productlist.h"
 #include "catalogue/productstore.h"
 #include "catalogue/stagedrows.h"
+#include "catalogue/textdialog.h"
 #include "catalogue/waregallery.h"
 #include "catalogue/waresublist.h"
 #include "catalogue/waresublists.h"
@@ -74,7 +75,8 @@ WareDialog::WareDialog(qulonglong id, QWidget *parent)
     fillChoices();
     load(id);
     addLists(id);
-    for (QPushButton *button : {m_ui->groupPushButton, m_ui->brandPushButton, m_ui->unitPushButton})
+    for (QPushButton *button : {m_ui->groupPushButton, m_ui->brandPushButton, m_ui->unitPushButton,
+                                m_ui->descriptionPushButton})
         button->setFixedWidth(button->sizeHint().height() +
                               button->fontMetrics().averageCharWidth());
     // Not by keyPressEvent(): a table takes it for itself.
@@ -294,6 +296,16 @@ void WareDialog::on_unitPushButton_clicked()
 {
     choose(DictionaryName::Units, m_ui->unitComboBox, &WareDialog::fillUnits);
     followUnit(); // its decimals may be others
+}
+
+void WareDialog::on_descriptionPushButton_clicked()
+{
+    QPlainTextEdit *field = m_ui->descriptionPlainTextEdit;
+    TextDialog dialog(tr("Описание"), field->toPlainText(), this);
+    if (dialog.exec() != QDialog::Accepted || dialog.text() == field->toPlainText())
+        return;
+    field->selectAll();
+    field->insertPlainText(dialog.text()); // unlike setPlainText() it can be taken back
 }
 
 /// Lets the user look into a dictionary, and offers what has become of it.

@@ -49,6 +49,7 @@ private slots:
     void on_groupPushButton_clicked();
     void on_brandPushButton_clicked();
     void on_unitPushButton_clicked();
+    void on_descriptionPushButton_clicked();
     void on_unitComboBox_currentIndexChanged(int index);
     void on_currencyComboBox_currentIndexChanged(int index);
     void on_incostDoubleSpinBox_valueChanged(double value);

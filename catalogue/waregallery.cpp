@@ -62,7 +62,11 @@ WareGallery::WareGallery(qulonglong wareid, std::function<QString()> productName
     });
 }
 
-WareGallery::~WareGallery() = default;
+WareGallery::~WareGallery()
+{
+    for (const WareImage &image : std::as_const(m_images))
+        ThumbnailCache::instance().cancel(thumbOf(image.fileName));
+}
 
 QString WareGallery::title() const
 {
@@ -176,10 +180,9 @@ void WareGallery::refresh(qulonglong selectedId)
     show(images);
     const auto place = std::find_if(m_images.cbegin(), m_images.cend(),
                                     [&](const WareImage &image) { return image.id == kept; });
-    if (place != m_images.cend())
-        m_list->setCurrentRow(int(place - m_images.cbegin()));
-    else if (!m_images.isEmpty())
-        m_list->setCurrentRow(0);
+    if (!m_images.isEmpty())
+        m_list->setCurrentRow(place == m_images.cend() ? 0 : int(place - m_images.cbegin()),
+                              QItemSelectionModel::ClearAndSelect);
     emit counted(int(m_images.size()));
 }
 

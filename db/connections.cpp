@@ -98,7 +98,10 @@ bool askToReconnect(QWidget *parent, const QString &connectionName, const QStrin
     ConnectionState &state = connectionState(connectionName);
     if (!parent || !state.givenUp.isEmpty())
         return false;
-    const QString text = tr("Ошибка открытия базы данных: %1").arg(error);
+    const QString text =
+        (connectionName == friendConnection ? tr("Ошибка открытия справочной базы данных: %1")
+                                            : tr("Ошибка открытия базы данных: %1"))
+            .arg(error);
     if (askQuestion(parent, text, {tr("Повторить"), tr("Отмена")}, 0, 1) == 0)
         return true;
     if (!commandLevels().empty())
@@ -108,8 +111,8 @@ bool askToReconnect(QWidget *parent, const QString &connectionName, const QStrin
 
 bool shallTell(ConnectionState &state, FailureCause cause)
 {
-    return cause == FailureCause::Other || commandLevels().empty() ||
-           state.told.insert(cause).second;
+    return cause == FailureCause::Other || cause == FailureCause::BadSigns ||
+           commandLevels().empty() || state.told.insert(cause).second;
 }
 
 bool createConnection(QWidget *parent, const ConnectionEntry &entry, const QString &connectionName)

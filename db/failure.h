@@ -18,6 +18,7 @@ enum class FailureCause {
     Damaged,     ///< not a database, or not a whole one any more
     TimedOut,    ///< the answer took longer than it may
     Unreachable, ///< no connection
+    BadSigns,    ///< a text has signs that the database cannot keep
 };
 
 /// A code of a database and what it means.

@@ -38,6 +38,8 @@ constexpr NumberedCause causes[] = {
     {1040, FailureCause::Unreachable}, {1047, FailureCause::Unreachable},
     {1129, FailureCause::Unreachable}, {1130, FailureCause::Unreachable},
     {1203, FailureCause::Unreachable},
+    // A sign of four bytes beside a column of three.
+    {1267, FailureCause::BadSigns}, {1271, FailureCause::BadSigns}, {3988, FailureCause::BadSigns},
 };
 // clang-format on
 
@@ -171,7 +173,11 @@ public:
 
     FailureCause causeOf(const QSqlError &error) const override
     {
-        return causeOfNumber(causes, error.nativeErrorCode().toInt());
+        constexpr int wrongValue = 1366; // of a text only with the bytes at fault
+        const int code = error.nativeErrorCode().toInt();
+        if (code == wrongValue && error.databaseText().contains(QLatin1String("'\\x")))
+            return FailureCause::BadSigns;
+        return causeOfNumber(causes, code);
     }
 
     bool isConnectionLost(const QSqlDatabase &, const QSqlError &error) const override

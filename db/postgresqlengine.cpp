@@ -22,7 +22,8 @@ constexpr StateCause causes[] = {
     {"58", FailureCause::DiskFault},    {"XX001", FailureCause::Damaged},
     {"XX002", FailureCause::Damaged},   {"57014", FailureCause::TimedOut},
     {"53300", FailureCause::Unreachable}, {"08", FailureCause::Unreachable},
-    {"57P0", FailureCause::Unreachable},
+    {"57P0", FailureCause::Unreachable}, {"22021", FailureCause::BadSigns},
+    {"22P05", FailureCause::BadSigns},
 };
 // clang-format on
 

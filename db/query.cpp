@@ -320,9 +320,12 @@ DatabaseFailure lastFailure(const QString &connectionName)
             ? tr("Связь с базой данных прервалась во время записи, и неизвестно, "
                  "выполнена ли она. Проверьте, что записано, прежде чем повторять.")
             : sentenceOf(state.cause);
+    const QString front = connectionName == friendConnection ? tr("Справочная база.\n") : QString();
     if (sentence.isEmpty())
-        return {.text = state.lastError};
-    return {.text = sentence, .details = state.lastError, .general = true};
+        return {.text = front + state.lastError};
+    return {.text = front + sentence,
+            .details = state.lastError,
+            .general = state.outcomeUnknown || state.cause != FailureCause::BadSigns};
 }
 
 void showDatabaseFailure(QWidget *parent, const DatabaseFailure &failure, const QString &otherwise,

@@ -16,6 +16,7 @@
 #include <QPdfWriter>
 #include <QPrintDialog>
 #include <QPrinter>
+#include <QPrinterInfo>
 #include <QSaveFile>
 #include <QTextDocument>
 
@@ -38,6 +39,11 @@ QSizeF roomOn(const QPageLayout &layout)
     return layout.paintRect(QPageLayout::Millimeter).size();
 }
 
+bool isReached(const QPrinter &printer)
+{
+    return !QPrinterInfo(printer).isNull();
+}
+
 /// A half of a piece of work that is shown as one.
 ProgressStep half(Progress &progress, int number)
 {
@@ -57,14 +63,7 @@ IncomeReportDialog::IncomeReportDialog(QWidget *parent)
     m_ui->setupUi(this);
     m_ui->reportView->addAction(m_ui->copyAction);
     const CommandScope command;
-    QList<SqlRow> rows;
-    const bool read = QueryRows(parent, QStringLiteral("SELECT MAX(id) FROM incomereports;"), rows);
-    const int newest = read ? rows.first().first().toInt() : 0;
-    m_ui->reportidSpinBox->setValue(newest);
-    if (newest != 0)
-        showReport();
-    else
-        clear(read ? tr("Проведённых накладных ещё нет.") : QString());
+    showNewest();
     keepDialogSize(this);
 }
 
@@ -87,6 +86,21 @@ QWidget *IncomeReportDialog::boxParent()
     return isVisible() ? this : parentWidget();
 }
 
+bool IncomeReportDialog::showNewest()
+{
+    QList<SqlRow> rows;
+    if (!QueryRows(boxParent(), QStringLiteral("SELECT MAX(id) FROM incomereports;"), rows)) {
+        clear(tr("Накладные не прочитаны."));
+        return false;
+    }
+    m_newest = rows.first().first().toInt();
+    m_ui->reportidSpinBox->setValue(m_newest);
+    if (m_newest != 0)
+        return showReport();
+    clear(tr("Проведённых накладных ещё нет."));
+    return false;
+}
+
 bool IncomeReportDialog::showReport()
 {
     const CommandScope command;
@@ -105,10 +119,15 @@ bool IncomeReportDialog::showReport()
     if (state == ReportState::Missing)
         showWarning(boxParent(),
                     tr("Error 3454: Can't find income report record with id %1").arg(id));
-    if (state != ReportState::Built)
+    if (state != ReportState::Built) {
+        clear(state == ReportState::Failed ? tr("Накладная не прочитана.")
+              : state == ReportState::Stopped ? tr("Подготовка накладной остановлена.")
+                                              : QString());
         return false;
+    }
     m_report = std::move(report);
     m_pages = std::move(made);
+    m_newest = std::max(m_newest, int(id));
     m_ui->reportView->setPages(&m_pages, m_report.title);
     enableCommands();
     return true;
@@ -120,7 +139,8 @@ bool IncomeReportDialog::showTyped()
     m_ui->reportidSpinBox->interpretText();
     if (m_report.id != 0 && m_report.id == qulonglong(m_ui->reportidSpinBox->value()))
         return true;
-    const bool shown = showReport();
+    const bool none = m_newest == 0 && m_ui->reportidSpinBox->value() == 0;
+    const bool shown = none ? showNewest() : showReport();
     if (!shown) {
         m_ui->reportidSpinBox->setFocus();
         m_ui->reportidSpinBox->selectAll();
@@ -224,15 +244,21 @@ bool IncomeReportDialog::printOn(QPrinter &printer)
     const int first = std::max(printer.fromPage(), 1) - 1;
     const int last =
         printer.toPage() > 0 ? std::min(printer.toPage(), pages.count()) - 1 : pages.count() - 1;
+    // The printer itself would leave a part of a file in the place of a whole one.
+    if (printer.outputFormat() == QPrinter::PdfFormat)
+        return writePdf(printer.outputFileName(), printer.pageLayout(), pages, first, last);
     auto printed = ReportPages::Printed::Failed;
-    runWithProgress(this, tr("Печать накладной…"), Stopping::Harmless, [&](Progress &progress) {
-        printed = pages.print(&printer, first, last, progress.steps());
+    // Not to be stopped: the printer would get the pages painted by then.
+    runWithProgress(this, tr("Печать накладной…"), Stopping::Never, [&](Progress &progress) {
+        if (isReached(printer))
+            printed = pages.print(&printer, first, last, progress.steps());
     });
-    if (printed != ReportPages::Printed::Whole)
-        printer.abort();
-    if (printed == ReportPages::Printed::Failed)
-        showWarning(this, tr("Ошибка печати накладной."));
-    return printed == ReportPages::Printed::Whole;
+    // It takes the pages in silence, whether they arrive or not.
+    const bool done = printed == ReportPages::Printed::Whole && isReached(printer);
+    if (!done)
+        showWarning(this, tr("Ошибка печати накладной. Проверьте принтер «%1» и его очередь.")
+                              .arg(printer.printerName()));
+    return done;
 }
 
 void IncomeReportDialog::on_pdfPushButton_clicked()
@@ -248,16 +274,23 @@ void IncomeReportDialog::on_pdfPushButton_clicked()
 
 bool IncomeReportDialog::savePdf(const QString &path)
 {
+    return writePdf(path, sheet(), m_pages, 0, m_pages.count() - 1);
+}
+
+/// Writes pages, numbered from 0, to a file, which comes to be whole or not at all.
+bool IncomeReportDialog::writePdf(const QString &path, const QPageLayout &layout,
+                                  const ReportPages &pages, int first, int last)
+{
     QSaveFile file(path);
     auto printed = ReportPages::Printed::Failed;
     if (file.open(QIODevice::WriteOnly)) {
         QPdfWriter writer(&file);
         writer.setTitle(m_report.documentName);
-        writer.setPageLayout(sheet());
-        runWithProgress(
-            this, tr("Сохранение накладной…"), Stopping::Harmless, [&](Progress &progress) {
-                printed = m_pages.print(&writer, 0, m_pages.count() - 1, progress.steps());
-            });
+        writer.setPageLayout(layout);
+        runWithProgress(this, tr("Сохранение накладной…"), Stopping::Harmless,
+                        [&](Progress &progress) {
+                            printed = pages.print(&writer, first, last, progress.steps());
+                        });
     }
     const bool written = printed == ReportPages::Printed::Whole && file.flush() && file.commit();
     if (!written && printed != ReportPages::Printed::Stopped)

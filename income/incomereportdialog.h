@@ -7,6 +7,7 @@
 #include "income/incomereport.h"
 #include "income/reportpages.h"
 
+class QPageLayout;
 class QPrinter;
 
 namespace Ui {
@@ -46,6 +47,7 @@ private slots:
     void on_closePushButton_clicked();
 
 private:
+    bool showNewest();
     bool showReport();
     bool showTyped();
     void showAgain();
@@ -54,8 +56,11 @@ private:
     ReportChoice choice() const;
     QWidget *boxParent();
     bool layOutFor(const QSizeF &room, ReportPages &pages);
+    bool writePdf(const QString &path, const QPageLayout &layout, const ReportPages &pages,
+                  int first, int last);
 
     std::unique_ptr<Ui::IncomeReportDialog> m_ui;
+    int m_newest = 0;      ///< a receipt's number; 0: none was found yet
     IncomeReport m_report; ///< number 0: none is shown
     ReportPages m_pages;
 };

@@ -11,6 +11,7 @@
 #include <cmath>
 
 #include "app/configdir.h"
+#include "db/session.h"
 
 namespace presets {
 
@@ -113,6 +114,7 @@ SheetSettings sheet(int rows, int columns, double width, double height, int dpi,
                     std::array<BlockSettings, labelBlocks> blocks)
 {
     SheetSettings settings;
+    settings.organisation = Session::instance().option(QStringLiteral("ORGNAME"));
     settings.rows = rows;
     settings.columns = columns;
     settings.width = width;
@@ -134,16 +136,16 @@ LabelPresets readyMade()
     // Organisation, name, barcode, price, brand.
     return {{{Presets::tr("Лист A4, 24 этикетки 70×37 мм"),
               sheet(8, 3, 21.0, 29.6, 300,
-                    {{{0.1, 10}, {0.42, 11}, {2.1, 12}, {1.4, 20}, {1.85, 9, false}}})},
+                    {{{0.05, 10}, {0.35, 10}, {2.1, 12}, {1.42, 20}, {1.18, 9, false}}})},
              {Presets::tr("Лист A4, 65 этикеток 38×21 мм"),
               sheet(13, 5, 19.0, 27.3, 300,
-                    {{{0.1, 8, false}, {0.1, 8}, {1.15, 9}, {0.75, 12}, {1.0, 8, false}}})},
+                    {{{0.1, 8, false}, {0.1, 8}, {1.15, 9}, {0.75, 12}, {0.45, 8, false}}})},
              {Presets::tr("Термолента 58×40 мм"),
               sheet(1, 1, 5.8, 4.0, 203,
-                    {{{0.1, 10}, {0.5, 12}, {2.2, 12}, {1.45, 22}, {1.9, 9, false}}})},
+                    {{{0.1, 10}, {0.45, 10}, {2.2, 12}, {1.5, 18}, {1.22, 9, false}}})},
              {Presets::tr("Термолента 43×25 мм"),
               sheet(1, 1, 4.3, 2.5, 203,
-                    {{{0.1, 8, false}, {0.1, 9}, {1.3, 10}, {0.85, 14}, {1.1, 8, false}}})}},
+                    {{{0.1, 8, false}, {0.1, 9}, {1.3, 10}, {0.85, 14}, {0.53, 8, false}}})}},
             -1};
 }
 
@@ -235,7 +237,8 @@ Write change(LabelPresets &presets, const std::function<bool(LabelPresets &)> &c
     }
     const QByteArray image = packed(changed);
     QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(image) != image.size() || !file.commit())
+    if (!file.open(QIODevice::WriteOnly) || file.write(image) != image.size() || !file.flush() ||
+        !file.commit())
         return Write::Failed;
     presets = *unpacked(image);
     return Write::Done;

@@ -35,7 +35,7 @@ inline constexpr qsizetype fileSize = 34568;
 /// The file in the configuration directory.
 QString filePath();
 
-/// What there is without a file: two kinds of sheets and two rolls.
+/// What there is without a file: two kinds of sheets and two rolls, with the name of the shop.
 LabelPresets readyMade();
 
 /// The image of the file; docs/database.md has its layout. Names are cut to what they have room

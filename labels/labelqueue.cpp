@@ -260,6 +260,15 @@ LabelEdit editLabel(QWidget *parent, qulonglong id, const QString &column, QVari
     return LabelEdit::Failed;
 }
 
+bool setLabelQuantity(QWidget *parent, const QList<qulonglong> &ids, int copies)
+{
+    QStringList statements;
+    for (const qulonglong id : ids)
+        statements += "UPDATE labels SET quantity=" + sql::integer(copies) +
+                      " WHERE id=" + sql::quotedId(id) + ';';
+    return runStatements(parent, statements, LabelQueue::tr("Число этикеток не записано."));
+}
+
 bool deleteLabels(QWidget *parent, const QList<qulonglong> &ids)
 {
     QStringList statements;

@@ -69,6 +69,9 @@ enum class LabelEdit { Done, Gone, Changed, Failed };
 LabelEdit editLabel(QWidget *parent, qulonglong id, const QString &column, QVariant *shown,
                     const QVariant &value);
 
+/// Writes the same quantity into rows. False when none was written, which has been told.
+bool setLabelQuantity(QWidget *parent, const QList<qulonglong> &ids, int copies);
+
 /// Takes rows from the queue. False when nothing was, which has been told.
 bool deleteLabels(QWidget *parent, const QList<qulonglong> &ids);
 bool deleteAllLabels(QWidget *parent);

@@ -5,6 +5,7 @@
 #include "app/messages.h"
 #include "catalogue/codesearch.h"
 #include "catalogue/codeslist.h"
+#include "catalogue/quantitydialog.h"
 #include "labels/labelsettings.h"
 #include "labels/labelstable.h"
 #include "labels/presetchoice.h"
@@ -13,13 +14,15 @@
 #include "widgets/dialogplace.h"
 #include "widgets/pagedtable.h"
 #include "widgets/runwithprogress.h"
+#include "widgets/savedialog.h"
 #include "widgets/sqltablemodel.h"
 #include "widgets/tableclipboard.h"
 
 #include <QDateTime>
-#include <QFileDialog>
+#include <QLineEdit>
 #include <QPrintDialog>
 #include <QPrinter>
+#include <QPrinterInfo>
 
 #include <algorithm>
 #include <limits>
@@ -27,6 +30,11 @@
 namespace {
 
 constexpr qlonglong manySheets = 10000;
+
+QString documentName()
+{
+    return "labels_" + QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-dd_hh-mm-ss"));
+}
 
 } // namespace
 
@@ -42,6 +50,8 @@ LabelsDialog::LabelsDialog(QWidget *parent)
     m_ui->splitter->setStretchFactor(1, 3);
     m_ui->splitter->setStretchFactor(2, 3);
     m_ui->incomenumSpinBox->setSpecialValueText(QStringLiteral(" "));
+    connect(m_ui->incomenumSpinBox->findChild<QLineEdit *>(), &QLineEdit::returnPressed, this,
+            &LabelsDialog::on_importLocalFromIncomeButton_clicked);
     setUpTables();
     m_fields = new LabelSettingsFields(m_ui.get(), this);
     m_presets = new PresetChoice(m_ui.get(), m_fields, this);
@@ -62,7 +72,8 @@ LabelsDialog::~LabelsDialog() = default;
 
 void LabelsDialog::setUpTables()
 {
-    for (QAction *action : {m_ui->copyAction, m_ui->deleteLabelsAction, m_ui->deleteAllAction})
+    for (QAction *action :
+         {m_ui->copyAction, m_ui->quantityAction, m_ui->deleteLabelsAction, m_ui->deleteAllAction})
         m_ui->labelsTableView->addAction(action);
     m_queue = new LabelsTable(m_ui->labelsTableView);
     m_codesModel->setColumns(codeColumns());
@@ -86,6 +97,8 @@ void LabelsDialog::enableCommands()
         return view->selectionModel()->hasSelection();
     };
     const bool hasRows = !m_plan.rows().isEmpty();
+    m_ui->quantityPushButton->setEnabled(chosen(m_ui->labelsTableView));
+    m_ui->quantityAction->setEnabled(chosen(m_ui->labelsTableView));
     m_ui->deleteLabelsPushButton->setEnabled(chosen(m_ui->labelsTableView));
     m_ui->deleteLabelsAction->setEnabled(chosen(m_ui->labelsTableView));
     m_ui->deleteAllPushButton->setEnabled(hasRows);
@@ -146,26 +159,27 @@ void LabelsDialog::showSheet()
         Qt::QueuedConnection);
 }
 
-void LabelsDialog::add(const NewLabels &labels, const QString &none)
+bool LabelsDialog::add(const NewLabels &labels, const QString &none)
 {
     if (!labels)
-        return;
+        return false;
     if (std::none_of(labels->begin(), labels->end(),
                      [](const NewLabel &label) { return labelCount(label.quantity) > 0; })) {
         showInformation(this, none);
-        return;
+        return false;
     }
     const bool added = addLabels(this, *labels);
     m_queue->refresh();
     if (added)
         m_queue->showEnd();
+    return added;
 }
 
-void LabelsDialog::importReceipt(qulonglong reportId)
+bool LabelsDialog::importReceipt(qulonglong reportId)
 {
     const CommandScope command;
-    add(labelsOfReceipt(this, reportId),
-        tr("В приходе %1 нет наименований со штрих-кодом.").arg(reportId));
+    return add(labelsOfReceipt(this, reportId),
+               tr("В приходе %1 нет наименований со штрих-кодом.").arg(reportId));
 }
 
 void LabelsDialog::importWorkingList()
@@ -216,6 +230,23 @@ void LabelsDialog::on_savePresetPushButton_clicked()
 void LabelsDialog::on_deletePresetPushButton_clicked()
 {
     m_presets->remove();
+}
+
+void LabelsDialog::on_quantityPushButton_clicked()
+{
+    const CommandScope command;
+    const QList<qulonglong> ids = m_queue->selectedIds();
+    QuantityDialog dialog(tr("Число этикеток"), m_queue->currentQuantity(), 0, this);
+    if (dialog.exec() != QDialog::Accepted)
+        return;
+    const int copies = int(dialog.quantity());
+    if (mayAddCopies(this, copies, {}) && setLabelQuantity(this, ids, copies))
+        m_queue->refresh();
+}
+
+void LabelsDialog::on_quantityAction_triggered()
+{
+    on_quantityPushButton_clicked();
 }
 
 void LabelsDialog::on_deleteLabelsPushButton_clicked()
@@ -285,11 +316,10 @@ void LabelsDialog::on_codesButton_clicked()
 void LabelsDialog::on_importLocalFromIncomeButton_clicked()
 {
     const int number = m_ui->incomenumSpinBox->value();
-    if (number > 0) {
-        importReceipt(qulonglong(number));
-        return;
-    }
-    showInformation(this, tr("Пожалуйста, введите номер прихода."));
+    if (number == 0)
+        showInformation(this, tr("Пожалуйста, введите номер прихода."));
+    else if (importReceipt(qulonglong(number)))
+        m_ui->incomenumSpinBox->setValue(0); // a second Return adds nothing again
     m_ui->incomenumSpinBox->setFocus();
 }
 
@@ -311,12 +341,45 @@ void LabelsDialog::on_addMarksPushButton_clicked()
 void LabelsDialog::on_strikeOffPushButton_clicked()
 {
     const CommandScope command;
-    QList<PriceMark> marks;
+    QList<int> rows;
     for (const QModelIndex &index : m_ui->priceMarksTableView->selectionModel()->selectedRows())
-        marks += {m_marks->idOf(index.row()),
-                  m_marks->value(index.row(), QStringLiteral("wareid")).toULongLong()};
+        rows += index.row();
+    strike(rows);
+}
+
+/// Takes rows of the list of changed prices off it.
+void LabelsDialog::strike(const QList<int> &rows)
+{
+    QList<PriceMark> marks;
+    for (const int row : rows)
+        marks += {m_marks->idOf(row), m_marks->value(row, QStringLiteral("wareid")).toULongLong()};
     if (strikeOff(this, marks))
         readMarks();
+}
+
+/// What has been printed with its price may go off the list of changed prices. The list was read
+/// before the prices, so that a change since then stays on it.
+void LabelsDialog::offerStrikingOff(const SheetRun &run)
+{
+    if (!run.settings.block(LabelBlock::Price).on)
+        return;
+    QSet<QString> printed;
+    for (const qulonglong id : rowsOfRun(run)) {
+        if (const LabelReader::Data *label = m_reader.find(id))
+            printed += label->wareid;
+    }
+    QList<int> rows;
+    for (int row = 0; row < m_marks->rowCount(); ++row) {
+        if (printed.contains(m_marks->value(row, QStringLiteral("wareid")).toString()))
+            rows += row;
+    }
+    if (!rows.isEmpty() &&
+        askQuestion(this,
+                    tr("Новые ценники напечатаны. Вычеркнуть эти наименования из списка "
+                       "изменившихся цен (%1)?")
+                        .arg(rows.size()),
+                    {tr("Вычеркнуть"), tr("Оставить")}, 1, 1) == 0)
+        strike(rows);
 }
 
 void LabelsDialog::on_resetstartcellButton_clicked()
@@ -364,16 +427,49 @@ SheetRun LabelsDialog::wholeRun() const
     return {m_fields->settings(), m_plan, 1, m_plan.sheets()};
 }
 
-void LabelsDialog::print(
-    const std::function<PrintResult(const SheetRun &, const ProgressStep &)> &work,
-    const SheetRun &run, const QString &failure)
+PrintResult LabelsDialog::print(const std::function<PrintResult(const ProgressStep &)> &work,
+                                const SheetRun &run, const QString &failure)
 {
     PrintResult result = PrintResult::Done;
     runWithProgress(this, tr("Печать этикеток"), Stopping::Harmless,
-                    [&](Progress &progress) { result = work(run, progress.steps()); });
+                    [&](Progress &progress) { result = work(progress.steps()); });
     if (result == PrintResult::DeviceFailed)
         showWarning(this, failure);
     m_faults.tell(this);
+    if (result == PrintResult::Done)
+        offerStrikingOff(run);
+    return result;
+}
+
+void LabelsDialog::printToFile(const QString &fileName, const QString &title, const SheetRun &run)
+{
+    print(
+        [&](const ProgressStep &step) {
+            return writePdf(this, fileName, title, run, m_reader, m_faults, step);
+        },
+        run, tr("Ошибка создания файла этикеток %1").arg(fileName));
+}
+
+/// A printer gets what was painted before it was stopped, and takes it in silence when it is gone.
+void LabelsDialog::printOn(QPrinter &printer, const SheetRun &run)
+{
+    int painted = 0;
+    const PrintResult outcome = print(
+        [&](const ProgressStep &step) {
+            const PrintResult result = printSheets(this, printer, printer.resolution(), run,
+                                                   m_reader, m_faults, [&](int done, int total) {
+                                                       painted = done;
+                                                       return goOn(step, done, total);
+                                                   });
+            const bool isThere = !QPrinterInfo(printer).isNull();
+            return result == PrintResult::Done && !isThere ? PrintResult::DeviceFailed : result;
+        },
+        run,
+        tr("Принтер «%1» не принимает этикетки. Проверьте его и его очередь.")
+            .arg(printer.printerName()));
+    if (outcome == PrintResult::Stopped || outcome == PrintResult::NotRead)
+        showInformation(this,
+                        tr("Печать остановлена. На принтер отправлено листов: %1.").arg(painted));
 }
 
 void LabelsDialog::on_pdfPushButton_clicked()
@@ -381,19 +477,11 @@ void LabelsDialog::on_pdfPushButton_clicked()
     const CommandScope command;
     if (!mayPrint())
         return;
-    QString fileName = QFileDialog::getSaveFileName(this, tr("Сохранение этикеток"), tr("Этикетки"),
-                                                    tr("PDF Document (*.pdf)"));
-    if (fileName.isEmpty())
-        return;
-    if (!fileName.endsWith(QLatin1String(".pdf"), Qt::CaseInsensitive))
-        fileName += QLatin1String(".pdf");
-    const QString title =
-        "labels_" + QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-dd_hh-mm-ss"));
-    print(
-        [&](const SheetRun &run, const ProgressStep &step) {
-            return writePdf(this, fileName, title, run, m_reader, m_faults, step);
-        },
-        wholeRun(), tr("Ошибка создания файла этикеток %1").arg(fileName));
+    const QString fileName =
+        askSavePath(this, tr("Сохранение этикеток"), tr("Этикетки") + QStringLiteral(".pdf"),
+                    tr("PDF Document (*.pdf)"));
+    if (!fileName.isEmpty())
+        printToFile(fileName, documentName(), wholeRun());
 }
 
 void LabelsDialog::on_printButton_clicked()
@@ -405,30 +493,29 @@ void LabelsDialog::on_printButton_clicked()
     QPrinter printer(QPrinter::HighResolution);
     printer.setResolution(run.settings.dpi);
     setPaper(printer, run.settings);
-    printer.setDocName(
-        "labels_" + QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-dd_hh-mm-ss")));
+    printer.setDocName(documentName());
     QPrintDialog dialog(&printer, this);
     dialog.setWindowTitle(tr("Печать этикеток"));
     dialog.setOption(QAbstractPrintDialog::PrintPageRange);
+    dialog.setOption(QAbstractPrintDialog::PrintCurrentPage);
     dialog.setMinMax(1, m_ui->pageSpinBox->maximum());
     if (dialog.exec() != QDialog::Accepted)
         return;
-    // The dialog may have chosen another printer and its paper.
-    printer.setResolution(run.settings.dpi);
-    setPaper(printer, run.settings);
     if (printer.printRange() == QPrinter::PageRange && printer.fromPage() > 0) {
         run.from = printer.fromPage();
         run.to = std::min<qlonglong>(run.to, std::max(printer.fromPage(), printer.toPage()));
+    } else if (printer.printRange() == QPrinter::CurrentPage) {
+        run.from = run.to = m_ui->pageSpinBox->value();
     }
-    print(
-        [&](const SheetRun &chosen, const ProgressStep &step) {
-            const PrintResult result =
-                printSheets(this, printer, printer.resolution(), chosen, m_reader, m_faults, step);
-            if (result != PrintResult::Done)
-                printer.abort();
-            return result;
-        },
-        run, tr("Принтер не принимает этикетки."));
+    // The printer itself would leave a part of a file in the place of a whole one.
+    if (printer.outputFormat() == QPrinter::PdfFormat) {
+        printToFile(printer.outputFileName(), printer.docName(), run);
+        return;
+    }
+    // The dialog may have chosen another printer and its paper.
+    printer.setResolution(run.settings.dpi);
+    setPaper(printer, run.settings);
+    printOn(printer, run);
 }
 
 void LabelsDialog::on_closePushButton_clicked()

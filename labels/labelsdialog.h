@@ -30,8 +30,8 @@ public:
     explicit LabelsDialog(QWidget *parent);
     ~LabelsDialog() override;
 
-    /// Adds labels for a posted receipt.
-    void importReceipt(qulonglong reportId);
+    /// Adds labels for a posted receipt. False when there was none to add, which has been told.
+    bool importReceipt(qulonglong reportId);
 
     /// Adds labels for the working list.
     void importWorkingList();
@@ -45,8 +45,10 @@ private slots:
     void on_settingsComboBox_activated(int index);
     void on_savePresetPushButton_clicked();
     void on_deletePresetPushButton_clicked();
+    void on_quantityPushButton_clicked();
     void on_deleteLabelsPushButton_clicked();
     void on_deleteAllPushButton_clicked();
+    void on_quantityAction_triggered();
     void on_deleteLabelsAction_triggered();
     void on_deleteAllAction_triggered();
     void on_copyAction_triggered();
@@ -70,7 +72,7 @@ private slots:
 
 private:
     void setUpTables();
-    void add(const NewLabels &labels, const QString &none);
+    bool add(const NewLabels &labels, const QString &none);
     void readMarks();
     void takeQueue();
     void plan();
@@ -78,8 +80,12 @@ private:
     void enableCommands();
     bool mayPrint();
     SheetRun wholeRun() const;
-    void print(const std::function<PrintResult(const SheetRun &, const ProgressStep &)> &work,
-               const SheetRun &run, const QString &failure);
+    PrintResult print(const std::function<PrintResult(const ProgressStep &)> &work,
+                      const SheetRun &run, const QString &failure);
+    void printToFile(const QString &fileName, const QString &title, const SheetRun &run);
+    void printOn(QPrinter &printer, const SheetRun &run);
+    void offerStrikingOff(const SheetRun &run);
+    void strike(const QList<int> &marks);
 
     std::unique_ptr<Ui::LabelsDialog> m_ui;
     LabelsTable *m_queue;

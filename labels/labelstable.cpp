@@ -118,6 +118,12 @@ QList<qulonglong> LabelsTable::selectedIds() const
     return ids;
 }
 
+double LabelsTable::currentQuantity() const
+{
+    const int column = m_model->columnOf(quantityKey);
+    return m_model->value(m_view->currentIndex().row(), column).toDouble();
+}
+
 bool LabelsTable::mayReplace(const QVariant &stored, const QVariant &value)
 {
     return askQuestion(m_view->window(),

@@ -29,6 +29,9 @@ public:
 
     QList<qulonglong> selectedIds() const;
 
+    /// The number of labels of the current row.
+    double currentQuantity() const;
+
 signals:
     /// The queue was read anew.
     void refreshed();

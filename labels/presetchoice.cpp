@@ -5,7 +5,6 @@
 #include <QSignalBlocker>
 
 #include "app/messages.h"
-#include "db/session.h"
 #include "labels/labelsettings.h"
 
 using namespace presets;
@@ -22,15 +21,11 @@ void PresetChoice::load()
 {
     m_presets = readyMade();
     const Read result = read(m_presets);
-    if (result == Read::Missing) {
-        for (LabelPreset &preset : m_presets.list)
-            preset.settings.organisation = Session::instance().option(QStringLiteral("ORGNAME"));
+    if (result != Read::Done)
         m_presets.current = 0;
-    } else if (result != Read::Done) {
+    if (result != Read::Done && result != Read::Missing)
         QMetaObject::invokeMethod(
             this, [this, result] { tellFault(result); }, Qt::QueuedConnection);
-        m_presets.current = 0;
-    }
     fill();
     if (m_presets.current >= 0)
         choose(m_presets.current);
@@ -70,7 +65,7 @@ void PresetChoice::choose(int index)
 
 bool PresetChoice::isChanged() const
 {
-    return m_fields->settings() != m_shown;
+    return !m_unwritten.isEmpty() || m_fields->settings() != m_shown;
 }
 
 void PresetChoice::save()
@@ -112,6 +107,8 @@ bool PresetChoice::saveIn(const LabelPreset &preset, bool replaceSelected, bool 
     const Write result = change(
         m_presets,
         [&](LabelPresets &stored) {
+            for (const LabelPreset &waiting : std::as_const(m_unwritten))
+                add(stored, waiting);
             if (!replaceSelected) {
                 isFull = stored.list.size() >= most;
                 return add(stored, preset);
@@ -126,8 +123,12 @@ bool PresetChoice::saveIn(const LabelPreset &preset, bool replaceSelected, bool 
     bool retry = false;
     if (isFull && result == Write::Refused)
         showInformation(m_dialog, tr("Заняты все %1 настроек.").arg(most));
-    else if (!tell(result, &retry))
-        return retry && saveIn(preset, replaceSelected, true);
+    else if (!tell(result, &retry) && retry)
+        return saveIn(preset, replaceSelected, true);
+    if (result == Write::Failed && !replaceSelected && add(m_presets, preset))
+        m_unwritten += preset; // can be chosen all the same, and goes with the next one
+    if (result == Write::Done)
+        m_unwritten.clear();
     fill();
     return result == Write::Done;
 }
@@ -141,6 +142,11 @@ void PresetChoice::remove()
     if (askQuestion(m_dialog, tr("Удалить настройку «%1»?").arg(chosen.name),
                     {tr("Удалить"), tr("Отмена")}, 1, 1) != 0)
         return;
+    if (m_unwritten.removeOne(chosen)) {
+        removeAt(m_presets, shown.current);
+        fill();
+        return;
+    }
     const auto take = [&](LabelPresets &stored) {
         return stored.list.value(shown.current) == chosen && removeAt(stored, shown.current);
     };
@@ -150,8 +156,10 @@ void PresetChoice::remove()
         result = change(m_presets, take, true);
         tell(result, &retry);
     }
-    if (result == Write::Done || result == Write::Refused)
-        fill();
+    if (result != Write::Done && result != Write::Refused)
+        return;
+    m_presets.list += m_unwritten;
+    fill();
 }
 
 /// False when nothing was written and the file was not even read; *retry: the user wants a damaged

@@ -29,7 +29,8 @@ public:
     void save();
     void remove();
 
-    /// Whether the fields show something that is not saved.
+    /// Whether there is something that is not saved: in the fields, or of what could not be
+    /// written.
     bool isChanged() const;
 
 private:
@@ -43,5 +44,6 @@ private:
     LabelSettingsFields *m_fields;
     QDialog *m_dialog;
     LabelPresets m_presets;
-    SheetSettings m_shown; ///< what the fields were given
+    QList<LabelPreset> m_unwritten; ///< saved by the user, but the file took nothing
+    SheetSettings m_shown;          ///< what the fields were given
 };

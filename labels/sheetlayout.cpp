@@ -151,26 +151,22 @@ QStringList sheetWarnings(const SheetSettings &settings)
                 .arg(bars.module, 0, 'f', 1)
                 .arg(leastModule)
                 .arg(leastDots);
-    // Between two cells the margin of the neighbour counts, at the edges the paper beside the grid.
-    const double beside = settings.columns > 1 && !settings.frame ? marginModules * bars.module : 0;
-    const double leftPaper = settings.frame ? 0 : std::max(0, layout.gridOrigin().x());
-    const double rightPaper = std::max(0.0, paper.width() / 10 * settings.dpi / inch -
-                                                layout.gridOrigin().x() - layout.width());
-    const auto modules = [&](double edge) {
-        double paperBeside = edge;
-        if (settings.columns > 1)
-            paperBeside = std::min(edge, beside);
-        return marginModules + paperBeside / std::max(bars.module, 0.01);
-    };
+    // Between two cells the margin of the neighbour counts, at the edges the paper beside the grid:
+    // less than none where a shift pushes the grid off it.
+    const double neighbour = settings.frame ? 0 : marginModules * bars.module;
+    const int origin = layout.gridOrigin().x();
+    const double paperRight = paper.width() / 10 * settings.dpi / inch - origin - layout.width();
     const auto warn = [&](const QString &side, double edge, int least) {
-        if (modules(edge) < least)
+        const double beside = settings.columns > 1 ? std::min(edge, neighbour) : edge;
+        const double modules = marginModules + beside / std::max(bars.module, 0.01);
+        if (modules < least - 1e-6)
             warnings += Sheet::tr("Светлое поле %1 от штрих-кода меньше нормы: %2 из %3 модулей.")
                             .arg(side)
-                            .arg(int(modules(edge)))
+                            .arg(std::max(0, int(modules)))
                             .arg(least);
     };
-    warn(Sheet::tr("слева"), leftPaper, leftMargin);
-    warn(Sheet::tr("справа"), rightPaper, rightMargin);
+    warn(Sheet::tr("слева"), settings.frame ? std::min(origin, 0) : origin, leftMargin);
+    warn(Sheet::tr("справа"), paperRight, rightMargin);
     return warnings;
 }
 

@@ -9,12 +9,18 @@
 
 namespace {
 
+struct Lines
+{
+    QStringList texts;
+    bool isCut = false;
+};
+
 /// Lines of a text, no wider and no more than these; the last one ends with an ellipsis when
 /// something is left over.
-QStringList fittingLines(const QString &text, const QFont &font, QPaintDevice *device, int width,
-                         int most)
+Lines fittingLines(const QString &text, const QFont &font, QPaintDevice *device, int width,
+                   int most)
 {
-    QStringList lines;
+    Lines lines;
     QString plain = text;
     plain.replace(u'\n', QChar::LineSeparator);
     QTextLayout layout(plain, font, device);
@@ -24,14 +30,15 @@ QStringList fittingLines(const QString &text, const QFont &font, QPaintDevice *d
     layout.beginLayout();
     for (QTextLine line = layout.createLine(); line.isValid(); line = layout.createLine()) {
         line.setLineWidth(width);
-        const bool isLast = lines.size() + 1 == most;
+        const bool isLast = lines.texts.size() + 1 == most;
         const qsizetype end = line.textStart() + line.textLength();
         if (isLast && end < plain.size()) {
             QString rest = plain.mid(line.textStart()).replace(QChar::LineSeparator, u' ');
-            lines += QFontMetricsF(font, device).elidedText(rest, Qt::ElideRight, width);
+            lines.texts += QFontMetricsF(font, device).elidedText(rest, Qt::ElideRight, width);
+            lines.isCut = true;
             break;
         }
-        lines += plain.mid(line.textStart(), line.textLength()).trimmed();
+        lines.texts += plain.mid(line.textStart(), line.textLength()).trimmed();
     }
     layout.endLayout();
     return lines;
@@ -101,15 +108,25 @@ void SheetPainter::paintText(LabelBlock block, const QRect &cell, const QString 
 {
     if (!m_settings.block(block).on || text.isEmpty())
         return;
-    const QFont &font = m_fonts.at(size_t(block));
-    const QFontMetricsF metrics(font, m_painter->device());
+    QFont font = m_fonts.at(size_t(block));
     const QRect place = m_layout.block(block, cell);
-    const int most = std::max(
-        1, int((roomBelow(block, cell) + metrics.leading() + 0.5) / metrics.lineSpacing()));
+    const auto fit = [&] {
+        const QFontMetricsF metrics(font, m_painter->device());
+        const double most =
+            (roomBelow(block, cell) + metrics.leading() + 0.5) / metrics.lineSpacing();
+        return fittingLines(text, font, m_painter->device(), place.width(), std::max(1, int(most)));
+    };
+    Lines lines = fit();
+    // A part of a price is a wrong one: it is rather made smaller than cut.
+    const int least = block == LabelBlock::Price ? font.pixelSize() / 2 : font.pixelSize();
+    while (lines.isCut && font.pixelSize() > std::max(1, least)) {
+        font.setPixelSize(font.pixelSize() - 1);
+        lines = fit();
+    }
+    const QFontMetricsF metrics(font, m_painter->device());
     m_painter->setFont(font);
     double top = place.top();
-    const auto lines = fittingLines(text, font, m_painter->device(), place.width(), most);
-    for (const QString &line : lines) {
+    for (const QString &line : std::as_const(lines.texts)) {
         const double left = place.left() + (place.width() - metrics.horizontalAdvance(line)) / 2;
         m_painter->drawText(QPointF(left, top + metrics.ascent()), line);
         top += metrics.lineSpacing();

@@ -42,6 +42,20 @@ bool labelsOfSheet(QWidget *parent, const SheetPlan &plan, qlonglong sheet, Labe
     return true;
 }
 
+QList<qulonglong> rowsOfRun(const SheetRun &run)
+{
+    QList<qulonglong> ids;
+    const QList<SheetPlan::Place> first = run.plan.sheet(run.from);
+    const QList<SheetPlan::Place> last = run.plan.sheet(run.to);
+    if (first.isEmpty() || last.isEmpty())
+        return ids;
+    for (qsizetype i = first.first().index; i <= last.last().index; ++i) {
+        if (run.plan.rows().at(i).labels > 0)
+            ids += run.plan.rows().at(i).id;
+    }
+    return ids;
+}
+
 void setPaper(QPagedPaintDevice &device, const SheetSettings &settings)
 {
     const QSizeF size = SheetLayout::paperSize(settings);
@@ -102,7 +116,8 @@ PrintResult writePdf(QWidget *parent, const QString &fileName, const QString &ti
     setPaper(pdf, run.settings);
     const PrintResult result =
         printSheets(parent, pdf, run.settings.dpi, run, reader, faults, step);
-    if (result == PrintResult::Done && !file.commit())
+    // What is still to be written when it is committed may fail in silence.
+    if (result == PrintResult::Done && !(file.flush() && file.commit()))
         return PrintResult::DeviceFailed;
     return result;
 }

@@ -30,6 +30,9 @@ struct SheetRun
     qlonglong to = 1;
 };
 
+/// The rows of the queue whose labels are on these sheets.
+QList<qulonglong> rowsOfRun(const SheetRun &run);
+
 /// Paper for the sheets, without margins. Goes before the printing; the device has its resolution.
 void setPaper(QPagedPaintDevice &device, const SheetSettings &settings);
 

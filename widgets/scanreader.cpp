@@ -67,6 +67,14 @@ bool takesText(QWidget *widget)
            qobject_cast<QPlainTextEdit *>(widget);
 }
 
+/// Where keys go that a widget gets: the list of proposals below a field hands them on to the
+/// field.
+QWidget *fieldOf(QWidget *receiver)
+{
+    const bool proposes = receiver->windowType() == Qt::Popup && receiver->focusProxy();
+    return proposes ? receiver->focusProxy() : receiver;
+}
+
 /// Whether a text that came as fast as a scan into a field for texts can be a code at all. Programs
 /// that help people to write are as fast.
 bool canBeCode(const QString &text)
@@ -184,7 +192,7 @@ bool ScanReader::eventFilter(QObject *watched, QEvent *event)
                     m_signs.insert(signKey(key.nativeScanCode(), key.nativeModifiers()),
                                    key.text());
                 takeLostKeys(&key);
-                return filterKey(receiver, key);
+                return filterKey(fieldOf(receiver), key);
             }
         }
         break;
@@ -482,6 +490,10 @@ void ScanReader::putBack(const Burst &burst)
             choice->setCurrentIndex(field.entry);
         if (!field.edit)
             continue;
+        // A number takes its value from its text, but not from the words that stand for none.
+        auto *number = qobject_cast<QAbstractSpinBox *>(field.widget);
+        if (number && !field.text.isEmpty() && field.text == number->specialValueText())
+            number->setProperty("value", number->property("minimum"));
         field.edit->setText(field.text);
         field.edit->setCursorPosition(field.cursor);
         if (field.selectionStart >= 0)

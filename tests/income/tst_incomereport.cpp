@@ -149,6 +149,7 @@ private slots:
 
         clearShop();
         IncomeReportDialog empty(nullptr);
+        click(empty, "viewPushButton");
         QVERIFY(!empty.pages());
     }
 
@@ -186,6 +187,9 @@ private slots:
         });
         user.start(20);
         QVERIFY(!dialog.savePdf(path));
+        QPrinter file(QPrinter::HighResolution);
+        file.setOutputFileName(path);
+        QVERIFY(!dialog.printOn(file));
         user.stop();
         QCOMPARE(pagesOf(path).size(), pages.size());
 

@@ -3,6 +3,7 @@
 #include "income/quantityrestdialog.h"
 #include "windowhands.h"
 
+#include <QCompleter>
 #include <QMessageBox>
 #include <QSpinBox>
 #include <QTableWidget>
@@ -130,6 +131,14 @@ private slots:
                   m_hands->press({});
               }}});
         QCOMPARE(lines(), "101|1");
+        // Proposals below a field are no box: what is typed over them stays.
+        filter->setFocus();
+        filter->clear();
+        QCompleter names(QStringList{"/tmp/a", "/tmp/b"});
+        filter->setCompleter(&names);
+        m_hands->press("/tmp/list", 90, 0);
+        QCOMPARE(filter->text(), "/tmp/list");
+        filter->setCompleter(nullptr);
         // Esc makes room in the code field.
         auto *field = child<QLineEdit>("codeLineEdit");
         QTest::keyClick(field, Qt::Key_Escape);

@@ -15,6 +15,8 @@ const QString password = "secret";
 /// Where keys go: offscreen nobody activates a window that comes or comes back.
 QWidget *placeOfKeys()
 {
+    if (QWidget *popup = QApplication::activePopupWidget())
+        return popup;
     QWidget *modal = QApplication::activeModalWidget();
     if (!modal && QApplication::focusWidget())
         return QApplication::focusWidget();

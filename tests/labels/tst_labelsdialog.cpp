@@ -2,13 +2,16 @@
 
 #include "labels/labelpresets.h"
 #include "labels/previewwidget.h"
+#include "labels/sheetprint.h"
 
 #include "tests/support/databasetest.h"
 #include "tests/support/files.h"
 #include "tests/support/widgets.h"
 
+#include <QFileDialog>
 #include <QImage>
 #include <QSpinBox>
+#include <QTimer>
 
 class TestLabelsDialog : public DialogTest
 {
@@ -75,6 +78,87 @@ private slots:
         QCOMPARE(presets::read(stored), presets::Read::Done);
         QCOMPARE(stored.list.size(), presets::most);
         QCOMPARE(stored.list.at(19).name, "Новая");
+    }
+
+    void returnImportsAndPrintedPricesGoOffTheList()
+    {
+        rows("DELETE FROM changeoutcostinfo");
+        rows("INSERT INTO changeoutcostinfo(wareid,ctime) VALUES(1,'a'),(9,'b')");
+        LabelsDialog dialog(nullptr);
+        dialog.show();
+        auto *number = child<QSpinBox>(dialog, "incomenumSpinBox");
+        number->setValue(4);
+        QTest::keyClick(number, Qt::Key_Return);
+        QCOMPARE(rows("SELECT SUM(quantity) FROM labels").trimmed(), "25");
+        m_boxes->answer("OK");
+        QTest::keyClick(number, Qt::Key_Return); // not a second time
+        QCOMPARE(rows("SELECT SUM(quantity) FROM labels").trimmed(), "25");
+
+        const QString path = m_home->path() + "/labels.pdf";
+        const auto save = [&](const QString &answer) {
+            QTimer::singleShot(0, this, [&] {
+                auto *file = qobject_cast<QFileDialog *>(QApplication::activeModalWidget());
+                QVERIFY(file);
+                file->selectFile(path);
+                QMetaObject::invokeMethod(file, "accept", Qt::QueuedConnection);
+            });
+            if (!answer.isEmpty())
+                m_boxes->answer(answer);
+            click(dialog, "pdfPushButton");
+            return readFile(path);
+        };
+        {
+            const FullDisk full(2000);
+            QCOMPARE(save("OK"), "");
+            QVERIFY(m_boxes->lastText().startsWith("Ошибка создания файла этикеток"));
+        }
+        QVERIFY(save("Вычеркнуть").endsWith("%%EOF\n"));
+        QCOMPARE(rows("SELECT wareid FROM changeoutcostinfo").trimmed(), "9");
+    }
+
+    void aPdfIsWholeOrNotAtAll()
+    {
+        rows("INSERT INTO labels(id,code,name,quantity) VALUES(1,'4607004652387','n',1)");
+        const SheetSettings settings = presets::readyMade().list.at(2).settings;
+        const SheetPlan plan({{1, 100}}, settings, 0);
+        const QString path = m_home->path() + "/labels.pdf";
+        const auto write = [&](const ProgressStep &step) {
+            LabelReader reader;
+            LabelFaults faults;
+            return writePdf(nullptr, path, "x", {settings, plan, 1, 100}, reader, faults, step);
+        };
+        QCOMPARE(write({}), PrintResult::Done);
+        const QByteArray whole = readFile(path);
+        QCOMPARE(write([](int done, int) { return done < 40; }), PrintResult::Stopped);
+        // The last bytes are written behind all the others.
+        for (const qsizetype room : {1000, int(whole.size()) - 5000, int(whole.size()) - 1}) {
+            const FullDisk full{quint64(room)};
+            QCOMPARE(write({}), PrintResult::DeviceFailed);
+        }
+        QCOMPARE(readFile(path), whole);
+        QCOMPARE(QDir(m_home->path()).entryList({"labels*"}).size(), 1);
+    }
+
+    void aLayoutThatIsNotWrittenStays()
+    {
+        LabelsDialog dialog(nullptr);
+        dialog.show();
+        {
+            const FullDisk full(1000);
+            type(dialog, "presetNameLineEdit", "Первая");
+            m_boxes->answer("OK");
+            click(dialog, "savePresetPushButton");
+            QCOMPARE(m_boxes->lastText(), "Labels settings save error");
+            QVERIFY(!QFile::exists(presets::filePath()));
+        }
+        auto *choice = child<QComboBox>(dialog, "settingsComboBox");
+        QCOMPARE(choice->currentText(), "Первая");
+        type(dialog, "presetNameLineEdit", "Вторая");
+        click(dialog, "savePresetPushButton");
+        LabelPresets stored;
+        QCOMPARE(presets::read(stored), presets::Read::Done);
+        QCOMPARE(stored.list.value(4).name, "Первая");
+        QCOMPARE(stored.list.value(5).name, "Вторая");
     }
 
     void aDamagedFileIsTold()

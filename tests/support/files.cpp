@@ -2,6 +2,9 @@
 
 #include "app/configdir.h"
 
+#include <csignal>
+#include <sys/resource.h>
+
 #include <QFile>
 
 void writeFile(const QString &path, const QByteArray &content)
@@ -20,4 +23,18 @@ QByteArray readFile(const QString &path)
 QString logText()
 {
     return QString::fromUtf8(readFile(configDirPath() + "/Lavkor_log.txt"));
+}
+
+FullDisk::FullDisk(quint64 bytes)
+{
+    std::signal(SIGXFSZ, SIG_IGN); // the write fails instead
+    const rlimit limit{rlim_t(bytes), RLIM_INFINITY};
+    if (setrlimit(RLIMIT_FSIZE, &limit) != 0)
+        qFatal("no limit for files");
+}
+
+FullDisk::~FullDisk()
+{
+    const rlimit limit{RLIM_INFINITY, RLIM_INFINITY};
+    setrlimit(RLIMIT_FSIZE, &limit);
 }
