@@ -7,6 +7,7 @@
 #include "bench/firstpaint.h"
 #include "bench/labels.h"
 #include "bench/lists.h"
+#include "bench/pictures.h"
 #include "bench/screen.h"
 #include "catalogue/productlist.h"
 #include "db/engine.h"
@@ -373,6 +374,8 @@ int main(int argc, char *argv[])
         const auto window = openBenchWindow(sqliteEntry(copy));
         benchLabels(table);
     }
+    if (wanted("pictures"))
+        benchPictures(table);
     if (wanted("start"))
         benchStart(table, shops);
     for (const auto &[part, dialect] :
