@@ -5,6 +5,7 @@
 #include "bench/children.h"
 #include "bench/figures.h"
 #include "bench/firstpaint.h"
+#include "bench/gallery.h"
 #include "bench/labels.h"
 #include "bench/lists.h"
 #include "bench/screen.h"
@@ -372,6 +373,12 @@ int main(int argc, char *argv[])
         QFile::copy(shops.path(10000), copy);
         const auto window = openBenchWindow(sqliteEntry(copy));
         benchLabels(table);
+    }
+    if (wanted("gallery")) {
+        const QString copy = directory.filePath("gallery.sqlite");
+        QFile::copy(shops.path(10000), copy);
+        const auto window = openBenchWindow(sqliteEntry(copy));
+        benchGallery(table);
     }
     if (wanted("start"))
         benchStart(table, shops);

@@ -52,7 +52,7 @@ private:
     void load();
     void takeOriginal(const QByteArray &bytes);
     void useLogo(const QImage &logo);
-    void show(const ImageEdit &edit);
+    void showEdit(const ImageEdit &edit);
     void takeFields(const NumberSpinBox *changed);
     void turn(double degrees);
     void preview();
