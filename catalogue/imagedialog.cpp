@@ -332,27 +332,41 @@ void ImageDialog::on_logoPushButton_clicked()
     if (path.isEmpty())
         return;
     setBusy(tr("Логотип записывается…"));
+    struct Chosen
+    {
+        ImportedImage file;
+        QImage logo;
+    };
     runInBackground(
-        this, [path] { return importImage(path, {}, {}); },
-        [this, path](const ImportedImage &image) {
-            if (image.fault != ImageFault::None || image.kind != ImageKind::Png) {
-                setBusy({});
-                showWarning(this,
-                            importFaultText(image.fault == ImageFault::None ? ImageFault::NoImage
-                                                                            : image.fault,
-                                            path));
+        this,
+        [path] {
+            const ImportedImage file = importImage(path, {}, {});
+            return Chosen{file, decodeImage(file.original)};
+        },
+        [this, path](const Chosen &chosen) {
+            const bool isPng = chosen.file.kind == ImageKind::Png;
+            if (chosen.file.fault == ImageFault::None && isPng) {
+                storeLogo(chosen.file.original, chosen.logo);
                 return;
             }
-            putFiles(this, ImagesStore::instance(), {{logoFile, image.original}},
-                     [this, bytes = image.original](const QString &reason) {
-                         setBusy({});
-                         m_logoChanged = m_logoChanged || reason.isEmpty();
-                         if (reason.isEmpty())
-                             useLogo(decodeImage(bytes));
-                         else
-                             tell(tr("Логотип не записан: %1").arg(reason));
-                     });
+            setBusy({});
+            showWarning(this, chosen.file.fault == ImageFault::None
+                                  ? tr("Файл «%1» не в формате png.").arg(path)
+                                  : importFaultText(chosen.file.fault, path));
         });
+}
+
+void ImageDialog::storeLogo(const QByteArray &bytes, const QImage &logo)
+{
+    putFiles(this, ImagesStore::instance(), {{logoFile, bytes}},
+             [this, logo](const QString &reason) {
+                 setBusy({});
+                 m_logoChanged = m_logoChanged || reason.isEmpty();
+                 if (reason.isEmpty())
+                     useLogo(logo);
+                 else
+                     tell(tr("Логотип не записан: %1").arg(reason));
+             });
 }
 
 void ImageDialog::on_nologoPushButton_clicked()

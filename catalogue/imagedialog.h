@@ -51,6 +51,7 @@ private:
     void connectFields();
     void load();
     void takeOriginal(const QByteArray &bytes);
+    void storeLogo(const QByteArray &bytes, const QImage &logo);
     void useLogo(const QImage &logo);
     void showEdit(const ImageEdit &edit);
     void takeFields(const NumberSpinBox *changed);
