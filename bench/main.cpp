@@ -8,6 +8,7 @@
 #include "bench/gallery.h"
 #include "bench/labels.h"
 #include "bench/lists.h"
+#include "bench/pictures.h"
 #include "bench/screen.h"
 #include "catalogue/productlist.h"
 #include "db/engine.h"
@@ -380,6 +381,8 @@ int main(int argc, char *argv[])
         const auto window = openBenchWindow(sqliteEntry(copy));
         benchGallery(table);
     }
+    if (wanted("pictures"))
+        benchPictures(table);
     if (wanted("start"))
         benchStart(table, shops);
     for (const auto &[part, dialect] :

@@ -108,6 +108,7 @@ void ImageSync::listForeign()
 
 void ImageSync::readProducts()
 {
+    const CommandScope command;
     QList<SqlRow> rows;
     if (!QueryRows(m_window, "SELECT id, wuid FROM warehouse WHERE wuid<>'' ORDER BY id;", rows))
         return fail(tr("база данных не прочитана"));
@@ -124,6 +125,7 @@ void ImageSync::readNextBatch()
 {
     if (isOver())
         return;
+    const CommandScope command;
     const QList<Product> products = m_products.mid(m_nextProduct, productsPerRead);
     if (products.isEmpty())
         return startLanes();
@@ -309,6 +311,7 @@ void ImageSync::write(const std::shared_ptr<Jobs> &jobs)
 {
     if (isOver())
         return;
+    const CommandScope command;
     const Job &job = jobs->first();
     if (!job.hasRow) {
         if (!addWareImage(m_window, job.image))

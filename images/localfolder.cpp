@@ -4,8 +4,11 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QSaveFile>
+#include <QUuid>
 
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
 #include <utility>
 
 namespace {
@@ -60,12 +63,23 @@ LocalFolder::Outcome LocalFolder::write(const QString &name, const QByteArray &b
         reason = LocalFolderTexts::tr("Не удалось создать папку %1").arg(folder);
         return Outcome::Failed;
     }
-    QSaveFile file(path);
-    // The commit alone does not notice when the last of it finds no room on the disk.
-    if (file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() && file.flush() &&
-        file.commit())
-        return Outcome::Done;
-    reason = file.errorString();
+    // Not a QSaveFile: it waits until the disk has written everything, and the window with it.
+    QFile file(folder + QStringLiteral("/.") + QUuid::createUuid().toString(QUuid::WithoutBraces) +
+               QStringLiteral(".part"));
+    if (file.open(QIODevice::WriteOnly | QIODevice::NewOnly)) {
+        // The last of it may be what finds no room on the disk.
+        const bool isWhole = file.write(bytes) == bytes.size() && file.flush();
+        reason = file.errorString();
+        file.close();
+        if (isWhole && std::rename(QFile::encodeName(file.fileName()).constData(),
+                                   QFile::encodeName(path).constData()) == 0)
+            return Outcome::Done;
+        if (isWhole)
+            reason = QString::fromLocal8Bit(std::strerror(errno));
+        file.remove();
+    } else {
+        reason = file.errorString();
+    }
     return Outcome::Failed;
 }
 
@@ -79,7 +93,7 @@ LocalFolder::Outcome LocalFolder::remove(const QString &name, QString &reason) c
 }
 
 LocalLister::LocalLister(const QString &directory)
-    : m_iterator(directory, QDir::Files | QDir::Hidden)
+    : m_iterator(directory, QDir::Files)
 {
 }
 
