@@ -41,6 +41,7 @@ Dictionary ArticleDialog::dictionary()
 {
     return {
         .table = "articles",
+        .command = Command::EditProducts,
         .fields = {{.column = "orderenabled",
                     .kind = FieldKind::Flag,
                     .widget = "orderenabledCheckBox",

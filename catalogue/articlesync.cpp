@@ -200,7 +200,7 @@ private:
         const TransactionResult result =
             runInTransaction(m_parent, mainConnection,
                              [&] { return copyOne(product, inDoubt, copied, present, created); },
-                             {.inDoubt = &inDoubt});
+                             {.inDoubt = &inDoubt, .needs = {Command::EditProducts}});
         if (result.isDone()) {
             m_result.copied += copied;
             m_result.present += present;

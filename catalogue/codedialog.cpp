@@ -218,7 +218,7 @@ bool CodeDialog::save()
                               .arg(code, holders.first().first().toString()));
         return false;
     }
-    return m_id == 0 ? insertRow() : updateRow();
+    return mayDo(this, Command::EditProducts) && (m_id == 0 ? insertRow() : updateRow());
 }
 
 bool CodeDialog::insertRow()

@@ -40,6 +40,7 @@ Dictionary CurrencyDialog::dictionary()
                         {"symbol", "symbol", tr("Символ")},
                         {"value", "value", tr("Курс"), ColumnKind::Factor}},
             .order = "id",
+            .command = Command::EditCurrencies,
             .fields = {code, symbol, rate},
             .listTitle = tr("Валюты"),
             .viewName = "currenciesTableView",

@@ -1,5 +1,6 @@
 #include "catalogue/pricerules.h"
 
+#include "db/auditlog.h"
 #include "db/currencies.h"
 #include "db/money.h"
 #include "db/query.h"
@@ -53,6 +54,27 @@ QString marginText(double incost, double outcost, const QString &currency)
 double finiteOrZero(double value)
 {
     return std::isfinite(value) ? value : 0;
+}
+
+void notePrices(const QString &what, const PriceSet &before, const PriceSet &after)
+{
+    const auto purchase = [](const PriceSet &prices) {
+        return QString(sql::exact(prices.incost) + u' ' + prices.currency).trimmed();
+    };
+    QStringList changes = {
+        noted(PriceRules::tr("приходная"), purchase(before), purchase(after)),
+        noted(PriceRules::tr("коэффициент"), sql::exact(before.inoutratio),
+              sql::exact(after.inoutratio)),
+        noted(PriceRules::tr("расходная"), sql::exact(before.outcost), sql::exact(after.outcost))};
+    changes.removeAll(QString());
+    if (!changes.isEmpty())
+        noteAction(what + QStringLiteral(": ") + changes.join(QStringLiteral(", ")));
+}
+
+QString notedProduct(qulonglong wareid, const QString &name)
+{
+    const QString number = PriceRules::tr("№ %1").arg(wareid);
+    return name.isEmpty() ? number : number + QStringLiteral(" «") + name + u'»';
 }
 
 QStringList priceMark(const PriceStep &step, MarkRule rule)

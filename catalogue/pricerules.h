@@ -28,6 +28,22 @@ QString marginText(double incost, double outcost, const QString &currency);
 /// The number when it is one, 0 for infinities and NaN.
 double finiteOrZero(double value);
 
+/// The prices of a product as somebody has entered them, for the log.
+struct PriceSet
+{
+    double incost = 0;
+    QString currency = {}; ///< of the purchase price; none: the main currency
+    double inoutratio = 0;
+    double outcost = 0;
+};
+
+/// Notes in the log that somebody has changed prices by hand, unless they are the same. In: what
+/// the prices are those of.
+void notePrices(const QString &what, const PriceSet &before, const PriceSet &after);
+
+/// A product in words for the log; the name may be missing.
+QString notedProduct(qulonglong wareid, const QString &name);
+
 /// A new selling price of a product, as far as it decides about new price labels.
 struct PriceStep
 {

@@ -44,19 +44,22 @@ GroupChange changeGroup(QWidget *parent, QList<qulonglong> ids, qulonglong group
     // Two stations that go through the same products in one order do not lock each other out.
     std::sort(ids.begin(), ids.end());
     GroupChange change;
-    const TransactionResult result = runInTransaction(nullptr, mainConnection, [&] {
-        change = {};
-        for (const qulonglong id : std::as_const(ids)) {
-            QSqlQuery query;
-            if (!QueryExec(nullptr,
-                           "UPDATE warehouse SET groupid='" + sql::id(group) + "' WHERE id='" +
-                               sql::id(id) + "';",
-                           query))
-                return TransactionStep::Fail;
-            ++(query.numRowsAffected() > 0 ? change.changed : change.missing);
-        }
-        return TransactionStep::Commit;
-    });
+    const TransactionResult result =
+        runInTransaction(nullptr, mainConnection,
+                         [&] {
+                             change = {};
+                             for (const qulonglong id : std::as_const(ids)) {
+                                 QSqlQuery query;
+                                 if (!QueryExec(nullptr,
+                                                "UPDATE warehouse SET groupid='" + sql::id(group) +
+                                                    "' WHERE id='" + sql::id(id) + "';",
+                                                query))
+                                     return TransactionStep::Fail;
+                                 ++(query.numRowsAffected() > 0 ? change.changed : change.missing);
+                             }
+                             return TransactionStep::Commit;
+                         },
+                         {.needs = {Command::EditProducts}});
     change.done = result.isDone();
     if (change.done)
         return change;

@@ -4,6 +4,7 @@
 #include "app/messages.h"
 #include "catalogue/pricerules.h"
 #include "catalogue/productstore.h"
+#include "db/auditlog.h"
 #include "db/currencies.h"
 #include "db/query.h"
 #include "db/session.h"
@@ -22,6 +23,14 @@ struct ProductPrices
     Q_DECLARE_TR_FUNCTIONS(ProductPrices)
 };
 
+PriceSet pricesOf(const Product &product)
+{
+    return {.incost = product.incost,
+            .currency = product.currency,
+            .inoutratio = product.inoutratio,
+            .outcost = product.outcost};
+}
+
 /// Writes the change to one product.
 bool changePrice(QuietStatements &statements, const Product &product, const PriceChange &change)
 {
@@ -34,6 +43,11 @@ bool changePrice(QuietStatements &statements, const Product &product, const Pric
                 {.text = ProductPrices::tr("Курс валюты %1 равен нулю.").arg(product.currency)});
         assignments += " incost=" + sql::exact(incost);
     }
+    PriceSet after{.incost = change.incost
+                                 ? session.convertCurrencyFromMain(*change.incost, product.currency)
+                                 : product.incost,
+                   .currency = product.currency,
+                   .inoutratio = change.ratio.value_or(0)};
     double outcost = change.outcost;
     if (change.ratio) {
         const double incost =
@@ -44,13 +58,19 @@ bool changePrice(QuietStatements &statements, const Product &product, const Pric
     } else {
         assignments += " inoutratio=0, outcost=" + sql::exact(outcost);
     }
-    return statements.writePrices("UPDATE warehouse SET" + assignments.join(u',') + " WHERE id='" +
-                                      sql::id(product.id) + "';",
-                                  {.wareid = product.id,
-                                   .before = product.outcost,
-                                   .after = outcost,
-                                   .stock = product.quantity},
-                                  MarkRule::OnShelf);
+    const bool written = statements.writePrices("UPDATE warehouse SET" + assignments.join(u',') +
+                                                    " WHERE id='" + sql::id(product.id) + "';",
+                                                {.wareid = product.id,
+                                                 .before = product.outcost,
+                                                 .after = outcost,
+                                                 .stock = product.quantity},
+                                                MarkRule::OnShelf);
+    after.outcost = outcost;
+    if (written)
+        notePrices(
+            ProductPrices::tr("Цены наименования %1").arg(notedProduct(product.id, product.name)),
+            pricesOf(product), after);
+    return written;
 }
 
 /// A product whose selling price is to be looked at.
@@ -90,7 +110,8 @@ bool changePrices(QWidget *parent, const QList<qulonglong> &ids, const PriceChan
                   const ProgressStep &progress)
 {
     QList<Product> products;
-    if (!Session::instance().refreshRates(parent, mainConnection) ||
+    if (!mayDo(parent, Command::ChangePrices) ||
+        !Session::instance().refreshRates(parent, mainConnection) ||
         !loadProducts(parent, ids, ProductColumns::PriceChange, products))
         return false;
     QuietStatements statements(mainConnection);
@@ -133,7 +154,8 @@ PriceRecalculation recalculateSellingPrices(QWidget *parent, const QString &conn
     const auto compute = [&prices](const Product &product) {
         prices += recalculated(product);
     };
-    if (!Session::instance().refreshRates(parent, connectionName) ||
+    if (!mayDo(parent, Command::ChangePrices) ||
+        !Session::instance().refreshRates(parent, connectionName) ||
         !readProducts(parent,
                       "SELECT id, incost, currency, inoutratio, outcost FROM warehouse WHERE "
                       "inoutratio>'0';",
@@ -160,6 +182,11 @@ PriceRecalculation recalculateSellingPrices(QWidget *parent, const QString &conn
             break;
         }
     }
+    if (result.changed > 0)
+        noteAction(
+            ProductPrices::tr("Пересчитаны расходные цены с коэффициентом, изменено наименований: "
+                              "%1")
+                .arg(result.changed));
     return result;
 }
 
@@ -198,13 +225,21 @@ bool passPriceToReference(QWidget *parent, const QString &wuid, double outcost)
 bool passPriceTo(QWidget *parent, qulonglong referenceId, double outcost)
 {
     QList<SqlRow> rows;
-    if (!QueryRows(parent,
-                   "SELECT id, quantity FROM warehouse WHERE id=" + sql::quotedId(referenceId) +
-                       ";",
+    if (!mayDo(parent, Command::ChangePrices) ||
+        !QueryRows(parent,
+                   "SELECT id, quantity, outcost, name FROM warehouse WHERE id=" +
+                       sql::quotedId(referenceId) + ";",
                    rows, friendConnection))
         return false;
-    if (!rows.isEmpty())
-        return passPrice(parent, rows.first(), outcost);
+    if (!rows.isEmpty()) {
+        const SqlRow &row = rows.first();
+        if (!passPrice(parent, row, outcost))
+            return false;
+        notePrices(ProductPrices::tr("Цены в справочной базе данных, наименование %1")
+                       .arg(notedProduct(referenceId, row.at(3).toString())),
+                   {.outcost = row.at(2).toDouble()}, {.outcost = outcost});
+        return true;
+    }
     showWarning(parent, ProductPrices::tr("Цена не передана: этого наименования больше нет в "
                                           "справочной базе данных."));
     return false;

@@ -95,7 +95,7 @@ constexpr Selection selections[] = {
      "warehouse LEFT JOIN units ON units.id=warehouse.unitid", "warehouse.id"},
     {"id, name, inoutratio, outcost"},
     {"name, incost, inoutratio, outcost, currency"},
-    {"id, incost, currency, outcost, quantity"},
+    {"id, incost, currency, outcost, quantity, name, inoutratio"},
     {"id, wuid, article, name, incost, currency, outcost, quantity"},
 };
 // clang-format on

@@ -124,8 +124,9 @@ bool Import::copy(qulonglong id)
     if (!makeLocal(m_foreign))
         return ourSide.fail(lastFailure());
     bool inDoubt = false; // write() finds what a former try has left
-    const TransactionResult written = runInTransaction(
-        nullptr, mainConnection, [this] { return write(); }, {.inDoubt = &inDoubt});
+    const TransactionResult written =
+        runInTransaction(nullptr, mainConnection, [this] { return write(); },
+                         {.inDoubt = &inDoubt, .needs = {Command::EditProducts}});
     if (written.isDone())
         ++(m_isKnown ? m_result.known : m_result.copied);
     else

@@ -40,7 +40,8 @@ QString insertCode(const QString &code, double packQuantity, const QString &made
 
 bool write(QWidget *parent, const QStringList &statements)
 {
-    return runStatements(parent, statements, StagedRows::tr("Не записано."));
+    return runStatements(parent, statements, StagedRows::tr("Не записано."), mainConnection,
+                         {Command::EditProducts});
 }
 
 /// The local product that has the code, 0 for none. Nothing when that could not be read.

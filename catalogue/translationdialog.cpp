@@ -20,6 +20,7 @@ QVariant chooseLocale(QWidget *parent, const QVariant & /*current*/)
 Dictionary TranslationDialog::dictionary()
 {
     return {.table = "waretranslates",
+            .command = Command::EditProducts,
             .fields = {{.column = "wareid", .kind = FieldKind::Fixed},
                        {.column = "locale",
                         .kind = FieldKind::Code,

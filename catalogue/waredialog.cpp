@@ -21,10 +21,8 @@
 #include "widgets/dialogplace.h"
 #include "widgets/plaintext.h"
 
-#include <QAbstractItemView>
 #include <QKeyEvent>
 #include <QScopedValueRollback>
-#include <QShortcut>
 
 #include <utility>
 
@@ -79,10 +77,7 @@ WareDialog::WareDialog(qulonglong id, QWidget *parent)
                                 m_ui->descriptionPushButton})
         button->setFixedWidth(button->sizeHint().height() +
                               button->fontMetrics().averageCharWidth());
-    // Not by keyPressEvent(): a table takes it for itself.
-    for (const Qt::Key key : {Qt::Key_Return, Qt::Key_Enter})
-        connect(new QShortcut(Qt::CTRL | key, this), &QShortcut::activated, m_ui->okPushButton,
-                &QPushButton::click);
+    pressByCtrlReturn(this, m_ui->okPushButton);
     m_ui->nameLineEdit->setFocus();
     keepDialogSize(this);
 }
@@ -444,14 +439,8 @@ void WareDialog::reject()
 
 void WareDialog::keyPressEvent(QKeyEvent *event)
 {
-    if (event->key() != Qt::Key_Return && event->key() != Qt::Key_Enter) {
+    if (!passReturnOn(this, event))
         QDialog::keyPressEvent(event);
-        return;
-    }
-    if (auto *button = qobject_cast<QPushButton *>(focusWidget()))
-        button->click();
-    else if (!qobject_cast<QAbstractItemView *>(focusWidget()))
-        focusNextChild();
 }
 
 bool WareDialog::refuse(QWidget *field, const QString &text)

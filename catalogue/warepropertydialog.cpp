@@ -40,6 +40,7 @@ DictionaryField valueField(PropertyType type, qulonglong propertyId)
 Dictionary WarePropertyDialog::dictionary()
 {
     return {.table = "wareproperties",
+            .command = Command::EditProducts,
             .fields = {{.column = "wareid", .kind = FieldKind::Fixed},
                        {.column = "propertyid",
                         .kind = FieldKind::Choice,

@@ -13,6 +13,16 @@
 
 namespace {
 
+const QStringList priceColumns = {"incost", "currency", "inoutratio", "outcost"};
+
+PriceSet pricesOf(const Product &product)
+{
+    return {.incost = product.incost,
+            .currency = product.currency,
+            .inoutratio = product.inoutratio,
+            .outcost = product.outcost};
+}
+
 bool runAll(const QStringList &statements)
 {
     return std::all_of(statements.begin(), statements.end(),
@@ -100,13 +110,23 @@ WareSaveState WareSave::save(QWidget *parent, const Product &product)
 {
     const Product tidied = tidy(product);
     const qulonglong before = m_id;
+    // The first prices of a product belong to its card.
+    const bool priced =
+        before != 0 && std::any_of(priceColumns.begin(), priceColumns.end(), [&](const auto &name) {
+            return productValue(tidied, name) != productValue(m_seen, name);
+        });
+    const QList<Command> needs =
+        priced ? QList{Command::EditProducts, Command::ChangePrices} : QList{Command::EditProducts};
     const TransactionResult result = runInTransaction(parent, mainConnection,
                                                       [&] {
                                                           m_id = before;
                                                           return write(tidied);
                                                       },
-                                                      {.inDoubt = &m_inDoubt});
+                                                      {.inDoubt = &m_inDoubt, .needs = needs});
     if (result.isDone()) {
+        if (before != 0)
+            notePrices(tr("Цены наименования %1").arg(notedProduct(m_id, tidied.name)),
+                       pricesOf(m_seen), pricesOf(tidied));
         m_seen = tidied;
         return WareSaveState::Saved;
     }

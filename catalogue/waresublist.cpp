@@ -165,6 +165,8 @@ void WareSubList::deleteSelected()
     }
     if (askQuestion(window(), m_kind.deleteQuestion, {tr("Да"), tr("Нет")}, 1, 1) != 0)
         return;
-    m_touched = runStatements(window(), statements, tr("Не удалено.")) || m_touched;
+    m_touched = runStatements(window(), statements, tr("Не удалено."), mainConnection,
+                              {Command::EditProducts}) ||
+                m_touched;
     refresh();
 }

@@ -173,7 +173,8 @@ qulonglong editCollection(QWidget *parent, qulonglong id, qulonglong wareid)
         return id;
     const QString user = sql::quotedId(Session::instance().user().id);
     QList<SqlRow> rows;
-    if (!QueryRows(parent,
+    if (!mayDo(parent, Command::EditProducts) ||
+        !QueryRows(parent,
                    "SELECT id FROM collectionproducts WHERE wareid=" + sql::quotedId(wareid) +
                        " AND collectionid=" + sql::quotedId(collection) +
                        (wareid == 0 ? " AND userid=" + user : QString()) + u';',

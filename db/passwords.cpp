@@ -5,6 +5,8 @@
 #include <QRandomGenerator>
 #include <QStringList>
 
+#include <optional>
+
 namespace {
 
 const QString method = QStringLiteral("pbkdf2-sha256");
@@ -32,6 +34,26 @@ bool sameBytes(const QByteArray &a, const QByteArray &b)
     return difference == 0;
 }
 
+/// The parts of a stored text.
+struct Hash
+{
+    int rounds = 0;
+    QByteArray salt;
+    QByteArray key;
+};
+
+std::optional<Hash> parsed(const QString &stored)
+{
+    const QStringList parts = stored.split(u'$');
+    if (parts.size() != 4 || parts.at(0) != method)
+        return {};
+    const Hash hash{parts.at(1).toInt(), QByteArray::fromBase64(parts.at(2).toLatin1()),
+                    QByteArray::fromBase64(parts.at(3).toLatin1())};
+    const bool isWhole = hash.rounds > 0 && hash.rounds <= maxIterations && !hash.salt.isEmpty() &&
+                         hash.key.size() == qsizetype(keySize);
+    return isWhole ? std::optional(hash) : std::nullopt;
+}
+
 } // namespace
 
 QString hashPassword(const QString &password)
@@ -45,17 +67,15 @@ QString hashPassword(const QString &password)
         .join(u'$');
 }
 
+bool isPasswordHash(const QString &stored)
+{
+    return parsed(stored).has_value();
+}
+
 bool verifyPassword(const QString &password, const QString &stored)
 {
     if (stored.isEmpty())
         return password.isEmpty();
-    const QStringList parts = stored.split(u'$');
-    if (parts.size() != 4 || parts.at(0) != method)
-        return false;
-    const int rounds = parts.at(1).toInt();
-    const QByteArray salt = QByteArray::fromBase64(parts.at(2).toLatin1());
-    const QByteArray key = QByteArray::fromBase64(parts.at(3).toLatin1());
-    if (rounds < 1 || rounds > maxIterations || salt.isEmpty() || key.size() != qsizetype(keySize))
-        return false;
-    return sameBytes(derive(password, salt, rounds, keySize), key);
+    const std::optional<Hash> hash = parsed(stored);
+    return hash && sameBytes(derive(password, hash->salt, hash->rounds, keySize), hash->key);
 }

@@ -138,14 +138,20 @@ bool Session::hasRight(Right right) const
 bool Session::loadOptions(QWidget *parent, const QString &connectionName)
 {
     m_options.clear();
+    return refreshOptions(parent, connectionName) && refreshRates(parent, connectionName);
+}
+
+bool Session::refreshOptions(QWidget *parent, const QString &connectionName)
+{
     QList<SqlRow> rows;
-    const bool read =
-        QueryRows(parent, "SELECT name, value FROM options ORDER BY id;", rows, connectionName);
+    if (!QueryRows(parent, "SELECT name, value FROM options ORDER BY id;", rows, connectionName))
+        return false;
+    m_options.clear();
     for (const SqlRow &row : std::as_const(rows)) {
         if (!m_options.contains(row.at(0).toString()))
             m_options.insert(row.at(0).toString(), row.at(1).toString());
     }
-    return read && refreshRates(parent, connectionName);
+    return true;
 }
 
 QString Session::option(const QString &name) const

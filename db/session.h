@@ -7,22 +7,9 @@
 #include <optional>
 
 #include "db/currencies.h"
+#include "db/rights.h"
 
 class QWidget;
-
-/// The bits of users.rights.
-enum class Right : int {
-    Sell = 1,
-    ReceiveGoods = 2,
-    EditProducts = 4,
-    ChangePrices = 8,
-    ManageOrders = 16,
-    AuditStock = 32,
-    ViewReports = 64,
-    OwnOrdersOnly = 128, ///< a restriction; the administrator does not carry it
-    ManageUsers = 256,
-    ChangeSettings = 512,
-};
 
 /// Who works at the station.
 struct SessionUser
@@ -76,6 +63,10 @@ public:
 
     /// Reads the table `options` and the currencies. False when a query failed.
     bool loadOptions(QWidget *parent, const QString &connectionName);
+
+    /// Reads the options anew, as another workstation may have changed them; what is known stays
+    /// when that fails.
+    bool refreshOptions(QWidget *parent, const QString &connectionName);
 
     /// The value of an option, empty when there is none of this name.
     QString option(const QString &name) const;

@@ -52,6 +52,16 @@ bool isWorthAnotherTry(FailureCause cause)
            cause == FailureCause::Unreachable || cause == FailureCause::Other;
 }
 
+/// The first of them that is not held, or Held.
+RightCheck checkRights(const QList<Command> &commands)
+{
+    for (const Command command : commands) {
+        if (const RightCheck check = checkRight(command); check.state != RightCheck::State::Held)
+            return check;
+    }
+    return {RightCheck::State::Held};
+}
+
 } // namespace
 
 bool transactionBegin(const QString &connectionName)
@@ -196,6 +206,17 @@ TransactionResult runInTransaction(QWidget *parent, const QString &connectionNam
             result.givenUp = parent != nullptr;
             break;
         }
+        // Before BEGIN: the first look of a transaction decides what its later ones see.
+        const RightCheck check = checkRights(options.needs);
+        if (check.state != RightCheck::State::Held) {
+            result.noRight = check.state == RightCheck::State::Missing;
+            result.failure = result.noRight
+                                 ? DatabaseFailure{.text = check.refusal, .general = true}
+                                 : lastFailure();
+            if (result.noRight)
+                break;
+            continue;
+        }
         QElapsedTimer waiting;
         waiting.start();
         TransactionGuard transaction(connectionName);
@@ -226,7 +247,7 @@ TransactionResult runInTransaction(QWidget *parent, const QString &connectionNam
 }
 
 bool runStatements(QWidget *parent, const QStringList &statements, const QString &notDone,
-                   const QString &connectionName)
+                   const QString &connectionName, const QList<Command> &needs)
 {
     bool inDoubt = false;
     const auto runAll = [&] {
@@ -237,7 +258,7 @@ bool runStatements(QWidget *parent, const QStringList &statements, const QString
                    : TransactionStep::Fail;
     };
     const TransactionResult result =
-        runInTransaction(parent, connectionName, runAll, {.inDoubt = &inDoubt});
+        runInTransaction(parent, connectionName, runAll, {.inDoubt = &inDoubt, .needs = needs});
     if (!result.isDone() && !result.givenUp)
         showDatabaseFailure(parent, result.failure, notDone);
     return result.isDone();

@@ -8,6 +8,7 @@
 
 #include "db/connections.h"
 #include "db/query.h"
+#include "db/rights.h"
 
 class QWidget;
 
@@ -71,6 +72,7 @@ struct TransactionResult
     DatabaseFailure failure = {}; ///< of Failed and Unknown
     bool begun = false;           ///< otherwise the database could not be had at all
     bool givenUp = false;         ///< the user did not want to wait for the connection
+    bool noRight = false;         ///< the failure says which one is missing
     bool waitedLong = false;      ///< another station must be holding what is needed
 
     bool isDone() const
@@ -86,6 +88,9 @@ struct TransactionOptions
     /// May be true from an earlier run. Without it such a COMMIT ends the run as Unknown.
     bool *inDoubt = nullptr;
     int tries = 3;
+    /// What the user must be allowed to do; see checkRight(). Otherwise the body does not run and
+    /// the transaction has failed.
+    QList<Command> needs = {};
 };
 
 /// Runs a short body, which asks nobody anything, in a transaction of its own; inside of another
@@ -99,7 +104,8 @@ TransactionResult runInTransaction(QWidget *parent, const QString &connectionNam
 /// Runs statements in a transaction of their own, which may be run twice without harm. False when
 /// nothing was written, which is told over the parent as a failure or with the text.
 bool runStatements(QWidget *parent, const QStringList &statements, const QString &notDone,
-                   const QString &connectionName = mainConnection);
+                   const QString &connectionName = mainConnection,
+                   const QList<Command> &needs = {});
 
 /// Reads rows inside a transaction and locks them until its end. In: the table whose rows are meant
 /// and a SELECT from it without a semicolon; joined tables are read, and on MySQL locked too. Out:

@@ -1,8 +1,8 @@
 #include "income/additions.h"
 
-#include "app/logging.h"
 #include "app/messages.h"
 #include "catalogue/pricerules.h"
+#include "db/auditlog.h"
 #include "db/money.h"
 #include "db/sqltext.h"
 #include "db/transaction.h"
@@ -33,7 +33,7 @@ Additions::Result Additions::takeBack(QWidget *parent)
         addition.after.isEmpty()
             ? TransactionResult{.state = TransactionState::Refused}
             : runInTransaction(parent, mainConnection, [&] { return tryUndo(addition); },
-                               {.inDoubt = &m_inDoubt});
+                               {.inDoubt = &m_inDoubt, .needs = {Command::EnterLines}});
     if (undo.state == TransactionState::Unknown) {
         const QString text =
             tr("Неизвестно, отменено ли последнее добавление: связь с базой данных "
@@ -48,7 +48,9 @@ Additions::Result Additions::takeBack(QWidget *parent)
             showDatabaseFailure(parent, undo.failure, {},
                                 tr("Последнее добавление не отменено, приход не изменён."));
         return {.wareid = addition.wareid,
-                .text = tr("Не отменено из-за ошибки базы данных: %1").arg(addition.name)};
+                .text = undo.noRight
+                            ? tr("Не отменено, недостаточно прав: %1").arg(addition.name)
+                            : tr("Не отменено из-за ошибки базы данных: %1").arg(addition.name)};
     }
     m_additions.removeLast();
     m_inDoubt = false;
@@ -65,7 +67,7 @@ Additions::Result Additions::takeBack(QWidget *parent)
         addition.before.isEmpty()
             ? tr("Отменено, строка убрана: %1").arg(addition.name)
             : tr("Отменено, снова в приходе %1: %2").arg(formatQuantity(units), addition.name);
-    logMessage(result.text);
+    noteAction(result.text);
     return result;
 }
 

@@ -1,6 +1,8 @@
 #include "income/incomeinvoicewindow.h"
 #include "ui_incomeinvoicewindow.h"
 
+#include "administration/ownpassworddialog.h"
+#include "administration/usersdialog.h"
 #include "app/messages.h"
 #include "app/settings.h"
 #include "catalogue/currenciesdialog.h"
@@ -15,11 +17,13 @@
 #include "income/papercommands.h"
 #include "income/receiptprices.h"
 #include "income/scanbar.h"
+#include "income/setupcommands.h"
 #include "income/statusline.h"
 #include "login/euladialog.h"
 #include "login/frienddatabase.h"
 #include "login/selectconnectiondialog.h"
 #include "widgets/contrasticon.h"
+#include "widgets/interfacefont.h"
 #include "widgets/runwithprogress.h"
 #include "widgets/scanreader.h"
 #include "widgets/tableclipboard.h"
@@ -179,6 +183,10 @@ void IncomeInvoiceWindow::setUpActions()
     const auto *paper = new PaperCommands(this, [this] { return m_products->selectedIds(); });
     connect(paper, &PaperCommands::told, m_status, &StatusLine::showText);
     connect(paper, &PaperCommands::finished, m_codeField, &CodeFieldGuard::take);
+    const auto *setup = new SetupCommands(this);
+    connect(setup, &SetupCommands::settingsKept, this, &IncomeInvoiceWindow::applyFontSize);
+    connect(setup, &SetupCommands::told, m_status, &StatusLine::showText);
+    connect(setup, &SetupCommands::finished, m_codeField, &CodeFieldGuard::take);
     connect(m_catalogue, &CatalogueCommands::productChosen, m_entry, &GoodsEntry::addProduct);
     connect(m_catalogue, &CatalogueCommands::told, m_status, &StatusLine::showText);
     connect(m_catalogue, &CatalogueCommands::changed, this, [this](qulonglong wareid) {
@@ -200,12 +208,7 @@ qulonglong IncomeInvoiceWindow::currentProduct() const
 
 void IncomeInvoiceWindow::applyFontSize()
 {
-    const int points = Settings::instance().intValue(SettingsKey::FontSize);
-    if (points <= 0)
-        return;
-    QFont larger = font();
-    larger.setPointSize(points);
-    setFont(larger);
+    applyInterfaceFont();
     m_receipt->fitRows();
     m_products->fitRows();
 }
@@ -221,6 +224,22 @@ void IncomeInvoiceWindow::closeEvent(QCloseEvent *event)
         m_products->saveColumns();
     }
     QMainWindow::closeEvent(event);
+}
+
+void IncomeInvoiceWindow::on_usersAction_triggered()
+{
+    const CommandScope command;
+    if (mayDo(this, Command::ManageUsers))
+        UsersDialog(this).exec();
+    m_codeField->take();
+}
+
+void IncomeInvoiceWindow::on_ownPasswordAction_triggered()
+{
+    const CommandScope command;
+    if (OwnPasswordDialog(this).exec() == QDialog::Accepted)
+        m_status->showText(tr("Пароль изменён"), true);
+    m_codeField->take();
 }
 
 void IncomeInvoiceWindow::on_exitAction_triggered()
@@ -373,6 +392,8 @@ void IncomeInvoiceWindow::postList()
         m_status->showText(text, good);
         m_codeField->take();
     };
+    if (!mayDo(this, Command::PostReceipt))
+        return leave(tr("Накладная не проведена"), false);
     const bool hadLines = m_receipt->lineCount() > 0;
     if (hadLines && !askAboutMissed())
         return;

@@ -40,6 +40,8 @@ protected:
     void closeEvent(QCloseEvent *event) override;
 
 private slots:
+    void on_usersAction_triggered();
+    void on_ownPasswordAction_triggered();
     void on_exitAction_triggered();
     void on_deletewareAction_triggered();
     void on_increaseMultiplierAction_triggered();

@@ -3,6 +3,7 @@
 #include "app/logging.h"
 #include "app/messages.h"
 #include "catalogue/pricerules.h"
+#include "db/auditlog.h"
 #include "db/money.h"
 #include "db/query.h"
 #include "db/sqltext.h"
@@ -40,10 +41,13 @@ private:
     {
         qulonglong wareid;
         double quantity;
+        double incost;
+        double outcost;
     };
 
     TransactionStep tryAll();
     bool look();
+    void note() const;
     void tell(QWidget *parent) const;
     QString text(qsizetype most) const;
 
@@ -57,9 +61,11 @@ private:
 
 QList<qulonglong> LineDeletion::run(QWidget *parent)
 {
-    const TransactionResult result = runInTransaction(
-        parent, mainConnection, [this] { return tryAll(); }, {.inDoubt = &m_inDoubt});
+    const TransactionResult result =
+        runInTransaction(parent, mainConnection, [this] { return tryAll(); },
+                         {.inDoubt = &m_inDoubt, .needs = {Command::DeleteLines}});
     if (result.isDone()) {
+        note();
         tell(parent);
         return m_deleted;
     }
@@ -120,16 +126,33 @@ bool LineDeletion::look()
         lineIds += line.id;
     for (const QString &ids : sql::idLists(lineIds)) {
         QList<SqlRow> rows;
-        if (!readLockedRows(QStringLiteral("incomeinvoice"),
-                            "SELECT id, wareid, quantity FROM incomeinvoice WHERE id IN (" + ids +
-                                ") ORDER BY id",
-                            rows))
+        if (!readLockedRows(
+                QStringLiteral("incomeinvoice"),
+                "SELECT id, wareid, quantity, incost, outcost FROM incomeinvoice WHERE id "
+                "IN (" +
+                    ids + ") ORDER BY id",
+                rows))
             return false;
         for (const SqlRow &row : std::as_const(rows))
             m_current.insert(row.at(0).toULongLong(),
-                             {row.at(1).toULongLong(), finiteOrZero(row.at(2).toDouble())});
+                             {row.at(1).toULongLong(), finiteOrZero(row.at(2).toDouble()),
+                              row.at(3).toDouble(), row.at(4).toDouble()});
     }
     return true;
+}
+
+/// Each line that is gone by our hand, with what it held.
+void LineDeletion::note() const
+{
+    for (const ShownLine &line : m_lines) {
+        if (!m_deleted.contains(line.id))
+            continue;
+        const Current current = m_current.value(line.id);
+        noteAction(tr("удалена строка прихода, наименование %1: количество %2, приходная цена %3, "
+                      "расходная цена %4")
+                       .arg(notedProduct(line.wareid, line.name), sql::exact(current.quantity),
+                            sql::exact(current.incost), sql::exact(current.outcost)));
+    }
 }
 
 /// What other workstations did to the lines is looked for in the log afterwards.

@@ -46,7 +46,8 @@ bool MissedCodes::isEmpty() const
 BindResult bindCode(QWidget *parent, const QString &code, qulonglong wareid, double packQuantity)
 {
     QList<SqlRow> rows;
-    if (!QueryRows(parent,
+    if (!mayDo(parent, Command::EditProducts) ||
+        !QueryRows(parent,
                    "SELECT wareid FROM codes WHERE code=" + sql::text(code) + " AND wareid!=0;",
                    rows))
         return BindResult::Failed;

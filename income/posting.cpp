@@ -3,6 +3,7 @@
 #include "app/logging.h"
 #include "app/messages.h"
 #include "catalogue/pricerules.h"
+#include "db/auditlog.h"
 #include "db/engine.h"
 #include "db/money.h"
 #include "db/session.h"
@@ -165,7 +166,7 @@ bool ReceiptPosting::write(PostingResult &result, PaymentType paymentType,
                                         ? TransactionStep::Commit
                                         : TransactionStep::Refuse; // the result says why
                          },
-                         {.tries = 1});
+                         {.tries = 1, .needs = {Command::PostReceipt}});
     switch (written.state) {
     case TransactionState::Done:
         result.outcome = PostingOutcome::Posted;
@@ -173,6 +174,10 @@ bool ReceiptPosting::write(PostingResult &result, PaymentType paymentType,
     case TransactionState::Refused:
         return false;
     case TransactionState::Failed:
+        if (written.noRight) {
+            result.message = written.failure.text;
+            return false;
+        }
         return databaseFailed(result, written.failure);
     case TransactionState::Unknown:
         break;
@@ -189,7 +194,7 @@ void ReceiptPosting::finish(PostingResult &result)
         Engine::of(m_connectionName).sequenceMove(QStringLiteral("incomereports"));
     if (!sequence.isEmpty())
         run(sequence);
-    logMessage(QStringLiteral("Receipt %1 is posted.").arg(result.reportId));
+    noteAction(result.headline());
     if (!m_unknownProducts.isEmpty()) {
         addPart(result.message,
                 tr("Накладная № %1 проведена, но этих товаров нет в каталоге, их остаток и цены не "

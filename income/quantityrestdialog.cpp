@@ -7,6 +7,8 @@
 #include "db/connections.h"
 #include "db/money.h"
 #include "db/session.h"
+#include "db/sqltext.h"
+#include "scales/scales.h"
 #include "widgets/colors.h"
 #include "widgets/plaintext.h"
 
@@ -128,6 +130,12 @@ int QuantityRestDialog::exec()
 
 void QuantityRestDialog::keyPressEvent(QKeyEvent *event)
 {
+    // The button's own shortcut would click a moment later, after a quick Return.
+    if (event->key() == Qt::Key_F9 && m_ui->weighPushButton->isVisible()) {
+        if (!event->isAutoRepeat())
+            on_weighPushButton_clicked();
+        return;
+    }
     const bool isReturn = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
     if (isReturn && m_startInPrice && m_ui->incostDoubleSpinBox->hasFocus()) {
         if (checkPrice(m_ui->incostDoubleSpinBox, tr("Подтвердите приходную цену: ")))
@@ -167,6 +175,13 @@ bool QuantityRestDialog::save()
 void QuantityRestDialog::on_cancelPushButton_clicked()
 {
     reject();
+}
+
+void QuantityRestDialog::on_weighPushButton_clicked()
+{
+    if (const std::optional<double> weight = scales::readWeight(this))
+        m_ui->quantityDoubleSpinBox->showText(sql::exact(*weight));
+    focusField(m_ui->quantityDoubleSpinBox);
 }
 
 void QuantityRestDialog::on_incostDoubleSpinBox_valueChanged(double)
@@ -221,6 +236,7 @@ void QuantityRestDialog::showProduct()
     m_ui->stockLabel->setText(
         QStringLiteral("%1 %2").arg(formatQuantity(product.quantity), product.unit));
     m_ui->unitLabel->setText(product.unit);
+    m_ui->weighPushButton->setVisible(scales::areConfigured() && product.decimals > 0);
 
     // A stored text that is no date is shown as it is.
     const QDate expires = QDate::fromString(product.expiretime.left(storedDate.size()), storedDate);

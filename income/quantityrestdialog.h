@@ -63,6 +63,7 @@ protected:
 private slots:
     void on_acceptPushButton_clicked();
     void on_cancelPushButton_clicked();
+    void on_weighPushButton_clicked();
     void on_incostDoubleSpinBox_valueChanged(double value);
     void on_ratioDoubleSpinBox_valueChanged(double value);
     void on_outcostDoubleSpinBox_valueChanged(double value);

@@ -46,6 +46,11 @@ ReceiptLine pricesOf(const ReceiptInput &input)
     return {.incost = input.incost, .inoutratio = input.inoutratio, .outcost = input.outcost};
 }
 
+PriceSet priceSet(const ReceiptLine &line)
+{
+    return {.incost = line.incost, .inoutratio = line.inoutratio, .outcost = line.outcost};
+}
+
 bool samePrices(const ReceiptLine &a, const ReceiptLine &b)
 {
     return same(a.incost, b.incost) && same(a.inoutratio, b.inoutratio) &&
@@ -272,7 +277,7 @@ SaveState ReceiptEntry::writeLine(QWidget *parent, const ReceiptInput &input, co
     QList<ReceiptLine> lines;
     const TransactionResult result = runInTransaction(
         parent, mainConnection, [&] { return tryLine(input, stamp, quantity, lines); },
-        {.inDoubt = &m_inDoubt});
+        {.inDoubt = &m_inDoubt, .needs = {Command::EnterLines}});
     if (result.state == TransactionState::Refused) {
         if (m_inDoubt)
             return lineInDoubt(parent, lines);
@@ -284,6 +289,10 @@ SaveState ReceiptEntry::writeLine(QWidget *parent, const ReceiptInput &input, co
     }
     if (!result.isDone())
         return result.givenUp ? SaveState::Failed : notWritten(parent, result);
+    if (!samePrices(m_proposed, m_written))
+        notePrices(
+            tr("Цены в приходе, наименование %1").arg(notedProduct(m_product.id, m_product.name)),
+            priceSet(m_proposed), priceSet(m_written));
     // Should the rest of the entry fail, the next save goes on from here.
     m_line = m_written;
     m_proposed = m_written;
@@ -480,8 +489,9 @@ QString ReceiptEntry::lineGoneText()
 
 bool ReceiptEntry::writeAudit(QWidget *parent, const QString &stamp)
 {
-    if (!Session::instance().hasRight(Right::AuditStock)) {
-        showWarning(parent, tr("У Вас недостаточно прав для проверки."));
+    const RightCheck check = checkRight(Command::AuditStock);
+    if (check.state == RightCheck::State::Missing) {
+        showWarning(parent, check.refusal);
         return true;
     }
     return QueryExec(parent, "UPDATE warehouse SET latime=" + sql::text(stamp) +

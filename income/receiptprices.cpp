@@ -2,6 +2,7 @@
 
 #include "app/messages.h"
 #include "catalogue/pricerules.h"
+#include "db/auditlog.h"
 #include "db/query.h"
 #include "db/session.h"
 #include "db/sqltext.h"
@@ -50,7 +51,8 @@ private:
 PriceUpdate ReceiptPrices::update(QWidget *parent, const ProgressStep &progress)
 {
     PriceUpdate result;
-    if (!Session::instance().refreshRates(parent, m_connectionName))
+    if (!mayDo(parent, Command::UpdateCosts) ||
+        !Session::instance().refreshRates(parent, m_connectionName))
         return result;
     const QVariant count =
         QueryValue(parent, "SELECT COUNT(id) FROM incomeinvoice;", m_connectionName);
@@ -73,6 +75,9 @@ PriceUpdate ReceiptPrices::update(QWidget *parent, const ProgressStep &progress)
         ++result.lines;
         m_stopped = !goOn(progress, result.lines, total);
     }
+    if (result.lines > result.failed + result.gone)
+        noteAction(tr("Цены в каталоге обновлены по приходу, строк: %1")
+                       .arg(result.lines - result.failed - result.gone));
     tell(parent, result);
     return result;
 }

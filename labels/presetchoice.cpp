@@ -5,6 +5,8 @@
 #include <QSignalBlocker>
 
 #include "app/messages.h"
+#include "db/connections.h"
+#include "db/session.h"
 #include "labels/labelsettings.h"
 
 using namespace presets;
@@ -19,6 +21,8 @@ PresetChoice::PresetChoice(Ui::LabelsDialog *ui, LabelSettingsFields *fields, QD
 
 void PresetChoice::load()
 {
+    // Another station may have given the shop its name.
+    Session::instance().refreshOptions(m_dialog, mainConnection);
     m_presets = readyMade();
     const Read result = read(m_presets);
     if (result != Read::Done)

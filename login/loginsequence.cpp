@@ -1,6 +1,7 @@
 #include "login/loginsequence.h"
 
 #include "app/messages.h"
+#include "db/auditlog.h"
 #include "db/connections.h"
 #include "db/query.h"
 #include "db/schema.h"
@@ -158,12 +159,18 @@ LoginStep takeSteps(QWidget *parent, const LoginRequest &request,
 bool giveFirstPassword(QWidget *parent, const SessionUser &user, const QString &password,
                        const QString &connectionName)
 {
+    if (user.id != Session::instance().user().id && !mayDo(parent, Command::ManageUsers))
+        return false;
     const FirstPassword result =
         Session::setFirstPassword(parent, user.id, password, connectionName);
     if (result == FirstPassword::AlreadySet)
         showWarning(parent, tr("Пароль пользователя «%1» тем временем задали на другом рабочем "
                                "месте. Действует тот пароль, введённый здесь не сохранён.")
                                 .arg(user.login));
+    if (result == FirstPassword::Set)
+        noteAction(
+            tr("изменён пользователь № %1 «%2»: ").arg(QString::number(user.id), user.login) +
+            notedSecret(tr("пароль")));
     return result == FirstPassword::Set;
 }
 

@@ -17,8 +17,8 @@ namespace {
 
 using namespace std::chrono_literals;
 
-std::chrono::milliseconds stageTimeout = 30s;
-std::chrono::milliseconds refusalTimeout = 2s;
+std::chrono::milliseconds stagePatience = 30s;
+std::chrono::milliseconds refusalPatience = 2s;
 
 /// A reply is shown in small windows and kept in the log; a whole error page is of no use there.
 constexpr qsizetype shownReplySize = 400;
@@ -78,8 +78,13 @@ QByteArray SendSmsDialog::gatewayAnswer() const
 
 void SendSmsDialog::setTimeouts(std::chrono::milliseconds stage, std::chrono::milliseconds refusal)
 {
-    stageTimeout = stage;
-    refusalTimeout = refusal;
+    stagePatience = stage;
+    refusalPatience = refusal;
+}
+
+std::chrono::milliseconds SendSmsDialog::stageTimeout()
+{
+    return stagePatience;
 }
 
 void SendSmsDialog::done(int result)
@@ -134,7 +139,7 @@ void SendSmsDialog::start()
 
     // The handshake rests while the question about certificate errors is open.
     m_sslSocket->setPauseMode(QAbstractSocket::PauseOnSslErrors);
-    m_timer.start(stageTimeout);
+    m_timer.start(stagePatience);
     m_sslSocket->connectToHostEncrypted(m_gateway.host, m_gateway.port);
 }
 
@@ -148,7 +153,7 @@ void SendSmsDialog::showStatus(const QString &status)
 void SendSmsDialog::beginStage(const QString &status)
 {
     showStatus(status);
-    m_timer.start(stageTimeout);
+    m_timer.start(stagePatience);
 }
 
 void SendSmsDialog::on_cancelPushButton_clicked()
@@ -226,7 +231,7 @@ void SendSmsDialog::On_sslSocket_readyRead()
     } else if (m_reply.hasHeader()) {
         showStatus(refusalText());
         if (!std::exchange(m_refused, true))
-            m_timer.start(refusalTimeout);
+            m_timer.start(refusalPatience);
     }
 }
 

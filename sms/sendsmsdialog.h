@@ -52,6 +52,7 @@ public:
     /// How long each of the stages connection, encryption and reply may take (30 s), and how long
     /// after a refusal the end of the connection is awaited (2 s).
     static void setTimeouts(std::chrono::milliseconds stage, std::chrono::milliseconds refusal);
+    static std::chrono::milliseconds stageTimeout();
 
 public slots:
     void done(int result) override;

@@ -8,6 +8,7 @@
 #include <functional>
 
 #include "db/query.h"
+#include "db/rights.h"
 #include "widgets/tablecolumn.h"
 
 class QWidget;
@@ -81,10 +82,11 @@ struct DictionaryUse
 struct Dictionary
 {
     QString table;
-    QList<TableColumn> columns = {}; ///< of the list; the first one is the id
-    QString order = {};              ///< what the list is sorted by
-    QList<DictionaryField> fields;   ///< in the order of INSERT and UPDATE
-    QStringList formOrder = {};      ///< columns of the fields that stand first in the dialog
+    QList<TableColumn> columns = {};             ///< of the list; the first one is the id
+    QString order = {};                          ///< what the list is sorted by
+    Command command = Command::EditDictionaries; ///< what writing an entry is
+    QList<DictionaryField> fields;               ///< in the order of INSERT and UPDATE
+    QStringList formOrder = {}; ///< columns of the fields that stand first in the dialog
     QStringList readFirst = {}; ///< columns of an entry that its SELECT names before the others
     QString entrySelect = {}; ///< reads readFirst and nothing else, up to the quoted id; none: the
                               ///< SELECT is made of the fields

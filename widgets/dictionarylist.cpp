@@ -176,11 +176,10 @@ void DictionaryList::on_editPushButton_clicked()
 void DictionaryList::edit(qulonglong id)
 {
     const CommandScope command;
-    const std::unique_ptr<DictionaryDialog> dialog = makeDialog(id);
-    const bool written = dialog->exec() == Accepted;
+    const qulonglong written = editEntry(id);
     // Also after a cancel: the entry may be gone, or another one by now.
-    refresh(written ? dialog->id() : 0);
-    if (written)
+    refresh(written);
+    if (written != 0)
         changed();
 }
 
@@ -235,6 +234,12 @@ void DictionaryList::on_closePushButton_clicked()
 std::unique_ptr<DictionaryDialog> DictionaryList::makeDialog(qulonglong id)
 {
     return std::make_unique<DictionaryDialog>(m_dictionary, id, this);
+}
+
+qulonglong DictionaryList::editEntry(qulonglong id)
+{
+    const std::unique_ptr<DictionaryDialog> dialog = makeDialog(id);
+    return dialog->exec() == Accepted ? dialog->id() : 0;
 }
 
 void DictionaryList::changed()

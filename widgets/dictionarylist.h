@@ -40,6 +40,10 @@ protected:
     /// The dialog of an entry, id 0: of a new one.
     virtual std::unique_ptr<DictionaryDialog> makeDialog(qulonglong id);
 
+    /// Lets the user edit an entry, id 0: a new one, with the dialog made by makeDialog(). Returns
+    /// the id of what was written, 0 for nothing.
+    virtual qulonglong editEntry(qulonglong id);
+
     /// Something was written; the list has been read again.
     virtual void changed();
 

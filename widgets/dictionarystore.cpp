@@ -220,10 +220,12 @@ bool makesCircle(const QList<SqlRow> &rows, qulonglong id, qulonglong parent)
 }
 
 /// Runs a short body in a transaction and tells when it fails. inDoubt: see TransactionOptions.
-bool write(QWidget *parent, const std::function<TransactionStep()> &body, bool *inDoubt = nullptr)
+bool write(QWidget *parent, const Dictionary &dictionary,
+           const std::function<TransactionStep()> &body, bool *inDoubt = nullptr)
 {
     const TransactionResult result =
-        runInTransaction(parent, mainConnection, body, {.inDoubt = inDoubt, .tries = 2});
+        runInTransaction(parent, mainConnection, body,
+                         {.inDoubt = inDoubt, .tries = 2, .needs = {dictionary.command}});
     if (result.state == TransactionState::Unknown)
         showFailure(parent,
                     DictionaryStore::tr("Связь с базой данных прервалась во время записи. "
@@ -293,7 +295,7 @@ std::optional<qulonglong> insertEntry(QWidget *parent, const Dictionary &diction
         id = query.lastInsertId().toULongLong();
         return TransactionStep::Commit;
     };
-    return write(parent, insert, &inDoubt) ? id : std::nullopt;
+    return write(parent, dictionary, insert, &inDoubt) ? id : std::nullopt;
 }
 
 EntryState updateEntry(QWidget *parent, const Dictionary &dictionary, qulonglong id,
@@ -336,7 +338,7 @@ EntryState updateEntry(QWidget *parent, const Dictionary &dictionary, qulonglong
                    ? TransactionStep::Commit
                    : TransactionStep::Fail;
     };
-    if (!write(parent, update, &inDoubt))
+    if (!write(parent, dictionary, update, &inDoubt))
         return EntryState::Failed;
     if (state == EntryState::Changed)
         seen = now;
@@ -380,7 +382,7 @@ std::optional<qlonglong> countUses(QWidget *parent, const Dictionary &dictionary
 
 bool deleteEntries(QWidget *parent, const Dictionary &dictionary, const QList<qulonglong> &ids)
 {
-    return write(parent, [&] {
+    return write(parent, dictionary, [&] {
         for (const qulonglong id : ids) {
             const QStringList statements = deleteTexts(dictionary, id);
             for (const QString &statement : statements) {

@@ -27,6 +27,8 @@ constexpr int patienceMilliseconds = 3000;
 /// does to the player, the window goes on.
 class Player : public QObject
 {
+    Q_DECLARE_TR_FUNCTIONS(Player)
+
 public:
     Player(const QString &resource, QObject *parent)
         : QObject(parent)
@@ -53,6 +55,27 @@ public:
         connect(&m_patience, &QTimer::timeout, &m_process, &QProcess::kill);
     }
 
+    /// The same, with a word on what has come of it.
+    void tryOut(const std::function<void(const QString &fault)> &done)
+    {
+        if (m_process.program().isEmpty()) {
+            done(tr("На этом компьютере не найдена программа для воспроизведения звука: pw-play, "
+                    "paplay или aplay."));
+            return;
+        }
+        m_process.setStandardErrorFile(QString());
+        connect(&m_process, &QProcess::errorOccurred, this, [this, done] {
+            // One that was started is told about when it has finished.
+            if (m_process.error() == QProcess::FailedToStart)
+                done(playerFault());
+        });
+        connect(&m_process, &QProcess::finished, this, [this, done](int code) {
+            done(code == 0 && m_process.exitStatus() == QProcess::NormalExit ? QString()
+                                                                             : playerFault());
+        });
+        play();
+    }
+
     void play()
     {
         // The same tone is still to be heard: a second one on top of it would say no more.
@@ -63,10 +86,23 @@ public:
     }
 
 private:
+    QString playerFault()
+    {
+        const QString words = QString::fromLocal8Bit(m_process.readAllStandardError()).simplified();
+        return tr("Программа %1 не смогла воспроизвести звук: %2")
+            .arg(m_process.program(), words.isEmpty() ? m_process.errorString() : words);
+    }
+
     std::unique_ptr<QTemporaryFile> m_file;
     QProcess m_process;
     QTimer m_patience;
 };
+
+QString fileOf(Sound sound)
+{
+    return sound == Sound::Found ? QStringLiteral(":/sounds/found.wav")
+                                 : QStringLiteral(":/sounds/notfound.wav");
+}
 
 void playThroughPlayer(Sound sound)
 {
@@ -75,9 +111,7 @@ void playThroughPlayer(Sound sound)
     static QPointer<Player> notFound;
     QPointer<Player> &player = sound == Sound::Found ? found : notFound;
     if (!player)
-        player = new Player(sound == Sound::Found ? QStringLiteral(":/sounds/found.wav")
-                                                  : QStringLiteral(":/sounds/notfound.wav"),
-                            QCoreApplication::instance());
+        player = new Player(fileOf(sound), QCoreApplication::instance());
     player->play();
 }
 
@@ -100,4 +134,10 @@ void playSound(Sound sound)
 SoundHandler setSoundHandler(SoundHandler handler)
 {
     return std::exchange(currentHandler(), std::move(handler));
+}
+
+void tryOutSound(Sound sound, QObject *context,
+                 const std::function<void(const QString &fault)> &done)
+{
+    (new Player(fileOf(sound), context))->tryOut(done);
 }

@@ -3,10 +3,10 @@
 #include "app/program/compatcheck.h"
 #include "app/settings.h"
 #include "income/incomeinvoicewindow.h"
+#include "widgets/interfacefont.h"
 #include "widgets/messagebox.h"
 
 #include <QApplication>
-#include <QFont>
 #include <QIcon>
 #include <QLibraryInfo>
 #include <QLocale>
@@ -22,17 +22,6 @@ void installQtTranslation(QTranslator &translator)
     if (translator.load(QStringLiteral("qtbase_ru"),
                         QLibraryInfo::path(QLibraryInfo::TranslationsPath)))
         QCoreApplication::installTranslator(&translator);
-}
-
-/// The interface font size of the settings, also for the dialogs before the main window.
-void applyFontSize()
-{
-    const int points = Settings::instance().intValue(SettingsKey::FontSize);
-    if (points <= 0)
-        return;
-    QFont font = QApplication::font();
-    font.setPointSize(points);
-    QApplication::setFont(font);
 }
 
 } // namespace
@@ -62,7 +51,7 @@ int main(int argc, char *argv[])
     installMessageBox();
     const bool showBox = true;
     Settings::instance().load(settingsFilePath(), showBox);
-    applyFontSize();
+    applyInterfaceFont(); // also for the dialogs before the main window
 
     auto window = std::make_unique<IncomeInvoiceWindow>();
     window->show();

@@ -1,5 +1,10 @@
 // All dialogs of the program, looked at as somebody does who has nothing but them: what the tools
 // for the blind read, what fits a small screen, what the keyboard reaches.
+#include "administration/optionsdialog.h"
+#include "administration/ownpassworddialog.h"
+#include "administration/settingsdialog.h"
+#include "administration/userdialog.h"
+#include "administration/usersdialog.h"
 #include "app/settings.h"
 #include "catalogue/articledialog.h"
 #include "catalogue/codedialog.h"
@@ -25,6 +30,7 @@
 #include "income/missedcodes.h"
 #include "income/missedcodesdialog.h"
 #include "income/quantityrestdialog.h"
+#include "income/setupcommands.h"
 #include "labels/labelsdialog.h"
 #include "login/connectiondialog.h"
 #include "login/euladialog.h"
@@ -84,6 +90,8 @@ QList<Maker> makers()
         maker<PriceHistoryDialog>(1, none),
         maker<PropertyDialog>(0, none),
         maker<PropertyItemsDialog>(1, none),
+        maker<OptionsDialog>(none),
+        maker<SettingsDialog>(SetupCommands::parts(), none),
         maker<QuantityDialog>("Количество", 1.5, 3, none),
         maker<ReferenceDialog>(none, 1),
         maker<StockDialog>(none),
@@ -104,6 +112,9 @@ QList<Maker> makers()
         maker<EulaDialog>(),
         maker<PasswordDialog>("admin"),
         maker<SelectConnectionDialog>(),
+        maker<UserDialog>(1),
+        maker<UsersDialog>(),
+        maker<OwnPasswordDialog>(),
         maker<UserPasswordsDialog>(NewPasswordQuestion()),
         maker<SendSmsDialog>(none, "79990000000", "Текст"),
     };
@@ -229,6 +240,9 @@ private:
         shop::addProduct({.id = 1, .name = longName, .stock = 1234.567, .outcost = 1234567.89});
         shop::addProduct({.id = 2, .name = shop::nastyName});
         shop::addCode(1, "4607004652387");
+        // Weighed goods, so that the button for it is there.
+        Settings::instance().setValue(SettingsKey::ScalesType, "1");
+        QVERIFY(QueryExec(nullptr, "UPDATE warehouse SET unitid='2' WHERE id='1'"));
         missed.add("4607004652394", "не найден");
     }
 };

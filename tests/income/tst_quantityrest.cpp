@@ -1,10 +1,12 @@
 // The dialog in which a person at a scanner enters quantity and prices: keys only, and a barcode
 // that arrives while it is open must do no harm.
 
+#include "app/settings.h"
 #include "db/session.h"
 #include "db/sqltext.h"
 #include "income/quantityrestdialog.h"
 #include "tests/support/databasetest.h"
+#include "tests/support/simulatedscales.h"
 #include "tests/support/widgets.h"
 #include "widgets/numberspinbox.h"
 
@@ -78,6 +80,31 @@ private slots:
         }
         QCOMPARE(rows("SELECT quantity FROM incomeinvoice").toDouble(),
                  stored.isEmpty() ? 8 : stored.toDouble());
+    }
+
+    void weight_comesAsIfTyped()
+    {
+        open({.wareid = 12, .addedQuantity = 5});
+        auto *button = m_dialog->findChild<QWidget *>("weighPushButton");
+        QVERIFY(!button->isVisible()); // there are no scales
+        SimulatedScales simulated({"\x06", "?", "\x06", SimulatedScales::packet(' ', " 1.255")});
+        Settings::instance().setValue(SettingsKey::ScalesType, "1");
+        Settings::instance().setValue(SettingsKey::ScalesPort, simulated.port());
+        open({.wareid = 11, .addedQuantity = 5});
+        button = m_dialog->findChild<QWidget *>("weighPushButton");
+        QVERIFY(!button->isVisible()); // pieces
+        m_dialog->load({.wareid = 12, .addedQuantity = 5});
+        QVERIFY(button->isVisible());
+
+        type("3.5");
+        m_boxes->answer("OK");
+        QTest::keyClick(m_dialog.get(), Qt::Key_F9);
+        QCOMPARE(m_boxes->lastText(), "Неправильный размер пакета данных 1.");
+        QCOMPARE(m_quantity->text(), "3.5");
+        QTest::keyClick(m_dialog.get(), Qt::Key_F9);
+        QCOMPARE(m_quantity->text(), "1.255");
+        pressReturn();
+        QCOMPARE(lines("wareid=12 AND quantity BETWEEN 1.25499 AND 1.25501"), 1);
     }
 
     void largeQuantity_isConfirmed()
@@ -309,6 +336,7 @@ private:
     void tidy() override
     {
         m_dialog.reset();
+        Settings::instance().reset();
     }
 
     template<typename Widget>

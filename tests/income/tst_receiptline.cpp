@@ -359,8 +359,7 @@ private slots:
         ReceiptEntry entry;
         QVERIFY(load(entry, {.wareid = 11}));
         QCOMPARE(save(entry, 1), SaveState::Saved); // without the tick
-        Session::instance().setUser(
-            {.id = 3, .login = "a", .name = "A", .rights = 1023 & ~int(Right::AuditStock)});
+        shop::logIn({.id = 3, .login = "a", .name = "A", .rights = 1023 & ~int(Right::AuditStock)});
         m_boxes->answer("OK");
         QVERIFY(load(entry, {.wareid = 11}));
         QCOMPARE(entry.save(nullptr, {.quantity = 2, .audited = true}), SaveState::Saved);
@@ -401,7 +400,7 @@ private slots:
 private:
     void prepare() override
     {
-        openShop(int(Right::AuditStock));
+        openShop();
         shop::addProduct({.id = 11, .name = shop::nastyName, .stock = 4, .article = "А'1"});
     }
 

@@ -9,6 +9,7 @@
 #include "income/posting.h"
 #include "income/receiptline.h"
 #include "tests/support/scratchdatabase.h"
+#include "tests/support/shop.h"
 
 #include <QElapsedTimer>
 #include <QFile>
@@ -38,11 +39,14 @@ public:
 
     bool open()
     {
-        Session::instance().setUser(
-            {.id = qulonglong(m_order.number), .login = "station", .name = "station"});
-        return m_journal.open(QIODevice::WriteOnly) &&
-               createConnection(nullptr, m_order.entry, mainConnection) &&
-               Session::instance().loadOptions(nullptr, mainConnection);
+        if (!m_journal.open(QIODevice::WriteOnly) ||
+            !createConnection(nullptr, m_order.entry, mainConnection))
+            return false;
+        shop::logIn({.id = qulonglong(m_order.number),
+                     .login = "station",
+                     .name = "station",
+                     .rights = int(Right::ReceiveGoods)});
+        return Session::instance().loadOptions(nullptr, mainConnection);
     }
 
     /// Tells that it is ready and waits for the word to go on. Returns false when none comes.

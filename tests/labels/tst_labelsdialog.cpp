@@ -7,9 +7,11 @@
 #include "tests/support/databasetest.h"
 #include "tests/support/files.h"
 #include "tests/support/widgets.h"
+#include "widgets/scanreader.h"
 
 #include <QFileDialog>
 #include <QImage>
+#include <QSignalSpy>
 #include <QSpinBox>
 #include <QTimer>
 
@@ -114,6 +116,22 @@ private slots:
         }
         QVERIFY(save("Вычеркнуть").endsWith("%%EOF\n"));
         QCOMPARE(rows("SELECT wareid FROM changeoutcostinfo").trimmed(), "9");
+    }
+
+    void aScanIsNoNumber()
+    {
+        LabelsDialog dialog(nullptr);
+        dialog.show();
+        QLineEdit codes;
+        const ScanReader reader(&codes, &dialog);
+        setKeyClock([] { return 1; });
+        const auto clock = qScopeGuard([] { setKeyClock({}); });
+        const QSignalSpy scans(&reader, &ScanReader::scanned);
+        auto *number = child<QSpinBox>(dialog, "incomenumSpinBox");
+        QTest::keyClicks(number, "4600000000008");
+        QTest::keyClick(number, Qt::Key_Return);
+        QCOMPARE(scans.size(), 1);
+        QCOMPARE(number->value(), 0);
     }
 
     void aPdfIsWholeOrNotAtAll()

@@ -1,3 +1,4 @@
+#include "sms/gatewaycheck.h"
 #include "sms/sendsmsdialog.h"
 
 #include "app/configdir.h"
@@ -325,6 +326,34 @@ private slots:
             QTRY_VERIFY(asked);
         }
         QCoreApplication::processEvents();
+    }
+
+    void gatewayTrial_sendsNothing()
+    {
+        QStringList faults;
+        const auto look = [&](const QString &address) {
+            sms::checkGateway(address, this, [&](const QString &fault) { faults += fault; });
+        };
+        const QString address = addressOf(*m_server);
+        QSslConfiguration::setDefaultConfiguration(m_trusting);
+        look(address);
+        QTRY_COMPARE(faults.size(), 1);
+        QCOMPARE(faults.last(), QString());
+        QSslConfiguration::setDefaultConfiguration(m_untrusting);
+        look(address);
+        QTRY_COMPARE(faults.size(), 2);
+        QVERIFY2(faults.last().startsWith("Сертификату"), qPrintable(faults.last()));
+        QTcpServer closed;
+        QVERIFY(closed.listen(QHostAddress::LocalHost));
+        const quint16 port = closed.serverPort();
+        closed.close();
+        look("127.0.0.1:" + QString::number(port));
+        QTRY_COMPARE(faults.size(), 3);
+        QVERIFY2(faults.last().contains("не принимает"), qPrintable(faults.last()));
+        look("https://sms.example");
+        look("");
+        QCOMPARE(faults.size(), 5);
+        QVERIFY(m_server->received.isEmpty());
     }
 
 private:

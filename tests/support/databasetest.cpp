@@ -54,7 +54,7 @@ void DatabaseTest::openShop(int rights)
 {
     m_database = &keptShop(mainConnection);
     QVERIFY(Session::instance().loadOptions(nullptr, mainConnection));
-    Session::instance().setUser({.id = 3, .login = "anna", .name = "Анна", .rights = rights});
+    shop::logIn({.id = 3, .login = "anna", .name = "Анна", .rights = rights});
 }
 
 ScratchDatabase &DatabaseTest::openReference()

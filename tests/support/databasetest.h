@@ -36,8 +36,9 @@ protected:
 
     /// A shop that is kept over the cases, because to make one takes longer than most of them:
     /// emptied of products and receipts and all that hangs on them, a dollar at 90. The session
-    /// knows its options; its user is Anna, number 3, with these rights.
-    void openShop(int rights = 0);
+    /// knows its options; its user is Anna, number 3, with these rights; without
+    /// any given she has those of the shipped administrator.
+    void openShop(int rights = 895);
 
     /// Such a shop for the reference connection.
     ScratchDatabase &openReference();

@@ -55,6 +55,15 @@ void addAlert(qulonglong wareId, const QString &phone, const QString &connection
           connectionName);
 }
 
+void logIn(const SessionUser &user)
+{
+    write("REPLACE INTO users(id,enabled,login,name,rights) VALUES('" + sql::id(user.id) +
+              "','1'," + sql::text(user.login) + ',' + sql::text(user.name) + ",'" +
+              sql::integer(user.rights) + "');",
+          mainConnection);
+    Session::instance().setUser(user);
+}
+
 bool create(const QString &connectionName)
 {
     return createSchema(nullptr, connectionName);

@@ -3,6 +3,7 @@
 #include <QString>
 
 #include "db/connections.h"
+#include "db/session.h"
 
 /// Rows of a small shop for tests, written on a connection whose schema stands. A row that cannot
 /// be written is a test failure.
@@ -44,6 +45,9 @@ void addLine(const Line &line, const QString &connectionName = mainConnection);
 
 void addAlert(qulonglong wareId, const QString &phone,
               const QString &connectionName = mainConnection);
+
+/// Makes this the user of the session, and an enabled one in `users`.
+void logIn(const SessionUser &user);
 
 /// The whole schema in an empty database.
 bool create(const QString &connectionName = mainConnection);

@@ -48,6 +48,33 @@ private slots:
         for (const QFileInfo &tone : tones())
             QVERIFY(readFile(tone.filePath()).startsWith("RIFF"));
     }
+
+    void trial_tellsWhyNothingIsHeard()
+    {
+        QTemporaryDir directory;
+        const QByteArray formerPath = qgetenv("PATH");
+        qputenv("PATH", directory.path().toLocal8Bit());
+        QStringList faults;
+        const auto note = [&faults](const QString &fault) {
+            faults += fault;
+        };
+        Settings::instance().setValue(SettingsKey::Sounds, "0"); // which does not matter here
+        tryOutSound(Sound::Found, this, note);
+        QCOMPARE(faults.size(), 1);
+        QVERIFY(faults.last().contains("не найдена программа"));
+
+        const QString player = directory.filePath("paplay");
+        for (const QByteArray &end : {QByteArray("echo 'no server' >&2; exit 1"), QByteArray()}) {
+            writeFile(player, "#!/bin/sh\n" + end);
+            QVERIFY(QFile::setPermissions(player, QFile::ReadOwner | QFile::ExeOwner));
+            tryOutSound(Sound::NotFound, this, note);
+            const qsizetype expected = end.isEmpty() ? 3 : 2;
+            QTRY_COMPARE(faults.size(), expected);
+        }
+        qputenv("PATH", formerPath);
+        QVERIFY(faults.at(1).endsWith("no server"));
+        QCOMPARE(faults.at(2), QString());
+    }
 };
 
 QTEST_GUILESS_MAIN(TestSound)
