@@ -64,8 +64,8 @@ WareGallery::WareGallery(qulonglong wareid, std::function<QString()> productName
 
 WareGallery::~WareGallery()
 {
-    for (const WareImage &image : std::as_const(m_images))
-        ThumbnailCache::instance().cancel(thumbOf(image.fileName));
+    for (const QString &file : std::as_const(m_requested))
+        ThumbnailCache::instance().cancel(file);
 }
 
 QString WareGallery::title() const
@@ -203,6 +203,7 @@ void WareGallery::showImages(const QList<WareImage> &images)
         QListWidgetItem *item = m_list->item(int(i));
         const WareImage &image = images.at(i);
         m_rowsOf.insert(thumbOf(image.fileName), int(i));
+        ThumbnailCache::instance().expect(thumbOf(image.fileName), image.version);
         item->setData(idRole, image.id);
         item->setText(image.title.simplified());
         item->setToolTip(plainToolTip(image.title));
@@ -226,15 +227,24 @@ void WareGallery::requestVisible()
             m_requestPending = false;
             ThumbnailCache &cache = ThumbnailCache::instance();
             const QRect seen = m_list->viewport()->rect();
+            QSet<QString> wanted;
             for (int row = 0; row < m_list->count(); ++row) {
-                QListWidgetItem *item = m_list->item(row);
-                const QString file = thumbOf(item->data(fileRole).toString());
-                if (!m_list->visualItemRect(item).intersects(seen))
+                const QListWidgetItem *item = m_list->item(row);
+                if (m_list->visualItemRect(item).intersects(seen))
+                    wanted += thumbOf(item->data(fileRole).toString());
+            }
+            // Another window may have asked for the same.
+            for (const QString &file : std::exchange(m_requested, m_requested & wanted)) {
+                if (!wanted.contains(file))
                     cache.cancel(file);
-                else if (const QPixmap pixmap = cache.find(file); !pixmap.isNull())
+            }
+            for (const QString &file : std::as_const(wanted)) {
+                if (const QPixmap pixmap = cache.find(file); !pixmap.isNull()) {
                     showThumbnail(file, pixmap);
-                else
+                } else if (!m_requested.contains(file)) {
+                    m_requested += file;
                     cache.request(file);
+                }
             }
         },
         Qt::QueuedConnection);
@@ -243,6 +253,7 @@ void WareGallery::requestVisible()
 /// A null picture: there is none to show.
 void WareGallery::showThumbnail(const QString &fileName, const QPixmap &pixmap)
 {
+    m_requested.remove(fileName);
     const QList<int> rows = m_rowsOf.values(fileName);
     for (const int row : rows)
         m_list->item(row)->setIcon(iconOf(pixmap));

@@ -3,6 +3,7 @@
 #include <QIcon>
 #include <QList>
 #include <QMultiHash>
+#include <QSet>
 #include <QSize>
 #include <QString>
 #include <QWidget>
@@ -93,6 +94,7 @@ private:
     QMultiHash<QString, int> m_rowsOf; ///< by the file of the thumbnail
     QList<qulonglong> m_addedHere;     ///< of a product that is not saved yet
     QSize m_iconSize;
+    QSet<QString> m_requested; ///< thumbnails that are on their way
     bool m_touched = false;
     bool m_requestPending = false;
 };

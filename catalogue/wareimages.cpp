@@ -89,7 +89,7 @@ QString selectImages()
     QString text = QStringLiteral("SELECT id,wareid,ordernum,filename,description,angle");
     for (const EditColumn &column : editColumns)
         text += u',' + QLatin1String(column.name);
-    return text + " FROM images WHERE ";
+    return text + ",timestamp FROM images WHERE ";
 }
 
 WareImage imageOf(const SqlRow &row)
@@ -104,6 +104,7 @@ WareImage imageOf(const SqlRow &row)
     for (const EditColumn &column : editColumns)
         column.member(image.edit) = row.at(place++).toInt();
     image.edit = tidied(image.edit);
+    image.version = row.at(place).toString();
     return image;
 }
 
@@ -274,7 +275,7 @@ LoadState loadWareImage(QWidget *parent, qulonglong id, WareImage &image)
 
 QString firstImageQuery(qulonglong wareid)
 {
-    return "SELECT filename FROM images WHERE " + ofWare(wareid) +
+    return "SELECT filename,timestamp FROM images WHERE " + ofWare(wareid) +
            " ORDER BY COALESCE(ordernum,0), id LIMIT 1;";
 }
 

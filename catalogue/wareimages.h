@@ -22,6 +22,7 @@ struct WareImage
     QString fileName = {};
     QString title = {};
     ImageEdit edit = {};
+    QString version = {}; ///< when it was written last
 };
 
 /// A name for a new file that nothing else has, and that says nothing of the user's.
@@ -45,7 +46,7 @@ bool loadWareImages(QWidget *parent, const QList<qulonglong> &wareids, QList<War
 /// One picture.
 LoadState loadWareImage(QWidget *parent, qulonglong id, WareImage &image);
 
-/// The statement for the file name of a product's first picture.
+/// The statement for the file name and the version of a product's first picture.
 QString firstImageQuery(qulonglong wareid);
 
 /// Adds a picture behind the others of its product, at once with any that another station adds.

@@ -51,7 +51,10 @@ void WarePicture::letGo()
 /// Without a parent for boxes: a picture is not worth a question.
 void WarePicture::look()
 {
-    const QString name = QueryValue(nullptr, firstImageQuery(m_wareid)).toString();
+    QList<SqlRow> rows;
+    if (!QueryRows(nullptr, firstImageQuery(m_wareid), rows) || rows.isEmpty())
+        rows = {{QString(), QString()}};
+    const QString name = rows.first().first().toString();
     const QString file = name.isEmpty() ? QString() : thumbsFolder + u'/' + name;
     if (file != m_fileName)
         letGo();
@@ -65,6 +68,7 @@ void WarePicture::look()
     connect(&cache, &ThumbnailCache::ready, this, &WarePicture::showThumbnail,
             Qt::UniqueConnection);
     connect(&cache, &ThumbnailCache::failed, this, &WarePicture::showNone, Qt::UniqueConnection);
+    cache.expect(file, rows.first().last().toString());
     if (const QPixmap pixmap = cache.find(file); !pixmap.isNull())
         showThumbnail(file, pixmap);
     else

@@ -56,7 +56,11 @@ ThumbnailCache::ThumbnailCache(ImagesStore &store, QObject *parent)
     connect(&store, &ImagesStore::removeCompleted, this, &ThumbnailCache::forget);
     connect(&store, &ImagesStore::opened, this, [this] {
         m_pixmaps.clear();
+        m_versions.clear();
         openDisk();
+        const QStringList asked = m_requests.keys();
+        for (const QString &fileName : asked)
+            startAnew(fileName);
     });
     m_delay.setSingleShot(true);
     m_delay.setInterval(fetchDelay);
@@ -104,7 +108,7 @@ void ThumbnailCache::request(const QString &fileName)
                 return;
             const QPixmap pixmap = find(fileName);
             const QByteArray bytes =
-                m_disk && pixmap.isNull() ? m_disk->find(fileName) : QByteArray();
+                m_disk && pixmap.isNull() ? m_disk->find(diskName(fileName)) : QByteArray();
             if (!bytes.isEmpty())
                 return decode(fileName, bytes);
             if (pixmap.isNull())
@@ -146,7 +150,36 @@ void ThumbnailCache::forget(const QString &fileName)
 {
     m_pixmaps.remove(fileName);
     if (m_disk)
-        m_disk->remove(fileName);
+        m_disk->remove(diskName(fileName));
+    startAnew(fileName);
+}
+
+void ThumbnailCache::expect(const QString &fileName, const QString &version)
+{
+    const auto known = m_versions.constFind(fileName);
+    if (known != m_versions.cend() && *known == version)
+        return;
+    const bool isOther = known != m_versions.cend();
+    m_versions.insert(fileName, version);
+    if (isOther)
+        forget(fileName);
+}
+
+/// What is being decoded is out of date.
+void ThumbnailCache::startAnew(const QString &fileName)
+{
+    const auto found = m_requests.find(fileName);
+    if (found == m_requests.end() || found->stage != Stage::Decoding)
+        return;
+    found->stage = Stage::Waiting;
+    found->number = ++m_lastNumber;
+    if (!m_delay.isActive())
+        m_delay.start();
+}
+
+QString ThumbnailCache::diskName(const QString &fileName) const
+{
+    return fileName + u'\n' + m_versions.value(fileName);
 }
 
 void ThumbnailCache::openDisk()
@@ -178,7 +211,7 @@ void ThumbnailCache::takeBytes(const QString &fileName, const QByteArray &bytes)
     if (found == m_requests.cend() || found->stage != Stage::Fetching)
         return;
     if (m_disk)
-        m_disk->insert(fileName, bytes);
+        m_disk->insert(diskName(fileName), bytes);
     decode(fileName, bytes);
 }
 

@@ -49,6 +49,10 @@ public:
     /// itself.
     void forget(const QString &fileName);
 
+    /// Tells which version of a picture counts: what is kept of another one, which another station
+    /// has replaced, is forgotten.
+    void expect(const QString &fileName, const QString &version);
+
     /// How large pictures are kept at most (600 × 600), and how many bytes of them in memory (48
     /// MB).
     void setBounds(const QSize &largest, qsizetype bytes);
@@ -69,6 +73,8 @@ private:
     };
 
     void openDisk();
+    void startAnew(const QString &fileName);
+    QString diskName(const QString &fileName) const;
     void fetchWaiting();
     void drop(const QString &fileName);
     void takeBytes(const QString &fileName, const QByteArray &bytes);
@@ -80,6 +86,7 @@ private:
     QCache<QString, QPixmap> m_pixmaps;
     std::unique_ptr<DiskCache> m_disk; ///< of a WebDAV store
     QHash<QString, Request> m_requests;
+    QHash<QString, QString> m_versions; ///< as far as they are known
     QTimer m_delay;
     QSize m_largest{600, 600};
     int m_lastNumber = 0;
