@@ -7,6 +7,7 @@
 #include <QSettings>
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -37,6 +38,21 @@ protected:
     }
 };
 
+/// Brings what the layouts know of their contents up to date, the inner ones first; otherwise that
+/// is done when the dialog is shown, which grows then to the side of where it was placed.
+void measure(QWidget *dialog)
+{
+    QWidgetList widgets = dialog->findChildren<QWidget *>();
+    std::reverse(widgets.begin(), widgets.end());
+    widgets += dialog;
+    for (QWidget *widget : std::as_const(widgets)) {
+        widget->ensurePolished();
+        if (QLayout *layout = widget->layout())
+            layout->activate();
+        widget->updateGeometry();
+    }
+}
+
 } // namespace
 
 void keepDialogSize(QDialog *dialog)
@@ -50,7 +66,8 @@ void keepDialogSize(QDialog *dialog)
     // Labels that wrap need the height of their lines at this width.
     if (const QLayout *layout = dialog->layout(); layout && layout->hasHeightForWidth())
         size.setHeight(std::max(size.height(), layout->totalMinimumHeightForWidth(size.width())));
-    dialog->resize(size.boundedTo(room));
+    measure(dialog);
+    dialog->resize(size.expandedTo(dialog->minimumSizeHint()).boundedTo(room));
     new SizeKeeper(dialog);
     // Where a box and its dialog close at once some window managers leave the keyboard to nobody.
     QObject::connect(dialog, &QDialog::finished, dialog, [dialog] {
