@@ -53,6 +53,14 @@ QString ImagesStoreSettings::localRoot() const
     return QDir::cleanPath(base.absoluteFilePath(path.isEmpty() ? QStringLiteral("images") : path));
 }
 
+QString ImagesStoreSettings::webdavRoot() const
+{
+    qsizetype begin = 0;
+    while (begin < path.size() && path.at(begin) == u'/')
+        ++begin;
+    return u'/' + path.mid(begin);
+}
+
 QString ImagesStoreSettings::fault() const
 {
     if (!isWebdav())
@@ -76,7 +84,7 @@ QString ImagesStoreSettings::displayName() const
     url.setScheme(address.encrypted ? QStringLiteral("https") : QStringLiteral("http"));
     url.setHost(address.host);
     url.setPort(address.port == 0 ? -1 : address.port);
-    url.setPath(u'/' + path, QUrl::DecodedMode);
+    url.setPath(webdavRoot(), QUrl::DecodedMode);
     return url.toDisplayString();
 }
 

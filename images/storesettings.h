@@ -23,6 +23,9 @@ struct ImagesStoreSettings
     /// The root of a local store, without a slash at its end.
     QString localRoot() const;
 
+    /// The root of a WebDAV store, with one slash at its beginning.
+    QString webdavRoot() const;
+
     /// What is wrong with them, in words for the user; empty: nothing.
     QString fault() const;
 

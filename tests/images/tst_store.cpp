@@ -376,7 +376,7 @@ private slots:
         // The share's folder is missing, and later somebody deletes one.
         const DavServer server(Kind::Apache, Access::Open);
         ImagesStoreSettings settings = settingsFor(server.port());
-        settings.path = "dav/Фото магазина/";
+        settings.path = "/dav/Фото магазина/"; // as people write it
         ImagesStore store(settings);
         Answers answers(store);
         store.put("originals/x.jpg", "x");
