@@ -166,6 +166,13 @@ private slots:
         QCOMPARE(QImage(stored("processed", 0)).size(), QSize(600, 400));
         auto *list = child<QListWidget>(card, "imagesListWidget");
         QTRY_COMPARE(centre(list->item(0)->icon()), QColor(87, 87, 87).name());
+
+        // Another station does the same.
+        QVERIFY(QFile::remove(stored("thumbs", 0)));
+        QVERIFY(QFile::copy(picture("b.png", Qt::blue), stored("thumbs", 0)));
+        rows("UPDATE images SET timestamp='2020-01-01 10:00:00'");
+        gallery->refresh();
+        QTRY_COMPARE(centre(list->item(0)->icon()), QColor(Qt::blue).name());
     }
 
     void search_showsThePictureWhereTheUserStays()
