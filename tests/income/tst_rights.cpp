@@ -100,7 +100,7 @@ void deleteBrand()
 
 void movePicture()
 {
-    moveWareImage(nullptr, 1, true);
+    moveWareImage(nullptr, 2, true);
 }
 
 void post()
