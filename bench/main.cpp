@@ -5,6 +5,7 @@
 #include "bench/children.h"
 #include "bench/figures.h"
 #include "bench/firstpaint.h"
+#include "bench/gallery.h"
 #include "bench/labels.h"
 #include "bench/lists.h"
 #include "bench/pictures.h"
@@ -373,6 +374,12 @@ int main(int argc, char *argv[])
         QFile::copy(shops.path(10000), copy);
         const auto window = openBenchWindow(sqliteEntry(copy));
         benchLabels(table);
+    }
+    if (wanted("gallery")) {
+        const QString copy = directory.filePath("gallery.sqlite");
+        QFile::copy(shops.path(10000), copy);
+        const auto window = openBenchWindow(sqliteEntry(copy));
+        benchGallery(table);
     }
     if (wanted("pictures"))
         benchPictures(table);

@@ -51,7 +51,7 @@ ImageDialog::ImageDialog(const WareImage &image, QWidget *parent)
     m_ui->logoPixmapWidget->setText(tr("нет"));
     describeFields();
     m_ui->frameCheckBox->setChecked(m_edit.width > 0);
-    show(m_edit);
+    showEdit(m_edit);
     connectFields();
     fitControls();
     load();
@@ -130,7 +130,7 @@ void ImageDialog::connectFields()
         m_edit.centerX = center.x();
         m_edit.centerY = center.y();
         m_edit.width = width;
-        show(m_edit);
+        showEdit(m_edit);
     });
 }
 
@@ -170,7 +170,7 @@ void ImageDialog::takeOriginal(const QByteArray &bytes)
             m_size = preview.size;
             m_decoded = preview.image;
             m_ui->frameView->setImage(m_decoded, m_size);
-            show(m_edit);
+            showEdit(m_edit);
         });
 }
 
@@ -184,7 +184,7 @@ void ImageDialog::useLogo(const QImage &logo)
 }
 
 /// Brings all fields to the settings but for those that say so already.
-void ImageDialog::show(const ImageEdit &edit)
+void ImageDialog::showEdit(const ImageEdit &edit)
 {
     const QScopedValueRollback showing(m_showing, true);
     ImageEdit shown = edit;
@@ -240,7 +240,7 @@ void ImageDialog::takeFields(const NumberSpinBox *changed)
         for (qsizetype other = first; other < first + channelMembers; ++other)
             m_fields.at(other).member(m_edit) = value;
     }
-    show(m_edit);
+    showEdit(m_edit);
 }
 
 void ImageDialog::on_frameCheckBox_toggled(bool on)
@@ -259,7 +259,7 @@ void ImageDialog::on_frameCheckBox_toggled(bool on)
         m_edit.centerX = 0;
         m_edit.centerY = 0;
     }
-    show(m_edit);
+    showEdit(m_edit);
 }
 
 void ImageDialog::on_angleSlider_valueChanged(int value)
@@ -288,14 +288,14 @@ void ImageDialog::turn(double degrees)
 {
     m_edit.angle += degrees;
     m_edit.angle = tidied(m_edit).angle;
-    show(m_edit);
+    showEdit(m_edit);
 }
 
 void ImageDialog::on_resetPushButton_clicked()
 {
     m_edit = {};
     m_ui->frameCheckBox->setChecked(false);
-    show(m_edit);
+    showEdit(m_edit);
 }
 
 /// Shows what becomes of the picture; while one is being made, only the last state is made next.
@@ -332,27 +332,41 @@ void ImageDialog::on_logoPushButton_clicked()
     if (path.isEmpty())
         return;
     setBusy(tr("Логотип записывается…"));
+    struct Chosen
+    {
+        ImportedImage file;
+        QImage logo;
+    };
     runInBackground(
-        this, [path] { return importImage(path, {}, {}); },
-        [this, path](const ImportedImage &image) {
-            if (image.fault != ImageFault::None || image.kind != ImageKind::Png) {
-                setBusy({});
-                showWarning(this,
-                            importFaultText(image.fault == ImageFault::None ? ImageFault::NoImage
-                                                                            : image.fault,
-                                            path));
+        this,
+        [path] {
+            const ImportedImage file = importImage(path, {}, {});
+            return Chosen{file, decodeImage(file.original)};
+        },
+        [this, path](const Chosen &chosen) {
+            const bool isPng = chosen.file.kind == ImageKind::Png;
+            if (chosen.file.fault == ImageFault::None && isPng) {
+                storeLogo(chosen.file.original, chosen.logo);
                 return;
             }
-            putFiles(this, ImagesStore::instance(), {{logoFile, image.original}},
-                     [this, bytes = image.original](const QString &reason) {
-                         setBusy({});
-                         m_logoChanged = m_logoChanged || reason.isEmpty();
-                         if (reason.isEmpty())
-                             useLogo(decodeImage(bytes));
-                         else
-                             tell(tr("Логотип не записан: %1").arg(reason));
-                     });
+            setBusy({});
+            showWarning(this, chosen.file.fault == ImageFault::None
+                                  ? tr("Файл «%1» не в формате png.").arg(path)
+                                  : importFaultText(chosen.file.fault, path));
         });
+}
+
+void ImageDialog::storeLogo(const QByteArray &bytes, const QImage &logo)
+{
+    putFiles(this, ImagesStore::instance(), {{logoFile, bytes}},
+             [this, logo](const QString &reason) {
+                 setBusy({});
+                 m_logoChanged = m_logoChanged || reason.isEmpty();
+                 if (reason.isEmpty())
+                     useLogo(logo);
+                 else
+                     tell(tr("Логотип не записан: %1").arg(reason));
+             });
 }
 
 void ImageDialog::on_nologoPushButton_clicked()

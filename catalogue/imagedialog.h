@@ -51,8 +51,9 @@ private:
     void connectFields();
     void load();
     void takeOriginal(const QByteArray &bytes);
+    void storeLogo(const QByteArray &bytes, const QImage &logo);
     void useLogo(const QImage &logo);
-    void show(const ImageEdit &edit);
+    void showEdit(const ImageEdit &edit);
     void takeFields(const NumberSpinBox *changed);
     void turn(double degrees);
     void preview();

@@ -155,9 +155,12 @@ void ImageIntake::write(const QString &reason)
         stop(reason);
         return;
     }
-    const std::optional<qulonglong> id =
-        addWareImage(m_window, {.wareid = m_wareid, .fileName = m_fileName, .title = m_title()});
+    bool isUnknown = false;
+    const std::optional<qulonglong> id = addWareImage(
+        m_window, {.wareid = m_wareid, .fileName = m_fileName, .title = m_title()}, &isUnknown);
     if (!id) {
+        if (isUnknown)
+            m_fileName.clear(); // the row may need them
         stop({});
         return;
     }
@@ -185,8 +188,10 @@ void ImageIntake::stop(const QString &text)
 
 void ImageIntake::removeFiles()
 {
-    if (!m_fileName.isEmpty())
-        removeStoredFiles({std::exchange(m_fileName, {})});
+    const QStringList files =
+        m_fileName.isEmpty() ? QStringList() : storedFilesOf(std::exchange(m_fileName, {}));
+    for (const QString &file : files)
+        ImagesStore::instance().remove(file);
 }
 
 void ImageIntake::end(const QString &fault)

@@ -177,7 +177,7 @@ void WareGallery::refresh(qulonglong selectedId)
     const qulonglong kept = selectedId != 0 ? selectedId : currentId();
     if (!loadWareImages(window(), m_wareid, images))
         return;
-    show(images);
+    showImages(images);
     const auto place = std::find_if(m_images.cbegin(), m_images.cend(),
                                     [&](const WareImage &image) { return image.id == kept; });
     if (!m_images.isEmpty())
@@ -187,10 +187,11 @@ void WareGallery::refresh(qulonglong selectedId)
 }
 
 /// Items stay what they are where they can, with the thumbnails that they have.
-void WareGallery::show(const QList<WareImage> &images)
+void WareGallery::showImages(const QList<WareImage> &images)
 {
     const int place = m_list->verticalScrollBar()->value();
     m_images = images;
+    m_rowsOf.clear();
     while (m_list->count() > images.size())
         delete m_list->takeItem(m_list->count() - 1);
     while (m_list->count() < images.size())
@@ -201,6 +202,7 @@ void WareGallery::show(const QList<WareImage> &images)
     for (qsizetype i = 0; i < images.size(); ++i) {
         QListWidgetItem *item = m_list->item(int(i));
         const WareImage &image = images.at(i);
+        m_rowsOf.insert(thumbOf(image.fileName), int(i));
         item->setData(idRole, image.id);
         item->setText(image.title.simplified());
         item->setToolTip(plainToolTip(image.title));
@@ -241,11 +243,9 @@ void WareGallery::requestVisible()
 /// A null picture: there is none to show.
 void WareGallery::showThumbnail(const QString &fileName, const QPixmap &pixmap)
 {
-    for (int row = 0; row < m_list->count(); ++row) {
-        QListWidgetItem *item = m_list->item(row);
-        if (thumbOf(item->data(fileRole).toString()) == fileName)
-            item->setIcon(iconOf(pixmap));
-    }
+    const QList<int> rows = m_rowsOf.values(fileName);
+    for (const int row : rows)
+        m_list->item(row)->setIcon(iconOf(pixmap));
 }
 
 /// Scaled once, since an icon would do it again and again.

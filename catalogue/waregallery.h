@@ -2,6 +2,7 @@
 
 #include <QIcon>
 #include <QList>
+#include <QMultiHash>
 #include <QSize>
 #include <QString>
 #include <QWidget>
@@ -65,7 +66,7 @@ private:
     void makeList();
     void makeButtons();
     void watchThumbnails();
-    void show(const QList<WareImage> &images);
+    void showImages(const QList<WareImage> &images);
     void requestVisible();
     QIcon iconOf(const QPixmap &pixmap) const;
     void showThumbnail(const QString &fileName, const QPixmap &pixmap);
@@ -88,8 +89,9 @@ private:
     QListWidget *m_list = nullptr;
     QLabel *m_status = nullptr;
     QPushButton *m_stop = nullptr;
-    QList<WareImage> m_images;     ///< in the order of the list
-    QList<qulonglong> m_addedHere; ///< of a product that is not saved yet
+    QList<WareImage> m_images;         ///< in the order of the list
+    QMultiHash<QString, int> m_rowsOf; ///< by the file of the thumbnail
+    QList<qulonglong> m_addedHere;     ///< of a product that is not saved yet
     QSize m_iconSize;
     bool m_touched = false;
     bool m_requestPending = false;

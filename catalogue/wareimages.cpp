@@ -278,9 +278,10 @@ QString firstImageQuery(qulonglong wareid)
            " ORDER BY COALESCE(ordernum,0), id LIMIT 1;";
 }
 
-std::optional<qulonglong> addWareImage(QWidget *parent, const WareImage &image)
+std::optional<qulonglong> addWareImage(QWidget *parent, const WareImage &image, bool *isUnknown)
 {
     qulonglong id = 0;
+    bool inDoubt = false;
     const auto add = [&] {
         QList<WareImage> others;
         if (!readLocked(ofWare(image.wareid), others))
@@ -292,6 +293,7 @@ std::optional<qulonglong> addWareImage(QWidget *parent, const WareImage &image)
             id = former->id;
             return TransactionStep::Done;
         }
+        inDoubt = false;
         ImageEdit edit = image.edit;
         QString columns;
         QString values;
@@ -312,7 +314,11 @@ std::optional<qulonglong> addWareImage(QWidget *parent, const WareImage &image)
         id = query.lastInsertId().toULongLong();
         return TransactionStep::Commit;
     };
-    return run(parent, add) ? std::optional(id) : std::nullopt;
+    if (run(parent, add, &inDoubt))
+        return id;
+    if (isUnknown)
+        *isUnknown = inDoubt;
+    return {};
 }
 
 bool moveWareImage(QWidget *parent, qulonglong id, bool forward)

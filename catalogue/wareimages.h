@@ -49,8 +49,10 @@ LoadState loadWareImage(QWidget *parent, qulonglong id, WareImage &image);
 QString firstImageQuery(qulonglong wareid);
 
 /// Adds a picture behind the others of its product, at once with any that another station adds.
-/// Returns its id; of a file that the product has already, that of its row.
-std::optional<qulonglong> addWareImage(QWidget *parent, const WareImage &image);
+/// Returns its id; of a file that the product has already, that of its row. isUnknown: without an
+/// id, whether the row may be there all the same.
+std::optional<qulonglong> addWareImage(QWidget *parent, const WareImage &image,
+                                       bool *isUnknown = nullptr);
 
 /// Makes a picture change places with the one in front of it or behind it; nothing happens at the
 /// end of the list.

@@ -7,6 +7,7 @@
 #include "app/settings.h"
 #include "catalogue/currenciesdialog.h"
 #include "db/session.h"
+#include "images/imagesstore.h"
 #include "income/cataloguecommands.h"
 #include "income/codefieldguard.h"
 #include "income/goodsentry.h"
@@ -74,6 +75,7 @@ IncomeInvoiceWindow::IncomeInvoiceWindow(QWidget *parent)
     restoreWindowPlace(this, m_ui->splitter, windowKeys, QSize(1600, 950), 40);
     applyFontSize();
     m_watch->start();
+    ImagesStore::instance().open(ImagesStoreSettings::read());
     if (m_ready)
         start();
 }

@@ -15,6 +15,7 @@
 #include "catalogue/dictionaries.h"
 #include "catalogue/groupdialog.h"
 #include "catalogue/groupsdialog.h"
+#include "catalogue/imagedialog.h"
 #include "catalogue/pricehistorydialog.h"
 #include "catalogue/propertiesdialog.h"
 #include "catalogue/quantitydialog.h"
@@ -105,6 +106,7 @@ QList<Maker> makers()
         maker<DictionaryDialog>(BrandsDialog::dictionary(), 0, none),
         maker<DictionaryDialog>(UnitsDialog::dictionary(), 0, none),
         maker<DictionaryDialog>(LocalesDialog::dictionary(), 0, none),
+        maker<ImageDialog>(WareImage{.fileName = "a.jpg", .title = longName}, none),
         maker<IncomeReportDialog>(none),
         maker<MissedCodesDialog>(&missed, QString()),
         maker<QuantityRestDialog>(ReceiptRequest{.wareid = 1}),

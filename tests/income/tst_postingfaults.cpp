@@ -227,6 +227,7 @@ private slots:
         QVERIFY(createConnection(
             nullptr, {.name = "small", .dbtype = "sqlite", .databasename = path}, mainConnection));
         QVERIFY(shop::create());
+        shop::logIn({.id = 3, .login = "anna", .name = "Анна", .rights = int(Right::ReceiveGoods)});
         constexpr int lines = 3000;
         TransactionGuard filling;
         for (int i = 1; i <= lines; ++i) {

@@ -116,6 +116,7 @@ private slots:
         const auto [meanwhile, again, income] = rowValues<QString, PostingOutcome, QString>();
         const QString name = makeClusterDatabase();
         QVERIFY(createConnection(nullptr, cluster().entry(1, name), otherNode));
+        shop::logIn({.id = 3, .login = "anna", .name = "Анна", .rights = int(Right::ReceiveGoods)});
         shop::addLine({.wareId = 1, .quantity = 2});
         shop::addLine({.wareId = 2, .quantity = 5});
         bool done = false;
