@@ -46,7 +46,8 @@ void tryScales(const SettingsValues &values, QObject * /*context*/, const Done &
 {
     const scales::Reading reading = scales::weigh(values.value(SettingsKey::ScalesPort));
     if (reading.weight)
-        done({true, SetupCommands::tr("Весы показывают: %1").arg(formatQuantity(*reading.weight))});
+        done({true,
+              SetupCommands::tr("Весы показывают: %1 кг").arg(formatQuantity(*reading.weight))});
     else
         done({false, QString(reading.fault + u' ' + reading.reason).trimmed()});
 }
