@@ -65,6 +65,11 @@ QString ImagesStoreSettings::fault() const
     return {};
 }
 
+QString ImagesStoreSettings::shareRoot() const
+{
+    return path.startsWith(u'/') ? path : u'/' + path;
+}
+
 QString ImagesStoreSettings::displayName() const
 {
     if (!isWebdav())
@@ -76,7 +81,7 @@ QString ImagesStoreSettings::displayName() const
     url.setScheme(address.encrypted ? QStringLiteral("https") : QStringLiteral("http"));
     url.setHost(address.host);
     url.setPort(address.port == 0 ? -1 : address.port);
-    url.setPath(u'/' + path, QUrl::DecodedMode);
+    url.setPath(shareRoot(), QUrl::DecodedMode);
     return url.toDisplayString();
 }
 
