@@ -223,15 +223,17 @@ void SettingsDialog::on_smsTestPushButton_clicked()
         tryOut(m_parts.trySms, m_ui->smsTestPushButton, m_ui->smsResultLabel);
 }
 
-/// Runs a trial of what is entered; its verdict is shown on the label. A second one on the same
-/// label ends the first.
+/// Runs a trial of what is entered; its verdict is shown on the label. While it runs its button
+/// does nothing, and another one of the same label ends it. No button is disabled: the keyboard
+/// would go on to the next one, and a second press would save.
 void SettingsDialog::tryOut(const SettingsTrial &trial, QPushButton *button, QLabel *label)
 {
-    delete m_trials.take(label);
-    auto *context = new QObject(this);
+    QObject *former = m_trials.value(label);
+    if (former && former->parent() == button)
+        return;
+    delete former;
+    auto *context = new QObject(button);
     m_trials.insert(label, context);
-    button->setEnabled(false);
-    connect(context, &QObject::destroyed, button, [button] { button->setEnabled(true); });
     label->setPalette(palette());
     label->setText(tr("Проверяется..."));
     label->repaint(); // some trials keep the window waiting
