@@ -30,7 +30,12 @@ ImagesStoreSettings storeSettings(const SettingsValues &values)
 
 QPair<SettingsKey, QString> checkImages(const SettingsValues &values)
 {
-    return {SettingsKey::ImagesStoreHost, storeSettings(values).fault()};
+    ImagesStoreSettings settings = storeSettings(values);
+    const QString fault = settings.fault();
+    settings.port.clear();
+    return {settings.fault().isEmpty() ? SettingsKey::ImagesStorePort
+                                       : SettingsKey::ImagesStoreHost,
+            fault};
 }
 
 void tryImages(const SettingsValues &values, QObject *context, const Done &done)
