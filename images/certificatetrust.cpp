@@ -2,8 +2,9 @@
 
 #include "app/messages.h"
 #include "app/settings.h"
+#include "widgets/runwithprogress.h"
 
-#include <QApplication>
+#include <QCoreApplication>
 #include <QCryptographicHash>
 #include <QHash>
 #include <QPointer>
@@ -55,7 +56,7 @@ void accept(const QString &server, const QSslCertificate &certificate)
     QString error;
     if (!Settings::instance().change(SettingsKey::ImagesStoreCertificates, entries.join(u' '),
                                      &error))
-        showWarning(QApplication::activeWindow(), error);
+        showWarning(lastingWindow(), error);
 }
 
 QString subjectOf(const QSslCertificate &certificate)
@@ -79,7 +80,7 @@ bool askUser(const QString &server, const Question &question)
                        "Доверять этому сертификату?")
             .arg(server, shortened(errors).join(u'\n'), subjectOf(question.certificate),
                  certificatetrust::fingerprint(question.certificate));
-    return askQuestion(QApplication::activeWindow(), text,
+    return askQuestion(lastingWindow(), text,
                        {TrustTexts::tr("Доверять"), TrustTexts::tr("Отказаться")}, 1, 1) == 0;
 }
 

@@ -8,7 +8,7 @@
 #include "images/webdavrequest.h"
 #include "widgets/runwithprogress.h"
 
-#include <QApplication>
+#include <QCoreApplication>
 #include <QPointer>
 #include <QTimer>
 
@@ -36,6 +36,12 @@ QByteArray versionOf(const QNetworkReply *reply)
     return tag.isEmpty() ? reply->rawHeader("Last-Modified") : tag;
 }
 
+/// Whether the server is not there, or lets nobody in.
+bool isUnreachable(const WebdavRequest &request)
+{
+    return request.status() == 0 || request.status() == 401;
+}
+
 /// A box for the user, when no loop over rows would have to wait for it.
 void showLater(const QString &text)
 {
@@ -43,7 +49,7 @@ void showLater(const QString &text)
         if (isLooping())
             showLater(text);
         else
-            showWarning(QApplication::activeWindow(), text);
+            showWarning(lastingWindow(), text);
     });
 }
 
@@ -92,6 +98,7 @@ void ImagesStore::open(const ImagesStoreSettings &settings)
     m_folders.clear();
     m_settings = settings;
     m_reached = m_outage = false;
+    m_unwritable.clear();
     m_lockedOut = QDeadlineTimer();
     m_webdav.reset();
     m_local.reset();
@@ -275,7 +282,8 @@ void ImagesStore::runLocally(const OperationPointer &operation)
     }
     finish(operation, {.reason = outcome == Outcome::Done ? QString() : reason,
                        .missing = outcome == Outcome::Missing,
-                       .outage = outcome == Outcome::Failed});
+                       .outage = outcome == Outcome::Failed,
+                       .unwritable = unwritableBy(*operation)});
 }
 
 /// A few hundred files in each turn of the event loop.
@@ -409,7 +417,10 @@ void ImagesStore::folderAnswered(const OperationPointer &operation, const Webdav
         const QString reason = request.status() == 409
                                    ? tr("на сервере нет папки %1").arg(m_settings.path)
                                    : request.reason();
-        finish(operation, {.reason = reason, .outage = true});
+        finish(operation,
+               {.reason = reason,
+                .outage = true,
+                .unwritable = isUnreachable(request) ? QString() : unwritableBy(*operation)});
     }
 }
 
@@ -424,15 +435,17 @@ void ImagesStore::answered(const OperationPointer &operation, const WebdavReques
         result.missing = request.fault() == Fault::Missing;
         result.outage = request.state() == BackgroundWork::State::TimedOut ||
                         request.fault() == Fault::Broken || request.fault() == Fault::Server;
+        if (!isUnreachable(request))
+            result.unwritable = unwritableBy(*operation);
     } else if (operation->verb == Verb::Remove && request.status() == 207) {
         result.reason = tr("хранилище изображений не удалило файл");
     }
     if (operation->verb == Verb::List)
         takeFiles(*operation, result);
-    const bool isUnreachable = result.outage && (request.status() == 0 || request.status() == 401);
+    const bool concernsAll = result.outage && isUnreachable(request);
     finish(operation, result);
     // What stands behind it would only wait for the same.
-    if (isUnreachable)
+    if (concernsAll)
         failWaiting(result);
 }
 
@@ -485,14 +498,22 @@ void ImagesStore::takeFiles(Operation &operation, Result &result) const
     }
 }
 
+/// The folder that an operation could not change; empty: it was to read.
+QString ImagesStore::unwritableBy(const Operation &operation)
+{
+    const bool isWriting = operation.verb == Verb::Put || operation.verb == Verb::Remove;
+    return isWriting ? folderOf(operation.name) : QString();
+}
+
 void ImagesStore::finish(const OperationPointer &operation, const Result &result)
 {
     const OperationPointer kept = operation; // the caller's may be the one in the list
     m_operations.removeOne(kept);
     if (result.outage)
         tellOutage(m_local ? tr("Хранилище изображений: %1").arg(result.reason)
-                           : tr("Reply error: %1").arg(result.reason));
-    else if (result.reason.isEmpty() || result.missing)
+                           : tr("Reply error: %1").arg(result.reason),
+                   result.unwritable);
+    else if ((result.reason.isEmpty() || result.missing) && endsOutage(*kept))
         m_outage = false;
     answer(*kept, result);
 }
@@ -524,11 +545,20 @@ void ImagesStore::answer(const Operation &operation, const Result &result)
     }
 }
 
-void ImagesStore::tellOutage(const QString &text)
+/// Whether what has been done shows that the store works again; a full one can still be read.
+bool ImagesStore::endsOutage(const Operation &operation) const
+{
+    return m_unwritable.isEmpty() ||
+           (operation.verb == Verb::Put && folderOf(operation.name) == m_unwritable);
+}
+
+void ImagesStore::tellOutage(const QString &text, const QString &unwritable)
 {
     m_reached = false;
-    if (std::exchange(m_outage, true))
+    if (m_outage && (m_unwritable.isEmpty() || !unwritable.isEmpty()))
         return;
+    m_outage = true;
+    m_unwritable = unwritable;
     if (m_silent)
         logMessage(text);
     else

@@ -120,7 +120,8 @@ private:
     {
         QString reason = {}; ///< empty: it is done
         bool missing = false;
-        bool outage = false; ///< the whole store does not work
+        bool outage = false;     ///< the store does not work
+        QString unwritable = {}; ///< with that: it is this folder only that takes nothing
     };
 
     QString place(const QString &name) const;
@@ -141,7 +142,9 @@ private:
     void takeFiles(Operation &operation, Result &result) const;
     void finish(const OperationPointer &operation, const Result &result);
     void answer(const Operation &operation, const Result &result);
-    void tellOutage(const QString &text);
+    static QString unwritableBy(const Operation &operation);
+    bool endsOutage(const Operation &operation) const;
+    void tellOutage(const QString &text, const QString &unwritable = {});
     void failWaiting(const Result &result);
 
     ImagesStoreSettings m_settings;
@@ -156,5 +159,6 @@ private:
     bool m_startPending = false;
     bool m_reached = false; ///< the server has answered
     bool m_outage = false;
+    QString m_unwritable; ///< the folder that takes nothing, where that is all of the outage
     bool m_silent = false;
 };

@@ -5,7 +5,9 @@
 #include <QCoreApplication>
 #include <QLabel>
 #include <QMessageBox>
+#include <QPointer>
 #include <QPushButton>
+#include <QScopeGuard>
 
 namespace {
 
@@ -28,18 +30,20 @@ constexpr auto commonRole = QMessageBox::ActionRole;
 
 int showBox(QWidget *parent, const BoxRequest &request)
 {
-    QMessageBox box(parent);
-    box.setWindowTitle(QStringLiteral("Lavkor"));
-    box.setIcon(iconOf(request.kind));
+    // Its parent may go while it is open, and takes it along.
+    const QPointer<QMessageBox> box = new QMessageBox(parent);
+    const auto deleted = qScopeGuard([&box] { delete box; });
+    box->setWindowTitle(QStringLiteral("Lavkor"));
+    box->setIcon(iconOf(request.kind));
     // Before the text: a name such as "<img src=…>" must not be read as markup.
-    box.setTextFormat(request.html ? Qt::RichText : Qt::PlainText);
-    box.setText(request.text);
-    box.setTextInteractionFlags(Qt::TextSelectableByMouse);
+    box->setTextFormat(request.html ? Qt::RichText : Qt::PlainText);
+    box->setText(request.text);
+    box->setTextInteractionFlags(Qt::TextSelectableByMouse);
 
     if (!request.note.isEmpty()) {
-        box.setInformativeText(request.note);
+        box->setInformativeText(request.note);
         // It is made with the text and guesses its format otherwise.
-        if (auto *label = box.findChild<QLabel *>(QStringLiteral("qt_msgbox_informativelabel")))
+        if (auto *label = box->findChild<QLabel *>(QStringLiteral("qt_msgbox_informativelabel")))
             label->setTextFormat(Qt::PlainText);
     }
 
@@ -48,23 +52,25 @@ int showBox(QWidget *parent, const BoxRequest &request)
         texts = {QCoreApplication::translate("MessageBox", "OK")};
     QList<QPushButton *> buttons;
     for (const QString &text : std::as_const(texts))
-        buttons += box.addButton(text, commonRole);
+        buttons += box->addButton(text, commonRole);
     if (!request.details.isEmpty()) {
-        box.setDetailedText(request.details);
-        const QList<QAbstractButton *> all = box.buttons();
+        box->setDetailedText(request.details);
+        const QList<QAbstractButton *> all = box->buttons();
         for (QAbstractButton *button : all) {
             if (!buttons.contains(button))
                 button->setText(QCoreApplication::translate("MessageBox", "Подробнее"));
         }
     }
-    box.setDefaultButton(buttons.value(request.defaultButton));
-    box.setEscapeButton(buttons.value(request.escapeButton));
+    box->setDefaultButton(buttons.value(request.defaultButton));
+    box->setEscapeButton(buttons.value(request.escapeButton));
     if (QPushButton *button = buttons.value(request.defaultButton))
         button->setFocus();
-    box.exec();
+    box->exec();
+    if (!box)
+        return request.escapeButton;
 
     for (int index = 0; index < buttons.size(); ++index) {
-        if (box.clickedButton() == buttons.at(index))
+        if (box->clickedButton() == buttons.at(index))
             return index;
     }
     return request.escapeButton;

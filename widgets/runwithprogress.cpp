@@ -3,6 +3,7 @@
 #include "app/backgroundwork.h"
 #include "widgets/progressdialog.h"
 
+#include <QApplication>
 #include <QPointer>
 #include <QScopeGuard>
 
@@ -38,6 +39,14 @@ bool isWorking()
 bool isLooping()
 {
     return works > 0;
+}
+
+QWidget *lastingWindow()
+{
+    QWidget *window = QApplication::activeWindow();
+    while (qobject_cast<QProgressDialog *>(window))
+        window = window->parentWidget();
+    return window;
 }
 
 void showProgress(QWidget *parent, const QString &label, BackgroundWork *work)

@@ -17,6 +17,10 @@ bool isWorking();
 /// Whether it is a loop over rows that would have to wait for a box.
 bool isLooping();
 
+/// The parent for a box that belongs to no window: the active one, but no progress, which ends by
+/// itself. nullptr when there is none.
+QWidget *lastingWindow();
+
 /// Shows a window-modal dialog with a bar while work that was started goes on by itself; the user
 /// may stop it, which cancels it. isWorking() until it is over. Returns at once.
 void showProgress(QWidget *parent, const QString &label, BackgroundWork *work);

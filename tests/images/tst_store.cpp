@@ -354,8 +354,8 @@ private slots:
         const auto [status, box, reason] = rowValues<QByteArray, bool, QString>();
         RecordingServer server;
         server.onRequest = [status = status](QTcpSocket *socket, const QByteArray &request) {
-            socket->write(
-                RecordingServer::answer(request.startsWith("MKCOL") ? "201 Created" : status));
+            const bool isGood = request.startsWith("MKCOL") || request.startsWith("GET");
+            socket->write(RecordingServer::answer(isGood ? "200 OK" : status));
         };
         if (box)
             m_boxes.answer("OK");
@@ -364,6 +364,10 @@ private slots:
         store.put("originals/x.jpg", "x");
         QVERIFY(answers.wait(1));
         QCOMPARE(answers.all, {"no put originals/x.jpg"});
+        // That something can be read does not end it.
+        store.get("originals/y.jpg");
+        store.put("originals/z.jpg", "z");
+        QVERIFY(answers.wait(3));
         QVERIFY2(answers.reasons.first().contains(reason), qPrintable(answers.reasons.first()));
     }
 

@@ -66,6 +66,13 @@ private slots:
                  1);
     }
 
+    void aParentThatGoesTakesItsBox()
+    {
+        auto *parent = new QWidget;
+        m_steps.whenOpen<QMessageBox>([parent](QMessageBox &) { delete parent; });
+        QCOMPARE(askQuestion(parent, "Ещё?", {"Да", "Нет"}, 0, 1), 1);
+    }
+
 private:
     TestHome m_home;
     DialogSteps m_steps;
