@@ -209,7 +209,8 @@ QList<QPair<QString, QString>> timeZones()
 bool soundsSecret(const QString &name)
 {
     static const QRegularExpression secret(
-        QStringLiteral("PASSWORD|PASSWD|PASSPHRASE|SECRET|TOKEN|PRIVATE|API_?KEY|_KEY$|_PASS$"),
+        QStringLiteral("PASSWORD|PASSWD|PASSPHRASE|PWD|SECRET|TOKEN|PRIVATE|API_?KEY|_KEY$|_PASS$|"
+                       "пароль|секрет|токен"),
         QRegularExpression::CaseInsensitiveOption);
     return secret.match(name).hasMatch();
 }
@@ -255,7 +256,7 @@ OptionDescription describeOption(const OptionRow &row)
         description.least = known->least;
         description.most = known->most;
         description.suffix = known->suffix;
-    } else if (soundsSecret(row.name)) {
+    } else if (soundsSecret(row.name) || soundsSecret(row.localname)) {
         description.kind = OptionKind::Secret;
     }
     if (description.kind == OptionKind::Text && row.value.contains(u'\n'))

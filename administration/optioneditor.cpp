@@ -89,9 +89,11 @@ void showOption(QWidget *editor, const OptionDescription &description, const QSt
 
 QString enteredOption(const QWidget *editor, const OptionDescription &description)
 {
+    // An emptied field is no 0.
     if (const auto *number = qobject_cast<const NumberSpinBox *>(editor))
-        return number->hasAcceptableInput() ? QString::number(number->value(), 'f', 0)
-                                            : number->text();
+        return number->hasAcceptableInput() && !number->text().isEmpty()
+                   ? QString::number(number->value(), 'f', 0)
+                   : number->text();
     const QString text = valueInField(editor).toString();
     return description.kind == OptionKind::Text ? text.trimmed() : text;
 }

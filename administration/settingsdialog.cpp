@@ -148,8 +148,7 @@ void SettingsDialog::trySound(Sound sound)
                       : fault});
         });
     };
-    tryOut(play, sound == Sound::Found ? m_ui->foundTestPushButton : m_ui->notFoundTestPushButton,
-           m_ui->soundResultLabel);
+    tryOut(play, m_ui->soundResultLabel);
 }
 
 void SettingsDialog::on_imagesTypeComboBox_currentIndexChanged(int /*index*/)
@@ -176,7 +175,7 @@ void SettingsDialog::on_imagesPathBrowsePushButton_clicked()
 void SettingsDialog::on_imagesTestPushButton_clicked()
 {
     if (check(m_parts.checkImages))
-        tryOut(m_parts.tryImages, m_ui->imagesTestPushButton, m_ui->imagesResultLabel);
+        tryOut(m_parts.tryImages, m_ui->imagesResultLabel);
 }
 
 void SettingsDialog::on_scalesTypeComboBox_currentIndexChanged(int /*index*/)
@@ -214,24 +213,22 @@ void SettingsDialog::findPorts()
 void SettingsDialog::on_scalesTestPushButton_clicked()
 {
     if (check(checkScales))
-        tryOut(m_parts.tryScales, m_ui->scalesTestPushButton, m_ui->scalesResultLabel);
+        tryOut(m_parts.tryScales, m_ui->scalesResultLabel);
 }
 
 void SettingsDialog::on_smsTestPushButton_clicked()
 {
     if (check(m_parts.checkSms))
-        tryOut(m_parts.trySms, m_ui->smsTestPushButton, m_ui->smsResultLabel);
+        tryOut(m_parts.trySms, m_ui->smsResultLabel);
 }
 
 /// Runs a trial of what is entered; its verdict is shown on the label. A second one on the same
 /// label ends the first.
-void SettingsDialog::tryOut(const SettingsTrial &trial, QPushButton *button, QLabel *label)
+void SettingsDialog::tryOut(const SettingsTrial &trial, QLabel *label)
 {
     delete m_trials.take(label);
     auto *context = new QObject(this);
     m_trials.insert(label, context);
-    button->setEnabled(false);
-    connect(context, &QObject::destroyed, button, [button] { button->setEnabled(true); });
     label->setPalette(palette());
     label->setText(tr("Проверяется..."));
     label->repaint(); // some trials keep the window waiting

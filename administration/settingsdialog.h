@@ -9,7 +9,6 @@
 #include "widgets/sound.h"
 
 class QLabel;
-class QPushButton;
 
 namespace Ui {
 class SettingsDialog;
@@ -52,7 +51,7 @@ private:
     void findPorts();
     bool check(const SettingsCheck &rule);
     void lead(SettingsKey key);
-    void tryOut(const SettingsTrial &trial, QPushButton *button, QLabel *label);
+    void tryOut(const SettingsTrial &trial, QLabel *label);
     void trySound(Sound sound);
     static void tell(QLabel *label, const Verdict &verdict);
 

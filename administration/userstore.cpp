@@ -161,10 +161,12 @@ TransactionStep UserSave::write(const UserRecord &wanted)
         m_written.id = wanted.id;
     }
     m_inDoubt = false;
-    const bool taken = std::any_of(users.begin(), users.end(), [&](const Stored &one) {
-        return one.user.id != wanted.id &&
-               one.user.login.compare(wanted.login, Qt::CaseInsensitive) == 0;
-    });
+    // Users of old who share a login can still be disabled and changed.
+    const bool isClaimed = wanted.login != m_seen.login || (wanted.enabled && !m_seen.enabled);
+    const bool taken = isClaimed && std::any_of(users.begin(), users.end(), [&](const Stored &one) {
+                           return one.user.id != wanted.id &&
+                                  one.user.login.compare(wanted.login, Qt::CaseInsensitive) == 0;
+                       });
     return taken ? refuse(UserSaveState::LoginTaken) : writeRow(users, wanted);
 }
 

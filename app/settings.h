@@ -50,8 +50,8 @@ enum class SettingsKey {
     FriendImagesStoreLogin,
     FriendImagesStorePassword,
     ImagesStoreCertificates, ///< accepted ones, "host:port=fingerprint" with blanks between
-    ScalesPort, ///< serial port name
-    ScalesType, ///< empty: no scales
+    ScalesPort,              ///< serial port name
+    ScalesType,              ///< empty: no scales
 };
 
 /// The settings file "lavkor.settings": connections and single values, XML.

@@ -358,6 +358,11 @@ void ImageDialog::on_logoPushButton_clicked()
 
 void ImageDialog::storeLogo(const QByteArray &bytes, const QImage &logo)
 {
+    const CommandScope command;
+    if (!mayDo(this, Command::ChangeOptions)) {
+        setBusy({});
+        return;
+    }
     putFiles(this, ImagesStore::instance(), {{logoFile, bytes}},
              [this, logo](const QString &reason) {
                  setBusy({});
@@ -373,6 +378,9 @@ void ImageDialog::on_nologoPushButton_clicked()
 {
     if (askQuestion(this, tr("Убрать логотип магазина? Новые изображения будут без него."),
                     {tr("Убрать"), tr("Отмена")}, 1, 1) != 0)
+        return;
+    const CommandScope command;
+    if (!mayDo(this, Command::ChangeOptions))
         return;
     setBusy(tr("Логотип удаляется…"));
     removeFile(this, ImagesStore::instance(), logoFile, [this](const QString &reason) {

@@ -159,8 +159,8 @@ LoadState findProduct(qulonglong id, qulonglong &wareid)
 
 bool run(QWidget *parent, const std::function<TransactionStep()> &body, bool *inDoubt = nullptr)
 {
-    const TransactionResult result =
-        runInTransaction(parent, mainConnection, body, {.inDoubt = inDoubt});
+    const TransactionResult result = runInTransaction(
+        parent, mainConnection, body, {.inDoubt = inDoubt, .needs = {Command::EditProducts}});
     if (result.isDone())
         return true;
     if (result.state != TransactionState::Refused && !result.givenUp)

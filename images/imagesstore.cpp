@@ -108,7 +108,7 @@ void ImagesStore::open(const ImagesStoreSettings &settings)
     } else if (address.read(settings.host, settings.port)) {
         m_webdav.reset(new QWebdav);
         m_webdav->setConnectionSettings(address.encrypted ? QWebdav::HTTPS : QWebdav::HTTP,
-                                        address.host, settings.webdavRoot(), settings.login,
+                                        address.host, settings.shareRoot(), settings.login,
                                         settings.password, address.port);
         if (m_idle.count() > 0)
             m_webdav->setPatience(m_idle, m_total);

@@ -53,14 +53,6 @@ QString ImagesStoreSettings::localRoot() const
     return QDir::cleanPath(base.absoluteFilePath(path.isEmpty() ? QStringLiteral("images") : path));
 }
 
-QString ImagesStoreSettings::webdavRoot() const
-{
-    qsizetype begin = 0;
-    while (begin < path.size() && path.at(begin) == u'/')
-        ++begin;
-    return u'/' + path.mid(begin);
-}
-
 QString ImagesStoreSettings::fault() const
 {
     if (!isWebdav())
@@ -71,6 +63,11 @@ QString ImagesStoreSettings::fault() const
         return StoreTexts::tr("Пожалуйста, введите адрес сервера изображений в виде «имя» или "
                               "«http://имя», порт — числом от 1 до 65535.");
     return {};
+}
+
+QString ImagesStoreSettings::shareRoot() const
+{
+    return path.startsWith(u'/') ? path : u'/' + path;
 }
 
 QString ImagesStoreSettings::displayName() const
@@ -84,7 +81,7 @@ QString ImagesStoreSettings::displayName() const
     url.setScheme(address.encrypted ? QStringLiteral("https") : QStringLiteral("http"));
     url.setHost(address.host);
     url.setPort(address.port == 0 ? -1 : address.port);
-    url.setPath(webdavRoot(), QUrl::DecodedMode);
+    url.setPath(shareRoot(), QUrl::DecodedMode);
     return url.toDisplayString();
 }
 

@@ -23,8 +23,8 @@ struct ImagesStoreSettings
     /// The root of a local store, without a slash at its end.
     QString localRoot() const;
 
-    /// The root of a WebDAV store, with one slash at its beginning.
-    QString webdavRoot() const;
+    /// The root of a share, with one slash in front, written with or without it.
+    QString shareRoot() const;
 
     /// What is wrong with them, in words for the user; empty: nothing.
     QString fault() const;

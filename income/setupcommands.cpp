@@ -30,7 +30,12 @@ ImagesStoreSettings storeSettings(const SettingsValues &values)
 
 QPair<SettingsKey, QString> checkImages(const SettingsValues &values)
 {
-    return {SettingsKey::ImagesStoreHost, storeSettings(values).fault()};
+    ImagesStoreSettings settings = storeSettings(values);
+    const QString fault = settings.fault();
+    settings.port.clear();
+    return {settings.fault().isEmpty() ? SettingsKey::ImagesStorePort
+                                       : SettingsKey::ImagesStoreHost,
+            fault};
 }
 
 void tryImages(const SettingsValues &values, QObject *context, const Done &done)
@@ -46,7 +51,8 @@ void tryScales(const SettingsValues &values, QObject * /*context*/, const Done &
 {
     const scales::Reading reading = scales::weigh(values.value(SettingsKey::ScalesPort));
     if (reading.weight)
-        done({true, SetupCommands::tr("Весы показывают: %1").arg(formatQuantity(*reading.weight))});
+        done({true,
+              SetupCommands::tr("Весы показывают: %1 кг").arg(formatQuantity(*reading.weight))});
     else
         done({false, QString(reading.fault + u' ' + reading.reason).trimmed()});
 }

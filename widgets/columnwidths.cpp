@@ -112,6 +112,9 @@ bool ColumnWidths::eventFilter(QObject *watched, QEvent *event)
 {
     if (event->type() == QEvent::Resize || event->type() == QEvent::Show)
         fit();
+    else if (event->type() == QEvent::FontChange && m_view->isVisible())
+        // Queued: the headers get the font after the rows.
+        QMetaObject::invokeMethod(this, &ColumnWidths::resizeToContents, Qt::QueuedConnection);
     return QObject::eventFilter(watched, event);
 }
 

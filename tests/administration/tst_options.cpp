@@ -2,6 +2,7 @@
 #include "db/session.h"
 #include "tests/support/databasetest.h"
 #include "tests/support/widgets.h"
+#include "widgets/numberspinbox.h"
 
 #include <QTabWidget>
 
@@ -37,6 +38,10 @@ private slots:
         QCOMPARE(m_boxes->lastText(), "ИНН: Пожалуйста, введите ИНН из 10 или 12 цифр.");
         QCOMPARE(dialog.focusWidget(), child<QLineEdit>(dialog, "INN"));
         type(dialog, "INN", "1234567890");
+        child<NumberSpinBox>(dialog, "JPEG_QUALITY")->clear();
+        m_boxes->answer("OK");
+        click(dialog, "savePushButton");
+        QVERIFY(m_boxes->lastText().contains("целое число от 0 до 100"));
         QTest::keyClick(dialog.focusWidget(), Qt::Key_Return); // as a scanner sends it
         QVERIFY(dialog.isVisible());
         m_boxes->answer("Вернуться");
@@ -53,7 +58,7 @@ private slots:
         QCOMPARE(list->currentItem()->text(), "Прочие");
         dialog.show();
         QVERIFY(child<QLineEdit>(dialog, "FOREIGN_TEXT")->isVisible());
-        for (const char *secret : {"SHOP_API_TOKEN", "SMS_GATE_PASSWORD"})
+        for (const char *secret : {"SHOP_API_TOKEN", "SMS_GATE_PASSWORD", "FOREIGN_WORD"})
             QCOMPARE(child<QLineEdit>(dialog, secret)->echoMode(), QLineEdit::Password);
     }
 
@@ -122,6 +127,7 @@ private:
               "UPDATE options SET value='0' WHERE name='ALLOW_OVERSALE'",
               "UPDATE options SET value='s' WHERE name='SMS_GATE_PASSWORD'",
               "INSERT INTO options(id,name,value) VALUES(900,'FOREIGN_TEXT','a')",
+              "INSERT INTO options(id,name,localname) VALUES(902,'FOREIGN_WORD','Пароль банка')",
               "INSERT INTO options(id,name,value) VALUES(901,'SHOP_API_TOKEN','b')",
               "UPDATE options SET timestamp='old'"})
             QVERIFY(QueryExec(nullptr, statement));

@@ -116,10 +116,11 @@ private slots:
         auto *button = child<QPushButton>(dialog, "scalesTestPushButton");
         auto *label = child<QLabel>(dialog, "scalesResultLabel");
         button->click();
-        QVERIFY(!button->isEnabled());
+        const auto former = later;
+        button->click(); // a second click begins anew
+        former({true, " отвечает"});
         later({false, " не отвечает"});
         QCOMPARE(label->text(), "ttyS1 не отвечает");
-        QTRY_VERIFY(button->isEnabled());
         QCOMPARE(Settings::instance().value(SettingsKey::ScalesPort), "ttyS7");
     }
 

@@ -31,6 +31,15 @@ private slots:
                 LoginResult::Accepted);
         shop::logIn(m_anna);
         QCOMPARE(UserSave().save(nullptr, {.login = "о'нил \\"}), UserSaveState::LoginTaken);
+        // Two of that name from former times: one of them can be disabled, but not come back.
+        QVERIFY(
+            QueryExec(nullptr, "UPDATE users SET login=" + sql::text("О'НИЛ \\") + " WHERE id=4"));
+        QCOMPARE(save.load(nullptr, 4), LoadState::Loaded);
+        UserRecord twin = save.seen();
+        twin.enabled = false;
+        QCOMPARE(save.save(nullptr, twin), UserSaveState::Saved);
+        twin.enabled = true;
+        QCOMPARE(save.save(nullptr, twin), UserSaveState::LoginTaken);
         const QString log = logText();
         QVERIFY(log.contains("anna (№ 3): добавлен пользователь № " + id));
         QVERIFY(log.contains("права: «» → «Приём товара», пароль: изменён"));

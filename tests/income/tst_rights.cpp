@@ -8,6 +8,7 @@
 #include "catalogue/productstore.h"
 #include "catalogue/simpledictionaries.h"
 #include "catalogue/stagedrows.h"
+#include "catalogue/wareimages.h"
 #include "catalogue/waresave.h"
 #include "db/session.h"
 #include "db/sqltext.h"
@@ -97,6 +98,11 @@ void deleteBrand()
     deleteEntries(nullptr, BrandsDialog::dictionary(), {1});
 }
 
+void movePicture()
+{
+    moveWareImage(nullptr, 2, true);
+}
+
 void post()
 {
     told += ReceiptPosting(nullptr, mainConnection).post(PaymentType::Cash, {}).message;
@@ -125,6 +131,7 @@ QList<Action> actions()
     add({C::EditProducts}, codes, [] { bindCode(nullptr, "4607004652387", 11, 1); });
     add({C::EditProducts}, codes, [] { stageCode(nullptr, "46070046"); });
     add({C::EditProducts}, "SELECT groupid FROM warehouse", [] { changeGroup({}, {11}, 4); });
+    add({C::EditProducts}, "SELECT ordernum FROM images ORDER BY id", movePicture);
     add({C::EditDictionaries}, "SELECT id FROM brands", deleteBrand);
     add({C::EditCurrencies}, "SELECT value FROM currencies ORDER BY id", changeRate);
     add({C::ChangeOptions}, "SELECT value FROM options", [] { changeOptions({{1, "Л"}}); });
@@ -224,6 +231,8 @@ private:
         shop::addLine({.wareId = 11, .outcost = 25, .userId = 3});
         for (const char *statement :
              {"UPDATE warehouse SET inoutratio='2' WHERE id=12",
+              "REPLACE INTO images(id,wareid,ordernum) VALUES(1,11,1)",
+              "REPLACE INTO images(id,wareid,ordernum) VALUES(2,11,2)",
               "INSERT INTO brands(id,name) VALUES(1,'Бренд')",
               "UPDATE currencies SET value='90' WHERE id=3",
               "UPDATE options SET value='' WHERE id=1",

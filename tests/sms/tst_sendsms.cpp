@@ -330,6 +330,7 @@ private slots:
 
     void gatewayTrial_sendsNothing()
     {
+        m_server->received.clear();
         QStringList faults;
         const auto look = [&](const QString &address) {
             sms::checkGateway(address, this, [&](const QString &fault) { faults += fault; });
