@@ -7,8 +7,10 @@
 #include "ui_userdialog.h"
 #include "widgets/dialogbuttons.h"
 #include "widgets/dialogplace.h"
+#include "widgets/plaintext.h"
 
 #include <QHeaderView>
+#include <QScrollBar>
 
 namespace {
 
@@ -23,6 +25,7 @@ UserDialog::UserDialog(qulonglong id, QWidget *parent)
     m_ui->setupUi(this);
     setWindowTitle(id == 0 ? tr("Добавление пользователя") : tr("Пользователь № %1").arg(id));
     load(id);
+    makeRoomForRights();
     m_ui->loginLineEdit->setFocus();
     keepDialogSize(this);
 }
@@ -72,6 +75,7 @@ void UserDialog::addRights(qlonglong rights)
         item->setFlags(Qt::ItemIsEnabled | Qt::ItemIsSelectable | Qt::ItemIsUserCheckable);
         item->setCheckState(0, (rights & bit) != 0 ? Qt::Checked : Qt::Unchecked);
         item->setData(0, bitRole, bit);
+        item->setToolTip(1, plainToolTip(description.allows));
     }
     if (const qlonglong others = rights & ~knownRights(); others != 0) {
         auto *item = new QTreeWidgetItem(
@@ -81,6 +85,18 @@ void UserDialog::addRights(qlonglong rights)
     }
     tree->header()->setSectionResizeMode(0, QHeaderView::ResizeToContents);
     tree->setCurrentItem(tree->topLevelItem(0));
+}
+
+/// What a right allows is read whole where the screen has room for it.
+void UserDialog::makeRoomForRights()
+{
+    ensurePolished();
+    const QAbstractItemView *view = m_ui->rightsTreeWidget;
+    const int columns = view->sizeHintForColumn(0) + view->sizeHintForColumn(1);
+    const QMargins margins = layout()->contentsMargins();
+    const int edges = margins.left() + margins.right() + 2 * view->frameWidth() +
+                      view->verticalScrollBar()->sizeHint().width();
+    resize(size().expandedTo({columns + edges, 0}));
 }
 
 void UserDialog::showPasswordState()

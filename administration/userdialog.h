@@ -35,6 +35,7 @@ private:
     void load(qulonglong id);
     void showUser(const UserRecord &user);
     void addRights(qlonglong rights);
+    void makeRoomForRights();
     void showPasswordState();
     qlonglong chosenRights() const;
     UserRecord entered() const;

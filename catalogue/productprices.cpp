@@ -196,6 +196,9 @@ namespace {
 bool passPrice(QWidget *parent, const SqlRow &product, double outcost)
 {
     const qulonglong id = product.at(0).toULongLong();
+    QList<SqlRow> before; // for the log alone
+    QueryRows(nullptr, "SELECT outcost, name FROM warehouse WHERE id=" + sql::quotedId(id) + ';',
+              before, friendConnection);
     const TransactionResult written = writePricesAlone(
         parent,
         "UPDATE warehouse SET outcost='" + sql::exact(outcost) + "' WHERE id=" + sql::quotedId(id) +
@@ -205,6 +208,10 @@ bool passPrice(QWidget *parent, const SqlRow &product, double outcost)
     if (!written.isDone() && !written.givenUp)
         showDatabaseFailure(parent, written.failure,
                             ProductPrices::tr("Цена не передана в справочную базу данных."));
+    if (written.isDone() && !before.isEmpty())
+        notePrices(ProductPrices::tr("Цены в справочной базе данных, наименование %1")
+                       .arg(notedProduct(id, before.first().at(1).toString())),
+                   {.outcost = before.first().at(0).toDouble()}, {.outcost = outcost});
     return written.isDone();
 }
 
@@ -227,19 +234,12 @@ bool passPriceTo(QWidget *parent, qulonglong referenceId, double outcost)
     QList<SqlRow> rows;
     if (!mayDo(parent, Command::ChangePrices) ||
         !QueryRows(parent,
-                   "SELECT id, quantity, outcost, name FROM warehouse WHERE id=" +
-                       sql::quotedId(referenceId) + ";",
+                   "SELECT id, quantity FROM warehouse WHERE id=" + sql::quotedId(referenceId) +
+                       ";",
                    rows, friendConnection))
         return false;
-    if (!rows.isEmpty()) {
-        const SqlRow &row = rows.first();
-        if (!passPrice(parent, row, outcost))
-            return false;
-        notePrices(ProductPrices::tr("Цены в справочной базе данных, наименование %1")
-                       .arg(notedProduct(referenceId, row.at(3).toString())),
-                   {.outcost = row.at(2).toDouble()}, {.outcost = outcost});
-        return true;
-    }
+    if (!rows.isEmpty())
+        return passPrice(parent, rows.first(), outcost);
     showWarning(parent, ProductPrices::tr("Цена не передана: этого наименования больше нет в "
                                           "справочной базе данных."));
     return false;

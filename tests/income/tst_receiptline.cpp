@@ -7,6 +7,7 @@
 #include "income/receiptline.h"
 #include "tests/support/cuttingproxy.h"
 #include "tests/support/databasetest.h"
+#include "tests/support/files.h"
 
 #include <QWidget>
 
@@ -395,6 +396,8 @@ private slots:
         QTEST(reference.client("SELECT wareid FROM changeoutcostinfo WHERE ctime LIKE '20%'"),
               "mark");
         QCOMPARE(reference.client("SELECT COUNT(*) FROM changeoutcostinfo"), "1");
+        QCOMPARE(logText().contains("справочной базе данных, наименование № 501"),
+                 wanted && !wuid.isEmpty());
     }
 
 private:
