@@ -23,7 +23,8 @@ QStringList drawnByZint(const QStringList &codes)
     QStringList drawn;
     for (const QByteArray &line : zint.readAllStandardOutput().trimmed().split('\n')) {
         QString modules;
-        for (const char digit : QByteArray(line).replace(' ', ""))
+        const QByteArray digits = QByteArray(line).replace(' ', "");
+        for (const char digit : digits)
             modules +=
                 QString::number(QByteArray(1, digit).toInt(nullptr, 16), 2).rightJustified(4, u'0');
         drawn += modules.left(ean13Modules);

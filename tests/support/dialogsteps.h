@@ -22,9 +22,10 @@ public:
     void whenOpen(std::function<void(Dialog &)> step)
     {
         add(Dialog::staticMetaObject.className(), [step](QDialog *dialog) {
+            const QPointer<QDialog> left = dialog; // a step may delete it
             step(*qobject_cast<Dialog *>(dialog));
-            if (dialog->isVisible())
-                dialog->reject();
+            if (left && left->isVisible())
+                left->reject();
         });
     }
 
