@@ -5,6 +5,7 @@
 #include "images/localfolder.h"
 #include "images/multistatus.h"
 #include "images/qwebdav.h"
+#include "images/transfertuning.h"
 #include "images/webdavrequest.h"
 #include "widgets/runwithprogress.h"
 
@@ -65,6 +66,7 @@ ImagesStore::ImagesStore(const ImagesStoreSettings &settings, QObject *parent)
     : QObject(parent),
       m_webdav(nullptr, letGo)
 {
+    keepPictureMemory();
     open(settings);
 }
 

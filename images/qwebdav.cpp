@@ -1,6 +1,7 @@
 #include "images/qwebdav.h"
 
 #include "app/logging.h"
+#include "images/transfertuning.h"
 #include "images/webdavrequest.h"
 
 #include <QAuthenticator>
@@ -278,6 +279,9 @@ QNetworkReply *QWebdav::issue(const QByteArray &verb, const QUrl &url, const Hea
         reply = m_manager->sendCustomRequest(request, verb, body);
     // Whoever does not read holds the server up instead of filling the memory.
     reply->setReadBufferSize(2 * largestFile);
+    if (verb == "PUT")
+        connect(reply, &QNetworkReply::requestSent, this,
+                [port = url.port(isSSL() ? 443 : 80)] { sendWithoutDelay(port); });
     connect(reply, &QNetworkReply::readyRead, this, &QWebdav::replyReadyRead);
     connect(reply, &QNetworkReply::errorOccurred, this, &QWebdav::replyError);
     return reply;
