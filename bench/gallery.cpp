@@ -1,12 +1,11 @@
 #include "bench/gallery.h"
 
-#include "app/configdir.h"
 #include "bench/figures.h"
 #include "catalogue/waregallery.h"
-#include "images/diskcache.h"
 #include "images/imageprocessing.h"
 #include "images/imagesstore.h"
 #include "images/thumbnailcache.h"
+#include "tests/support/davserver.h"
 #include "tests/support/files.h"
 
 #include <QApplication>
@@ -15,6 +14,8 @@
 #include <QRandomGenerator>
 #include <QTemporaryDir>
 #include <QTest>
+
+#include <optional>
 
 namespace {
 
@@ -61,6 +62,10 @@ double openGallery()
     return milliseconds([&] {
         QObject::connect(&ThumbnailCache::instance(), &ThumbnailCache::ready, &gallery,
                          [&] { --waiting; });
+        QObject::connect(&ThumbnailCache::instance(), &ThumbnailCache::failed, &gallery,
+                         [](const QString &name, const QString &reason) {
+                             qFatal("%s: %s", qPrintable(name), qPrintable(reason));
+                         });
         if (!ThumbnailCache::instance().find("thumbs/" + fileName(0)).isNull())
             waiting = 0;
         gallery.read();
@@ -91,21 +96,29 @@ double paintBare(const QString &folder, const QSize &size)
 void benchGallery(Table &table)
 {
     const QTemporaryDir folder;
-    ImagesStoreSettings settings = {
-        .type = "webdav", .path = "bench", .host = "http://127.0.0.1", .port = "9"};
-    DiskCache disk(configDirPath() + "/imagescache", settings.displayName());
+    std::optional<DavServer> server(std::in_place, DavServer::Kind::Apache,
+                                    DavServer::Access::Open);
+    const ImagesStoreSettings settings = {.type = "webdav",
+                                          .path = "dav",
+                                          .host = "http://127.0.0.1",
+                                          .port = QString::number(server->port())};
+    ImagesStore &store = ImagesStore::instance();
+    store.open(settings);
     for (int i = 0; i < pictures; ++i) {
         const QByteArray bytes = toJpeg(photograph(quint32(i)), 90);
         writeFile(folder.filePath(fileName(i)), bytes);
-        disk.insert("thumbs/" + fileName(i), bytes);
+        store.put("thumbs/" + fileName(i), bytes);
     }
+    while (store.isBusy())
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
     writeRows();
+    openGallery(); // fills the disk cache
+    server.reset();
     std::vector<double> fromDisk;
     std::vector<double> fromMemory;
     std::vector<double> bare;
     for (int turn = 0; turn < repetitions; ++turn) {
-        ImagesStore::instance().open(settings); // forgets what is in memory
-        ThumbnailCache::instance();
+        store.open(settings); // forgets what is in memory
         fromDisk.push_back(openGallery());
         fromMemory.push_back(openGallery());
         bare.push_back(paintBare(folder.path(), {180, 120}));
