@@ -45,6 +45,7 @@ ImageDialog::ImageDialog(const WareImage &image, QWidget *parent)
       m_edit(image.edit)
 {
     m_ui->setupUi(this);
+    const QScopedValueRollback showing(m_showing, true); // the frame's box would begin a new frame
     m_ui->titleLineEdit->setText(image.title);
     m_ui->linkCheckBox->setChecked(m_edit.red == m_edit.green && m_edit.red == m_edit.blue);
     m_ui->logoGroupBox->setVisible(Session::instance().hasRight(Right::ChangeSettings));
