@@ -290,7 +290,7 @@ void ImageDialog::on_logoPushButton_clicked()
         this,
         [path] {
             const ImportedImage file = importImage(path, {}, {});
-            return Chosen{file, decodeImage(file.original)};
+            return Chosen{file, decodeLogo(file.original)};
         },
         [this, path](const Chosen &chosen) {
             const bool isPng = chosen.file.kind == ImageKind::Png;
