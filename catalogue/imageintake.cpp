@@ -39,6 +39,8 @@ ImportedImage import(const ImageSource &source, const ImageOptions &options, con
 QList<ImageSource> imageSources(const QMimeData *data)
 {
     QList<ImageSource> sources;
+    if (data->formats().isEmpty()) // a program that does not answer is awaited once, not for each
+        return sources;
     const QList<QUrl> urls = data->urls();
     for (const QUrl &url : urls) {
         if (url.isLocalFile())
