@@ -37,6 +37,14 @@ QByteArray versionOf(const QNetworkReply *reply)
     return tag.isEmpty() ? reply->rawHeader("Last-Modified") : tag;
 }
 
+/// Whether all of a file has come, of which an answer may bring a part or nothing.
+bool isWholeFile(const QNetworkReply *reply, qsizetype size)
+{
+    const int status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
+    const QByteArray total = reply->rawHeader("Content-Range").split('/').value(1);
+    return status == 200 || (status == 206 && (total == "*" || total == QByteArray::number(size)));
+}
+
 /// Whether the server is not there, or lets nobody in.
 bool isUnreachable(const WebdavRequest &request)
 {
@@ -345,7 +353,7 @@ void ImagesStore::send(const OperationPointer &operation)
 bool ImagesStore::isContinuation(const QNetworkReply *reply, const Operation &operation) const
 {
     const QByteArray expected = "bytes " + QByteArray::number(operation.bytes.size()) + '-';
-    return reply->rawHeader("Content-Range").startsWith(expected) &&
+    return reply->rawHeader("Content-Range").startsWith(expected) && !operation.version.isEmpty() &&
            versionOf(reply) == operation.version;
 }
 
@@ -441,6 +449,8 @@ void ImagesStore::answered(const OperationPointer &operation, const WebdavReques
             result.unwritable = unwritableBy(*operation);
     } else if (operation->verb == Verb::Remove && request.status() == 207) {
         result.reason = tr("хранилище изображений не удалило файл");
+    } else if (!isAnswered(*operation, request)) {
+        result.reason = tr("непонятный ответ хранилища изображений");
     }
     if (operation->verb == Verb::List)
         takeFiles(*operation, result);
@@ -451,10 +461,17 @@ void ImagesStore::answered(const OperationPointer &operation, const WebdavReques
         failWaiting(result);
 }
 
+/// Whether what was asked for is done; of a file that is all of it.
+bool ImagesStore::isAnswered(const Operation &operation, const WebdavRequest &request)
+{
+    return request.state() == BackgroundWork::State::Done &&
+           (operation.verb != Verb::Get || isWholeFile(request.reply(), operation.bytes.size()));
+}
+
 /// A download that broke off goes on where it was, and a folder that has gone is made again.
 bool ImagesStore::trySomethingElse(const OperationPointer &operation, const WebdavRequest &request)
 {
-    const bool isDone = request.state() == BackgroundWork::State::Done;
+    const bool isDone = isAnswered(*operation, request);
     if (operation->verb == Verb::Put && !isDone && operation->tries == 0 &&
         (request.status() == 409 || request.status() == 404) && operation->name.contains(u'/')) {
         m_folders.remove(folderOf(operation->name));
@@ -462,8 +479,10 @@ bool ImagesStore::trySomethingElse(const OperationPointer &operation, const Webd
         send(operation);
         return true;
     }
-    const bool isBroken = request.state() == BackgroundWork::State::TimedOut ||
-                          request.fault() == WebdavRequest::Fault::Broken || request.status() == 0;
+    const bool isBroken =
+        request.state() == BackgroundWork::State::TimedOut ||
+        request.fault() == WebdavRequest::Fault::Broken || request.status() == 0 ||
+        (request.state() == BackgroundWork::State::Done && request.status() == 206);
     const bool goesOn = isBroken && !operation->bytes.isEmpty();
     const bool isAnother = std::exchange(operation->startsAnew, false) || request.status() == 416;
     if (isAnother)

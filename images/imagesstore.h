@@ -138,6 +138,7 @@ private:
     bool isContinuation(const QNetworkReply *reply, const Operation &operation) const;
     void folderAnswered(const OperationPointer &operation, const WebdavRequest &request);
     void answered(const OperationPointer &operation, const WebdavRequest &request);
+    static bool isAnswered(const Operation &operation, const WebdavRequest &request);
     bool trySomethingElse(const OperationPointer &operation, const WebdavRequest &request);
     void takeFiles(Operation &operation, Result &result) const;
     void finish(const OperationPointer &operation, const Result &result);

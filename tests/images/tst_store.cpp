@@ -426,6 +426,24 @@ private slots:
         QCOMPARE(RecordingServer::header(server.requests.at(1), "Range"), "bytes=20000-");
     }
 
+    void partsAreNoFiles()
+    {
+        const QByteArray part = "HTTP/1.1 206 OK\r\nETag: 1\r\nContent-Length: 2\r\n";
+        QList<QByteArray> said = {"HTTP/1.1 200 OK\r\nETag: 1\r\nContent-Length: 6\r\n\r\nab",
+                                  part + "Content-Range: bytes 2-3/6\r\n\r\ncd",
+                                  "HTTP/1.1 204 No\r\n\r\n"};
+        RecordingServer server;
+        server.onRequest = [&](QTcpSocket *socket, const QByteArray &) {
+            socket->write(said.takeFirst());
+            socket->disconnectFromHost();
+        };
+        ImagesStore store(settingsFor(server.serverPort()));
+        Answers answers(store);
+        store.get("thumbs/1.jpg");
+        QVERIFY(answers.wait(1));
+        QCOMPARE(answers.all, {"no get thumbs/1.jpg"});
+    }
+
     void certificatesAreAcceptedOnce()
     {
         auto server =
