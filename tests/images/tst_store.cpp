@@ -429,7 +429,11 @@ private slots:
     void badAnswersAmongGoodOnes()
     {
         const QByteArray part = "HTTP/1.1 206 OK\r\nETag: 1\r\nContent-Length: 2\r\n";
-        QList<QByteArray> said = {"HTTP/1.1 200 OK\r\nETag: 1\r\nContent-Length: 6\r\n\r\nab",
+        const QByteArray bad = RecordingServer::answer("403 No");
+        QList<QByteArray> said = {bad,
+                                  RecordingServer::answer("200 OK", "x"),
+                                  bad,
+                                  "HTTP/1.1 200 OK\r\nETag: 1\r\nContent-Length: 6\r\n\r\nab",
                                   part + "Content-Range: bytes 2-3/6\r\n\r\ncd",
                                   "HTTP/1.1 204 No\r\n\r\n"};
         RecordingServer server;
