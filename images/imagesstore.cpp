@@ -511,7 +511,9 @@ void ImagesStore::takeFiles(Operation &operation, Result &result) const
     const QList<WebdavEntry> &entries = operation.reader->entries();
     for (const WebdavEntry &entry : entries) {
         const QString name = entry.path.mid(folder.size());
-        if (!entry.isCollection && entry.path.startsWith(folder) && !name.contains(u'/'))
+        // Hidden ones are what servers and desktops leave behind; a local folder skips them, too.
+        if (!name.startsWith(u'.') && !entry.isCollection && entry.path.startsWith(folder) &&
+            !name.contains(u'/'))
             operation.files += StoreFile{name, entry.contentLength, entry.lastModified};
     }
 }
