@@ -7,7 +7,6 @@
 #include "widgets/dialogplace.h"
 #include "widgets/fieldvalue.h"
 
-#include <QFileDialog>
 #include <QKeyEvent>
 #include <QPointer>
 #include <QScreen>
@@ -16,7 +15,6 @@
 
 namespace {
 
-const QString webdav = QStringLiteral("webdav");
 const QString serialScales = QStringLiteral("1");
 
 /// What can be told from the entered values alone.
@@ -40,21 +38,20 @@ SettingsDialog::SettingsDialog(SettingsParts parts, QWidget *parent)
     m_ui->setupUi(this);
     m_fields = {{SettingsKey::FontSize, m_ui->fontSizeComboBox},
                 {SettingsKey::Sounds, m_ui->soundsCheckBox},
-                {SettingsKey::ImagesStoreType, m_ui->imagesTypeComboBox},
-                {SettingsKey::ImagesStorePath, m_ui->imagesPathLineEdit},
-                {SettingsKey::ImagesStoreHost, m_ui->imagesHostLineEdit},
-                {SettingsKey::ImagesStorePort, m_ui->imagesPortLineEdit},
-                {SettingsKey::ImagesStoreLogin, m_ui->imagesLoginLineEdit},
-                {SettingsKey::ImagesStorePassword, m_ui->imagesPasswordLineEdit},
                 {SettingsKey::ScalesType, m_ui->scalesTypeComboBox},
                 {SettingsKey::ScalesPort, m_ui->scalesPortComboBox},
                 {SettingsKey::SmsGateHost, m_ui->smsHostLineEdit}};
+    m_ui->imagesPage->setOwner(StoreFields::Owner::Own);
+    m_fields.insert(m_ui->imagesPage->fields());
+    m_ui->friendImagesPage->setOwner(StoreFields::Owner::Reference);
+    m_fields.insert(m_ui->friendImagesPage->fields());
+    if (!m_parts.hasReference)
+        m_ui->tabWidget->setTabVisible(m_ui->tabWidget->indexOf(m_ui->friendImagesPage), false);
     fillChoices();
     findPorts();
     showValues(m_before);
     m_shown = entered();
-    for (auto *box : {m_ui->fontSizeComboBox, m_ui->imagesTypeComboBox, m_ui->scalesTypeComboBox,
-                      m_ui->scalesPortComboBox})
+    for (auto *box : {m_ui->fontSizeComboBox, m_ui->scalesTypeComboBox, m_ui->scalesPortComboBox})
         keepFromWheel(box);
     pressByCtrlReturn(this, m_ui->savePushButton);
     keepDialogSize(this);
@@ -69,8 +66,6 @@ void SettingsDialog::fillChoices()
     m_ui->fontSizeComboBox->addItem(tr("Как в системе"), QStringLiteral("0"));
     for (int points = smallest; points <= largest; ++points)
         m_ui->fontSizeComboBox->addItem(tr("%1 пт").arg(points), QString::number(points));
-    m_ui->imagesTypeComboBox->addItem(tr("В папке на этом компьютере"), QStringLiteral("local"));
-    m_ui->imagesTypeComboBox->addItem(tr("На сервере WebDAV"), webdav);
     m_ui->scalesTypeComboBox->addItem(tr("Нет"), QString());
     m_ui->scalesTypeComboBox->addItem(tr("На последовательном порту"), serialScales);
 }
@@ -80,7 +75,8 @@ void SettingsDialog::showValues(const SettingsValues &values)
     for (auto field = m_fields.begin(); field != m_fields.end(); ++field)
         showInField(field.value(), values.value(field.key()));
     m_ui->scalesPortComboBox->setEditText(values.value(SettingsKey::ScalesPort));
-    on_imagesTypeComboBox_currentIndexChanged(0);
+    m_ui->imagesPage->fitToType();
+    m_ui->friendImagesPage->fitToType();
     on_scalesTypeComboBox_currentIndexChanged(0);
 }
 
@@ -91,7 +87,8 @@ SettingsValues SettingsDialog::entered() const
         const QString text = field.value() == m_ui->scalesPortComboBox
                                  ? m_ui->scalesPortComboBox->currentText()
                                  : valueInField(field.value()).toString();
-        const bool isPassword = field.key() == SettingsKey::ImagesStorePassword;
+        const bool isPassword = field.key() == SettingsKey::ImagesStorePassword ||
+                                field.key() == SettingsKey::FriendImagesStorePassword;
         values.insert(field.key(), isPassword ? text : text.trimmed());
     }
     return values;
@@ -151,31 +148,16 @@ void SettingsDialog::trySound(Sound sound)
     tryOut(play, m_ui->soundResultLabel);
 }
 
-void SettingsDialog::on_imagesTypeComboBox_currentIndexChanged(int /*index*/)
-{
-    const bool isServer = m_ui->imagesTypeComboBox->currentData() == webdav;
-    QFormLayout *form = m_ui->imagesLayout;
-    for (QWidget *field : {m_ui->imagesHostLineEdit, m_ui->imagesPortLineEdit,
-                           m_ui->imagesLoginLineEdit, m_ui->imagesPasswordLineEdit})
-        form->setRowVisible(field, isServer);
-    m_ui->imagesPathBrowsePushButton->setVisible(!isServer);
-    m_ui->imagesPathLabel->setText(isServer ? tr("Пап&ка на сервере:") : tr("Пап&ка:"));
-    m_ui->imagesPathLineEdit->setPlaceholderText(
-        isServer ? QString() : tr("images в папке настроек программы"));
-}
-
-void SettingsDialog::on_imagesPathBrowsePushButton_clicked()
-{
-    const QString path = QFileDialog::getExistingDirectory(this, tr("Папка изображений"),
-                                                           m_ui->imagesPathLineEdit->text());
-    if (!path.isEmpty())
-        m_ui->imagesPathLineEdit->setText(path);
-}
-
-void SettingsDialog::on_imagesTestPushButton_clicked()
+void SettingsDialog::on_imagesPage_trialWanted()
 {
     if (check(m_parts.checkImages))
-        tryOut(m_parts.tryImages, m_ui->imagesResultLabel);
+        tryOut(m_parts.tryImages, m_ui->imagesPage->resultLabel());
+}
+
+void SettingsDialog::on_friendImagesPage_trialWanted()
+{
+    if (check(m_parts.checkFriendImages))
+        tryOut(m_parts.tryFriendImages, m_ui->friendImagesPage->resultLabel());
 }
 
 void SettingsDialog::on_scalesTypeComboBox_currentIndexChanged(int /*index*/)
@@ -278,7 +260,8 @@ void SettingsDialog::lead(SettingsKey key)
 
 void SettingsDialog::on_savePushButton_clicked()
 {
-    if (!check(m_parts.checkImages) || !check(checkScales) || !check(m_parts.checkSms))
+    if (!check(m_parts.checkImages) || !check(m_parts.checkFriendImages) || !check(checkScales) ||
+        !check(m_parts.checkSms))
         return;
     // What was not touched stays as it is in the file, whatever the field made of it.
     SettingsValues values = m_before;

@@ -34,9 +34,8 @@ private slots:
     void on_fontTestPushButton_clicked();
     void on_foundTestPushButton_clicked();
     void on_notFoundTestPushButton_clicked();
-    void on_imagesTypeComboBox_currentIndexChanged(int index);
-    void on_imagesPathBrowsePushButton_clicked();
-    void on_imagesTestPushButton_clicked();
+    void on_imagesPage_trialWanted();
+    void on_friendImagesPage_trialWanted();
     void on_scalesTypeComboBox_currentIndexChanged(int index);
     void on_scalesFindPushButton_clicked();
     void on_scalesTestPushButton_clicked();

@@ -2,11 +2,22 @@
 
 QList<SettingsKey> stationKeys()
 {
-    return {SettingsKey::FontSize,         SettingsKey::Sounds,
-            SettingsKey::ImagesStoreType,  SettingsKey::ImagesStorePath,
-            SettingsKey::ImagesStoreHost,  SettingsKey::ImagesStorePort,
-            SettingsKey::ImagesStoreLogin, SettingsKey::ImagesStorePassword,
-            SettingsKey::ScalesType,       SettingsKey::ScalesPort,
+    return {SettingsKey::FontSize,
+            SettingsKey::Sounds,
+            SettingsKey::ImagesStoreType,
+            SettingsKey::ImagesStorePath,
+            SettingsKey::ImagesStoreHost,
+            SettingsKey::ImagesStorePort,
+            SettingsKey::ImagesStoreLogin,
+            SettingsKey::ImagesStorePassword,
+            SettingsKey::FriendImagesStoreType,
+            SettingsKey::FriendImagesStorePath,
+            SettingsKey::FriendImagesStoreHost,
+            SettingsKey::FriendImagesStorePort,
+            SettingsKey::FriendImagesStoreLogin,
+            SettingsKey::FriendImagesStorePassword,
+            SettingsKey::ScalesType,
+            SettingsKey::ScalesPort,
             SettingsKey::SmsGateHost};
 }
 

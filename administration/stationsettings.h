@@ -44,6 +44,10 @@ struct SettingsParts
 {
     SettingsCheck checkImages = {};
     SettingsTrial tryImages = {};
+    /// Whether there is a reference database, whose pictures may have a store of their own.
+    bool hasReference = false;
+    SettingsCheck checkFriendImages = {};
+    SettingsTrial tryFriendImages = {};
     SettingsTrial tryScales = {};
     SettingsCheck checkSms = {};
     SettingsTrial trySms = {};

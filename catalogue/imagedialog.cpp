@@ -62,61 +62,9 @@ ImageDialog::~ImageDialog() = default;
 
 void ImageDialog::describeFields()
 {
-    m_fields = {
-        {m_ui->centerxSpinBox,
-         [](ImageEdit &edit) -> int & {
-             return edit.centerX;
-         }},
-        {m_ui->centerySpinBox,
-         [](ImageEdit &edit) -> int & {
-             return edit.centerY;
-         }},
-        {m_ui->widthSpinBox,
-         [](ImageEdit &edit) -> int & {
-             return edit.width;
-         }},
-        {m_ui->saturationSpinBox,
-         [](ImageEdit &edit) -> int & {
-             return edit.saturation;
-         }},
-        // The colours last, each kind in the order of the colours.
-        {m_ui->rbotSpinBox,
-         [](ImageEdit &edit) -> int & {
-             return edit.red.bottom;
-         }},
-        {m_ui->gbotSpinBox,
-         [](ImageEdit &edit) -> int & {
-             return edit.green.bottom;
-         }},
-        {m_ui->bbotSpinBox,
-         [](ImageEdit &edit) -> int & {
-             return edit.blue.bottom;
-         }},
-        {m_ui->rgammaSpinBox,
-         [](ImageEdit &edit) -> int & {
-             return edit.red.gamma;
-         }},
-        {m_ui->ggammaSpinBox,
-         [](ImageEdit &edit) -> int & {
-             return edit.green.gamma;
-         }},
-        {m_ui->bgammaSpinBox,
-         [](ImageEdit &edit) -> int & {
-             return edit.blue.gamma;
-         }},
-        {m_ui->rtopSpinBox,
-         [](ImageEdit &edit) -> int & {
-             return edit.red.top;
-         }},
-        {m_ui->gtopSpinBox,
-         [](ImageEdit &edit) -> int & {
-             return edit.green.top;
-         }},
-        {m_ui->btopSpinBox,
-         [](ImageEdit &edit) -> int & {
-             return edit.blue.top;
-         }},
-    };
+    for (const ImageEditField &field : imageEditFields)
+        m_fields +=
+            {findChild<NumberSpinBox *>(QLatin1String(field.name) + "SpinBox"), field.member};
 }
 
 void ImageDialog::connectFields()
@@ -455,7 +403,7 @@ void ImageDialog::accept()
     if (!isEdited() && !isMadeAnew)
         QDialog::accept();
     else if (mayReplace())
-        isMadeAnew && !m_original.isEmpty() ? render() : write();
+        isMadeAnew && !m_original.isEmpty() ? render(m_edit, &ImageDialog::write) : write();
 }
 
 /// Looks before the files are replaced what has become of the picture meanwhile.
@@ -463,8 +411,11 @@ bool ImageDialog::mayReplace()
 {
     WareImage now;
     const LoadState state = loadWareImage(this, m_seen.id, now);
-    if (state == LoadState::NotFound)
+    if (state == LoadState::NotFound) {
+        if (std::exchange(m_filesAhead, false))
+            removeStoredFiles({m_seen.fileName});
         showWarning(this, tr("Изображение тем временем удалили на другом рабочем месте."));
+    }
     if (state != LoadState::Loaded)
         return false;
     if (now.edit == m_seen.edit && now.title == m_seen.title)
@@ -483,7 +434,8 @@ bool ImageDialog::mayReplace()
     return true;
 }
 
-void ImageDialog::render()
+/// Makes the files by some settings, and goes on when they are in the store.
+void ImageDialog::render(const ImageEdit &edit, void (ImageDialog::*then)())
 {
     if (!m_hasLogo) {
         tell(tr("Логотип магазина ещё не загружен, без него изображение не записать."));
@@ -492,12 +444,12 @@ void ImageDialog::render()
     setBusy(tr("Изображение записывается…"));
     runInBackground(
         this,
-        [original = m_original, edit = m_edit, options = imageOptions(), logo = m_logo] {
+        [original = m_original, edit, options = imageOptions(), logo = m_logo] {
             return renderImage(original, edit, options, logo);
         },
-        [this](const ImportedImage &image) {
+        [this, then](const ImportedImage &image) {
             if (image.fault == ImageFault::None) {
-                store(image);
+                store(image, then);
                 return;
             }
             setBusy({});
@@ -505,15 +457,16 @@ void ImageDialog::render()
         });
 }
 
-void ImageDialog::store(const ImportedImage &image)
+void ImageDialog::store(const ImportedImage &image, void (ImageDialog::*then)())
 {
     putFiles(this, ImagesStore::instance(),
              {{processedFolder + u'/' + m_seen.fileName, image.processed},
               {thumbsFolder + u'/' + m_seen.fileName, image.thumb}},
-             [this](const QString &reason) {
+             [this, then](const QString &reason) {
                  setBusy({});
+                 m_filesAhead = then == &ImageDialog::write;
                  if (reason.isEmpty())
-                     write();
+                     (this->*then)();
                  else
                      tell(tr("Изображение не записано: %1").arg(reason));
              });
@@ -538,8 +491,18 @@ void ImageDialog::write()
 
 void ImageDialog::reject()
 {
-    if (!m_busy && (!isEdited() || mayLoseInput(this)))
-        QDialog::reject();
+    if (m_busy || (isEdited() && !mayLoseInput(this)))
+        return;
+    // The row has not followed the files.
+    if (std::exchange(m_filesAhead, false))
+        render(m_seen.edit, &ImageDialog::leave);
+    else
+        leave();
+}
+
+void ImageDialog::leave()
+{
+    QDialog::reject();
 }
 
 /// An empty text: nothing is under way any more.

@@ -62,9 +62,10 @@ private:
     bool isEdited() const;
     WareImage wanted() const;
     bool mayReplace();
-    void render();
-    void store(const ImportedImage &image);
+    void render(const ImageEdit &edit, void (ImageDialog::*then)());
+    void store(const ImportedImage &image, void (ImageDialog::*then)());
     void write();
+    void leave();
     void setBusy(const QString &text);
     void tell(const QString &text);
 
@@ -78,7 +79,8 @@ private:
     QImage m_logo;
     bool m_hasLogo = false; ///< whether it is known, and so what will be made
     bool m_logoChanged = false;
-    bool m_showing = false; ///< fields change by themselves
+    bool m_filesAhead = false; ///< some may have been made by settings that no row has
+    bool m_showing = false;    ///< fields change by themselves
     bool m_previewing = false;
     bool m_previewAgain = false;
     bool m_busy = false;

@@ -79,23 +79,18 @@ void ImageSync::begin()
     });
 }
 
-/// Lists folders one after another.
-void ImageSync::list(ImagesStore &store, Files &files, QStringList folders,
+void ImageSync::list(ImagesStore &store, StoreFiles &files, const QStringList &folders,
                      void (ImageSync::*then)())
 {
-    if (folders.isEmpty())
-        return (this->*then)();
-    const QString folder = folders.takeFirst();
-    listFiles(this, store, folder,
-              [=, this, &store, &files](const QList<StoreFile> &found, const QString &reason) {
-                  if (isOver())
-                      return;
-                  if (!reason.isEmpty())
-                      return fail(reason);
-                  for (const StoreFile &file : found)
-                      files.insert(inFolder(folder, file.name), file);
-                  list(store, files, folders, then);
-              });
+    listFolders(this, store, folders,
+                [this, &files, then](const StoreFiles &found, const QString &reason) {
+                    if (isOver())
+                        return;
+                    if (!reason.isEmpty())
+                        return fail(reason);
+                    files = found;
+                    (this->*then)();
+                });
 }
 
 void ImageSync::listForeign()

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <QHash>
 #include <QList>
 #include <QPointer>
 #include <QString>
@@ -10,7 +9,6 @@
 
 #include "app/backgroundwork.h"
 #include "catalogue/wareimages.h"
-#include "images/localfolder.h"
 #include "images/storerequests.h"
 
 class ImagesStore;
@@ -39,8 +37,6 @@ protected:
     void begin() override;
 
 private:
-    using Files = QHash<QString, StoreFile>; ///< by name from the root
-
     struct Product
     {
         qulonglong id = 0;
@@ -56,7 +52,8 @@ private:
     };
     using Jobs = QList<Job>; ///< of one product, in their order
 
-    void list(ImagesStore &store, Files &files, QStringList folders, void (ImageSync::*then)());
+    void list(ImagesStore &store, StoreFiles &files, const QStringList &folders,
+              void (ImageSync::*then)());
     void listForeign();
     void readProducts();
     void readNextBatch();
@@ -75,8 +72,8 @@ private:
 
     QPointer<QWidget> m_window;
     std::unique_ptr<ImagesStore> m_reference; ///< none: the reference's files are in our store
-    Files m_ours;
-    Files m_foreign;
+    StoreFiles m_ours;
+    StoreFiles m_foreign;
     QImage m_logo;
     QList<Product> m_products;
     qsizetype m_nextProduct = 0;

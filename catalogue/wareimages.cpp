@@ -20,74 +20,12 @@ struct WareImages
     Q_DECLARE_TR_FUNCTIONS(WareImages)
 };
 
-/// A column of the settings, as the row and as the program have it.
-struct EditColumn
-{
-    const char *name;
-    int &(*member)(ImageEdit &edit);
-};
-
-const EditColumn editColumns[] = {
-    {"centerx",
-     [](ImageEdit &edit) -> int & {
-         return edit.centerX;
-     }},
-    {"centery",
-     [](ImageEdit &edit) -> int & {
-         return edit.centerY;
-     }},
-    {"width",
-     [](ImageEdit &edit) -> int & {
-         return edit.width;
-     }},
-    {"rbot",
-     [](ImageEdit &edit) -> int & {
-         return edit.red.bottom;
-     }},
-    {"gbot",
-     [](ImageEdit &edit) -> int & {
-         return edit.green.bottom;
-     }},
-    {"bbot",
-     [](ImageEdit &edit) -> int & {
-         return edit.blue.bottom;
-     }},
-    {"rtop",
-     [](ImageEdit &edit) -> int & {
-         return edit.red.top;
-     }},
-    {"gtop",
-     [](ImageEdit &edit) -> int & {
-         return edit.green.top;
-     }},
-    {"btop",
-     [](ImageEdit &edit) -> int & {
-         return edit.blue.top;
-     }},
-    {"rgamma",
-     [](ImageEdit &edit) -> int & {
-         return edit.red.gamma;
-     }},
-    {"ggamma",
-     [](ImageEdit &edit) -> int & {
-         return edit.green.gamma;
-     }},
-    {"bgamma",
-     [](ImageEdit &edit) -> int & {
-         return edit.blue.gamma;
-     }},
-    {"saturation",
-     [](ImageEdit &edit) -> int & {
-         return edit.saturation;
-     }},
-};
-
 constexpr int firstEditColumn = 6;
 
 QString selectImages()
 {
     QString text = QStringLiteral("SELECT id,wareid,ordernum,filename,description,angle");
-    for (const EditColumn &column : editColumns)
+    for (const ImageEditField &column : imageEditFields)
         text += u',' + QLatin1String(column.name);
     return text + ",timestamp FROM images WHERE ";
 }
@@ -101,7 +39,7 @@ WareImage imageOf(const SqlRow &row)
                        .title = row.at(4).toString(),
                        .edit = {.angle = row.at(5).toDouble()}};
     int place = firstEditColumn;
-    for (const EditColumn &column : editColumns)
+    for (const ImageEditField &column : imageEditFields)
         column.member(image.edit) = row.at(place++).toInt();
     image.edit = tidied(image.edit);
     image.version = row.at(place).toString();
@@ -298,7 +236,7 @@ std::optional<qulonglong> addWareImage(QWidget *parent, const WareImage &image, 
         ImageEdit edit = image.edit;
         QString columns;
         QString values;
-        for (const EditColumn &column : editColumns) {
+        for (const ImageEditField &column : imageEditFields) {
             columns += u',' + QLatin1String(column.name);
             values += u',' + sql::integer(column.member(edit));
         }
@@ -419,7 +357,7 @@ WriteState writeWareImage(QWidget *parent, const WareImage &seen, const WareImag
         ImageEdit edit = wanted.edit;
         QString text = "UPDATE images SET description=" + sql::text(wanted.title) + ",angle='" +
                        sql::exact(edit.angle) + u'\'';
-        for (const EditColumn &column : editColumns)
+        for (const ImageEditField &column : imageEditFields)
             text += u',' + QLatin1String(column.name) + u'=' + sql::integer(column.member(edit));
         return QueryExec(nullptr,
                          text + ",timestamp=" + sql::now() + " WHERE " + withId(seen.id) + u';')

@@ -77,6 +77,61 @@ QImage onWhite(const QImage &image)
 
 } // namespace
 
+const std::array<ImageEditField, 13> imageEditFields = {{
+    {"centerx",
+     [](ImageEdit &edit) -> int & {
+         return edit.centerX;
+     }},
+    {"centery",
+     [](ImageEdit &edit) -> int & {
+         return edit.centerY;
+     }},
+    {"width",
+     [](ImageEdit &edit) -> int & {
+         return edit.width;
+     }},
+    {"saturation",
+     [](ImageEdit &edit) -> int & {
+         return edit.saturation;
+     }},
+    {"rbot",
+     [](ImageEdit &edit) -> int & {
+         return edit.red.bottom;
+     }},
+    {"gbot",
+     [](ImageEdit &edit) -> int & {
+         return edit.green.bottom;
+     }},
+    {"bbot",
+     [](ImageEdit &edit) -> int & {
+         return edit.blue.bottom;
+     }},
+    {"rgamma",
+     [](ImageEdit &edit) -> int & {
+         return edit.red.gamma;
+     }},
+    {"ggamma",
+     [](ImageEdit &edit) -> int & {
+         return edit.green.gamma;
+     }},
+    {"bgamma",
+     [](ImageEdit &edit) -> int & {
+         return edit.blue.gamma;
+     }},
+    {"rtop",
+     [](ImageEdit &edit) -> int & {
+         return edit.red.top;
+     }},
+    {"gtop",
+     [](ImageEdit &edit) -> int & {
+         return edit.green.top;
+     }},
+    {"btop",
+     [](ImageEdit &edit) -> int & {
+         return edit.blue.top;
+     }},
+}};
+
 ImageOptions imageOptions()
 {
     const ImageOptions usual;

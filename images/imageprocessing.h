@@ -5,6 +5,8 @@
 #include <QSize>
 #include <QSizeF>
 
+#include <array>
+
 /// How the pictures of a product are made of their originals. Plain functions without state; all
 /// but imageOptions() may run on any thread.
 
@@ -34,6 +36,16 @@ struct ImageEdit
 
     bool operator==(const ImageEdit &) const = default;
 };
+
+/// One whole number of the settings, by the name of its column.
+struct ImageEditField
+{
+    const char *name;
+    int &(*member)(ImageEdit &edit);
+};
+
+/// All of them; those of the colours last, each kind in the order of the colours.
+extern const std::array<ImageEditField, 13> imageEditFields;
 
 /// The options of the shop for what is made.
 struct ImageOptions

@@ -41,8 +41,10 @@ LocalFolder::Outcome LocalFolder::read(const QString &name, QByteArray &bytes,
     QFile file(info.filePath());
     if (!info.isFile()) { // a pipe would never end
         reason = LocalFolderTexts::tr("Это не файл");
+        return Outcome::Refused;
     } else if (info.size() > largestFile) {
         reason = LocalFolderTexts::tr("Файл слишком велик");
+        return Outcome::Refused;
     } else if (!file.open(QIODevice::ReadOnly)) {
         reason = file.errorString();
     } else {

@@ -21,7 +21,12 @@ inline constexpr qint64 largestFile = 64LL * 1024 * 1024;
 class LocalFolder
 {
 public:
-    enum class Outcome { Done, Missing, Failed };
+    enum class Outcome {
+        Done,
+        Missing,
+        Refused, ///< this one file
+        Failed,  ///< the folder does not work
+    };
 
     explicit LocalFolder(QString root);
 

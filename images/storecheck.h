@@ -7,14 +7,16 @@
 
 class ImagesStore;
 
-/// Tries a store out: writes a small file, reads it back and deletes it. Shows no boxes but the
-/// question about a server's certificate.
+/// Tries a store out: writes a small file, reads it back and deletes it; of a store that is only
+/// read from, looks what is in it. Shows no boxes but the question about a server's certificate.
 class StoreCheck final : public BackgroundWork
 {
     Q_OBJECT
 
 public:
-    explicit StoreCheck(const ImagesStoreSettings &settings, QObject *parent = nullptr);
+    enum class Use { ReadAndWrite, Read };
+
+    StoreCheck(const ImagesStoreSettings &settings, Use use, QObject *parent = nullptr);
     ~StoreCheck() override;
 
     /// What it came to, in a sentence for the user.
@@ -25,10 +27,13 @@ protected:
     void letGo() override;
 
 private:
+    void look();
     void readBack();
     void remove(const QString &fault);
 
     ImagesStoreSettings m_settings;
+    Use m_use;
+    qsizetype m_found = 0; ///< originals
     std::unique_ptr<ImagesStore> m_store;
     QString m_name; ///< of the file
 };

@@ -64,7 +64,7 @@ bool StoreCopy::isComplete() const
 void StoreCopy::begin()
 {
     advance(0, -1);
-    list(*m_from, m_source, 0, &StoreCopy::compareBefore);
+    list(*m_from, m_source, &StoreCopy::compareBefore);
 }
 
 void StoreCopy::letGo()
@@ -73,26 +73,22 @@ void StoreCopy::letGo()
     m_to->cancelAll();
 }
 
-/// Lists the folders one after another.
-void StoreCopy::list(ImagesStore &store, Files &files, qsizetype folder, void (StoreCopy::*then)())
+void StoreCopy::list(ImagesStore &store, StoreFiles &files, void (StoreCopy::*then)())
 {
-    if (folder == copiedFolders.size())
-        return (this->*then)();
-    listFiles(this, store, copiedFolders.at(folder),
-              [=, this, &store, &files](const QList<StoreFile> &found, const QString &reason) {
-                  if (isOver())
-                      return;
-                  if (!reason.isEmpty())
-                      return fail(reason);
-                  for (const StoreFile &file : found)
-                      files.insert(copiedFolders.at(folder) + u'/' + file.name, file);
-                  list(store, files, folder + 1, then);
-              });
+    listFolders(this, store, copiedFolders,
+                [this, &files, then](const StoreFiles &found, const QString &reason) {
+                    if (isOver())
+                        return;
+                    if (!reason.isEmpty())
+                        return fail(reason);
+                    files = found;
+                    (this->*then)();
+                });
 }
 
 void StoreCopy::compareBefore()
 {
-    list(*m_to, m_target, 0, &StoreCopy::copyNext);
+    list(*m_to, m_target, &StoreCopy::copyNext);
 }
 
 void StoreCopy::copyNext()
@@ -112,10 +108,8 @@ void StoreCopy::copyNext()
         ++m_running;
         copy(m_waiting.takeFirst());
     }
-    if (m_running == 0 && !isOver()) {
-        m_target.clear();
-        list(*m_to, m_target, 0, &StoreCopy::compareAfter);
-    }
+    if (m_running == 0 && !isOver())
+        list(*m_to, m_target, &StoreCopy::compareAfter);
 }
 
 void StoreCopy::copy(const QString &name)

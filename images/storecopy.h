@@ -1,6 +1,5 @@
 #pragma once
 
-#include <QHash>
 #include <QList>
 #include <QString>
 #include <QStringList>
@@ -8,7 +7,7 @@
 #include <memory>
 
 #include "app/backgroundwork.h"
-#include "images/localfolder.h"
+#include "images/storerequests.h"
 #include "images/storesettings.h"
 
 class ImagesStore;
@@ -36,9 +35,7 @@ protected:
     void letGo() override;
 
 private:
-    using Files = QHash<QString, StoreFile>; ///< by name from the root
-
-    void list(ImagesStore &store, Files &files, qsizetype folder, void (StoreCopy::*then)());
+    void list(ImagesStore &store, StoreFiles &files, void (StoreCopy::*then)());
     void compareBefore();
     void copyNext();
     void copy(const QString &name);
@@ -47,8 +44,8 @@ private:
 
     std::unique_ptr<ImagesStore> m_from;
     std::unique_ptr<ImagesStore> m_to;
-    Files m_source;
-    Files m_target;
+    StoreFiles m_source;
+    StoreFiles m_target;
     QStringList m_waiting;
     int m_running = 0;
     int m_failuresInRow = 0;

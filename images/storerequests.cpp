@@ -4,9 +4,6 @@
 #include "images/imagefile.h"
 #include "images/imagesstore.h"
 
-#include <QStringList>
-
-#include <algorithm>
 #include <memory>
 #include <utility>
 
@@ -24,6 +21,36 @@ void finish(QObject *listener, QObject *context, Call call)
 {
     listener->deleteLater();
     QMetaObject::invokeMethod(context, std::move(call), Qt::QueuedConnection);
+}
+
+/// Lists folders one after another.
+void listMore(QObject *context, ImagesStore &store, QStringList folders, const StoreFiles &found,
+              const std::function<void(const StoreFiles &files, const QString &reason)> &done)
+{
+    if (folders.isEmpty())
+        return done(found, {});
+    const QString folder = folders.takeFirst();
+    QObject *listener = newListener(context);
+    const auto answered = [=, &store](const QString &of, const QList<StoreFile> &files,
+                                      const QString &reason) {
+        if (of != folder)
+            return;
+        QObject::disconnect(&store, nullptr, listener, nullptr);
+        finish(listener, context, [=, &store] {
+            if (!reason.isEmpty())
+                return done({}, reason);
+            StoreFiles all = found;
+            for (const StoreFile &file : files)
+                all.insert(folder + u'/' + file.name, file);
+            listMore(context, store, folders, all, done);
+        });
+    };
+    QObject::connect(
+        &store, &ImagesStore::listCompleted, listener,
+        [=](const QString &of, const QList<StoreFile> &files) { answered(of, files, {}); });
+    QObject::connect(&store, &ImagesStore::listFailed, listener,
+                     [=](const QString &of, const QString &reason) { answered(of, {}, reason); });
+    store.list(folder);
 }
 
 } // namespace
@@ -77,24 +104,10 @@ void getFile(QObject *context, ImagesStore &store, const QString &name,
     store.get(name, imageId);
 }
 
-void listFiles(
-    QObject *context, ImagesStore &store, const QString &folder,
-    const std::function<void(const QList<StoreFile> &files, const QString &reason)> &done)
+void listFolders(QObject *context, ImagesStore &store, const QStringList &folders,
+                 const std::function<void(const StoreFiles &files, const QString &reason)> &done)
 {
-    QObject *listener = newListener(context);
-    const auto answered = [=, &store](const QString &of, const QList<StoreFile> &files,
-                                      const QString &reason) {
-        if (of != folder)
-            return;
-        QObject::disconnect(&store, nullptr, listener, nullptr);
-        finish(listener, context, [=] { done(files, reason); });
-    };
-    QObject::connect(
-        &store, &ImagesStore::listCompleted, listener,
-        [=](const QString &of, const QList<StoreFile> &files) { answered(of, files, {}); });
-    QObject::connect(&store, &ImagesStore::listFailed, listener,
-                     [=](const QString &of, const QString &reason) { answered(of, {}, reason); });
-    store.list(folder);
+    listMore(context, store, folders, {}, done);
 }
 
 void removeFile(QObject *context, ImagesStore &store, const QString &name,
@@ -117,35 +130,17 @@ void removeFile(QObject *context, ImagesStore &store, const QString &name,
 void getLogo(QObject *context, ImagesStore &store,
              const std::function<void(const QImage &logo, const QString &reason)> &done)
 {
-    QObject *listener = newListener(context);
-    const auto end = [=, &store](auto call) {
-        QObject::disconnect(&store, nullptr, listener, nullptr);
-        finish(listener, context, call);
+    const auto take = [=](const FetchedFile &file) {
+        if (!file.reason.isEmpty() && !file.missing)
+            return done({}, file.reason);
+        runInBackground(
+            context, [bytes = file.bytes] { return decodeImage(bytes); },
+            [=](const QImage &logo) { done(logo, {}); });
     };
-    const auto fetch = [=, &store] {
-        getFile(context, store, logoFile, [=](const FetchedFile &file) {
-            if (!file.reason.isEmpty() && !file.missing)
-                done({}, file.reason);
-            else
-                runInBackground(
-                    context, [bytes = file.bytes] { return decodeImage(bytes); },
-                    [=](const QImage &logo) { done(logo, {}); });
-        });
+    const auto listed = [=, &store](const StoreFiles &files, const QString &reason) {
+        if (!reason.isEmpty() || !files.contains(logoFile))
+            return done({}, reason);
+        getFile(context, store, logoFile, take);
     };
-    QObject::connect(&store, &ImagesStore::listCompleted, listener,
-                     [=](const QString &folder, const QList<StoreFile> &files) {
-                         if (folder != logoFolder)
-                             return;
-                         const bool isThere =
-                             std::any_of(files.begin(), files.end(), [](const StoreFile &file) {
-                                 return logoFile.endsWith(u'/' + file.name);
-                             });
-                         end([=] { isThere ? fetch() : done({}, {}); });
-                     });
-    QObject::connect(&store, &ImagesStore::listFailed, listener,
-                     [=](const QString &folder, const QString &reason) {
-                         if (folder == logoFolder)
-                             end([=] { done({}, reason); });
-                     });
-    store.list(logoFolder);
+    listFolders(context, store, {logoFolder}, listed);
 }

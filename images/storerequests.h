@@ -1,14 +1,17 @@
 #pragma once
 
 #include <QByteArray>
+#include <QHash>
 #include <QImage>
 #include <QList>
 #include <QString>
+#include <QStringList>
 
 #include <functional>
 
+#include "images/localfolder.h"
+
 class ImagesStore;
-struct StoreFile;
 class QObject;
 
 /// Requests to a store that are answered by a call. None comes from within the request, and none
@@ -20,6 +23,9 @@ struct FileContents
     QString name; ///< from the root of the store
     QByteArray bytes;
 };
+
+/// Files by their names from the root.
+using StoreFiles = QHash<QString, StoreFile>;
 
 /// What became of a get().
 struct FetchedFile
@@ -37,10 +43,9 @@ void putFiles(QObject *context, ImagesStore &store, const QList<FileContents> &f
 void getFile(QObject *context, ImagesStore &store, const QString &name,
              const std::function<void(const FetchedFile &file)> &done, qulonglong imageId = 0);
 
-/// Lists the files of a folder. reason: why they are not known, empty when they are.
-void listFiles(
-    QObject *context, ImagesStore &store, const QString &folder,
-    const std::function<void(const QList<StoreFile> &files, const QString &reason)> &done);
+/// Lists the files of folders. reason: why they are not known, empty when they are.
+void listFolders(QObject *context, ImagesStore &store, const QStringList &folders,
+                 const std::function<void(const StoreFiles &files, const QString &reason)> &done);
 
 /// Deletes a file. reason: why it is still there, empty when it is not.
 void removeFile(QObject *context, ImagesStore &store, const QString &name,

@@ -85,16 +85,25 @@ QString ImagesStoreSettings::displayName() const
     return url.toDisplayString();
 }
 
-ImagesStoreSettings ImagesStoreSettings::read(StoreOwner owner)
+ImagesStoreSettings ImagesStoreSettings::of(const QMap<SettingsKey, QString> &values,
+                                            StoreOwner owner)
 {
-    const Settings &settings = Settings::instance();
-    if (owner == StoreOwner::Reference &&
-        settings.value(SettingsKey::FriendImagesStoreType).isEmpty())
+    if (owner == StoreOwner::Reference && values.value(SettingsKey::FriendImagesStoreType).isEmpty())
         owner = StoreOwner::Own;
     ImagesStoreSettings result;
     for (const StoreKey &key : storeKeys)
-        result.*(key.member) = settings.value(key.of(owner));
+        result.*(key.member) = values.value(key.of(owner));
     return result;
+}
+
+ImagesStoreSettings ImagesStoreSettings::read(StoreOwner owner)
+{
+    QMap<SettingsKey, QString> values;
+    for (const StoreKey &key : storeKeys) {
+        values.insert(key.own, Settings::instance().value(key.own));
+        values.insert(key.reference, Settings::instance().value(key.reference));
+    }
+    return of(values, owner);
 }
 
 void ImagesStoreSettings::write(StoreOwner owner) const

@@ -1,6 +1,9 @@
 #pragma once
 
+#include <QMap>
 #include <QString>
+
+#include "app/settings.h"
 
 /// Whose pictures a store holds: ours, or those of the reference database.
 enum class StoreOwner { Own, Reference };
@@ -34,6 +37,9 @@ struct ImagesStoreSettings
 
     /// What the settings say. The reference database without a store of its own has ours.
     static ImagesStoreSettings read(StoreOwner owner = StoreOwner::Own);
+
+    /// The same of values that are not in the settings yet.
+    static ImagesStoreSettings of(const QMap<SettingsKey, QString> &values, StoreOwner owner);
 
     /// Puts them into the settings, which are not saved yet.
     void write(StoreOwner owner = StoreOwner::Own) const;

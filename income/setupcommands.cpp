@@ -18,29 +18,25 @@ namespace {
 
 using Done = std::function<void(const Verdict &verdict)>;
 
-ImagesStoreSettings storeSettings(const SettingsValues &values)
-{
-    return {.type = values.value(SettingsKey::ImagesStoreType),
-            .path = values.value(SettingsKey::ImagesStorePath),
-            .host = values.value(SettingsKey::ImagesStoreHost),
-            .port = values.value(SettingsKey::ImagesStorePort),
-            .login = values.value(SettingsKey::ImagesStoreLogin),
-            .password = values.value(SettingsKey::ImagesStorePassword)};
-}
-
+template<StoreOwner owner>
 QPair<SettingsKey, QString> checkImages(const SettingsValues &values)
 {
-    ImagesStoreSettings settings = storeSettings(values);
+    constexpr bool isOwn = owner == StoreOwner::Own;
+    ImagesStoreSettings settings = ImagesStoreSettings::of(values, owner);
     const QString fault = settings.fault();
     settings.port.clear();
-    return {settings.fault().isEmpty() ? SettingsKey::ImagesStorePort
-                                       : SettingsKey::ImagesStoreHost,
-            fault};
+    if (settings.fault().isEmpty())
+        return {isOwn ? SettingsKey::ImagesStorePort : SettingsKey::FriendImagesStorePort, fault};
+    return {isOwn ? SettingsKey::ImagesStoreHost : SettingsKey::FriendImagesStoreHost, fault};
 }
 
+/// Nothing is written into the store of the reference.
+template<StoreOwner owner>
 void tryImages(const SettingsValues &values, QObject *context, const Done &done)
 {
-    auto *check = new StoreCheck(storeSettings(values), context);
+    using Use = StoreCheck::Use;
+    constexpr Use use = owner == StoreOwner::Own ? Use::ReadAndWrite : Use::Read;
+    auto *check = new StoreCheck(ImagesStoreSettings::of(values, owner), use, context);
     QObject::connect(check, &BackgroundWork::finished, context, [check, done] {
         done({check->state() == BackgroundWork::State::Done, check->result()});
     });
@@ -104,8 +100,11 @@ SetupCommands::SetupCommands(QMainWindow *window)
 
 SettingsParts SetupCommands::parts()
 {
-    return {.checkImages = checkImages,
-            .tryImages = tryImages,
+    return {.checkImages = checkImages<StoreOwner::Own>,
+            .tryImages = tryImages<StoreOwner::Own>,
+            .hasReference = isConnectionRegistered(friendConnection),
+            .checkFriendImages = checkImages<StoreOwner::Reference>,
+            .tryFriendImages = tryImages<StoreOwner::Reference>,
             .tryScales = tryScales,
             .checkSms = checkSms,
             .trySms = trySms,

@@ -80,7 +80,7 @@ private slots:
         m_boxes->answer("OK");
         click(dialog, "savePushButton");
         QCOMPARE(m_boxes->lastText(), "Пожалуйста, введите порт, к которому подключены весы.");
-        QCOMPARE(child<QTabWidget>(dialog, "tabWidget")->currentIndex(), 2);
+        QCOMPARE(child<QTabWidget>(dialog, "tabWidget")->currentIndex(), 3);
         child<QComboBox>(dialog, "scalesPortComboBox")->setEditText("ttyUSB0 ");
         m_boxes->answer("OK");
         click(dialog, "savePushButton");
@@ -101,6 +101,21 @@ private slots:
         QCOMPARE(Settings::instance().value(SettingsKey::ScalesPort), "ttyUSB0");
         QCOMPARE(Settings::instance().value(SettingsKey::SmsGateHost), "right");
         QCOMPARE(Settings::instance().value(SettingsKey::FontSize), "33");
+    }
+
+    void storeOfTheReference_isEditedWhereThereIsOne()
+    {
+        for (const bool hasReference : {false, true}) {
+            SettingsDialog dialog({.hasReference = hasReference});
+            QCOMPARE(child<QTabWidget>(dialog, "tabWidget")->isTabVisible(2), hasReference);
+            child<QComboBox>(dialog, "friendImagesTypeComboBox")->setCurrentIndex(hasReference);
+            type(dialog, "friendImagesPathLineEdit", "/there");
+            click(dialog, "savePushButton");
+            QCOMPARE(Settings::instance().value(SettingsKey::FriendImagesStoreType),
+                     hasReference ? "local" : "");
+        }
+        QCOMPARE(Settings::instance().value(SettingsKey::FriendImagesStorePath), "/there");
+        QCOMPARE(Settings::instance().value(SettingsKey::ImagesStorePath), "");
     }
 
     void trial_takesWhatIsEntered()

@@ -130,6 +130,32 @@ private slots:
         QCOMPARE(storedFiles(), 0);
     }
 
+    void brokenDatabase_leavesThePictureAsItWas()
+    {
+        WareDialog card(7, nullptr);
+        WareGallery *gallery = galleryOf(card);
+        gallery->add(sources({picture("a.png", Qt::red)}));
+        QTRY_VERIFY(!gallery->isBusy());
+        const QByteArray thumb = readFile(stored("thumbs", 0));
+        DialogSteps steps;
+        steps.whenOpen<ImageDialog>([&](ImageDialog &dialog) {
+            QTRY_VERIFY(child<QWidget>(dialog, "controlsWidget")->isEnabled());
+            child<NumberSpinBox>(dialog, "saturationSpinBox")->setValue(-100);
+            breakStatements("UPDATE images");
+            m_boxes->answer("OK");
+            click(dialog, "okPushButton");
+            QTRY_COMPARE(m_boxes->requests().size(), 1);
+            setStatementObserver({});
+            QVERIFY(readFile(stored("thumbs", 0)) != thumb);
+            m_boxes->answer("Закрыть");
+            dialog.reject();
+            QTRY_VERIFY(!dialog.isVisible());
+        });
+        click(card, "imagesEditPushButton");
+        QVERIFY(steps.allServed());
+        QCOMPARE(readFile(stored("thumbs", 0)), thumb);
+    }
+
     void editing_makesThePictureAnew()
     {
         WareDialog card(7, nullptr);

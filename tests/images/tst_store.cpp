@@ -478,7 +478,7 @@ private slots:
         QCOMPARE(question.escapeButton, question.defaultButton);
         QVERIFY(putThree("no put")); // refused is refused
 
-        StoreCheck check(store.settings());
+        StoreCheck check(store.settings(), StoreCheck::Use::ReadAndWrite);
         m_boxes.answer("Доверять");
         check.start();
         QTRY_COMPARE_WITH_TIMEOUT(check.state(), BackgroundWork::State::Done, patience);

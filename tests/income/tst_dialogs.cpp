@@ -77,6 +77,8 @@ QWidget *const none = nullptr;
 
 QList<Maker> makers()
 {
+    SettingsParts setup = SetupCommands::parts();
+    setup.hasReference = true;
     QList<Maker> all = {
         maker<CodeDialog>(0, 1, none),
         maker<CodesDialog>(none),
@@ -92,7 +94,7 @@ QList<Maker> makers()
         maker<PropertyDialog>(0, none),
         maker<PropertyItemsDialog>(1, none),
         maker<OptionsDialog>(none),
-        maker<SettingsDialog>(SetupCommands::parts(), none),
+        maker<SettingsDialog>(setup, none),
         maker<QuantityDialog>("Количество", 1.5, 3, none),
         maker<ReferenceDialog>(none, 1),
         maker<StockDialog>(none),
