@@ -71,7 +71,9 @@ LocalFolder::Outcome LocalFolder::write(const QString &name, const QByteArray &b
     if (file.open(QIODevice::WriteOnly | QIODevice::NewOnly)) {
         // The last of it may be what finds no room on the disk.
         const bool isWhole = file.write(bytes) == bytes.size() && file.flush();
-        reason = file.errorString();
+        // Qt has no word for a disk that has taken a part of it.
+        reason = file.error() == QFileDevice::NoError ? LocalFolderTexts::tr("на диске нет места")
+                                                      : file.errorString();
         file.close();
         if (isWhole && std::rename(QFile::encodeName(file.fileName()).constData(),
                                    QFile::encodeName(path).constData()) == 0)
