@@ -299,6 +299,9 @@ void ImagesStore::runLocally(const OperationPointer &operation)
 /// A few hundred files in each turn of the event loop.
 void ImagesStore::listLocally(const OperationPointer &operation)
 {
+    QString reason;
+    if (!m_local->canList(operation->name, reason))
+        return finish(operation, {.reason = reason, .outage = Outage::File});
     auto lister = std::make_shared<LocalLister>(m_local->filePath(operation->name));
     const auto step = [this, operation, lister](const auto &again) -> void {
         if (!m_operations.contains(operation))
