@@ -77,6 +77,9 @@ QWebdav::~QWebdav()
         request->disconnect(this);
         request->cancel();
     }
+    // The manager waits for its thread, whatever holds that up.
+    if (!requests.isEmpty())
+        cutFlooded(portOf(m_baseUrl));
 }
 
 void QWebdav::setConnectionSettings(ConnectionType type, const QString &hostName,
