@@ -45,6 +45,7 @@ ImageDialog::ImageDialog(const WareImage &image, QWidget *parent)
       m_edit(image.edit)
 {
     m_ui->setupUi(this);
+    const QScopedValueRollback showing(m_showing, true); // the frame's box would begin a new frame
     m_ui->titleLineEdit->setText(image.title);
     m_ui->linkCheckBox->setChecked(m_edit.red == m_edit.green && m_edit.red == m_edit.blue);
     m_ui->logoGroupBox->setVisible(Session::instance().hasRight(Right::ChangeSettings));
@@ -289,7 +290,7 @@ void ImageDialog::on_logoPushButton_clicked()
         this,
         [path] {
             const ImportedImage file = importImage(path, {}, {});
-            return Chosen{file, decodeImage(file.original)};
+            return Chosen{file, decodeLogo(file.original)};
         },
         [this, path](const Chosen &chosen) {
             const bool isPng = chosen.file.kind == ImageKind::Png;

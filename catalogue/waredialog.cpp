@@ -431,6 +431,10 @@ void WareDialog::reject()
     for (const WareSubList *list : std::as_const(m_lists))
         lost = lost || (id() == 0 && list->isTouched());
     lost = lost || m_gallery->isBusy() || (id() == 0 && m_gallery->isTouched());
+    if (m_acceptSoon) { // nothing is written behind the question
+        m_acceptSoon = false;
+        m_ui->okPushButton->setEnabled(true);
+    }
     if (lost && !m_missing && !mayLoseInput(this))
         return;
     m_gallery->abandon();

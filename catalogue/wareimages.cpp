@@ -122,26 +122,51 @@ TransactionStep swapPlaces(QList<WareImage> images, qsizetype one, qsizetype oth
     return TransactionStep::Commit;
 }
 
-bool removeRow(const WareImage &image)
+/// Deletes rows of one product, all of which are given; those behind them close up.
+bool removeRows(const QList<WareImage> &images, const QList<qulonglong> &ids, QStringList &files)
 {
-    return QueryExec(nullptr, "DELETE FROM images WHERE " + withId(image.id) + u';') &&
-           QueryExec(nullptr, "UPDATE images SET ordernum=ordernum-1 WHERE ordernum>" +
-                                  sql::integer(image.ordernum) + " AND " + ofWare(image.wareid) +
-                                  u';');
+    QStringList gone;
+    int last = 0; // of what stays
+    for (const WareImage &image : images) {
+        if (ids.contains(image.id)) {
+            gone += sql::quotedId(image.id);
+            files += image.fileName;
+        } else {
+            last = image.ordernum;
+        }
+    }
+    if (!gone.isEmpty() &&
+        !QueryExec(nullptr, "DELETE FROM images WHERE id IN (" + gone.join(u',') + ");"))
+        return false;
+    // The last first: the numbers before it still hold then.
+    return std::all_of(images.crbegin(), images.crend(), [&](const WareImage &image) {
+        return !ids.contains(image.id) || image.ordernum >= last ||
+               QueryExec(nullptr, "UPDATE images SET ordernum=ordernum-1 WHERE ordernum>" +
+                                      sql::integer(image.ordernum) + " AND " +
+                                      ofWare(image.wareid) + u';');
+    });
 }
 
-/// Two databases may share a store, and so may two rows a file.
-bool isFileUsed(const QString &fileName)
+/// Those that rows still have: two databases may share a store, and so may two rows a file. False
+/// when that can't be told.
+bool findUsed(const QStringList &fileNames, QSet<QString> &used)
 {
-    const QString used =
-        "SELECT id FROM images WHERE filename=" + sql::text(fileName) + " LIMIT 1;";
-    QList<SqlRow> rows;
+    QStringList names;
+    for (const QString &name : fileNames)
+        names += sql::text(name);
     for (const QString &connection : {mainConnection, friendConnection}) {
-        if (isConnectionRegistered(connection) &&
-            (!QueryRows(nullptr, used, rows, connection) || !rows.isEmpty()))
-            return true;
+        QList<SqlRow> rows;
+        if (!isConnectionRegistered(connection))
+            continue;
+        if (!QueryRows(nullptr,
+                       "SELECT DISTINCT filename FROM images WHERE filename IN (" +
+                           names.join(u',') + ");",
+                       rows, connection))
+            return false;
+        for (const SqlRow &row : std::as_const(rows))
+            used += row.first().toString();
     }
-    return false;
+    return true;
 }
 
 } // namespace
@@ -161,8 +186,11 @@ QStringList storedFilesOf(const QString &fileName)
 
 void removeStoredFiles(const QStringList &fileNames)
 {
+    QSet<QString> used = {QString()};
+    if (fileNames.isEmpty() || !findUsed(fileNames, used))
+        return;
     for (const QString &name : fileNames) {
-        if (name.isEmpty() || isFileUsed(name))
+        if (used.contains(name))
             continue;
         for (const QString &file : storedFilesOf(name))
             ImagesStore::instance().remove(file);
@@ -291,30 +319,27 @@ bool moveWareImage(QWidget *parent, qulonglong id, bool forward)
 bool removeWareImages(QWidget *parent, const QList<qulonglong> &ids, std::optional<qulonglong> only)
 {
     QStringList files;
+    QStringList list;
+    for (const qulonglong id : ids)
+        list += sql::quotedId(id);
     bool inDoubt = false;
     const auto remove = [&] {
         if (!std::exchange(inDoubt, false))
             files.clear();
-        bool any = false;
-        for (const qulonglong id : ids) {
-            qulonglong wareid = 0;
-            const LoadState found = findProduct(id, wareid);
-            if (found == LoadState::NotFound ||
-                (found == LoadState::Loaded && only.value_or(wareid) != wareid))
-                continue;
+        const qsizetype before = files.size();
+        QList<SqlRow> products;
+        if (!QueryRows(nullptr,
+                       "SELECT DISTINCT wareid FROM images WHERE id IN (" + list.join(u',') + ");",
+                       products))
+            return TransactionStep::Fail;
+        for (const SqlRow &product : std::as_const(products)) {
+            const qulonglong wareid = product.first().toULongLong();
             QList<WareImage> images;
-            if (found == LoadState::Failed || !readLocked(ofWare(wareid), images))
+            if (only.value_or(wareid) == wareid &&
+                (!readLocked(ofWare(wareid), images) || !removeRows(images, ids, files)))
                 return TransactionStep::Fail;
-            for (const WareImage &image : std::as_const(images)) {
-                if (image.id != id)
-                    continue;
-                any = true;
-                files += image.fileName;
-                if (!removeRow(image))
-                    return TransactionStep::Fail;
-            }
         }
-        return any ? TransactionStep::Commit : TransactionStep::Done;
+        return files.size() > before ? TransactionStep::Commit : TransactionStep::Done;
     };
     if (!run(parent, remove, &inDoubt))
         return false;

@@ -25,6 +25,8 @@ constexpr int bytesOfMegabyte = 1024 * 1024;
 /// wanted, and so lose nothing.
 constexpr int reserve = 2;
 
+constexpr QSize largestLogo(1600, 1600); ///< a fifth of the largest picture
+
 ImageKind kindOf(const QByteArray &bytes)
 {
     if (bytes.startsWith("\xff\xd8\xff"))
@@ -176,6 +178,11 @@ QImage decodeImage(const QByteArray &bytes, const QSize &atLeast)
             reader.setScaledSize(size);
     }
     return inStandardColours(reader.read());
+}
+
+QImage decodeLogo(const QByteArray &bytes)
+{
+    return thumbnailOf(decodeImage(bytes), largestLogo);
 }
 
 ImportedImage renderImage(const QByteArray &original, const ImageEdit &edit,

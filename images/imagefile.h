@@ -57,6 +57,9 @@ ImageFault faultOf(const QByteArray &bytes);
 /// but not smaller than that. Null when it is broken, or larger than a picture may be.
 QImage decodeImage(const QByteArray &bytes, const QSize &atLeast = {});
 
+/// Decodes the logo of the shop, no larger than it can get onto a picture.
+QImage decodeLogo(const QByteArray &bytes);
+
 /// Makes the processed picture and the thumbnail of an original; the fault is Broken, or the
 /// reason why the original would not have come in.
 ImportedImage renderImage(const QByteArray &original, const ImageEdit &edit,

@@ -174,9 +174,10 @@ ImageFrame frameOf(const ImageEdit &edit, const QSize &original, const ImageOpti
 QSize processedSize(const ImageFrame &frame, const ImageOptions &options)
 {
     // A hair less than a whole pixel is what turning by a right angle leaves.
-    const double width = std::min(std::round(frame.size.width()), double(options.width));
-    const double height = width * frame.size.height() / frame.size.width();
-    return {std::max(int(width), 1), std::clamp(int(std::lround(height)), 1, largestSide)};
+    const double shape = frame.size.height() / frame.size.width();
+    const double width = std::min(
+        {std::round(frame.size.width()), double(options.width), std::floor(largestSide / shape)});
+    return {std::max(int(width), 1), std::clamp(int(std::lround(width * shape)), 1, largestSide)};
 }
 
 QImage cutOut(const QImage &decoded, const QSize &original, const ImageFrame &frame, double angle,
@@ -191,7 +192,8 @@ QImage cutOut(const QImage &decoded, const QSize &original, const ImageFrame &fr
                        std::max(int(std::lround(original.height() * scale)), 1));
     if (wanted.width() < decoded.width() && wanted.height() < decoded.height())
         source = decoded.scaled(wanted, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
-    if (angle == 0 && source.size() == size)
+    const QPointF middle(original.width() / 2.0, original.height() / 2.0);
+    if (angle == 0 && source.size() == size && (frame.center - middle).manhattanLength() <= 1)
         return onWhite(source);
     QImage cut(size, QImage::Format_RGB32);
     cut.fill(Qt::white);

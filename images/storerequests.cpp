@@ -134,7 +134,7 @@ void getLogo(QObject *context, ImagesStore &store,
         if (!file.reason.isEmpty() && !file.missing)
             return done({}, file.reason);
         runInBackground(
-            context, [bytes = file.bytes] { return decodeImage(bytes); },
+            context, [bytes = file.bytes] { return decodeLogo(bytes); },
             [=](const QImage &logo) { done(logo, {}); });
     };
     const auto listed = [=, &store](const StoreFiles &files, const QString &reason) {

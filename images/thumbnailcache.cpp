@@ -98,8 +98,7 @@ void ThumbnailCache::request(const QString &fileName)
         return;
     }
     m_requests.insert(fileName, {.number = ++m_lastNumber});
-    if (!m_delay.isActive())
-        m_delay.start();
+    m_delay.start();
     const int number = m_lastNumber;
     QMetaObject::invokeMethod(
         this,
@@ -173,8 +172,7 @@ void ThumbnailCache::startAnew(const QString &fileName)
         return;
     found->stage = Stage::Waiting;
     found->number = ++m_lastNumber;
-    if (!m_delay.isActive())
-        m_delay.start();
+    m_delay.start();
 }
 
 QString ThumbnailCache::diskName(const QString &fileName) const

@@ -159,10 +159,10 @@ void CatalogueCommands::on_syncImagesAction_triggered()
     sync->start();
 }
 
+/// Also behind a card that was cancelled: pictures, rows and groups are written from it at once.
 void CatalogueCommands::tellSaved(qulonglong wareid)
 {
-    if (wareid == 0)
-        return;
     emit changed(wareid);
-    emit told(tr("Наименование № %1 сохранено").arg(wareid), true);
+    if (wareid != 0)
+        emit told(tr("Наименование № %1 сохранено").arg(wareid), true);
 }

@@ -193,6 +193,12 @@ private slots:
         auto *list = child<QListWidget>(card, "imagesListWidget");
         QTRY_COMPARE(centre(list->item(0)->icon()), QColor(87, 87, 87).name());
 
+        steps.whenOpen<ImageDialog>([](ImageDialog &dialog) {
+            QCOMPARE(child<NumberSpinBox>(dialog, "widthSpinBox")->text(), "800");
+            click(dialog, "cancelPushButton"); // without a question
+        });
+        click(card, "imagesEditPushButton");
+
         // Another station does the same.
         QVERIFY(QFile::remove(stored("thumbs", 0)));
         QVERIFY(QFile::copy(picture("b.png", Qt::blue), stored("thumbs", 0)));

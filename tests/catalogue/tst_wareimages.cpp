@@ -17,16 +17,18 @@ private slots:
         const qulonglong a = add(7, "a.jpg");
         const qulonglong b = add(7, "b.jpg");
         const qulonglong c = add(7, "c.jpg");
-        add(8, "x.jpg");
+        const qulonglong x = add(8, "x.jpg");
         add(8, "y.jpg");
+        const qulonglong z = add(8, "z.jpg");
+        add(8, "w.jpg");
         QVERIFY(moveWareImage(nullptr, c, true));
         QCOMPARE(order(7), "a1 c2 b3");
         QVERIFY(moveWareImage(nullptr, a, true) && moveWareImage(nullptr, a, false));
         QCOMPARE(order(7), "c1 a2 b3");
         QVERIFY(moveWareImage(nullptr, 4711, true));
-        QVERIFY(removeWareImages(nullptr, {c, 4711}));
+        QVERIFY(removeWareImages(nullptr, {c, x, 4711, z}));
         QCOMPARE(order(7), "a1 b2");
-        QCOMPARE(order(8), "x1 y2");
+        QCOMPARE(order(8), "y1 w2");
         // Rows of other programs may have no numbers, or twice the same.
         rows("UPDATE images SET ordernum=NULL");
         QVERIFY(moveWareImage(nullptr, b, true));
