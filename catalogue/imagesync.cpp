@@ -256,7 +256,7 @@ void ImageSync::fetch(const std::shared_ptr<Jobs> &jobs)
         this, from, isOurs ? ours : inFolder(originalsFolder, job.foreignName),
         [this, jobs, isOurs](const FetchedFile &file) {
             if (!file.reason.isEmpty())
-                jobDone(jobs, file.reason);
+                jobDone(jobs, file.reason, !file.missing);
             else if (!isOver())
                 render(jobs, file.bytes, !isOurs);
         },
@@ -295,7 +295,7 @@ void ImageSync::store(const std::shared_ptr<Jobs> &jobs, const QList<FileContent
     const int count = jobs->first().hasRow ? static_cast<int>(files.size()) : 0;
     putFiles(this, ImagesStore::instance(), files, [this, jobs, count](const QString &reason) {
         if (!reason.isEmpty())
-            return jobDone(jobs, reason);
+            return jobDone(jobs, reason, true);
         m_made += count;
         write(jobs);
     });
@@ -316,17 +316,17 @@ void ImageSync::write(const std::shared_ptr<Jobs> &jobs)
     jobDone(jobs);
 }
 
-void ImageSync::jobDone(const std::shared_ptr<Jobs> &jobs, const QString &failure)
+void ImageSync::jobDone(const std::shared_ptr<Jobs> &jobs, const QString &failure, bool isOfStore)
 {
     if (isOver())
         return;
-    m_failuresInRow = failure.isEmpty() ? 0 : m_failuresInRow + 1;
-    if (!failure.isEmpty()) {
+    m_failuresInRow = isOfStore ? m_failuresInRow + 1 : 0;
+    if (!failure.isEmpty())
         m_failures += failure;
-        if (m_failuresInRow == mostFailuresInRow)
-            return fail(failure);
-    }
+    if (m_failuresInRow == mostFailuresInRow)
+        return fail(failure);
     jobs->removeFirst();
     advance(++m_done, m_total);
-    next(jobs);
+    QMetaObject::invokeMethod(
+        this, [this, jobs] { next(jobs); }, Qt::QueuedConnection); // not one within the other
 }

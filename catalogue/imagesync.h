@@ -68,7 +68,8 @@ private:
     void render(const std::shared_ptr<Jobs> &jobs, const QByteArray &original, bool isNew);
     void store(const std::shared_ptr<Jobs> &jobs, const QList<FileContents> &files);
     void write(const std::shared_ptr<Jobs> &jobs);
-    void jobDone(const std::shared_ptr<Jobs> &jobs, const QString &failure = {});
+    void jobDone(const std::shared_ptr<Jobs> &jobs, const QString &failure = {},
+                 bool isOfStore = false);
 
     QPointer<QWidget> m_window;
     std::unique_ptr<ImagesStore> m_reference; ///< none: the reference's files are in our store
@@ -83,7 +84,7 @@ private:
     int m_done = 0;
     int m_copied = 0;
     int m_present = 0;
-    int m_made = 0; ///< files for rows that stood already
-    int m_failuresInRow = 0;
+    int m_made = 0;          ///< files for rows that stood already
+    int m_failuresInRow = 0; ///< of a store
     QStringList m_failures;
 };

@@ -23,6 +23,7 @@ namespace {
 constexpr qsizetype mostAtOnce = 6; ///< as many connections as there are to one server
 constexpr int mostContinuations = 20;
 constexpr auto lockOutTime = 60s;
+constexpr auto sameCauseTime = 30s;
 
 /// The folder of a name; empty: the root.
 QString folderOf(const QString &name)
@@ -35,6 +36,14 @@ QByteArray versionOf(const QNetworkReply *reply)
 {
     const QByteArray tag = reply->rawHeader("ETag");
     return tag.isEmpty() ? reply->rawHeader("Last-Modified") : tag;
+}
+
+/// Whether all of a file has come, of which an answer may bring a part or nothing.
+bool isWholeFile(const QNetworkReply *reply, qsizetype size)
+{
+    const int status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
+    const QByteArray total = reply->rawHeader("Content-Range").split('/').value(1);
+    return status == 200 || (status == 206 && (total == "*" || total == QByteArray::number(size)));
 }
 
 /// Whether the server is not there, or lets nobody in.
@@ -99,8 +108,8 @@ void ImagesStore::open(const ImagesStoreSettings &settings)
     m_sent.clear();
     m_folders.clear();
     m_settings = settings;
-    m_reached = m_outage = false;
-    m_unwritable.clear();
+    m_reached = false;
+    m_outage = Outage::None;
     m_lockedOut = QDeadlineTimer();
     m_webdav.reset();
     m_local.reset();
@@ -256,10 +265,10 @@ void ImagesStore::run(const OperationPointer &operation)
     else if (m_local)
         runLocally(operation);
     else if (!m_webdav)
-        finish(operation, {.reason = m_settings.fault(), .outage = true});
+        finish(operation, {.reason = m_settings.fault(), .outage = Outage::Store});
     else if (!m_lockedOut.isForever() && !m_lockedOut.hasExpired())
-        finish(operation,
-               {.reason = tr("хранилище изображений не приняло имя или пароль"), .outage = true});
+        finish(operation, {.reason = tr("хранилище изображений не приняло имя или пароль"),
+                           .outage = Outage::Store});
     else
         send(operation);
 }
@@ -284,13 +293,15 @@ void ImagesStore::runLocally(const OperationPointer &operation)
     }
     finish(operation, {.reason = outcome == Outcome::Done ? QString() : reason,
                        .missing = outcome == Outcome::Missing,
-                       .outage = outcome == Outcome::Failed,
-                       .unwritable = unwritableBy(*operation)});
+                       .outage = outcome == Outcome::Failed ? outageAt(*operation) : Outage::None});
 }
 
 /// A few hundred files in each turn of the event loop.
 void ImagesStore::listLocally(const OperationPointer &operation)
 {
+    QString reason;
+    if (!m_local->canList(operation->name, reason))
+        return finish(operation, {.reason = reason, .outage = Outage::File});
     auto lister = std::make_shared<LocalLister>(m_local->filePath(operation->name));
     const auto step = [this, operation, lister](const auto &again) -> void {
         if (!m_operations.contains(operation))
@@ -345,7 +356,7 @@ void ImagesStore::send(const OperationPointer &operation)
 bool ImagesStore::isContinuation(const QNetworkReply *reply, const Operation &operation) const
 {
     const QByteArray expected = "bytes " + QByteArray::number(operation.bytes.size()) + '-';
-    return reply->rawHeader("Content-Range").startsWith(expected) &&
+    return reply->rawHeader("Content-Range").startsWith(expected) && !operation.version.isEmpty() &&
            versionOf(reply) == operation.version;
 }
 
@@ -400,7 +411,7 @@ void ImagesStore::on_webdav_requestFinished(QNetworkReply *reply)
 void ImagesStore::on_webdav_errorChanged(const QString &errorMsg)
 {
     m_lockedOut = QDeadlineTimer(lockOutTime);
-    tellOutage(tr("Webdav error: ") + errorMsg);
+    tellOutage(tr("Webdav error: ") + errorMsg, Outage::Store);
 }
 
 void ImagesStore::folderAnswered(const OperationPointer &operation, const WebdavRequest &request)
@@ -419,10 +430,8 @@ void ImagesStore::folderAnswered(const OperationPointer &operation, const Webdav
         const QString reason = request.status() == 409
                                    ? tr("на сервере нет папки %1").arg(m_settings.path)
                                    : request.reason();
-        finish(operation,
-               {.reason = reason,
-                .outage = true,
-                .unwritable = isUnreachable(request) ? QString() : unwritableBy(*operation)});
+        finish(operation, {.reason = reason,
+                           .outage = isUnreachable(request) ? Outage::Store : Outage::Folder});
     }
 }
 
@@ -435,26 +444,34 @@ void ImagesStore::answered(const OperationPointer &operation, const WebdavReques
     if (request.state() != BackgroundWork::State::Done) {
         result.reason = request.reason();
         result.missing = request.fault() == Fault::Missing;
-        result.outage = request.state() == BackgroundWork::State::TimedOut ||
-                        request.fault() == Fault::Broken || request.fault() == Fault::Server;
-        if (!isUnreachable(request))
-            result.unwritable = unwritableBy(*operation);
+        if (request.state() == BackgroundWork::State::TimedOut ||
+            request.fault() == Fault::Broken || request.fault() == Fault::Server)
+            result.outage = isUnreachable(request) ? Outage::Store : outageAt(*operation);
     } else if (operation->verb == Verb::Remove && request.status() == 207) {
         result.reason = tr("хранилище изображений не удалило файл");
+    } else if (!isAnswered(*operation, request)) {
+        result.reason = tr("непонятный ответ хранилища изображений");
     }
     if (operation->verb == Verb::List)
         takeFiles(*operation, result);
-    const bool concernsAll = result.outage && isUnreachable(request);
+    const bool concernsAll = result.outage == Outage::Store;
     finish(operation, result);
     // What stands behind it would only wait for the same.
     if (concernsAll)
         failWaiting(result);
 }
 
+/// Whether what was asked for is done; of a file that is all of it.
+bool ImagesStore::isAnswered(const Operation &operation, const WebdavRequest &request)
+{
+    return request.state() == BackgroundWork::State::Done &&
+           (operation.verb != Verb::Get || isWholeFile(request.reply(), operation.bytes.size()));
+}
+
 /// A download that broke off goes on where it was, and a folder that has gone is made again.
 bool ImagesStore::trySomethingElse(const OperationPointer &operation, const WebdavRequest &request)
 {
-    const bool isDone = request.state() == BackgroundWork::State::Done;
+    const bool isDone = isAnswered(*operation, request);
     if (operation->verb == Verb::Put && !isDone && operation->tries == 0 &&
         (request.status() == 409 || request.status() == 404) && operation->name.contains(u'/')) {
         m_folders.remove(folderOf(operation->name));
@@ -462,8 +479,10 @@ bool ImagesStore::trySomethingElse(const OperationPointer &operation, const Webd
         send(operation);
         return true;
     }
-    const bool isBroken = request.state() == BackgroundWork::State::TimedOut ||
-                          request.fault() == WebdavRequest::Fault::Broken || request.status() == 0;
+    const bool isBroken =
+        request.state() == BackgroundWork::State::TimedOut ||
+        request.fault() == WebdavRequest::Fault::Broken || request.status() == 0 ||
+        (request.state() == BackgroundWork::State::Done && request.status() == 206);
     const bool goesOn = isBroken && !operation->bytes.isEmpty();
     const bool isAnother = std::exchange(operation->startsAnew, false) || request.status() == 416;
     if (isAnother)
@@ -495,28 +514,30 @@ void ImagesStore::takeFiles(Operation &operation, Result &result) const
     const QList<WebdavEntry> &entries = operation.reader->entries();
     for (const WebdavEntry &entry : entries) {
         const QString name = entry.path.mid(folder.size());
-        if (!entry.isCollection && entry.path.startsWith(folder) && !name.contains(u'/'))
+        // Hidden ones are what servers and desktops leave behind; a local folder skips them, too.
+        if (!name.startsWith(u'.') && !entry.isCollection && entry.path.startsWith(folder) &&
+            !name.contains(u'/'))
             operation.files += StoreFile{name, entry.contentLength, entry.lastModified};
     }
 }
 
-/// The folder that an operation could not change; empty: it was to read.
-QString ImagesStore::unwritableBy(const Operation &operation)
+/// What does not work when a store that answers fails in an operation.
+ImagesStore::Outage ImagesStore::outageAt(const Operation &operation)
 {
     const bool isWriting = operation.verb == Verb::Put || operation.verb == Verb::Remove;
-    return isWriting ? folderOf(operation.name) : QString();
+    return isWriting ? Outage::Folder : Outage::File;
 }
 
 void ImagesStore::finish(const OperationPointer &operation, const Result &result)
 {
     const OperationPointer kept = operation; // the caller's may be the one in the list
     m_operations.removeOne(kept);
-    if (result.outage)
+    if (result.outage != Outage::None)
         tellOutage(m_local ? tr("Хранилище изображений: %1").arg(result.reason)
                            : tr("Reply error: %1").arg(result.reason),
-                   result.unwritable);
+                   result.outage, folderOf(kept->name));
     else if ((result.reason.isEmpty() || result.missing) && endsOutage(*kept))
-        m_outage = false;
+        m_outage = Outage::None;
     answer(*kept, result);
 }
 
@@ -547,20 +568,23 @@ void ImagesStore::answer(const Operation &operation, const Result &result)
     }
 }
 
-/// Whether what has been done shows that the store works again; a full one can still be read.
+/// Whether what has been done shows that the store works again. A full one can still be read, and
+/// good files among bad ones, or a moment of a bad line, show nothing.
 bool ImagesStore::endsOutage(const Operation &operation) const
 {
-    return m_unwritable.isEmpty() ||
-           (operation.verb == Verb::Put && folderOf(operation.name) == m_unwritable);
+    if (m_outage == Outage::Folder)
+        return operation.verb == Verb::Put && folderOf(operation.name) == m_unwritable;
+    return m_sameCause.hasExpired();
 }
 
-void ImagesStore::tellOutage(const QString &text, const QString &unwritable)
+void ImagesStore::tellOutage(const QString &text, Outage outage, const QString &folder)
 {
     m_reached = false;
-    if (m_outage && (m_unwritable.isEmpty() || !unwritable.isEmpty()))
+    m_sameCause = QDeadlineTimer(sameCauseTime);
+    if (outage <= m_outage)
         return;
-    m_outage = true;
-    m_unwritable = unwritable;
+    m_outage = outage;
+    m_unwritable = folder;
     if (m_silent)
         logMessage(text);
     else

@@ -115,13 +115,15 @@ private:
     };
     using OperationPointer = std::shared_ptr<Operation>;
 
+    /// What is out of work; the later ones are the graver ones.
+    enum class Outage { None, File, Folder, Store };
+
     /// What became of an operation.
     struct Result
     {
         QString reason = {}; ///< empty: it is done
         bool missing = false;
-        bool outage = false;     ///< the store does not work
-        QString unwritable = {}; ///< with that: it is this folder only that takes nothing
+        Outage outage = Outage::None;
     };
 
     QString place(const QString &name) const;
@@ -138,13 +140,14 @@ private:
     bool isContinuation(const QNetworkReply *reply, const Operation &operation) const;
     void folderAnswered(const OperationPointer &operation, const WebdavRequest &request);
     void answered(const OperationPointer &operation, const WebdavRequest &request);
+    static bool isAnswered(const Operation &operation, const WebdavRequest &request);
     bool trySomethingElse(const OperationPointer &operation, const WebdavRequest &request);
     void takeFiles(Operation &operation, Result &result) const;
     void finish(const OperationPointer &operation, const Result &result);
     void answer(const Operation &operation, const Result &result);
-    static QString unwritableBy(const Operation &operation);
+    static Outage outageAt(const Operation &operation);
     bool endsOutage(const Operation &operation) const;
-    void tellOutage(const QString &text, const QString &unwritable = {});
+    void tellOutage(const QString &text, Outage outage, const QString &folder = {});
     void failWaiting(const Result &result);
 
     ImagesStoreSettings m_settings;
@@ -158,7 +161,8 @@ private:
     std::chrono::milliseconds m_total{0};
     bool m_startPending = false;
     bool m_reached = false; ///< the server has answered
-    bool m_outage = false;
-    QString m_unwritable; ///< the folder that takes nothing, where that is all of the outage
+    Outage m_outage = Outage::None;
+    QString m_unwritable;       ///< the folder that takes nothing
+    QDeadlineTimer m_sameCause; ///< until then a failure belongs to the outage that was told
     bool m_silent = false;
 };

@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <unistd.h>
 #include <utility>
 
 namespace {
@@ -17,6 +18,16 @@ struct LocalFolderTexts
 {
     Q_DECLARE_TR_FUNCTIONS(LocalFolder)
 };
+
+/// What it means that a file is not to be seen.
+LocalFolder::Outcome notSeen(const QString &path, QString &reason)
+{
+    const bool isThere = ::access(QFile::encodeName(path).constData(), F_OK) == 0;
+    const bool isMissing = isThere || errno == ENOENT || errno == ENOTDIR;
+    reason = isMissing ? LocalFolderTexts::tr("Файла нет")
+                       : QString::fromLocal8Bit(std::strerror(errno));
+    return isMissing ? LocalFolder::Outcome::Missing : LocalFolder::Outcome::Failed;
+}
 
 } // namespace
 
@@ -34,10 +45,8 @@ LocalFolder::Outcome LocalFolder::read(const QString &name, QByteArray &bytes,
                                        QString &reason) const
 {
     const QFileInfo info(filePath(name));
-    if (!info.exists()) {
-        reason = LocalFolderTexts::tr("Файла нет");
-        return Outcome::Missing;
-    }
+    if (!info.exists())
+        return notSeen(info.filePath(), reason);
     QFile file(info.filePath());
     if (!info.isFile()) { // a pipe would never end
         reason = LocalFolderTexts::tr("Это не файл");
@@ -71,7 +80,9 @@ LocalFolder::Outcome LocalFolder::write(const QString &name, const QByteArray &b
     if (file.open(QIODevice::WriteOnly | QIODevice::NewOnly)) {
         // The last of it may be what finds no room on the disk.
         const bool isWhole = file.write(bytes) == bytes.size() && file.flush();
-        reason = file.errorString();
+        // Qt has no word for a disk that has taken a part of it.
+        reason = file.error() == QFileDevice::NoError ? LocalFolderTexts::tr("на диске нет места")
+                                                      : file.errorString();
         file.close();
         if (isWhole && std::rename(QFile::encodeName(file.fileName()).constData(),
                                    QFile::encodeName(path).constData()) == 0)
@@ -90,8 +101,19 @@ LocalFolder::Outcome LocalFolder::remove(const QString &name, QString &reason) c
     QFile file(filePath(name));
     if (file.remove())
         return Outcome::Done;
+    if (!QFileInfo::exists(file.fileName()))
+        return notSeen(file.fileName(), reason);
     reason = file.errorString();
-    return QFileInfo::exists(file.fileName()) ? Outcome::Failed : Outcome::Missing;
+    return Outcome::Failed;
+}
+
+bool LocalFolder::canList(const QString &folder, QString &reason) const
+{
+    if (::access(QFile::encodeName(filePath(folder)).constData(), R_OK | X_OK) == 0 ||
+        errno == ENOENT)
+        return true;
+    reason = QString::fromLocal8Bit(std::strerror(errno));
+    return false;
 }
 
 LocalLister::LocalLister(const QString &directory)

@@ -42,6 +42,9 @@ public:
     /// Deletes a file; Missing when there is none.
     Outcome remove(const QString &name, QString &reason) const;
 
+    /// Whether a folder can be listed, as one can that is not there.
+    bool canList(const QString &folder, QString &reason) const;
+
 private:
     QString m_root;
 };

@@ -17,6 +17,7 @@ constexpr qsizetype longestToken = 256 * 1024;
 constexpr qsizetype longestText = 16 * 1024;
 constexpr qsizetype deepest = 32;
 constexpr qsizetype mostEntries = 1'000'000;
+constexpr qsizetype longestPaths = 64 * 1024 * 1024; ///< of all entries, in characters
 constexpr qsizetype slice = 64 * 1024;
 
 /// "HTTP/1.1 200 OK" → 200.
@@ -189,7 +190,8 @@ bool MultistatusReader::takeEntry()
 {
     if (!pathBelow(m_root, m_href, m_entry.path))
         return refuse(MultistatusTexts::tr("имя вне папки: %1").arg(m_href.left(200)));
-    if (m_entries.size() >= mostEntries)
+    m_pathLength += m_entry.path.size();
+    if (m_entries.size() >= mostEntries || m_pathLength > longestPaths)
         return refuse(MultistatusTexts::tr("слишком много файлов"));
     if (m_status == 0 || m_status == 200)
         m_entries += std::exchange(m_entry, {});

@@ -57,6 +57,7 @@ private:
     QString m_href;
     int m_status = 0; ///< of the response itself, 0: none
     QList<WebdavEntry> m_entries;
+    qsizetype m_pathLength = 0; ///< of all entries
     QString m_fault;
     bool m_wasCut = false;
     qsizetype m_sinceToken = 0; ///< bytes that have not made up a token yet

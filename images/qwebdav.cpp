@@ -18,6 +18,7 @@ const char xmlType[] = "text/xml; charset=utf-8";
 /// Pictures are smaller, and so is what a server has to say of an error.
 constexpr qint64 largestFile = 64LL * 1024 * 1024;
 constexpr qint64 largestWord = 1024 * 1024;
+constexpr qint64 largestPiece = 512 * 1024;
 
 QByteArray xmlText(const QString &text)
 {
@@ -39,6 +40,11 @@ QByteArray startTag(const QString &space, const QString &name)
 QByteArray endTag(const QString &space, const QString &name)
 {
     return (space == davNamespace ? "</D:" : "</") + name.toUtf8() + '>';
+}
+
+int portOf(const QUrl &url)
+{
+    return url.port(url.scheme() == QLatin1String("http") ? 80 : 443);
 }
 
 QByteArray depthText(int depth)
@@ -71,6 +77,9 @@ QWebdav::~QWebdav()
         request->disconnect(this);
         request->cancel();
     }
+    // The manager waits for its thread, whatever holds that up.
+    if (!requests.isEmpty())
+        cutFlooded(portOf(m_baseUrl));
 }
 
 void QWebdav::setConnectionSettings(ConnectionType type, const QString &hostName,
@@ -244,6 +253,8 @@ QNetworkReply *QWebdav::send(const QByteArray &verb, const QString &path, const 
         QNetworkReply *reply = request->reply();
         if (request->status() == 401)
             emit errorChanged(request->reason());
+        if (request->state() == BackgroundWork::State::TimedOut)
+            cutFlooded(portOf(reply->url()));
         emit replyFinished(reply);
         m_requests.removeOne(request);
         reply->deleteLater();
@@ -277,11 +288,14 @@ QNetworkReply *QWebdav::issue(const QByteArray &verb, const QUrl &url, const Hea
         reply = m_manager->sendCustomRequest(request, verb);
     else
         reply = m_manager->sendCustomRequest(request, verb, body);
-    // Whoever does not read holds the server up instead of filling the memory.
-    reply->setReadBufferSize(2 * largestFile);
+    // Whoever does not read holds the server up instead of filling the memory; a list is taken
+    // apart piece by piece, so that the window stays alive. Set before the start it is ignored.
+    const qint64 most = verb == "PROPFIND" ? largestPiece : 2 * largestFile;
+    QMetaObject::invokeMethod(
+        reply, [reply, most] { reply->setReadBufferSize(most); }, Qt::QueuedConnection);
     if (verb == "PUT")
         connect(reply, &QNetworkReply::requestSent, this,
-                [port = url.port(isSSL() ? 443 : 80)] { sendWithoutDelay(port); });
+                [port = portOf(url)] { sendWithoutDelay(port); });
     connect(reply, &QNetworkReply::readyRead, this, &QWebdav::replyReadyRead);
     connect(reply, &QNetworkReply::errorOccurred, this, &QWebdav::replyError);
     return reply;

@@ -1,10 +1,12 @@
 #include "images/transfertuning.h"
 
 #include <QDir>
+#include <QList>
 
 #include <malloc.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 
 namespace {
@@ -34,6 +36,21 @@ int peerPort(int descriptor)
     }
 }
 
+/// The descriptors of the connections to a port. QNetworkAccessManager keeps its sockets, which it
+/// has few settings for, in a thread of its own.
+QList<int> connectionsTo(int port)
+{
+    QList<int> result;
+    const QStringList names = QDir(QStringLiteral("/proc/self/fd")).entryList();
+    for (const QString &name : names) {
+        bool isNumber = false;
+        const int descriptor = name.toInt(&isNumber);
+        if (isNumber && peerPort(descriptor) == port)
+            result += descriptor;
+    }
+    return result;
+}
+
 } // namespace
 
 void keepPictureMemory()
@@ -45,14 +62,17 @@ void keepPictureMemory()
 
 void sendWithoutDelay(int port)
 {
-    // QNetworkAccessManager has no setting for it, and its sockets live in a thread of their own.
-    const QStringList descriptors = QDir(QStringLiteral("/proc/self/fd")).entryList();
-    for (const QString &name : descriptors) {
-        bool isNumber = false;
-        const int descriptor = name.toInt(&isNumber);
-        if (!isNumber || peerPort(descriptor) != port)
-            continue;
-        const int on = 1;
+    const int on = 1;
+    for (const int descriptor : connectionsTo(port))
         setsockopt(descriptor, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+}
+
+void cutFlooded(int port)
+{
+    constexpr int flood = 4 * 1024;
+    for (const int descriptor : connectionsTo(port)) {
+        int unread = 0;
+        if (ioctl(descriptor, FIONREAD, &unread) == 0 && unread > flood)
+            shutdown(descriptor, SHUT_RDWR);
     }
 }

@@ -8,3 +8,7 @@ void keepPictureMemory();
 /// Lets the TCP connections to a port send the end of a file at once. Without that it waits for the
 /// confirmation of what went before, which a server may hold back for 40 ms.
 void sendWithoutDelay(int port);
+
+/// Cuts the connections to a port on which more has come than anybody reads. Header lines without
+/// end hold the thread that reads them up, which then hears of no abort.
+void cutFlooded(int port);

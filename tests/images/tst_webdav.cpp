@@ -234,6 +234,8 @@ private slots:
         QCOMPARE(outcome.state, fault == Fault::None ? State::TimedOut : State::Failed);
         QCOMPARE(outcome.fault, fault);
         QVERIFY(!outcome.reason.isEmpty());
+        server.reply(RecordingServer::answer("200 OK"));
+        QCOMPARE(ended(client, client.get("/y")).state, State::Done);
     }
 
     void slowDripRunsOutOfTime()
