@@ -62,6 +62,7 @@ QWebdav::QWebdav(QObject *parent)
 {
     connect(m_manager, &QNetworkAccessManager::authenticationRequired, this,
             &QWebdav::provideAuthentication);
+    connect(&m_watch, &QTimer::timeout, this, &QWebdav::watch);
     connect(m_manager, &QNetworkAccessManager::sslErrors, this,
             [this](QNetworkReply *reply, const QList<QSslError> &errors) {
                 m_sslReply = reply;
@@ -260,6 +261,10 @@ QNetworkReply *QWebdav::send(const QByteArray &verb, const QString &path, const 
         reply->deleteLater();
         request->deleteLater();
     });
+    if (!m_watch.isActive()) {
+        s_silentTicks = 0;
+        m_watch.start(1s);
+    }
     request->start();
     return request->reply();
 }
@@ -301,8 +306,18 @@ QNetworkReply *QWebdav::issue(const QByteArray &verb, const QUrl &url, const Hea
     return reply;
 }
 
+/// Bytes pour in and nothing of them comes out: they are header lines, of which no end will come.
+void QWebdav::watch()
+{
+    if (++s_silentTicks > 1)
+        cutFlooded(portOf(m_baseUrl));
+    if (m_requests.isEmpty())
+        m_watch.stop();
+}
+
 void QWebdav::replyReadyRead()
 {
+    s_silentTicks = 0;
     const auto *reply = qobject_cast<QNetworkReply *>(sender());
     if (WebdavRequest *waiting = request(reply))
         emit waiting->readyRead();

@@ -11,6 +11,7 @@
 #include <QSslError>
 #include <QString>
 #include <QStringList>
+#include <QTimer>
 #include <QUrl>
 
 #include <chrono>
@@ -92,6 +93,7 @@ private:
                         const QByteArray &body = {});
     QNetworkReply *issue(const QByteArray &verb, const QUrl &url, const Headers &headers,
                          const QByteArray &body);
+    void watch();
     QNetworkReply *transfer(const QByteArray &verb, const QString &from, const QString &to,
                             bool overwrite);
 
@@ -106,5 +108,7 @@ private:
     std::chrono::milliseconds m_idle;
     std::chrono::milliseconds m_total;
     QList<WebdavRequest *> m_requests;   ///< not over yet
+    QTimer m_watch;                      ///< runs while there are any
+    static inline int s_silentTicks = 0; ///< since something came for any client
     QNetworkReply *m_sslReply = nullptr; ///< whose certificate is looked at
 };
