@@ -118,10 +118,23 @@ void StoreCopy::copy(const QString &name)
         if (isOver())
             return;
         if (!file.reason.isEmpty())
-            return copied(name, file.reason);
+            return notRead(name, file.reason);
         putFiles(this, *m_to, {{name, file.bytes}},
                  [this, name](const QString &reason) { copied(name, reason); });
     });
+}
+
+/// Some files in a row that cannot be read do not mean yet that none can.
+void StoreCopy::notRead(const QString &name, const QString &reason)
+{
+    if (m_failuresInRow + 1 < mostFailuresInRow)
+        return copied(name, reason);
+    listFolders(this, *m_from, {logoFolder},
+                [this, name, reason](const StoreFiles & /*files*/, const QString &fault) {
+                    if (fault.isEmpty())
+                        m_failuresInRow = 0;
+                    copied(name, reason);
+                });
 }
 
 void StoreCopy::copied(const QString &name, const QString &reason)

@@ -39,6 +39,7 @@ private:
     void compareBefore();
     void copyNext();
     void copy(const QString &name);
+    void notRead(const QString &name, const QString &reason);
     void copied(const QString &name, const QString &reason);
     void compareAfter();
 

@@ -523,6 +523,13 @@ private slots:
         writeFile(back.path + "/originals/№ 8.jpg", "short");
         QCOMPARE(copy(share, back), "Скопировано файлов: 2, уже были: 19." + same);
 
+        for (int i = 10; i < 16; ++i)
+            QFile::setPermissions(QString("%1/originals/№ %2.jpg").arg(server.files()).arg(i), {});
+        back.path += "/again";
+        const QString some = copy(share, back);
+        QVERIFY2(some.startsWith("Скопировано файлов: 15,") && some.contains("(6)"),
+                 qPrintable(some));
+
         StoreCopy stopped(share, local);
         stopped.start();
         stopped.cancel();
