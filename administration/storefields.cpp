@@ -68,8 +68,8 @@ void StoreFields::fitToType()
     m_ui->storeLayout->setRowVisible(m_ui->storePathLayout, !type.isEmpty());
     m_ui->storePathBrowsePushButton->setVisible(!type.isEmpty() && !isServer);
     m_ui->storePathLabel->setText(isServer ? tr("Пап&ка на сервере:") : tr("Пап&ка:"));
-    m_ui->storePathLineEdit->setPlaceholderText(
-        isServer ? QString() : tr("images в папке настроек программы"));
+    m_ui->storePathLineEdit->setPlaceholderText(isServer ? QString()
+                                                         : tr("images в папке настроек программы"));
     m_ui->storeResultLabel->clear();
 }
 

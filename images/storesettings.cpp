@@ -88,7 +88,8 @@ QString ImagesStoreSettings::displayName() const
 ImagesStoreSettings ImagesStoreSettings::of(const QMap<SettingsKey, QString> &values,
                                             StoreOwner owner)
 {
-    if (owner == StoreOwner::Reference && values.value(SettingsKey::FriendImagesStoreType).isEmpty())
+    if (owner == StoreOwner::Reference &&
+        values.value(SettingsKey::FriendImagesStoreType).isEmpty())
         owner = StoreOwner::Own;
     ImagesStoreSettings result;
     for (const StoreKey &key : storeKeys)
