@@ -368,7 +368,9 @@ bool WareGallery::eventFilter(QObject *watched, QEvent *event)
         const QList<ImageSource> sources = imageSources(drop->mimeData());
         drop->setDropAction(Qt::CopyAction);
         drop->setAccepted(!sources.isEmpty());
-        if (!sources.isEmpty())
+        if (sources.isEmpty())
+            m_status->setText(tr("В перетащенном нет ни файлов, ни изображения."));
+        else
             add(sources);
         return true;
     }
