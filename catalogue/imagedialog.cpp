@@ -21,7 +21,7 @@ namespace {
 
 constexpr QSize previewRoom(1200, 1200);
 constexpr int quarterTurn = 90;
-constexpr int channelMembers = 3;
+constexpr qsizetype channelMembers = 3;
 
 /// A picture to look at, with the size of the whole one.
 struct Preview

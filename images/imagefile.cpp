@@ -43,7 +43,7 @@ ImageKind kindOf(const QByteArray &bytes)
 /// begins behind the head, which may hold a small picture of its own.
 bool hasEnd(const QByteArray &jpeg)
 {
-    constexpr int markerLength = 2;
+    constexpr qsizetype markerLength = 2;
     constexpr char startOfScan = '\xda';
     qsizetype place = markerLength;
     while (place + 2 * markerLength <= jpeg.size() && jpeg.at(place) == '\xff') {

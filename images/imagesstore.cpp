@@ -171,8 +171,7 @@ void ImagesStore::cancel(const QString &fileName)
         });
     if (found == m_operations.cend() || --(*found)->askers > 0)
         return;
-    const OperationPointer operation = *found;
-    m_operations.removeOne(operation);
+    const OperationPointer operation = m_operations.takeAt(found - m_operations.cbegin());
     auto *request = const_cast<WebdavRequest *>(m_sent.key(operation));
     m_sent.remove(request);
     if (request)
@@ -530,8 +529,9 @@ ImagesStore::Outage ImagesStore::outageAt(const Operation &operation)
 
 void ImagesStore::finish(const OperationPointer &operation, const Result &result)
 {
-    const OperationPointer kept = operation; // the caller's may be the one in the list
-    m_operations.removeOne(kept);
+    const qsizetype place = m_operations.indexOf(operation);
+    // The caller's may be the one in the list.
+    const OperationPointer kept = place < 0 ? operation : m_operations.takeAt(place);
     if (result.outage != Outage::None)
         tellOutage(m_local ? tr("Хранилище изображений: %1").arg(result.reason)
                            : tr("Reply error: %1").arg(result.reason),

@@ -13,12 +13,12 @@ struct MultistatusTexts
 };
 
 // No honest answer has more of any of these.
-constexpr qsizetype longestToken = 256 * 1024;
-constexpr qsizetype longestText = 16 * 1024;
+constexpr qsizetype longestToken = 256LL * 1024;
+constexpr qsizetype longestText = 16LL * 1024;
 constexpr qsizetype deepest = 32;
 constexpr qsizetype mostEntries = 1'000'000;
-constexpr qsizetype longestPaths = 64 * 1024 * 1024; ///< of all entries, in characters
-constexpr qsizetype slice = 64 * 1024;
+constexpr qsizetype longestPaths = 64LL * 1024 * 1024; ///< of all entries, in characters
+constexpr qsizetype slice = 64LL * 1024;
 
 /// "HTTP/1.1 200 OK" → 200.
 int statusCode(const QString &line)

@@ -17,8 +17,8 @@ const char xmlType[] = "text/xml; charset=utf-8";
 
 /// Pictures are smaller, and so is what a server has to say of an error.
 constexpr qint64 largestFile = 64LL * 1024 * 1024;
-constexpr qint64 largestWord = 1024 * 1024;
-constexpr qint64 largestPiece = 512 * 1024;
+constexpr qint64 largestWord = 1024LL * 1024;
+constexpr qint64 largestPiece = 512LL * 1024;
 
 QByteArray xmlText(const QString &text)
 {

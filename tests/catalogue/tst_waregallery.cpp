@@ -254,7 +254,7 @@ private:
     {
         QImage image(800, 600, QImage::Format_RGB32);
         image.fill(colour);
-        const QString path = m_home->path() + '/' + name;
+        QString path = m_home->path() + '/' + name;
         image.save(path);
         return path;
     }
