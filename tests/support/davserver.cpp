@@ -156,6 +156,7 @@ void DavServer::start()
         m_process.setChildProcessModifier([] { prctl(PR_SET_PDEATHSIG, SIGKILL); });
         const QStringList line = command();
         m_process.start(line.first(), line.mid(1));
+        m_process.waitForStarted(startTimeout); // it may answer before that is noticed
         const bool answers = QTest::qWaitFor(
             [this] {
                 QTcpSocket probe;
@@ -167,7 +168,8 @@ void DavServer::start()
             return;
         kill();
     }
-    qFatal("A WebDAV server does not start:\n%s", qPrintable(log()));
+    qFatal("A WebDAV server does not start (%s, %d):\n%s", qPrintable(m_process.errorString()),
+           m_process.exitCode(), qPrintable(log()));
 }
 
 void DavServer::kill()
