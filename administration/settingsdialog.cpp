@@ -260,7 +260,10 @@ void SettingsDialog::lead(SettingsKey key)
 
 void SettingsDialog::on_savePushButton_clicked()
 {
-    if (!check(m_parts.checkImages) || !check(m_parts.checkFriendImages) || !check(checkScales) ||
+    // A page that is not shown could not be put right.
+    const SettingsCheck checkFriend =
+        m_parts.hasReference ? m_parts.checkFriendImages : SettingsCheck();
+    if (!check(m_parts.checkImages) || !check(checkFriend) || !check(checkScales) ||
         !check(m_parts.checkSms))
         return;
     // What was not touched stays as it is in the file, whatever the field made of it.

@@ -62,11 +62,12 @@ void StoreFields::fitToType()
 {
     const QString type = m_ui->storeTypeComboBox->currentData().toString();
     const bool isServer = type == QLatin1String("webdav");
+    const bool isWithOurs = m_owner == Owner::Reference && type.isEmpty();
     for (QWidget *field : {m_ui->storeHostLineEdit, m_ui->storePortLineEdit,
                            m_ui->storeLoginLineEdit, m_ui->storePasswordLineEdit})
         m_ui->storeLayout->setRowVisible(field, isServer);
-    m_ui->storeLayout->setRowVisible(m_ui->storePathLayout, !type.isEmpty());
-    m_ui->storePathBrowsePushButton->setVisible(!type.isEmpty() && !isServer);
+    m_ui->storeLayout->setRowVisible(m_ui->storePathLayout, !isWithOurs);
+    m_ui->storePathBrowsePushButton->setVisible(!isWithOurs && !isServer);
     m_ui->storePathLabel->setText(isServer ? tr("Пап&ка на сервере:") : tr("Пап&ка:"));
     m_ui->storePathLineEdit->setPlaceholderText(isServer ? QString()
                                                          : tr("images в папке настроек программы"));

@@ -106,7 +106,11 @@ private slots:
     void storeOfTheReference_isEditedWhereThereIsOne()
     {
         for (const bool hasReference : {false, true}) {
-            SettingsDialog dialog({.hasReference = hasReference});
+            SettingsDialog dialog({.hasReference = hasReference,
+                                   .checkFriendImages = [hasReference](const SettingsValues &) {
+                                       return qMakePair(SettingsKey::FriendImagesStoreHost,
+                                                        QString(hasReference ? "" : "Нет адреса"));
+                                   }});
             QCOMPARE(child<QTabWidget>(dialog, "tabWidget")->isTabVisible(2), hasReference);
             child<QComboBox>(dialog, "friendImagesTypeComboBox")->setCurrentIndex(hasReference);
             type(dialog, "friendImagesPathLineEdit", "/there");
